@@ -1,0 +1,90 @@
+/**
+ * @file   primesieve_adapter.h
+ * @brief  The two services of primesieve whose meaning changed between its versions, in the form that the sieve
+ *         exports rely on: placing an iterator strictly beside a number, and collecting primes into 32-bit elements.
+ *
+ * Everything else of primesieve is used directly.
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <primesieve.hpp>
+#include <vector>
+
+namespace kesh::sieve {
+
+/** True for iterators of primesieve before version 11, which have `skipto` with the strict meaning. */
+template <typename Iterator>
+concept has_skipto = requires(Iterator it, uint64_t x) { it.skipto(x, x); };
+
+/**
+ * Places the iterator so that the following `next_prime()` calls yield the primes > x in increasing order.
+ *
+ * Since version 11 `jump_to(y)` includes y, hence x + 1. At the top of the range x + 1 would wrap to 0 and start
+ * again at 2; x itself serves there, since 2^64 - 1 is composite: `next_prime()` then throws primesieve's
+ * "cannot generate primes > 2^64".
+ */
+template <typename Iterator>
+void skipto_for_next(Iterator& it, uint64_t x, uint64_t stop_hint) {
+    if constexpr (has_skipto<Iterator>) {
+        it.skipto(x, stop_hint);
+    } else {
+        it.jump_to(x == std::numeric_limits<uint64_t>::max() ? x : x + 1, stop_hint);
+    }
+}
+
+/**
+ * Places the iterator so that the following `prev_prime()` calls yield the primes < x in decreasing order, and 0
+ * where there is none.
+ */
+template <typename Iterator>
+void skipto_for_prev(Iterator& it, uint64_t x, uint64_t stop_hint) {
+    if constexpr (has_skipto<Iterator>) {
+        it.skipto(x, stop_hint);
+    } else {
+        it.jump_to(x == 0 ? 0 : x - 1, stop_hint);
+    }
+}
+
+/**
+ * A `std::vector<int>` that keeps the low 32 bits of every prime appended to it.
+ *
+ * Since version 11 primesieve refuses to fill a container whose `value_type` cannot hold the largest prime. This one
+ * announces 64-bit elements and stores 4 bytes a prime. It offers what primesieve's templates ask of a container, and
+ * `reserve` is the vector's own, with its length error.
+ */
+class narrowing_primes {
+  public:
+    using value_type = uint64_t;
+
+    size_t size() const noexcept {
+        return primes_.size();
+    }
+
+    void reserve(size_t n) {
+        primes_.reserve(n);
+    }
+
+    std::vector<int>::iterator end() noexcept {
+        return primes_.end();
+    }
+
+    void insert(std::vector<int>::iterator position, const uint64_t* first, const uint64_t* last) {
+        primes_.insert(position, first, last);
+    }
+
+    void push_back(uint64_t prime) {
+        primes_.push_back(static_cast<int>(prime));
+    }
+
+    const std::vector<int>& narrowed() const noexcept {
+        return primes_;
+    }
+
+  private:
+    std::vector<int> primes_;
+};
+
+}  // namespace kesh::sieve

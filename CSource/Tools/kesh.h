@@ -1,0 +1,41 @@
+/**
+ * @file   kesh.h
+ * @brief  The lifecycle exports, and the small pieces that every export of the library is written with.
+ */
+#pragma once
+
+#include "VelmoraLibrary.h"
+
+/** Marks a function that the host finds by its plain name. */
+#define KESH_EXPORT extern "C" __attribute__((visibility("default")))
+
+/** Version of the library-link interface that this library is written against. */
+KESH_EXPORT mint VelmoraLibrary_getVersion();
+
+/** Called once by the host after loading. Keeps nothing: every export receives the table afresh. */
+KESH_EXPORT int VelmoraLibrary_initialize(VelmoraLibraryData libData);
+
+namespace kesh {
+
+/** The integer in argument slot i. */
+inline mint integer_argument(const MArgument* Args, mint i) {
+    return *Args[i].integer;
+}
+
+/** The same as the 64-bit pattern that the sieve takes: a negative value becomes one of 2^63 or more. */
+inline umint unsigned_argument(const MArgument* Args, mint i) {
+    return static_cast<umint>(*Args[i].integer);
+}
+
+/** Stores an integer result and reports success. */
+inline int return_integer(MArgument Res, mint value) {
+    *Res.integer = value;
+    return LIBRARY_NO_ERROR;
+}
+
+/** Stores a 64-bit pattern: values of 2^63 and above reach the host as negative integers. */
+inline int return_integer(MArgument Res, umint value) {
+    return return_integer(Res, static_cast<mint>(value));
+}
+
+}  // namespace kesh

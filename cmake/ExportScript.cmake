@@ -1,0 +1,15 @@
+# Writes the linker version script that makes exactly the listed symbols visible.
+#   kesh_write_export_script(OUTPUT list-file ...)
+# A list file has one symbol a line; blank lines and lines that begin with # are skipped.
+function(kesh_write_export_script output)
+    set(script "{\nglobal:\n")
+    foreach(list_file IN LISTS ARGN)
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list_file}")
+        file(STRINGS "${list_file}" symbols REGEX "^[A-Za-z_]")
+        foreach(symbol IN LISTS symbols)
+            string(APPEND script "    ${symbol};\n")
+        endforeach()
+    endforeach()
+    string(APPEND script "local:\n    *;\n};\n")
+    file(CONFIGURE OUTPUT "${output}" CONTENT "${script}" @ONLY)
+endfunction()

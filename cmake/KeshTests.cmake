@@ -1,0 +1,18 @@
+# kesh_add_test(name SOURCES a.cpp ... [LIBRARIES lib ...])
+#   A GoogleTest program. Tests whose name contains "Long_" get the CTest label "long": `./test` leaves them out,
+#   `./test --all` runs them. Every test finds the built library and the tree through compile definitions.
+include(GoogleTest)
+
+function(kesh_add_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} kesh_warnings GTest::gtest_main GTest::gmock)
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
+    target_compile_definitions(${name} PRIVATE
+        KESH_LIBRARY_PATH="$<TARGET_FILE:VelmoraKesh>"
+        KESH_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+    add_dependencies(${name} VelmoraKesh)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "-*Long_*" PROPERTIES TIMEOUT 600)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "*Long_*" TEST_LIST ${name}_LONG
+        PROPERTIES LABELS long TIMEOUT 5400)
+endfunction()
