@@ -1,0 +1,175 @@
+/// @file   intx_gcc.h
+/// @brief  Limb primitives: add and subtract with carry, shifts, bit counts, 64x64 -> 128 products and 128/64 division.
+///
+/// Where the compiler offers a builtin or intrinsic it is used at run time; the portable forms in `kesh::portable` compute the
+/// same bits, serve constant evaluation and are tested against the builtins.
+#pragma once
+
+#include <bit>
+
+#include "Shared/intx/intx_types.h"
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
+namespace kesh {
+
+/// Double limb for 64x64 -> 128 products.
+__extension__ typedef unsigned __int128 umint2;
+
+namespace portable {
+
+constexpr std::uint8_t addcarry(std::uint8_t c, umint a, umint b, umint& r) noexcept {
+    const umint partial = a + b;
+    const umint sum = partial + c;
+    r = sum;
+    return static_cast<std::uint8_t>((partial < a) | (sum < partial));
+}
+
+constexpr std::uint8_t subborrow(std::uint8_t c, umint a, umint b, umint& r) noexcept {
+    const umint partial = a - c;
+    const umint difference = partial - b;
+    r = difference;
+    return static_cast<std::uint8_t>((a < c) | (partial < b));
+}
+
+/// Schoolbook on 32-bit parts; no partial sum exceeds 64 bits.
+constexpr void mul(umint a, umint b, umint& lo, umint& hi) noexcept {
+    const umint mask = 0xFFFFFFFF;
+    const umint a0 = a & mask, a1 = a >> 32, b0 = b & mask, b1 = b >> 32;
+    const umint p00 = a0 * b0, p01 = a0 * b1, p10 = a1 * b0, p11 = a1 * b1;
+    const umint middle = p01 + (p00 >> 32) + (p10 & mask);
+    lo = (middle << 32) | (p00 & mask);
+    hi = p11 + (p10 >> 32) + (middle >> 32);
+}
+
+constexpr mint count_leading_zeros(umint a) noexcept {
+    mint n = 0;
+    for (umint probe = umint{1} << 63; probe != 0 && (a & probe) == 0; probe >>= 1) ++n;
+    return n;
+}
+
+constexpr mint count_trailing_zeros(umint a) noexcept {
+    mint n = 0;
+    for (umint probe = 1; probe != 0 && (a & probe) == 0; probe <<= 1) ++n;
+    return n;
+}
+
+}  // namespace portable
+
+/// r = a + b + c modulo 2^64; returns the carry out. c is 0 or 1; r may alias a or b.
+constexpr std::uint8_t math_addcarry(std::uint8_t c, const umint& a, const umint& b, umint& r) noexcept {
+#if defined(__x86_64__)
+    if (!std::is_constant_evaluated()) {
+        unsigned long long sum;
+        const auto carry = _addcarry_u64(c, a, b, &sum);
+        r = sum;
+        return carry;
+    }
+#endif
+    return portable::addcarry(c, a, b, r);
+}
+
+/// a += b + c; returns the carry out.
+constexpr std::uint8_t math_add_equal_carry(std::uint8_t c, umint& a, const umint& b) noexcept {
+    return math_addcarry(c, a, b, a);
+}
+
+/// r = a - b - c modulo 2^64; returns the borrow out. c is 0 or 1; r may alias a or b.
+constexpr std::uint8_t math_subborrow(std::uint8_t c, const umint& a, const umint& b, umint& r) noexcept {
+#if defined(__x86_64__)
+    if (!std::is_constant_evaluated()) {
+        unsigned long long difference;
+        const auto borrow = _subborrow_u64(c, a, b, &difference);
+        r = difference;
+        return borrow;
+    }
+#endif
+    return portable::subborrow(c, a, b, r);
+}
+
+/// a -= b + c; returns the borrow out.
+constexpr std::uint8_t math_sub_equal_borrow(std::uint8_t c, umint& a, const umint& b) noexcept {
+    return math_subborrow(c, a, b, a);
+}
+
+/// c = a << n; n >= 64 gives 0. Precondition: n >= 0.
+constexpr void math_left_shift(const umint& a, mint n, umint& c) noexcept { c = n < MINT_BITS ? a << n : 0; }
+constexpr void math_left_shift_equal(umint& a, mint n) noexcept { math_left_shift(a, n, a); }
+
+/// c = a >> n; c keeps its value when n, read as unsigned, is 64 or more.
+constexpr void math_right_shift(const umint& a, mint n, umint& c) noexcept {
+    if (static_cast<umint>(n) < static_cast<umint>(MINT_BITS)) c = a >> n;
+}
+constexpr void math_right_shift_equal(umint& a, mint n) noexcept { math_right_shift(a, n, a); }
+
+/// Leading and trailing zero bits; 64 for a = 0.
+constexpr mint math_count_leading_zeros(const umint& a) noexcept { return std::countl_zero(a); }
+constexpr mint math_count_trailing_zeros(const umint& a) noexcept { return std::countr_zero(a); }
+
+/// Bit length; 0 for a = 0.
+constexpr mint math_num_bits(const umint& a) noexcept { return MINT_BITS - math_count_leading_zeros(a); }
+
+/// hi * 2^64 + lo = a * b.
+constexpr void math_mul(const umint& a, const umint& b, umint& lo, umint& hi) noexcept {
+    const umint2 p = static_cast<umint2>(a) * b;
+    lo = static_cast<umint>(p);
+    hi = static_cast<umint>(p >> MINT_BITS);
+}
+
+/// lo = a * b modulo 2^64.
+constexpr void math_mul(const umint& a, const umint& b, umint& lo) noexcept { lo = a * b; }
+
+/// hi:lo = floor((ahi * 2^64 + alo) * b / 2^64).
+constexpr void math_mul_21(const umint& alo, const umint& ahi, const umint& b, umint& lo, umint& hi) noexcept {
+    const umint2 sum = static_cast<umint2>(ahi) * b + static_cast<umint>((static_cast<umint2>(alo) * b) >> MINT_BITS);
+    lo = static_cast<umint>(sum);
+    hi = static_cast<umint>(sum >> MINT_BITS);
+}
+
+/// a * b + c0 + cc * 2^64 = r + ret * 2^64 + co * 2^128, where ret is the returned limb: the pair (c0, cc) goes in at the bottom
+/// and the pair (ret, co) comes out at the top in the same format, so calls chain from low to high. cc is 0 or 1.
+constexpr umint math_mul_ui(unsigned char cc, umint c0, const umint& a, umint b, unsigned char& co, umint& r) noexcept {
+    const umint2 p = static_cast<umint2>(a) * b + c0;
+    r = static_cast<umint>(p);
+    umint top = 0;
+    co = math_addcarry(0, static_cast<umint>(p >> MINT_BITS), cc, top);
+    return top;
+}
+
+/// Quotient modulo 2^64 and remainder of hi * 2^64 + lo by d with the processor's 128/64 division. The quotient instruction
+/// traps when the quotient does not fit, so hi is reduced first; d = 0 returns q = 0, r = lo.
+/// Cost: one hardware division (two when hi >= d).
+constexpr void math_divmod(const umint& lo, const umint& hi, const umint& d, umint& q, umint& r) noexcept {
+    if (d == 0) {
+        const umint keep = lo;
+        q = 0;
+        r = keep;
+        return;
+    }
+    umint low = lo;
+    umint high = hi < d ? hi : hi % d;
+#if defined(__x86_64__)
+    if (!std::is_constant_evaluated()) {
+        // The instruction itself: the compilers would call a library routine for a 128-bit dividend.
+        __asm__("divq %[d]" : "+a"(low), "+d"(high) : [d] "r"(d) : "cc");
+        q = low;
+        r = high;
+        return;
+    }
+#endif
+    const umint2 n = (static_cast<umint2>(high) << MINT_BITS) | low;
+    const umint divisor = d;
+    q = static_cast<umint>(n / divisor);
+    r = static_cast<umint>(n % divisor);
+}
+
+/// Quotient and remainder of n by d in one hardware division; d = 0 returns q = 0, r = n.
+constexpr void math_divmod(const umint& n, const umint& d, umint& q, umint& r) noexcept {
+    const umint dividend = n, divisor = d;
+    q = divisor == 0 ? 0 : dividend / divisor;
+    r = divisor == 0 ? dividend : dividend % divisor;
+}
+
+}  // namespace kesh

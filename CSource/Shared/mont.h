@@ -1,0 +1,167 @@
+/// @file   mont.h
+/// @brief  Montgomery arithmetic with R = 2^N for an odd modulus, on the 64-bit limb and on every uintx_t<N>.
+///
+/// A residue a is represented by a * R mod m, always fully reduced into [0, m), so that equal residues compare equal. One
+/// multiplication costs two full products and one low-half product; there is no division after init().
+/// (P. L. Montgomery, Modular multiplication without trial division, Math. Comp. 44 (1985).)
+#pragma once
+
+#include <cassert>
+#include <cstdio>
+#include <string>
+
+#include "Shared/intx/intx_operator.h"
+
+namespace kesh {
+
+/// r1 = (thi * 2^N + tlo) * R^(-1) mod m. Preconditions: m odd, mprime = -m^(-1) mod 2^N, thi < m (the input is below m * 2^N).
+template <engine_word T>
+constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T& mprime, T& r1) noexcept {
+    assert(thi < m);
+    T u, plo, phi, sum;
+    math_mul(tlo, mprime, u);
+    math_mul(u, m, plo, phi);
+    // The low word of the sum is 0 by the choice of u; only its carry matters.
+    std::uint8_t c = math_addcarry(0, tlo, plo, plo);
+    c = math_addcarry(c, thi, phi, sum);
+    if (c != 0 || sum >= m) math_sub_equal_borrow(0, sum, m);
+    r1 = sum;
+}
+
+/// r = abar * bbar * R^(-1) mod m, below m. Preconditions: m odd, abar * bbar < m * 2^N (it suffices that one factor is below m).
+template <engine_word T>
+constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& mprime, T& r) noexcept {
+    T tlo, thi;
+    math_mul(abar, bbar, tlo, thi);
+    math_mont_reduce(tlo, thi, m, mprime, r);
+}
+
+/// Montgomery context of one odd modulus m > 1: a plain value, built once and passed by const reference. Arguments named a
+/// and b are residues in Montgomery form, below m, unless a comment says otherwise. Not checked in release builds: m odd, > 1.
+template <engine_word T>
+struct mp_mont_data {
+    T m;       ///< the modulus
+    T r1;      ///< R mod m, the Montgomery form of 1
+    T r2;      ///< R^2 mod m, the factor that converts into Montgomery form
+    T mprime;  ///< -m^(-1) mod 2^N
+
+    constexpr void getM(T& r) const noexcept { r = m; }
+    [[nodiscard]] constexpr T getM() const noexcept { return m; }
+
+    /// No modulus yet: the fields are uninitialised until init().
+    mp_mont_data() = default;
+    constexpr explicit mp_mont_data(const T& _m) noexcept { init(_m); }
+
+    /// Sets the four fields for the modulus _m. Cost: one inverse modulo 2^N and two divisions.
+    constexpr void init(const T& _m) noexcept {
+        assert((T(1) & _m) == T(1));
+        m = _m;
+        mprime = math_mod_inv_2(m);
+        const T zero(0);
+        T quotient, negated;
+        math_subborrow(0, zero, m, negated);
+        math_divmod(negated, m, quotient, r1);
+        math_divmod(zero, r1, m, quotient, r2);
+    }
+
+    /// The Montgomery form of 1.
+    constexpr void one(T& r) const noexcept { r = r1; }
+    [[nodiscard]] constexpr T one() const noexcept { return r1; }
+
+    [[nodiscard]] constexpr T getr2() const noexcept { return r2; }
+
+    constexpr void copy(const T& a, T& r) const noexcept { r = a; }
+
+    /// a * R mod m for any a below 2^N: r2 < m keeps the product below m * 2^N, so a need not be reduced first.
+    constexpr void toMontMod(const T& a, T& r) const noexcept { math_mont_mul(a, r2, m, mprime, r); }
+    [[nodiscard]] constexpr T toMontMod(const T& a) const noexcept {
+        T r;
+        toMontMod(a, r);
+        return r;
+    }
+
+    /// The residue that a represents.
+    constexpr void fromMontMod(const T& a, T& r) const noexcept { math_mont_reduce(a, T(0), m, mprime, r); }
+    [[nodiscard]] constexpr T fromMontMod(const T& a) const noexcept {
+        T r;
+        fromMontMod(a, r);
+        return r;
+    }
+
+    constexpr void mul(const T& a, const T& b, T& r) const noexcept { math_mont_mul(a, b, m, mprime, r); }
+    [[nodiscard]] constexpr T mul(const T& a, const T& b) const noexcept {
+        T r;
+        mul(a, b, r);
+        return r;
+    }
+
+    constexpr void add(const T& a, const T& b, T& r) const noexcept {
+        assert(a < m && b < m);
+        T sum;
+        const std::uint8_t c = math_addcarry(0, a, b, sum);
+        if (c != 0 || sum >= m) math_sub_equal_borrow(0, sum, m);
+        r = sum;
+    }
+    [[nodiscard]] constexpr T add(const T& a, const T& b) const noexcept {
+        T r;
+        add(a, b, r);
+        return r;
+    }
+
+    constexpr void sub(const T& a, const T& b, T& r) const noexcept {
+        assert(a < m && b < m);
+        const bool wraps = a < b;
+        T difference;
+        math_subborrow(0, a, b, difference);
+        if (wraps) math_add_equal_carry(0, difference, m);
+        r = difference;
+    }
+    [[nodiscard]] constexpr T sub(const T& a, const T& b) const noexcept {
+        T r;
+        sub(a, b, r);
+        return r;
+    }
+
+    /// a / 2 modulo m: an odd a becomes even by adding the odd m; the sum's carry is the top bit of the half.
+    constexpr void div2(const T& a, T& r) const noexcept {
+        assert(a < m);
+        T sum(a);
+        std::uint8_t c = 0;
+        if ((a & T(1)) == T(1)) c = math_add_equal_carry(0, sum, m);
+        math_right_shift_equal(sum, 1);
+        if (c != 0) {
+            T top;
+            math_left_shift(T(1), width_v<T> - 1, top);
+            sum |= top;
+        }
+        r = sum;
+    }
+    [[nodiscard]] constexpr T div2(const T& a) const noexcept {
+        T r;
+        div2(a, r);
+        return r;
+    }
+
+    /// r = a / b modulo m, where b is an ordinary integer (not in Montgomery form); 0 when gcd(b, m) != 1.
+    /// Cost: one extended Euclid and two Montgomery products.
+    constexpr void div(const T& a, T b, T& r) const noexcept { mul(a, toMontMod(math_invmod(b, m)), r); }
+
+    /// a^e in Montgomery form by right-to-left squaring; e is an ordinary integer, a^0 is one().
+    [[nodiscard]] constexpr T pow(const T& a, T e) const noexcept {
+        T x = r1, square = a;
+        while (e != T(0)) {
+            if ((e & T(1)) == T(1)) mul(x, square, x);
+            math_right_shift_equal(e, 1);
+            if (e != T(0)) mul(square, square, square);
+        }
+        return x;
+    }
+
+    /// Prints the fields to stderr, one a line, in hexadecimal.
+    void dbg_print() const {
+        std::fprintf(stderr, "m      = %s\nr1     = %s\nr2     = %s\nmprime = %s\n", to_string(m, 16).c_str(),
+                     to_string(r1, 16).c_str(), to_string(r2, 16).c_str(), to_string(mprime, 16).c_str());
+    }
+};
+
+}  // namespace kesh
