@@ -1,9 +1,9 @@
 /// @file   mont.h
 /// @brief  Montgomery arithmetic with R = 2^N for an odd modulus, on the 64-bit limb and on every uintx_t<N>.
 ///
-/// A residue a is represented by a * R mod m, always fully reduced into [0, m), so that equal residues compare equal. One
-/// multiplication costs two full products and one low-half product; there is no division after init().
-/// (P. L. Montgomery, Modular multiplication without trial division, Math. Comp. 44 (1985).)
+/// A residue a is represented by a * R mod m, always fully reduced into [0, m), so that equal residues compare equal.
+/// One multiplication costs two full products and one low-half product; there is no division after init(). (P. L.
+/// Montgomery, Modular multiplication without trial division, Math. Comp. 44 (1985).)
 #pragma once
 
 #include <cassert>
@@ -14,7 +14,8 @@
 
 namespace kesh {
 
-/// r1 = (thi * 2^N + tlo) * R^(-1) mod m. Preconditions: m odd, mprime = -m^(-1) mod 2^N, thi < m (the input is below m * 2^N).
+/// r1 = (thi * 2^N + tlo) * R^(-1) mod m. Preconditions: m odd, mprime = -m^(-1) mod 2^N, thi < m (the input is below m
+/// * 2^N).
 template <engine_word T>
 constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T& mprime, T& r1) noexcept {
     assert(thi < m);
@@ -28,7 +29,8 @@ constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T&
     r1 = sum;
 }
 
-/// r = abar * bbar * R^(-1) mod m, below m. Preconditions: m odd, abar * bbar < m * 2^N (it suffices that one factor is below m).
+/// r = abar * bbar * R^(-1) mod m, below m. Preconditions: m odd, abar * bbar < m * 2^N (it suffices that one factor is
+/// below m).
 template <engine_word T>
 constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& mprime, T& r) noexcept {
     T tlo, thi;
@@ -36,8 +38,9 @@ constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& 
     math_mont_reduce(tlo, thi, m, mprime, r);
 }
 
-/// Montgomery context of one odd modulus m > 1: a plain value, built once and passed by const reference. Arguments named a
-/// and b are residues in Montgomery form, below m, unless a comment says otherwise. Not checked in release builds: m odd, > 1.
+/// Montgomery context of one odd modulus m > 1: a plain value, built once and passed by const reference. Arguments
+/// named a and b are residues in Montgomery form, below m, unless a comment says otherwise. Not checked in release
+/// builds: m odd, > 1.
 template <engine_word T>
 struct mp_mont_data {
     T m;       ///< the modulus
@@ -45,12 +48,18 @@ struct mp_mont_data {
     T r2;      ///< R^2 mod m, the factor that converts into Montgomery form
     T mprime;  ///< -m^(-1) mod 2^N
 
-    constexpr void getM(T& r) const noexcept { r = m; }
-    [[nodiscard]] constexpr T getM() const noexcept { return m; }
+    constexpr void getM(T& r) const noexcept {
+        r = m;
+    }
+    [[nodiscard]] constexpr T getM() const noexcept {
+        return m;
+    }
 
     /// No modulus yet: the fields are uninitialised until init().
     mp_mont_data() = default;
-    constexpr explicit mp_mont_data(const T& _m) noexcept { init(_m); }
+    constexpr explicit mp_mont_data(const T& _m) noexcept {
+        init(_m);
+    }
 
     /// Sets the four fields for the modulus _m. Cost: one inverse modulo 2^N and two divisions.
     constexpr void init(const T& _m) noexcept {
@@ -65,15 +74,25 @@ struct mp_mont_data {
     }
 
     /// The Montgomery form of 1.
-    constexpr void one(T& r) const noexcept { r = r1; }
-    [[nodiscard]] constexpr T one() const noexcept { return r1; }
+    constexpr void one(T& r) const noexcept {
+        r = r1;
+    }
+    [[nodiscard]] constexpr T one() const noexcept {
+        return r1;
+    }
 
-    [[nodiscard]] constexpr T getr2() const noexcept { return r2; }
+    [[nodiscard]] constexpr T getr2() const noexcept {
+        return r2;
+    }
 
-    constexpr void copy(const T& a, T& r) const noexcept { r = a; }
+    constexpr void copy(const T& a, T& r) const noexcept {
+        r = a;
+    }
 
     /// a * R mod m for any a below 2^N: r2 < m keeps the product below m * 2^N, so a need not be reduced first.
-    constexpr void toMontMod(const T& a, T& r) const noexcept { math_mont_mul(a, r2, m, mprime, r); }
+    constexpr void toMontMod(const T& a, T& r) const noexcept {
+        math_mont_mul(a, r2, m, mprime, r);
+    }
     [[nodiscard]] constexpr T toMontMod(const T& a) const noexcept {
         T r;
         toMontMod(a, r);
@@ -81,14 +100,18 @@ struct mp_mont_data {
     }
 
     /// The residue that a represents.
-    constexpr void fromMontMod(const T& a, T& r) const noexcept { math_mont_reduce(a, T(0), m, mprime, r); }
+    constexpr void fromMontMod(const T& a, T& r) const noexcept {
+        math_mont_reduce(a, T(0), m, mprime, r);
+    }
     [[nodiscard]] constexpr T fromMontMod(const T& a) const noexcept {
         T r;
         fromMontMod(a, r);
         return r;
     }
 
-    constexpr void mul(const T& a, const T& b, T& r) const noexcept { math_mont_mul(a, b, m, mprime, r); }
+    constexpr void mul(const T& a, const T& b, T& r) const noexcept {
+        math_mont_mul(a, b, m, mprime, r);
+    }
     [[nodiscard]] constexpr T mul(const T& a, const T& b) const noexcept {
         T r;
         mul(a, b, r);
@@ -144,7 +167,9 @@ struct mp_mont_data {
 
     /// r = a / b modulo m, where b is an ordinary integer (not in Montgomery form); 0 when gcd(b, m) != 1.
     /// Cost: one extended Euclid and two Montgomery products.
-    constexpr void div(const T& a, T b, T& r) const noexcept { mul(a, toMontMod(math_invmod(b, m)), r); }
+    constexpr void div(const T& a, T b, T& r) const noexcept {
+        mul(a, toMontMod(math_invmod(b, m)), r);
+    }
 
     /// a^e in Montgomery form by right-to-left squaring; e is an ordinary integer, a^0 is one().
     [[nodiscard]] constexpr T pow(const T& a, T e) const noexcept {

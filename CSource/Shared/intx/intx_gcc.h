@@ -1,8 +1,8 @@
 /// @file   intx_gcc.h
 /// @brief  Limb primitives: add and subtract with carry, shifts, bit counts, 64x64 -> 128 products and 128/64 division.
 ///
-/// Where the compiler offers a builtin or intrinsic it is used at run time; the portable forms in `kesh::portable` compute the
-/// same bits, serve constant evaluation and are tested against the builtins.
+/// Where the compiler offers a builtin or intrinsic it is used at run time; the portable forms in `kesh::portable`
+/// compute the same bits, serve constant evaluation and are tested against the builtins.
 #pragma once
 
 #include <bit>
@@ -58,6 +58,20 @@ constexpr mint count_trailing_zeros(umint a) noexcept {
 
 }  // namespace portable
 
+/// -1, 0 or 1 as a is below, equal to or above b.
+constexpr int math_compare(const umint& a, const umint& b) noexcept {
+    return a < b ? -1 : a > b ? 1 : 0;
+}
+
+constexpr bool math_is_zero(const umint& a) noexcept {
+    return a == 0;
+}
+
+/// a |= b.
+constexpr void math_or_equal(umint& a, const umint& b) noexcept {
+    a |= b;
+}
+
 /// r = a + b + c modulo 2^64; returns the carry out. c is 0 or 1; r may alias a or b.
 constexpr std::uint8_t math_addcarry(std::uint8_t c, const umint& a, const umint& b, umint& r) noexcept {
 #if defined(__x86_64__)
@@ -95,21 +109,33 @@ constexpr std::uint8_t math_sub_equal_borrow(std::uint8_t c, umint& a, const umi
 }
 
 /// c = a << n; n >= 64 gives 0. Precondition: n >= 0.
-constexpr void math_left_shift(const umint& a, mint n, umint& c) noexcept { c = n < MINT_BITS ? a << n : 0; }
-constexpr void math_left_shift_equal(umint& a, mint n) noexcept { math_left_shift(a, n, a); }
+constexpr void math_left_shift(const umint& a, mint n, umint& c) noexcept {
+    c = n < MINT_BITS ? a << n : 0;
+}
+constexpr void math_left_shift_equal(umint& a, mint n) noexcept {
+    math_left_shift(a, n, a);
+}
 
 /// c = a >> n; c keeps its value when n, read as unsigned, is 64 or more.
 constexpr void math_right_shift(const umint& a, mint n, umint& c) noexcept {
     if (static_cast<umint>(n) < static_cast<umint>(MINT_BITS)) c = a >> n;
 }
-constexpr void math_right_shift_equal(umint& a, mint n) noexcept { math_right_shift(a, n, a); }
+constexpr void math_right_shift_equal(umint& a, mint n) noexcept {
+    math_right_shift(a, n, a);
+}
 
 /// Leading and trailing zero bits; 64 for a = 0.
-constexpr mint math_count_leading_zeros(const umint& a) noexcept { return std::countl_zero(a); }
-constexpr mint math_count_trailing_zeros(const umint& a) noexcept { return std::countr_zero(a); }
+constexpr mint math_count_leading_zeros(const umint& a) noexcept {
+    return std::countl_zero(a);
+}
+constexpr mint math_count_trailing_zeros(const umint& a) noexcept {
+    return std::countr_zero(a);
+}
 
 /// Bit length; 0 for a = 0.
-constexpr mint math_num_bits(const umint& a) noexcept { return MINT_BITS - math_count_leading_zeros(a); }
+constexpr mint math_num_bits(const umint& a) noexcept {
+    return MINT_BITS - math_count_leading_zeros(a);
+}
 
 /// hi * 2^64 + lo = a * b.
 constexpr void math_mul(const umint& a, const umint& b, umint& lo, umint& hi) noexcept {
@@ -119,7 +145,9 @@ constexpr void math_mul(const umint& a, const umint& b, umint& lo, umint& hi) no
 }
 
 /// lo = a * b modulo 2^64.
-constexpr void math_mul(const umint& a, const umint& b, umint& lo) noexcept { lo = a * b; }
+constexpr void math_mul(const umint& a, const umint& b, umint& lo) noexcept {
+    lo = a * b;
+}
 
 /// hi:lo = floor((ahi * 2^64 + alo) * b / 2^64).
 constexpr void math_mul_21(const umint& alo, const umint& ahi, const umint& b, umint& lo, umint& hi) noexcept {
@@ -128,8 +156,9 @@ constexpr void math_mul_21(const umint& alo, const umint& ahi, const umint& b, u
     hi = static_cast<umint>(sum >> MINT_BITS);
 }
 
-/// a * b + c0 + cc * 2^64 = r + ret * 2^64 + co * 2^128, where ret is the returned limb: the pair (c0, cc) goes in at the bottom
-/// and the pair (ret, co) comes out at the top in the same format, so calls chain from low to high. cc is 0 or 1.
+/// a * b + c0 + cc * 2^64 = r + ret * 2^64 + co * 2^128, where ret is the returned limb: the pair (c0, cc) goes in at
+/// the bottom and the pair (ret, co) comes out at the top in the same format, so calls chain from low to high. cc is 0
+/// or 1.
 constexpr umint math_mul_ui(unsigned char cc, umint c0, const umint& a, umint b, unsigned char& co, umint& r) noexcept {
     const umint2 p = static_cast<umint2>(a) * b + c0;
     r = static_cast<umint>(p);
@@ -138,9 +167,9 @@ constexpr umint math_mul_ui(unsigned char cc, umint c0, const umint& a, umint b,
     return top;
 }
 
-/// Quotient modulo 2^64 and remainder of hi * 2^64 + lo by d with the processor's 128/64 division. The quotient instruction
-/// traps when the quotient does not fit, so hi is reduced first; d = 0 returns q = 0, r = lo.
-/// Cost: one hardware division (two when hi >= d).
+/// Quotient modulo 2^64 and remainder of hi * 2^64 + lo by d with the processor's 128/64 division. The quotient
+/// instruction traps when the quotient does not fit, so hi is reduced first; d = 0 returns q = 0, r = lo. Cost: one
+/// hardware division (two when hi >= d).
 constexpr void math_divmod(const umint& lo, const umint& hi, const umint& d, umint& q, umint& r) noexcept {
     if (d == 0) {
         const umint keep = lo;

@@ -1,9 +1,10 @@
 /// @file   intx_types.h
-/// @brief  The fixed-width integer types uintx_t<N> and intx_t<N>, N = 128, 256, 512, 1024, their layout and construction.
+/// @brief  The fixed-width integer types uintx_t<N> and intx_t<N>, N = 128, 256, 512, 1024, their layout and
+/// construction.
 ///
-/// A value is N/64 limbs, least significant first. The same storage is also viewed as two halves of half_type, because every
-/// wide algorithm recurses on halves. Operations on the types are free functions: limb primitives in intx_gcc.h, algorithms in
-/// intx_common.h, operators and text in intx_operator.h (include that one to use the types).
+/// A value is N/64 limbs, least significant first. The same storage is also viewed as two halves of half_type, because
+/// every wide algorithm recurses on halves. Operations on the types are free functions: limb primitives in intx_gcc.h,
+/// algorithms in intx_common.h, operators and text in intx_operator.h (include that one to use the types).
 #pragma once
 
 #include <concepts>
@@ -26,11 +27,11 @@ template <mint N>
 concept supported_width = N == 128 || N == 256 || N == 512 || N == 1024;
 
 template <mint N>
-    requires supported_width<N>
+requires supported_width<N>
 struct uintx_t;
 
 template <mint N>
-    requires supported_width<N>
+requires supported_width<N>
 struct intx_t;
 
 namespace detail {
@@ -61,7 +62,10 @@ inline constexpr mint width_v = detail::width_of<T>::value;
 
 /// A uintx_t<N> of any width.
 template <class T>
-concept wide_word = requires { detail::width_of<T>::value; } && std::same_as<T, uintx_t<detail::width_of<T>::value>>;
+concept wide_word = requires {
+    detail::width_of<T>::value;
+}
+&&std::same_as<T, uintx_t<detail::width_of<T>::value>>;
 
 /// What the generic algorithms are instantiated for: the limb and every uintx_t<N>.
 template <class T>
@@ -71,21 +75,24 @@ concept engine_word = std::same_as<T, umint> || wide_word<T>;
 template <engine_word T>
 inline constexpr std::size_t limbs_v = static_cast<std::size_t>(width_v<T> / MINT_BITS);
 
-/// Unsigned integer of exactly N bits; all arithmetic is modulo 2^N. Trivially copyable; the default constructor leaves the
-/// limbs uninitialised. No operation except parsing from and printing to std::string allocates, and none throws.
+/// Unsigned integer of exactly N bits; all arithmetic is modulo 2^N. Trivially copyable; the default constructor leaves
+/// the limbs uninitialised. No operation except parsing from and printing to std::string allocates, and none throws.
 template <mint N>
-    requires supported_width<N>
+requires supported_width<N>
 struct uintx_t {
     using half_type = typename detail::half_of<N>::type;
     static constexpr mint bits = N;
     static constexpr std::size_t limbs = static_cast<std::size_t>(N / MINT_BITS);
 
     union {
-        umint limb[limbs];   ///< least significant first; the active member during constant evaluation
-        half_type half[2];   ///< low half, high half
+        umint limb[limbs];  ///< least significant first; the active member during constant evaluation
+        half_type half[2];  ///< low half, high half
     };
 
-    uintx_t() = default;
+    /// Leaves the limbs uninitialised (constant evaluation, which may not read such limbs, sees zeros).
+    constexpr uintx_t() noexcept {
+        if (std::is_constant_evaluated()) clear();
+    }
 
     /// Signed integers are sign-extended to the full width, so uintx_t(-1) is 2^N - 1; unsigned ones are zero-extended.
     template <std::integral I>
@@ -98,8 +105,7 @@ struct uintx_t {
 
     /// Zero extension of a narrower value.
     template <mint K>
-        requires(K < N)
-    constexpr uintx_t(const uintx_t<K>& narrow) noexcept : limb{} {
+    requires(K < N) constexpr uintx_t(const uintx_t<K>& narrow) noexcept : limb{} {
         for (std::size_t i = 0; i < uintx_t<K>::limbs; ++i) limb[i] = narrow.limb[i];
     }
 
@@ -118,7 +124,9 @@ struct uintx_t {
 
     /// Copies the `len` limbs at `in`, least significant first, and leaves the limbs above them uninitialised: pass
     /// len == limbs, or assign into a cleared value with intx_from_array. Precondition: 0 <= len <= limbs.
-    constexpr uintx_t(const umint* in, mint len) noexcept { intx_from_array(*this, in, len); }
+    constexpr uintx_t(const umint* in, mint len) noexcept {
+        intx_from_array(*this, in, len);
+    }
 
     /// The same bits.
     constexpr uintx_t(const intx_t<N>& value) noexcept;
@@ -128,14 +136,22 @@ struct uintx_t {
     explicit uintx_t(const char* text) noexcept;
 
     /// The halves by value, usable in constant expressions (a union has one active member there).
-    [[nodiscard]] constexpr half_type lo() const noexcept { return half_at(0); }
-    [[nodiscard]] constexpr half_type hi() const noexcept { return half_at(1); }
+    [[nodiscard]] constexpr half_type lo() const noexcept {
+        return half_at(0);
+    }
+    [[nodiscard]] constexpr half_type hi() const noexcept {
+        return half_at(1);
+    }
 
     /// True when any limb is non-zero.
     constexpr explicit operator bool() const noexcept;
     /// The low limb.
-    constexpr explicit operator std::uint64_t() const noexcept { return limb[0]; }
-    constexpr explicit operator long() const noexcept { return static_cast<long>(limb[0]); }
+    constexpr explicit operator std::uint64_t() const noexcept {
+        return limb[0];
+    }
+    constexpr explicit operator long() const noexcept {
+        return static_cast<long>(limb[0]);
+    }
     /// The nearest double, ties to even; a 1024-bit value of 2^1024 - 2^970 or more gives infinity.
     constexpr explicit operator double() const noexcept;
 
@@ -144,7 +160,11 @@ struct uintx_t {
     constexpr uintx_t operator++(int) noexcept;
     constexpr uintx_t operator--(int) noexcept;
 
-private:
+  private:
+    constexpr void clear() noexcept {
+        for (std::size_t i = 0; i < limbs; ++i) limb[i] = 0;
+    }
+
     static constexpr umint limb_of(const half_type& part, std::size_t i) noexcept {
         if constexpr (N == 128)
             return i == 0 ? part : 0;
@@ -169,13 +189,14 @@ constexpr void intx_from_array(uintx_t<N>& a, const umint* in, mint len) noexcep
 
 /// Signed two's-complement counterpart of uintx_t<N>, same size and storage. Arithmetic wraps modulo 2^N.
 template <mint N>
-    requires supported_width<N>
+requires supported_width<N>
 struct intx_t {
     static constexpr mint bits = N;
     static constexpr std::size_t limbs = static_cast<std::size_t>(N / MINT_BITS);
 
     umint limb[limbs];  ///< least significant first
 
+    /// Leaves the limbs uninitialised.
     intx_t() = default;
 
     /// Signed integers are sign-extended, unsigned ones zero-extended.
@@ -195,16 +216,20 @@ struct intx_t {
     explicit intx_t(const char* text) noexcept;
 
     /// True when the value is negative.
-    [[nodiscard]] constexpr bool sign() const noexcept { return (limb[limbs - 1] >> (MINT_BITS - 1)) != 0; }
+    [[nodiscard]] constexpr bool sign() const noexcept {
+        return (limb[limbs - 1] >> (MINT_BITS - 1)) != 0;
+    }
 
     constexpr explicit operator bool() const noexcept;
     /// The low limb as a signed integer.
-    constexpr explicit operator mint() const noexcept { return static_cast<mint>(limb[0]); }
+    constexpr explicit operator mint() const noexcept {
+        return static_cast<mint>(limb[0]);
+    }
     /// The nearest double, ties to even.
     constexpr explicit operator double() const noexcept;
 
-    /// a = q * b + r with |r| < |b| and r of a's sign: truncation, as the built-in types divide. The most negative value
-    /// divided by -1 wraps to itself. Precondition: b != 0 (a zero divisor returns unspecified q and r).
+    /// a = q * b + r with |r| < |b| and r of a's sign: truncation, as the built-in types divide. The most negative
+    /// value divided by -1 wraps to itself. Precondition: b != 0 (a zero divisor returns unspecified q and r).
     static constexpr void divmod(const intx_t& a, const intx_t& b, intx_t& q, intx_t& r) noexcept;
 
     constexpr intx_t& operator/=(const intx_t& b) noexcept;
@@ -212,7 +237,7 @@ struct intx_t {
 };
 
 template <mint N>
-    requires supported_width<N>
+requires supported_width<N>
 constexpr uintx_t<N>::uintx_t(const intx_t<N>& value) noexcept : limb{} {
     for (std::size_t i = 0; i < limbs; ++i) limb[i] = value.limb[i];
 }
@@ -220,14 +245,15 @@ constexpr uintx_t<N>::uintx_t(const intx_t<N>& value) noexcept : limb{} {
 namespace detail {
 
 template <mint N>
-inline constexpr bool layout_holds =
-    sizeof(uintx_t<N>) == N / 8 && sizeof(intx_t<N>) == N / 8 && alignof(uintx_t<N>) == alignof(umint) &&
-    std::is_trivially_copyable_v<uintx_t<N>> && std::is_trivially_copyable_v<intx_t<N>> &&
-    std::is_trivially_default_constructible_v<uintx_t<N>> && std::is_standard_layout_v<uintx_t<N>> &&
-    sizeof(typename uintx_t<N>::half_type) * 2 == sizeof(uintx_t<N>);
+inline constexpr bool layout_holds = sizeof(uintx_t<N>) == N / 8 && sizeof(intx_t<N>) == N / 8 &&
+                                     alignof(uintx_t<N>) == alignof(umint) &&
+                                     std::is_trivially_copyable_v<uintx_t<N>>&& std::is_trivially_copyable_v<
+                                         intx_t<N>>&& std::is_standard_layout_v<uintx_t<N>> &&
+                                     sizeof(typename uintx_t<N>::half_type) * 2 == sizeof(uintx_t<N>);
 
 }  // namespace detail
 
-static_assert(detail::layout_holds<128> && detail::layout_holds<256> && detail::layout_holds<512> && detail::layout_holds<1024>);
+static_assert(detail::layout_holds<128> && detail::layout_holds<256> && detail::layout_holds<512> &&
+              detail::layout_holds<1024>);
 
 }  // namespace kesh
