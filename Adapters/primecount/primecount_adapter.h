@@ -1,0 +1,45 @@
+/**
+ * @file   primecount_adapter.h
+ * @brief  primecount as the counting exports use it: its own header, and what the installed version lacks of
+ *         the progress callback, the exit call and the one-argument counting functions.
+ *
+ * A primecount that has all of them is used as it is: the build finds out and defines KESH_PRIMECOUNT_HAS_HOOKS.
+ * Otherwise this folder provides them, and defines `pi`, `nth_prime`, `phi` and `pi_primesieve` anew for this library
+ * only, so that a count started here reports progress, can be ended, and answers 0 for negative x.
+ */
+#pragma once
+
+#include <cstdint>
+#include <primecount.hpp>
+
+#ifndef KESH_PRIMECOUNT_HAS_HOOKS
+
+namespace primecount {
+
+/**
+ * Installs the process-wide callback of long computations. It receives the percentage of the work done, from any
+ * thread but never from two at once for one count; a true result ends the count, as does an exception, which then
+ * leaves the counting call in place of `primecount_error`. Null removes it.
+ */
+void set_callback(bool (*callback)(double percent));
+
+/**
+ * Asks all counts that are running to end (true), or declares that the calling thread starts anew (false).
+ *
+ * An ended count throws `primecount_error`. A request made while no count runs has nothing to end and does not reach
+ * counts that start later. A thread that withdraws requests and then counts is held to be counting from the
+ * withdrawal on, so that a request which arrives between the two is not lost.
+ */
+void set_exitcall(bool request);
+
+/** pi(x) by one algorithm, on `get_num_threads()` threads. 0 for x < 2. */
+int64_t pi_meissel(int64_t x);
+int64_t pi_deleglise_rivat(int64_t x);
+int64_t pi_legendre(int64_t x);
+int64_t pi_lehmer(int64_t x);
+int64_t pi_lmo(int64_t x);
+int64_t pi_primesieve(int64_t x);
+
+}  // namespace primecount
+
+#endif

@@ -1,0 +1,180 @@
+#include "running_count.h"
+
+#include <algorithm>
+#include <optional>
+#include <primecount.hpp>
+
+namespace kesh::counting {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/** Reports are this far apart at least: often enough for a smooth bar, too seldom to be felt. */
+constexpr Clock::duration report_interval = std::chrono::milliseconds(10);
+
+// Process-wide, and without destructors: a detached thread may still count while the process exits.
+std::atomic<RunningCount::Callback> installed_callback{nullptr};
+std::atomic<uint64_t> end_requests{0};
+std::mutex list_mutex;
+RunningCount* running_counts = nullptr;
+
+thread_local RunningCount* called = nullptr;
+thread_local RunningCount* served = nullptr;
+thread_local std::optional<uint64_t> requests_when_withdrawn;
+
+/** The requests made up to now, or up to the calling thread's last withdrawal, are none of the new count's. */
+uint64_t requests_before_count() {
+    const uint64_t requests = requests_when_withdrawn.value_or(end_requests.load());
+    requests_when_withdrawn.reset();
+    return requests;
+}
+
+}  // namespace
+
+RunningCount::RunningCount(Reporting reporting)
+    : reporting_(reporting),
+      requests_at_start_(requests_before_count()),
+      next_(nullptr),
+      outer_called_(called),
+      outer_served_(served) {
+    {
+        const std::lock_guard lock(list_mutex);
+        next_ = running_counts;
+        running_counts = this;
+    }
+    called = this;
+    served = nullptr;
+}
+
+RunningCount::~RunningCount() {
+    called = outer_called_;
+    served = outer_served_;
+    const std::lock_guard lock(list_mutex);
+    RunningCount** link = &running_counts;
+    while (*link != this) link = &(*link)->next_;
+    *link = next_;
+}
+
+void RunningCount::install_callback(Callback callback) noexcept {
+    installed_callback.store(callback);
+}
+
+void RunningCount::request_end() noexcept {
+    end_requests.fetch_add(1);
+}
+
+void RunningCount::withdraw_requests() noexcept {
+    requests_when_withdrawn = end_requests.load();
+}
+
+RunningCount* RunningCount::called_here() noexcept {
+    return served == nullptr ? called : nullptr;
+}
+
+RunningCount* RunningCount::owner_of(const void* balancer) noexcept {
+    if (served != nullptr) return served->balancer_.load(std::memory_order_acquire) == balancer ? served : nullptr;
+    const std::lock_guard lock(list_mutex);
+    for (RunningCount* count = running_counts; count != nullptr; count = count->next_) {
+        if (count->balancer_.load(std::memory_order_acquire) == balancer) return count;
+    }
+    return nullptr;
+}
+
+RunningCount* RunningCount::served_here() noexcept {
+    return served;
+}
+
+bool RunningCount::ended() const noexcept {
+    return ended_.load(std::memory_order_acquire) ||
+           end_requests.load(std::memory_order_relaxed) != requests_at_start_;
+}
+
+void RunningCount::throw_if_ended() const {
+    if (!ended()) return;
+    if (failure_) std::rethrow_exception(failure_);
+    throw primecount::primecount_error("the count was ended on request");
+}
+
+void RunningCount::begin_phase(Phase phase, const void* balancer, int64_t limit) {
+    throw_if_ended();
+    limit_ = static_cast<double>(std::max<int64_t>(limit, 1));
+    phase_begin_ = phase_end_;
+    switch (phase) {
+        case Phase::ac:
+            has_ac_ = true;
+            phase_end_ = 45;
+            break;
+        case Phase::p2:
+            phase_end_ = has_ac_ ? 57 : 50;
+            break;
+        case Phase::s2:
+            phase_end_ = 100;
+            break;
+    }
+    balancer_.store(balancer, std::memory_order_release);
+}
+
+bool RunningCount::serve(int64_t low) noexcept {
+    served = this;
+    const double done = std::clamp(static_cast<double>(low) / limit_, 0.0, 1.0);
+    report(phase_begin_ + (phase_end_ - phase_begin_) * done);
+    if (ended()) stop_serving();
+    return served != nullptr;
+}
+
+void RunningCount::stop_serving() noexcept {
+    served = nullptr;
+}
+
+void RunningCount::report(double percent) noexcept {
+    const Clock::duration now = Clock::now().time_since_epoch();
+    if (now.count() < next_report_.load(std::memory_order_relaxed)) return;
+    const std::unique_lock lock(report_mutex_, std::try_to_lock);
+    if (!lock || ended()) return;
+    next_report_.store((now + report_interval).count(), std::memory_order_relaxed);
+    call_back(percent);
+}
+
+void RunningCount::call_back(double percent) noexcept {
+    const Callback callback = installed_callback.load();
+    if (callback == nullptr || reporting_ == Reporting::off) return;
+    percent_ = std::max(percent_, percent);
+    has_reported_ = true;
+    try {
+        if (!callback(percent_)) return;
+    } catch (...) {
+        failure_ = std::current_exception();
+    }
+    ended_.store(true, std::memory_order_release);
+}
+
+void RunningCount::finish() {
+    if (has_reported_ && !ended()) call_back(100);
+    throw_if_ended();
+}
+
+RunningCount::Nested::Nested(RunningCount& count) noexcept {
+    served = &count;
+}
+
+RunningCount::Nested::~Nested() {
+    served = nullptr;
+}
+
+void RunningCount::set_team_size(int threads) noexcept {
+    team_size_ = threads;
+}
+
+int RunningCount::team_size() const noexcept {
+    return team_size_;
+}
+
+void RunningCount::saw(Hook hook) noexcept {
+    hooks_seen_.fetch_or(hook, std::memory_order_relaxed);
+}
+
+bool RunningCount::saw_all_hooks() const noexcept {
+    return hooks_seen_.load() == all_hooks;
+}
+
+}  // namespace kesh::counting
