@@ -1,0 +1,87 @@
+/// @file   kernel.h
+/// @brief  The hot loops of the wide primality tests on plain limb arrays, with CPU-specific forms chosen at run time.
+///
+/// Every function returns the same bits at every level, and the same bits as the generic templates of the integer engine: residues
+/// are fully reduced and in Montgomery form with R = 2^(64 n). Limb arrays are least significant limb first; n, the number of limbs,
+/// is 2, 4, 8 or 16. How each level works, and what it costs, is in README.md beside this file.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "Shared/intx/intx_types.h"
+
+namespace kesh::kernel {
+
+/// Instruction sets for which there are kernels of their own. A level contains the ones before it.
+enum class Level {
+    portable,  ///< any x86-64 processor
+    adx,       ///< BMI2 and ADX: mulx, adcx, adox
+    ifma,      ///< AVX-512 IFMA: eight 52-bit multiply-adds an instruction
+};
+
+/// The highest level that this processor and operating system support.
+[[nodiscard]] Level supported_level() noexcept;
+
+/// The level in force: supported_level() unless force() changed it.
+[[nodiscard]] Level level() noexcept;
+
+/// For tests and benchmarks: from now on use the kernels of `wanted`. Returns false, and changes nothing, when the processor lacks it.
+/// Calls of kernels in progress on other threads finish at the level they began with.
+bool force(Level wanted) noexcept;
+
+/// "portable", "adx" or "ifma".
+[[nodiscard]] const char* name(Level which) noexcept;
+
+template <int n>
+concept supported_limbs = n == 2 || n == 4 || n == 8 || n == 16;
+
+/// One odd modulus and what Montgomery arithmetic modulo it needs. Reduction works limb by limb, so that the inverse of one limb
+/// suffices, and no kernel needs R^2.
+template <int n>
+    requires supported_limbs<n>
+struct Modulus {
+    umint m[n];   ///< the modulus, odd, above 1
+    umint r1[n];  ///< R mod m, the Montgomery form of 1
+    umint k;      ///< -m^(-1) mod 2^64
+
+    /// Cost: negligible for a modulus whose top bit is set; otherwise n limb operations for each leading zero bit.
+    explicit Modulus(const umint* modulus) noexcept;
+};
+
+/// r = a b / R mod m. Preconditions: a < m, b < m. r may be a or b.
+template <int n>
+void mont_mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus) noexcept;
+
+/// r = a^2 / R mod m. Precondition: a < m. r may be a.
+template <int n>
+void mont_sqr(umint* r, const umint* a, const Modulus<n>& modulus) noexcept;
+
+/// x = 2^e R mod m, for any n-limb e. Left to right: a squaring for each bit of e below the highest, and a doubling for each set one.
+template <int n>
+void pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept;
+
+/// The Lucas sequence V with parameters (a, 1) at e and e + 1: l = V(e), h = V(e + 1), where a, l and h are in Montgomery form.
+/// Preconditions: a < m, e != 0. One product and one squaring for each bit of e below the highest.
+template <int n>
+void lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept;
+
+/// Whether m is a strong probable prime to base 2. Precondition: m > 3.
+template <int n>
+[[nodiscard]] bool strong_base2(const Modulus<n>& modulus) noexcept;
+
+/// The Lucas condition U(m + 1) = 0 modulo m of the sequence with P = 1 and the given Q, evaluated by the ladder over V with
+/// a = 1/Q - 2; exactly: D U(m + 1) = 0, D = 1 - 4 Q, which is the same where D is prime to m, as it is when (D/m) = -1.
+/// A Q that has a factor in common with m counts as having the inverse 0, for which the condition holds.
+/// Preconditions: Q != 0, and |Q| < 2^63.
+template <int n>
+[[nodiscard]] bool lucas_u_vanishes(const Modulus<n>& modulus, mint q) noexcept;
+
+/// Whether one of the 99 odd primes 3, 5, ..., 541 divides the value of the limbs. Precondition: at most 16 limbs. A prime of the
+/// table divides itself: a caller that wants "proven composite" passes values above 541.
+[[nodiscard]] bool has_small_factor(std::span<const umint> limbs) noexcept;
+
+/// The value of the limbs modulo d. Precondition: d != 0. Cost: one hardware division a limb.
+[[nodiscard]] umint mod_limb(std::span<const umint> limbs, umint d) noexcept;
+
+}  // namespace kesh::kernel

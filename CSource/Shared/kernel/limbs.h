@@ -1,0 +1,84 @@
+/// @file   limbs.h
+/// @brief  Carry chains on limb arrays of compile-time length, for the kernels: no branch depends on the values.
+#pragma once
+
+#include "Shared/intx/intx_common.h"
+
+namespace kesh::kernel {
+
+/// r = a - b; returns the borrow.
+template <int n>
+inline std::uint8_t subtract(umint* r, const umint* a, const umint* b) noexcept {
+    std::uint8_t borrow = 0;
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) borrow = math_subborrow(borrow, a[i], b[i], r[i]);
+    return borrow;
+}
+
+/// r = mask ? a : b, for a mask of all ones or zero. r may be a or b.
+template <int n>
+inline void select(umint* r, umint mask, const umint* a, const umint* b) noexcept {
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) r[i] = b[i] ^ ((a[i] ^ b[i]) & mask);
+}
+
+/// r = (top 2^(64 n) + t) mod m for a value below 2 m: one subtraction, taken or not. r may be t.
+template <int n>
+inline void reduce_once(umint* r, const umint* t, umint top, const umint* m) noexcept {
+    umint d[n];
+    const umint borrow = subtract<n>(d, t, m);
+    select<n>(r, umint{0} - (borrow & (top ^ 1)), t, d);
+}
+
+/// x = 2 x mod m when `bit` is 1, x unchanged when it is 0.
+template <int n>
+inline void double_if(umint* x, umint bit, const umint* m) noexcept {
+    const umint mask = umint{0} - bit;
+    umint t[n];
+    std::uint8_t carry = 0;
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) carry = math_addcarry(carry, x[i], x[i] & mask, t[i]);
+    reduce_once<n>(x, t, carry, m);
+}
+
+/// r = a - b mod m for residues. r may be a or b.
+template <int n>
+inline void subtract_mod(umint* r, const umint* a, const umint* b, const umint* m) noexcept {
+    umint t[n];
+    const umint mask = umint{0} - umint{subtract<n>(t, a, b)};
+    std::uint8_t carry = 0;
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], m[i] & mask, r[i]);
+}
+
+template <int n>
+inline bool equal(const umint* a, const umint* b) noexcept {
+    umint difference = 0;
+    for (int i = 0; i < n; ++i) difference |= a[i] ^ b[i];
+    return difference == 0;
+}
+
+/// Bit length; 0 for 0.
+template <int n>
+inline int bit_length(const umint* a) noexcept {
+    for (int i = n - 1; i >= 0; --i)
+        if (a[i] != 0) return 64 * i + static_cast<int>(math_num_bits(a[i]));
+    return 0;
+}
+
+inline umint bit_at(const umint* a, int i) noexcept {
+    return (a[i / 64] >> (i % 64)) & 1;
+}
+
+/// r = floor(a / 2^shift). Precondition: 0 <= shift < 64 n. r may be a.
+template <int n>
+inline void shift_right(umint* r, const umint* a, int shift) noexcept {
+    const int whole = shift / 64, part = shift % 64;
+    for (int i = 0; i < n; ++i) {
+        const umint low = i + whole < n ? a[i + whole] : 0;
+        const umint high = i + whole + 1 < n ? a[i + whole + 1] : 0;
+        r[i] = part == 0 ? low : (low >> part) | (high << (64 - part));
+    }
+}
+
+}  // namespace kesh::kernel

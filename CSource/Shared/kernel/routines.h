@@ -1,0 +1,67 @@
+/// @file   routines.h
+/// @brief  The table of kernels that a level provides for one width, and the loops that levels share.
+#pragma once
+
+#include "Shared/kernel/kernel.h"
+#include "Shared/kernel/limbs.h"
+
+namespace kesh::kernel {
+
+/// The kernels of one level at one width; their contracts are those of the functions of the same names in kernel.h.
+template <int n>
+struct Routines {
+    void (*mont_mul)(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus) noexcept;
+    void (*mont_sqr)(umint* r, const umint* a, const Modulus<n>& modulus) noexcept;
+    void (*pow2)(umint* x, const umint* e, const Modulus<n>& modulus) noexcept;
+    void (*lucas_ladder)(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept;
+};
+
+template <int n>
+const Routines<n>& portable_routines() noexcept;
+template <int n>
+const Routines<n>& adx_routines() noexcept;
+template <int n>
+const Routines<n>& ifma_routines() noexcept;
+
+/// pow2 over the products of `Arithmetic`, a class with static mul() and sqr() of mont_mul's and mont_sqr's signatures.
+template <int n, class Arithmetic>
+inline void generic_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
+    umint y[n];
+    for (int i = 0; i < n; ++i) y[i] = modulus.r1[i];
+    for (int i = bit_length<n>(e) - 1; i >= 0; --i) {
+        Arithmetic::sqr(y, y, modulus);
+        double_if<n>(y, bit_at(e, i), modulus.m);
+    }
+    for (int i = 0; i < n; ++i) x[i] = y[i];
+}
+
+/// lucas_ladder over the products of `Arithmetic`. The pair (V(k), V(k+1)) goes to (V(2k), V(2k+1)) for a clear bit and to
+/// (V(2k+1), V(2k+2)) for a set one, where V(2k+1) = V(k) V(k+1) - a and V(2k) = V(k)^2 - 2. The product and the square do not
+/// depend on each other, so that the processor works on both at once; which of the two values is squared is selected without a branch.
+template <int n, class Arithmetic>
+inline void generic_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept {
+    umint two[n], low[n], high[n];
+    for (int i = 0; i < n; ++i) low[i] = two[i] = modulus.r1[i];
+    double_if<n>(two, 1, modulus.m);
+    for (int i = 0; i < n; ++i) {
+        low[i] = two[i];
+        high[i] = a[i];
+    }
+    for (int i = bit_length<n>(e) - 1; i >= 0; --i) {
+        const umint mask = umint{0} - bit_at(e, i);
+        umint product[n], square[n];
+        Arithmetic::mul(product, low, high, modulus);
+        select<n>(square, mask, high, low);
+        Arithmetic::sqr(square, square, modulus);
+        subtract_mod<n>(product, product, a, modulus.m);
+        subtract_mod<n>(square, square, two, modulus.m);
+        select<n>(low, mask, product, square);
+        select<n>(high, mask, square, product);
+    }
+    for (int i = 0; i < n; ++i) {
+        l[i] = low[i];
+        h[i] = high[i];
+    }
+}
+
+}  // namespace kesh::kernel
