@@ -1,0 +1,107 @@
+/**
+ * @file   sieve_benchmark.cpp
+ * @brief  What the sieve exports cost over primesieve itself: each export, called as the host calls it, beside a
+ *         direct call that does the same work.
+ *
+ * Run with  --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only
+ * and compare the medians of each pair.
+ */
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <memory>
+#include <primesieve.hpp>
+#include <vector>
+
+#include "VelmoraLibrary.h"
+#include "support/library.h"
+
+struct st_MTensor {
+    std::unique_ptr<mint[]> data;
+};
+
+namespace {
+
+st_VelmoraLibraryData host_table() {
+    st_VelmoraLibraryData table{};
+    table.MTensor_new = [](mint, mint, const mint* dims, MTensor* out) -> int {
+        *out = new st_MTensor{std::make_unique_for_overwrite<mint[]>(static_cast<size_t>(dims[0]))};
+        return LIBRARY_NO_ERROR;
+    };
+    table.MTensor_getIntegerData = [](MTensor tensor) { return tensor->data.get(); };
+    return table;
+}
+
+mint call(const char* name, std::vector<mint> arguments) {
+    MArgument slots[2];
+    for (size_t i = 0; i < arguments.size(); ++i) slots[i].integer = &arguments[i];
+    mint value = 0;
+    MArgument result;
+    result.integer = &value;
+    kesh::test::Library::instance().get(name)(nullptr, static_cast<mint>(arguments.size()), slots, result);
+    return value;
+}
+
+void CountPrimes_export(benchmark::State& state) {
+    for (auto _ : state) benchmark::DoNotOptimize(call("PrimeSieve_CountPrimes", {0, state.range(0)}));
+}
+
+void CountPrimes_direct(benchmark::State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(primesieve::count_primes(0, static_cast<uint64_t>(state.range(0))));
+    }
+}
+
+void ListPrimes_export(benchmark::State& state) {
+    st_VelmoraLibraryData table = host_table();
+    const auto list_primes = kesh::test::Library::instance().get("PrimeSieve_ListPrimes");
+    for (auto _ : state) {
+        mint a = 0;
+        mint b = state.range(0);
+        MArgument slots[2];
+        slots[0].integer = &a;
+        slots[1].integer = &b;
+        MTensor tensor = nullptr;
+        MArgument result;
+        result.tensor = &tensor;
+        list_primes(&table, 2, slots, result);
+        benchmark::DoNotOptimize(tensor->data.get());
+        delete tensor;
+    }
+}
+
+/** The same by hand: a 32-bit collection, then the host's array of integers. */
+void ListPrimes_direct(benchmark::State& state) {
+    for (auto _ : state) {
+        std::vector<int> primes;
+        primesieve::generate_primes(0, static_cast<uint64_t>(state.range(0)), &primes);
+        const auto tensor = std::make_unique_for_overwrite<mint[]>(primes.size());
+        std::copy(primes.begin(), primes.end(), tensor.get());
+        benchmark::DoNotOptimize(tensor.get());
+    }
+}
+
+void PrimeSum_export(benchmark::State& state) {
+    for (auto _ : state) benchmark::DoNotOptimize(call("PrimeSieve_PrimeSum", {state.range(0)}));
+}
+
+void PrimeSum_direct(benchmark::State& state) {
+    for (auto _ : state) {
+        primesieve::iterator it(0, primesieve::get_max_stop());
+        const uint64_t n = static_cast<uint64_t>(state.range(0));
+        uint64_t sum = 0;
+        for (uint64_t prime = it.next_prime(); prime < n; prime = it.next_prime()) sum += prime;
+        benchmark::DoNotOptimize(sum);
+    }
+}
+
+BENCHMARK(CountPrimes_export)->Arg(10'000'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(CountPrimes_direct)->Arg(10'000'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(ListPrimes_export)->Arg(100'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(ListPrimes_direct)->Arg(100'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(PrimeSum_export)->Arg(1'000'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(PrimeSum_direct)->Arg(1'000'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+
+BENCHMARK_MAIN();
