@@ -3,6 +3,13 @@
 #   `./test --all` runs them. Every test finds the built library and the tree through compile definitions.
 include(GoogleTest)
 
+# A request for more memory than there is must fail in the library as it does without a sanitizer.
+set(KESH_TEST_ENVIRONMENT
+    ASAN_OPTIONS=allocator_may_return_null=1
+    UBSAN_OPTIONS=print_stacktrace=1
+    TSAN_OPTIONS=allocator_may_return_null=1:suppressions=${PROJECT_SOURCE_DIR}/Tests/sanitizers/tsan.supp
+    LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/Tests/sanitizers/lsan.supp)
+
 function(kesh_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
     add_executable(${name} ${arg_SOURCES})
@@ -12,7 +19,7 @@ function(kesh_add_test name)
         KESH_LIBRARY_PATH="$<TARGET_FILE:VelmoraKesh>"
         KESH_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
     add_dependencies(${name} VelmoraKesh)
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "-*Long_*" PROPERTIES TIMEOUT 600)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "-*Long_*" PROPERTIES TIMEOUT 600 ENVIRONMENT "${KESH_TEST_ENVIRONMENT}")
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "*Long_*" TEST_LIST ${name}_LONG
-        PROPERTIES LABELS long TIMEOUT 5400)
+        PROPERTIES LABELS long TIMEOUT 5400 ENVIRONMENT "${KESH_TEST_ENVIRONMENT}")
 endfunction()
