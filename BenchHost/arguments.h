@@ -1,0 +1,44 @@
+/**
+ * @file   arguments.h
+ * @brief  Turns typed words into the argument values of an export, or says in one line why they do not fit.
+ */
+#pragma once
+
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "VelmoraLibrary.h"
+#include "export_table.h"
+
+namespace bench_host {
+
+/** Input that no call is made of. what() is one line: what is wrong and what would be right. */
+class BadInput : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/** Asks for a fresh task id. */
+struct NewTask {};
+
+struct ArgumentValue {
+    Kind kind = Kind::integer;
+    std::string typed;          ///< as the user wrote it
+    bool above_signed = false;  ///< a pattern of 2^63 or more, typed as such
+    std::variant<mint, NewTask, std::string, std::vector<mint>> value;
+};
+
+/**
+ * Binds words to the parameters of an export.
+ * @param any_count  take the words as they come, whatever their number: too many are read as integers
+ * @throws BadInput
+ */
+std::vector<ArgumentValue> bind_arguments(const Export& entry, std::span<const std::string> words, bool any_count);
+
+/** The exact decimal value of an argument, for display and JSON ("new" for a task yet to be made). */
+std::string value_text(const ArgumentValue& argument);
+
+}  // namespace bench_host

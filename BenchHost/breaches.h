@@ -1,0 +1,37 @@
+/**
+ * @file   breaches.h
+ * @brief  Where everything that the library must never do is reported: at once, in red, and counted.
+ */
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace bench_host {
+
+/** Collects breaches of the host protocol. May be told from any thread. */
+class Breaches {
+  public:
+    using Listener = std::function<void(const std::string&)>;
+
+    /** The listener hears of every breach from the thread that commits it. Set before any call is made. */
+    void on_breach(Listener listener);
+
+    void report(const std::string& what);
+
+    /** The breaches since the last take(). */
+    std::vector<std::string> take();
+
+    /** All breaches of the process. */
+    std::size_t total() const;
+
+  private:
+    mutable std::mutex mutex_;
+    Listener listener_;
+    std::vector<std::string> fresh_;
+    std::size_t total_ = 0;
+};
+
+}  // namespace bench_host

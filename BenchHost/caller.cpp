@@ -1,0 +1,265 @@
+/**
+ * @file   caller.cpp
+ * @brief  The routes of a call.
+ */
+#include "caller.h"
+
+#include <fmt/format.h>
+
+#include <atomic>
+#include <chrono>
+
+#include "host.h"
+#include "interrupts.h"
+#include "pieces.h"
+
+namespace bench_host {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/** A call that ends soon after Ctrl-C keeps the user waiting through two presses at most. */
+constexpr int presses_for_stoppable = 3;
+/** A call that cannot be stopped: the second press leaves the host. */
+constexpr int presses_for_unstoppable = 2;
+
+class Stopwatch {
+  public:
+    double seconds() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    }
+
+  private:
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+/** Whether the user, or --abort-after, has asked for the end. */
+class StopCondition {
+  public:
+    explicit StopCondition(const CallSettings& settings) : abort_after_(settings.abort_after) {}
+
+    bool asked() const {
+        return interrupts_seen() > 0 || (abort_after_ && watch_.seconds() >= *abort_after_);
+    }
+
+  private:
+    std::optional<double> abort_after_;
+    Stopwatch watch_;
+};
+
+}  // namespace
+
+std::string call_text(const Export& entry, const std::vector<ArgumentValue>& arguments) {
+    std::string text(entry.name);
+    text += '(';
+    for (std::size_t i = 0; i < arguments.size(); ++i) text.append(i == 0 ? "" : ", ").append(arguments[i].typed);
+    return text += ')';
+}
+
+bool Caller::wants_progress(const CallSettings& settings) const {
+    if (settings.progress == CallSettings::Progress::automatic) return look_.visible;
+    return settings.progress == CallSettings::Progress::on;
+}
+
+ProgressLook Caller::look_for(const CallSettings& settings) const {
+    ProgressLook look = look_;
+    look.visible = wants_progress(settings);
+    return look;
+}
+
+void Caller::stop_task() const {
+    call_export(library_, "PrimeCount_StopTask", {});
+}
+
+mint Caller::create_task() const {
+    const Outcome created = call_export(library_, "PrimeCount_CreateTask", {});
+    if (created.status == Status::missing)
+        throw BadInput("this library has no PrimeCount_CreateTask, so no task can be made");
+    return std::get<mint>(created.result);
+}
+
+Outcome Caller::call(const Export& entry, const std::vector<std::string>& words, const CallSettings& settings) const {
+    const std::vector<ArgumentValue> arguments = bind_arguments(entry, words, settings.unchecked);
+    host().tasks.tolerate_missing_store(host().faults.planned("createDataStore"));
+
+    const bool submits = entry.family == Family::tasks && !entry.parameters.empty();
+    Outcome outcome;
+    if (submits && !arguments.empty()) {
+        outcome = submit(entry, arguments, settings, call_text(entry, arguments));
+    } else if (settings.background) {
+        if (entry.route != Route::as_task)
+            throw BadInput(
+                fmt::format("{} cannot run in the background: the library has no task form of it", entry.name));
+        outcome = call_as_task(entry, arguments, settings);
+    } else {
+        const bool plain = settings.bare || settings.unchecked || settings.table != TableChoice::full;
+        const bool task_form_there = library_.symbol<ExportFunction>("PrimeCount_SubmitPrimePi") != nullptr;
+        if (!plain && entry.route == Route::as_task && wants_progress(settings) && task_form_there) {
+            outcome = call_as_task(entry, arguments, settings);
+        } else if (!plain && entry.route == Route::status && task_form_there) {
+            outcome = call_under_status(entry, arguments, settings);
+        } else {
+            outcome = call_plainly(entry, arguments, settings);
+        }
+    }
+    outcome.breaches = host().breaches.take();
+    return outcome;
+}
+
+Outcome Caller::call_plainly(const Export& entry, const std::vector<ArgumentValue>& arguments,
+                             const CallSettings& settings) const {
+    const bool answers_abort = entry.route == Route::as_task;
+    const bool split =
+        !settings.bare && !settings.unchecked && wants_progress(settings) && worth_splitting(entry, arguments);
+    const ProgressLook look = look_for(settings);
+    const InterruptScope scope(answers_abort || split ? presses_for_stoppable
+                                                      : (look.visible && look.in_place ? presses_for_unstoppable : 1));
+    const StopCondition stop(settings);
+    std::atomic<double> fraction = 0;
+
+    ProgressLine::Source source;
+    if (split) source.fraction = [&] { return std::optional<double>(fraction.load()); };
+    source.note = [&]() -> std::string {
+        if (!stop.asked()) return "";
+        return answers_abort || split ? "stopping" : "this export cannot be stopped; Ctrl-C again leaves kesh-host";
+    };
+    source.tick = [&] {
+        if (stop.asked()) host().abort_requested = true;
+    };
+    const ProgressLine line(look, call_text(entry, arguments), source);
+    if (split) return call_in_pieces(library_, entry, arguments, fraction, [&] { return stop.asked(); });
+
+    Outcome outcome = call_export(library_, entry, arguments, settings.table);
+    if (answers_abort && outcome.status == Status::error && host().abort_requested) outcome.status = Status::stopped;
+    return outcome;
+}
+
+Outcome Caller::call_as_task(const Export& entry, const std::vector<ArgumentValue>& arguments,
+                             const CallSettings& settings) const {
+    const Export* form = find_export(entry.task_form);
+    std::vector<ArgumentValue> submitted = arguments;
+    submitted.insert(submitted.begin(), ArgumentValue{.kind = Kind::task, .typed = "new", .value = NewTask{}});
+    Outcome outcome = submit(*form, std::move(submitted), settings, call_text(entry, arguments));
+    if (outcome.status == Status::submitted && !settings.background)
+        outcome = wait_for_task(outcome.task->id, settings);
+    outcome.entry = &entry;
+    outcome.arguments = arguments;
+    return outcome;
+}
+
+Outcome Caller::submit(const Export& entry, std::vector<ArgumentValue> arguments, const CallSettings& settings,
+                       std::string what) const {
+    if (std::holds_alternative<NewTask>(arguments[0].value)) arguments[0].value = create_task();
+    const mint id = std::get<mint>(arguments[0].value);
+    const bool known = host().tasks.submit(id, std::move(what), entry.name == "PrimeCount_SubmitExprPrimePi");
+    if (!known && !settings.unchecked) {
+        const auto task = host().tasks.find(id);
+        throw BadInput(
+            task ? fmt::format("task {} has already been given a count ({}); write 'new' for a fresh task", id,
+                               task->what)
+                 : fmt::format("there is no task {}; write 'new' for a fresh task, or call PrimeCount_CreateTask first",
+                               id));
+    }
+    Outcome outcome = call_export(library_, entry, arguments, settings.table);
+    if (outcome.status == Status::ok) {
+        outcome.status = Status::submitted;
+        outcome.task = host().tasks.find(id);
+    } else if (known) {
+        host().tasks.withdraw(id);
+    }
+    return outcome;
+}
+
+Outcome Caller::wait_for_task(mint id, const CallSettings& settings) const {
+    Outcome outcome;
+    const auto task = [id] { return host().tasks.find(id).value_or(Task{}); };
+    outcome.arguments = {};
+    const std::string label = task().what;
+    const InterruptScope scope(presses_for_stoppable);
+    const StopCondition stop(settings);
+    {
+        ProgressLine::Source source;
+        source.fraction = [&]() -> std::optional<double> {
+            const Task now = task();
+            if (now.status_events == 0) return std::nullopt;
+            return now.percent / 100;
+        };
+        source.note = [&]() -> std::string {
+            if (stop.asked()) return "stopping";
+            const Task now = task();
+            if (now.state == TaskState::queued && host().tasks.running() > 1) return "queued";
+            return "";
+        };
+        const ProgressLine line(look_for(settings), label, source);
+        while (!host().tasks.wait_removed(id, 50ms)) {
+            // The request ends whichever count runs now and is forgotten when a queued one starts, so it is repeated
+            // until this one ends.
+            const bool ours = task().state != TaskState::queued || host().tasks.running() == 1;
+            if (stop.asked() && ours) stop_task();
+        }
+    }
+    const Task ended = task();
+    outcome.task = ended;
+    outcome.seconds = std::chrono::duration<double>(ended.ended - ended.submitted).count();
+    if (ended.failed) {
+        outcome.status = stop.asked() ? Status::stopped : Status::error;
+        outcome.code = LIBRARY_NO_ERROR;
+    } else if (ended.result) {
+        if (const auto* number = std::get_if<mint>(&*ended.result)) outcome.result = *number;
+        if (const auto* text = std::get_if<std::string>(&*ended.result)) outcome.result = *text;
+    } else {
+        outcome.status = Status::error;
+    }
+    outcome.breaches = host().breaches.take();
+    return outcome;
+}
+
+bool Caller::install_status_callback() const {
+    // A task leaves its progress callback installed, and its start forgets a pending stop request. A count of nothing
+    // does both at no cost.
+    const mint id = create_task();
+    host().tasks.submit(id, "progress callback", false);
+    if (call_export(library_, "PrimeCount_SubmitPrimePi", {id, 0}).status != Status::ok) {
+        host().tasks.withdraw(id);
+        return false;
+    }
+    return host().tasks.wait_removed(id, 5s);
+}
+
+Outcome Caller::call_under_status(const Export& entry, const std::vector<ArgumentValue>& arguments,
+                                  const CallSettings& settings) const {
+    // While other tasks run the callback is theirs.
+    if (host().tasks.running() > 0 || !install_status_callback()) return call_plainly(entry, arguments, settings);
+
+    const InterruptScope scope(presses_for_stoppable);
+    const StopCondition stop(settings);
+    const std::size_t reports_before = host().tasks.latest_status().second;
+    bool stop_sent = false;
+    host().tasks.expect_late_status(true);
+    Outcome outcome;
+    {
+        ProgressLine::Source source;
+        source.fraction = [&]() -> std::optional<double> {
+            const auto [percent, reports] = host().tasks.latest_status();
+            if (reports == reports_before) return std::nullopt;
+            return percent / 100;
+        };
+        source.note = [&]() -> std::string { return stop.asked() ? "stopping" : ""; };
+        source.tick = [&] {
+            if (!stop.asked()) return;
+            stop_task();
+            stop_sent = true;
+        };
+        const ProgressLine line(look_for(settings), call_text(entry, arguments), source);
+        outcome = call_export(library_, entry, arguments, settings.table);
+    }
+    host().tasks.expect_late_status(false);
+    if (stop_sent) {
+        if (!outcome.good()) outcome.status = Status::stopped;
+        install_status_callback();  // forgets the stop request, which would end the next count that is no task
+    }
+    return outcome;
+}
+
+}  // namespace bench_host

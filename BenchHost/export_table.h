@@ -1,0 +1,75 @@
+/**
+ * @file   export_table.h
+ * @brief  The one table of the library's exports. The list, the help, the completion, the binding of arguments and the
+ *         generated reference page all read it, so they cannot drift apart.
+ */
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace bench_host {
+
+/** Kinds of argument and result slots, as the host declares them for each export. */
+enum class Kind {
+    none,     ///< nothing is written
+    integer,  ///< machine integer, signed 64-bit
+    pattern,  ///< machine integer that the export takes as its unsigned 64-bit pattern
+    task,     ///< id of an asynchronous task (machine integer)
+    text,     ///< UTF-8 string, passed on as typed
+    tensor,   ///< integer tensor
+    boolean,  ///< true or false
+    limbs,    ///< unsigned integer of up to 1024 bits (plain C call, outside the slot convention)
+};
+
+/** "integer", "string" and so on. */
+std::string_view kind_name(Kind kind);
+
+enum class Family { lifecycle, counting, tasks, sieve, primality };
+std::string_view family_title(Family family);
+
+/** How the host can show a long call's progress and stop it. */
+enum class Route {
+    direct,        ///< no way: elapsed time only
+    as_task,       ///< the same count can be submitted as a task (`task_form`)
+    status,        ///< the counting library's progress callback, left installed by an earlier task, reports
+    range_pieces,  ///< a count over [a, b] is the sum over pieces cut where no prime tuplet lies across
+    sum_pieces,    ///< a sum of primes is the sum over any pieces, modulo 2^64
+    walk_pieces,   ///< k steps from n are k' steps and then k - k' steps
+};
+
+struct Parameter {
+    std::string_view name;
+    Kind kind;
+    std::string_view meaning;
+};
+
+struct Export {
+    std::string_view name;
+    Family family;
+    std::vector<Parameter> parameters;
+    Kind result;
+    std::string_view summary;               ///< one line: what it computes
+    std::string_view sentence;              ///< the answer in words: {0}, {1} the arguments as typed, {r} the result
+    std::string_view errors;                ///< what it returns or throws, and when
+    std::string_view cost;                  ///< order of the running time
+    std::vector<std::string_view> example;  ///< arguments of a call that takes well under a second
+    std::string_view example_result;        ///< its result
+    Route route = Route::direct;
+    std::string_view task_form = {};
+};
+
+/** All exports, by family, in the order in which they are listed. */
+const std::vector<Export>& export_table();
+
+/** The export of that name, or null. */
+const Export* find_export(std::string_view name);
+
+/** "PrimeSieve_CountPrimes a b". */
+std::string usage_line(const Export& entry);
+
+/** Names of host error codes: 6 is "LIBRARY_FUNCTION_ERROR". */
+std::string_view error_name(int code);
+
+}  // namespace bench_host

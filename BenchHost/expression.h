@@ -1,0 +1,47 @@
+/**
+ * @file   expression.h
+ * @brief  The integers of the command line: decimal with `_`, hexadecimal, `1e9`, `10^12`, sums and products.
+ *
+ *     sum     = product { ("+" | "-") product }
+ *     product = signed { "*" signed }
+ *     signed  = { "+" | "-" } power
+ *     power   = primary [ ("^" | "**") signed ]          (to the right: 2^3^2 = 2^9)
+ *     primary = number | "(" sum ")"
+ *     number  = digits [ "." digits ] [ "e" digits ] | "0x" hex digits      ("_" between digits is skipped)
+ */
+#pragma once
+
+#include <boost/multiprecision/cpp_int.hpp>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace bench_host {
+
+using boost::multiprecision::cpp_int;
+
+/** Text that is no integer expression. what() is one line: what is wrong and what would be right. */
+class ExpressionError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/**
+ * The integer that `text` denotes.
+ * @throws ExpressionError on malformed text and when an intermediate value would pass 16384 bits, which bounds the
+ *         time and memory that a typing mistake such as 10^10^10 can cost.
+ */
+cpp_int parse_integer(std::string_view text);
+
+/** Bits of |value|: 0 for 0. */
+unsigned bit_length(const cpp_int& value);
+
+/** The value as 64-bit limbs, least significant first; at least one limb. Precondition: value >= 0. */
+std::vector<std::uint64_t> to_limbs(const cpp_int& value);
+
+/** "123456789" as "123 456 789" with the given separator between groups of three digits. */
+std::string group_digits(const std::string& digits, char separator);
+
+}  // namespace bench_host

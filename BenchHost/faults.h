@@ -1,0 +1,64 @@
+/**
+ * @file   faults.h
+ * @brief  Fault injection: which callback is to fail, how, and at which of its calls.
+ */
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace bench_host {
+
+/** What one `--fail SLOT=WHAT[@K]` asks for. */
+struct Fault {
+    enum class Kind { code, null, exception };
+
+    Kind kind = Kind::code;
+    std::int64_t code = 0;
+    std::int64_t only_call = 0;  ///< 0: every call; k: the k-th call alone
+};
+
+/** The faults of this process. Asked from any thread; set before a call. */
+class FaultPlan {
+  public:
+    /**
+     * Adds "SLOT=CODE", "SLOT=null" or "SLOT=throw", each with an optional "@K".
+     * The slot "raiseAsyncEvent:Result" means raiseAsyncEvent for events of that name alone.
+     * @throws std::invalid_argument with one line that names the slots and forms there are.
+     */
+    void add(std::string_view text);
+
+    /** Counts one call of the slot and answers what it is to do instead of its work, if anything. */
+    std::optional<Fault> on_call(std::string_view slot);
+
+    /** Whether any fault is planned for the slot; what follows from it is then no breach of the library's. */
+    bool planned(std::string_view slot) const;
+
+    bool any() const;
+
+    /** Forgets all faults (the prompt sets them anew with every line). */
+    void clear();
+
+  private:
+    struct Entry {
+        Fault fault;
+        std::int64_t calls = 0;
+    };
+
+    mutable std::mutex mutex_;
+    std::map<std::string, Entry, std::less<>> entries_;
+};
+
+/** The slots that faults may name, with the forms each takes ("code", "null", "throw"), for help and messages. */
+struct FaultSlot {
+    std::string_view name;
+    std::string_view forms;
+};
+const std::vector<FaultSlot>& fault_slots();
+
+}  // namespace bench_host

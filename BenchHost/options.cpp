@@ -1,0 +1,223 @@
+/**
+ * @file   options.cpp
+ * @brief  The options, by CLI11, and the help text.
+ */
+#include "options.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
+#include <memory>
+
+#include "arguments.h"
+#include "faults.h"
+
+namespace bench_host {
+
+namespace {
+
+/**
+ * A word such as -5 or -2^3 is an argument; CLI11 would take it for an option. It travels with this mark in front.
+ */
+constexpr char word_mark = '\x01';
+
+bool looks_like_negative_number(const std::string& word) {
+    return word.size() > 1 && word[0] == '-' &&
+           (std::isdigit(static_cast<unsigned char>(word[1])) != 0 || word[1] == '(');
+}
+
+/** Options that the flags set by name. */
+struct RawFlags {
+    bool progress = false;
+    bool no_progress = false;
+    bool null_table = false;
+    bool null_io = false;
+    std::string colour;
+};
+
+std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
+    auto app = std::make_unique<CLI::App>("", "kesh-host");
+    app->set_help_flag();
+    app->add_option("words", options.words)->group("");
+    app->positionals_at_end(false);
+
+    app->add_flag("-h,--help", options.help, "this text; with an export's name, help on that export");
+    app->add_flag("--list", options.list, "every export with its argument kinds and result");
+    app->add_flag("--version", options.version, "versions of host, library and what the library rests on");
+    app->add_option("--library", options.library, "the library to open, instead of the one beside kesh-host")
+        ->type_name("PATH");
+
+    const std::string output = "Output";
+    app->add_flag("--json", options.json, "one JSON object a call, on one line")->group(output);
+    app->add_flag("-q,--quiet", options.quiet, "the bare result")->group(output);
+    app->add_flag("--all", options.all, "tensors whole, not shortened in the middle")->group(output);
+    app->add_option("--color", raw.colour, "auto, always or never; NO_COLOR is honoured")
+        ->type_name("WHEN")
+        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->group(output);
+
+    const std::string calls = "Calls";
+    app->add_flag("--progress", raw.progress, "show progress also where it is not a terminal; counts then run as tasks")
+        ->group(calls);
+    app->add_flag("--no-progress", raw.no_progress, "show none")->group(calls);
+    app->add_flag("--async", options.call.background, "submit the count as a task; at the prompt return at once")
+        ->group(calls);
+    app->add_flag("--bare", options.call.bare, "make exactly the one call: no task, no pieces, no progress callback")
+        ->group(calls);
+    app->add_flag("--unchecked", options.call.unchecked,
+                  "hand over the arguments whatever their number, and any task id")
+        ->group(calls);
+    app->add_option("--events", options.events_file, "write every event of the tasks to a CSV file")
+        ->type_name("FILE")
+        ->group(calls);
+    app->add_flag("--every-event", options.every_event, "print every \"Status\" event, not one a second")->group(calls);
+
+    const std::string primality = "KESH_PrimeQ";
+    app->add_flag("--next", options.next, "walk to the next prime")->group(primality);
+    app->add_flag("--previous", options.previous, "walk to the previous prime")->group(primality);
+    app->add_option("--file", options.file,
+                    "test the numbers of a file, one a line (- in place of a number: standard input)")
+        ->type_name("FILE")
+        ->group(primality);
+
+    const std::string faults = "Faults";
+    app->add_option("--fail", options.faults,
+                    "make a callback fail: SLOT=CODE, SLOT=null or SLOT=throw, with @K only its K-th call")
+        ->type_name("FAULT")
+        ->take_all()
+        ->expected(1)
+        ->group(faults);
+    app->add_flag("--null-io", raw.null_io, "hand over a callback table without a task table")->group(faults);
+    app->add_flag("--null-table", raw.null_table, "hand over no callback table")->group(faults);
+    app->add_option("--abort-after", options.call.abort_after, "press Ctrl-C by itself after that many seconds")
+        ->type_name("SECONDS")
+        ->group(faults);
+    app->add_option("--leave-length", options.leave_length, "position that a faulted MTensor_getInteger leaves behind")
+        ->type_name("N")
+        ->group(faults);
+
+    const std::string plots = "Plots";
+    app->add_option("--svg", options.svg, "write the plot as SVG (needs gnuplot)")->type_name("FILE")->group(plots);
+    app->add_option("--png", options.png, "write the plot as PNG (needs gnuplot)")->type_name("FILE")->group(plots);
+    app->add_option("--points", options.points, "number of points of a curve")
+        ->type_name("N")
+        ->check(CLI::Range(2, 10000))
+        ->group(plots);
+    return app;
+}
+
+constexpr std::string_view examples = R"(Examples:
+  kesh-host PrimeSieve_CountPrimes 0 10^10        how many primes there are below ten billion
+  kesh-host PrimeCount_PrimePi 10^17              with progress bar; Ctrl-C stops it
+  kesh-host PrimeCount_ExprPrimePi 1000000000000000000000
+  kesh-host PrimeSieve_ListPrimes 10^6 10^6+200   a tensor, as a table
+  kesh-host PrimeSieve_NextPrime 2^61 --json      for programs
+  kesh-host KESH_PrimeQ 2^521-1 2^127-1 0xffff    up to 1024 bits, several at once
+  kesh-host KESH_PrimeQ 10^300 --next             the first prime above it
+  seq 1 1000000 | kesh-host KESH_PrimeQ - -q      a stream of numbers, counted
+  kesh-host PrimeSieve_ListPrimes 0 100 --fail MTensor_new=5
+  kesh-host plot pi 2 10^6                        pi(x), x/ln x and Li(x)
+  kesh-host --list                                every export
+  kesh-host                                       the prompt
+
+Integers: 1_000_000, 1e9, 10^12, 2^61-1, 3*(10^6+1), -5, 0xff. In a shell, write '*' and brackets in quotes.
+Exit status: 0 done, 1 the call failed, 2 bad input and nothing called, 3 no library, 4 the library broke the
+host protocol, 130 interrupted.)";
+
+}  // namespace
+
+const std::vector<CommandWord>& command_words() {
+    static const std::vector<CommandWord> words = {
+        {"list", "list", "every export with its argument kinds and result", false},
+        {"help", "help [NAME]", "this text, or help on one export; ?NAME does the same", false},
+        {"version", "version", "versions of host, library and what the library rests on", false},
+        {"plot", "plot pi|gaps|twins|events ...",
+         "curves in the terminal, or as SVG or PNG with --svg FILE, --png FILE", false},
+        {"tasks", "tasks", "the asynchronous tasks and what became of them", true},
+        {"stop", "stop", "ends the task that is counting now (Ctrl-C does it while you wait for one)", true},
+        {"wait", "wait [ID]", "waits for a task, or for all, with a progress bar", true},
+        {"set", "set [json|quiet|all|every-event on|off]", "how the next lines print; without arguments shows it",
+         true},
+        {"quit", "quit", "leaves; so do exit and Ctrl-D", true},
+    };
+    return words;
+}
+
+Options parse_options(const std::vector<std::string>& arguments, const Options& defaults) {
+    Options options = defaults;
+    options.words.clear();
+    RawFlags raw;
+    const auto app = make_app(options, raw);
+
+    // CLI11 takes the words last first.
+    std::vector<std::string> marked;
+    for (auto word = arguments.rbegin(); word != arguments.rend(); ++word) {
+        marked.push_back(looks_like_negative_number(*word) || *word == "-" ? word_mark + *word : *word);
+    }
+    try {
+        app->parse(marked);
+    } catch (const CLI::ParseError& error) {
+        std::string text = error.what();
+        std::replace(text.begin(), text.end(), '\n', ' ');
+        if (const auto* extras = dynamic_cast<const CLI::ExtrasError*>(&error); extras != nullptr) {
+            text = fmt::format("{} is no option", text.substr(text.rfind(' ') + 1));
+        }
+        throw BadInput(fmt::format("{}; --help lists the options", text));
+    }
+    for (std::string& word : options.words) {
+        if (word.starts_with(word_mark)) word.erase(0, 1);
+    }
+    if (raw.progress) options.call.progress = CallSettings::Progress::on;
+    if (raw.no_progress) options.call.progress = CallSettings::Progress::off;
+    if (raw.null_io) options.call.table = TableChoice::without_io;
+    if (raw.null_table) options.call.table = TableChoice::null;
+    if (raw.colour == "always") options.colour = ColourChoice::always;
+    if (raw.colour == "never") options.colour = ColourChoice::never;
+    return options;
+}
+
+std::string help_text() {
+    Options options;
+    RawFlags raw;
+    const auto app = make_app(options, raw);
+    std::string text =
+        "kesh-host calls the exports of libVelmoraKesh.so by name, as the host system would.\n\n"
+        "Usage: kesh-host [OPTIONS] EXPORT [ARGUMENTS...]   one call\n"
+        "       kesh-host [OPTIONS] COMMAND [ARGUMENTS...]  one of the commands below\n"
+        "       kesh-host [OPTIONS]                         a prompt; commands from standard input when it is no "
+        "terminal\n\n"
+        "Commands (those with * at the prompt only; there also ?NAME for help on an export):\n";
+    for (const CommandWord& word : command_words())
+        text += fmt::format("  {}{:<40} {}\n", word.prompt_only ? '*' : ' ', word.usage, word.meaning);
+
+    std::string group;
+    for (const CLI::Option* option :
+         app->get_options([](const CLI::Option* candidate) { return !candidate->get_group().empty(); })) {
+        if (option->get_group() != group) {
+            group = option->get_group();
+            text += fmt::format("\n{}:\n", group);
+        }
+        std::string name = option->get_name(false, true);
+        if (const std::size_t comma = name.find(','); comma != std::string::npos) name.insert(comma + 1, " ");
+        if (option->get_items_expected_max() > 0) name += " " + option->get_type_name();
+        text += fmt::format("   {:<26} {}\n", name, option->get_description());
+    }
+    std::string slots;
+    for (const FaultSlot& slot : fault_slots()) slots += fmt::format("   {:<38} {}\n", slot.name, slot.forms);
+    return fmt::format("{}\nSlots of --fail, and the forms they take:\n{}\n{}\n", text, slots, examples);
+}
+
+std::vector<std::string> option_names() {
+    Options options;
+    RawFlags raw;
+    const auto app = make_app(options, raw);
+    std::vector<std::string> names;
+    for (const CLI::Option* option : app->get_options()) {
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    }
+    return names;
+}
+
+}  // namespace bench_host

@@ -1,0 +1,69 @@
+/**
+ * @file   primality.cpp
+ * @brief  Limbs, and the walk over odd numbers.
+ */
+#include "primality.h"
+
+#include <fmt/format.h>
+
+#include <bit>
+
+#include "arguments.h"
+#include "host.h"
+
+namespace bench_host {
+
+PrimalityTest::PrimalityTest(const Library& library) : function_(library.symbol<PrimeQFunction>("KESH_PrimeQ")) {
+    if (function_ == nullptr) throw BadInput("this library does not export KESH_PrimeQ");
+}
+
+bool PrimalityTest::operator()(const cpp_int& n) const {
+    std::vector<umint> limbs = to_limbs(n);
+    limbs.resize(std::bit_ceil(limbs.size()));
+    mbool prime = -1;
+    if (function_(limbs.data(), static_cast<mint>(limbs.size()), &prime) != 1) {
+        host().breaches.report(fmt::format("KESH_PrimeQ refused {} limbs", limbs.size()));
+    } else if (prime != 0 && prime != 1) {
+        host().breaches.report(fmt::format("KESH_PrimeQ answered {} instead of 0 or 1", prime));
+    }
+    return prime == 1;
+}
+
+cpp_int read_candidate(const std::string& text) {
+    const std::string shown = text.size() > 40 ? text.substr(0, 30) + "..." : text;
+    cpp_int value;
+    try {
+        value = parse_integer(text);
+    } catch (const ExpressionError& error) {
+        throw BadInput(error.what());
+    }
+    if (value < 0)
+        throw BadInput(fmt::format("'{}' is negative; KESH_PrimeQ takes integers from 0 to 2^1024-1", shown));
+    if (const unsigned bits = bit_length(value); bits > primality_bits) {
+        throw BadInput(fmt::format("'{}' has {} bits; KESH_PrimeQ takes at most 1024", shown, bits));
+    }
+    return value;
+}
+
+Neighbour find_neighbour(const PrimalityTest& test, const cpp_int& n, bool upwards, const std::function<bool()>& stop) {
+    Neighbour result;
+    cpp_int candidate = n + (upwards ? 1 : -1);
+    const auto usable = [&] { return candidate >= 2 && bit_length(candidate) <= primality_bits; };
+    for (; usable() && !stop(); upwards ? ++candidate : --candidate) {
+        if (candidate > 2 && !bit_test(candidate, 0)) continue;
+        ++result.tested;
+        if (test(candidate)) {
+            result.prime = candidate;
+            result.found = true;
+            break;
+        }
+    }
+    return result;
+}
+
+std::string test_name(unsigned bits) {
+    if (bits <= 64) return "64-bit test, proven";
+    return fmt::format("Baillie-PSW at {} bits", std::bit_ceil(bits));
+}
+
+}  // namespace bench_host

@@ -1,0 +1,48 @@
+/**
+ * @file   primality.h
+ * @brief  KESH_PrimeQ for people: numbers of up to 1024 bits, walks to neighbouring primes.
+ */
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "expression.h"
+#include "library.h"
+
+namespace bench_host {
+
+/** Largest number of bits that the library tests. */
+constexpr unsigned primality_bits = 1024;
+
+/** Calls KESH_PrimeQ of one library. */
+class PrimalityTest {
+  public:
+    /** @throws BadInput when the library does not export KESH_PrimeQ */
+    explicit PrimalityTest(const Library& library);
+
+    /** Whether n is prime. Precondition: 0 <= n < 2^1024. The limbs are passed in a length that has a width of its own:
+     * 1, 2, 4, 8, 16. */
+    bool operator()(const cpp_int& n) const;
+
+  private:
+    PrimeQFunction function_;
+};
+
+/** Reads one number of at most 1024 bits. @throws BadInput */
+cpp_int read_candidate(const std::string& text);
+
+/** Where a walk to a neighbouring prime ended. */
+struct Neighbour {
+    cpp_int prime;
+    std::size_t tested = 0;  ///< candidates given to the library
+    bool found = false;      ///< false: stopped, or no prime that way within 1024 bits
+};
+
+/** The smallest prime above n, or the largest below it; asks `stop` between candidates. */
+Neighbour find_neighbour(const PrimalityTest& test, const cpp_int& n, bool upwards, const std::function<bool()>& stop);
+
+/** "64-bit test, proven" or "Baillie-PSW at 512 bits": how a number of that many bits is tested. */
+std::string test_name(unsigned bits);
+
+}  // namespace bench_host

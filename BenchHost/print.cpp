@@ -1,0 +1,345 @@
+/**
+ * @file   print.cpp
+ * @brief  Text and JSON forms.
+ */
+#include "print.h"
+
+#include <fmt/args.h>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "expression.h"
+#include "progress.h"
+#include "tensors.h"
+
+namespace bench_host {
+
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+/** Rows of a shortened tensor at either end. */
+constexpr std::size_t rows_at_an_end = 6;
+
+bool is_negative_pattern(const Outcome& outcome) {
+    const mint* number = std::get_if<mint>(&outcome.result);
+    return number != nullptr && *number < 0 && outcome.entry->result == Kind::pattern;
+}
+
+/** The result on one line. */
+std::string plain_result(const Outcome& outcome) {
+    if (const auto* number = std::get_if<mint>(&outcome.result)) return fmt::format("{}", *number);
+    if (const auto* truth = std::get_if<bool>(&outcome.result)) return *truth ? "true" : "false";
+    if (const auto* text = std::get_if<std::string>(&outcome.result)) return *text;
+    if (const auto* tensor = std::get_if<TensorResult>(&outcome.result)) return fmt::format("{}", (*tensor)->length);
+    return "";
+}
+
+std::string sentence(const Outcome& outcome) {
+    if (outcome.entry->sentence.empty()) return "";
+    const std::string plain = is_negative_pattern(outcome)
+                                  ? fmt::format("{}", static_cast<umint>(std::get<mint>(outcome.result)))
+                                  : plain_result(outcome);
+    fmt::dynamic_format_arg_store<fmt::format_context> words;
+    for (const ArgumentValue& argument : outcome.arguments) words.push_back(argument.typed);
+    // Arguments that --unchecked left out.
+    for (std::size_t i = outcome.arguments.size(); i < 3; ++i) words.push_back("?");
+    words.push_back(fmt::arg("r", plain.size() > 4 && plain.size() < 60 ? group_digits(plain, ',') : plain));
+    return fmt::vformat(std::string(outcome.entry->sentence), words);
+}
+
+std::string how(const Outcome& outcome) {
+    std::string text = format_duration(outcome.seconds);
+    if (outcome.pieces > 1) text += fmt::format(", in {} pieces", outcome.pieces);
+    if (outcome.task)
+        text += fmt::format(", task {} with {} progress reports", outcome.task->id, outcome.task->status_events);
+    return text;
+}
+
+}  // namespace
+
+std::string wrapped(const std::string& text, unsigned width, unsigned indent) {
+    std::istringstream words(text);
+    std::string result;
+    std::string word;
+    std::size_t column = indent;
+    while (words >> word) {
+        if (column > indent && column + 1 + word.size() > width) {
+            result += '\n' + std::string(indent, ' ');
+            column = indent;
+        } else if (column > indent) {
+            result += ' ';
+            ++column;
+        }
+        result += word;
+        column += word.size();
+    }
+    return result;
+}
+
+std::string tensor_table(std::span<const mint> values, const PrintLook& look) {
+    if (values.empty()) return "{}\n";
+    std::size_t cell = 1;
+    for (const mint value :
+         {*std::min_element(values.begin(), values.end()), *std::max_element(values.begin(), values.end())}) {
+        cell = std::max(cell, fmt::formatted_size("{}", value));
+    }
+    const std::size_t margin = fmt::formatted_size("{}", values.size()) + 2;
+    std::size_t columns = look.width > margin + cell ? (look.width - margin) / (cell + 2) : 1;
+    // Round numbers of columns make the index readable.
+    for (const std::size_t round : {20UL, 10UL, 5UL}) {
+        if (columns >= round) {
+            columns = round;
+            break;
+        }
+    }
+    columns = std::max<std::size_t>(columns, 1);
+    const std::size_t rows = (values.size() + columns - 1) / columns;
+    const bool shortened = !look.whole_tensors && rows > 2 * rows_at_an_end + 1;
+    std::string text;
+    for (std::size_t row = 0; row < rows; ++row) {
+        if (shortened && row == rows_at_an_end) {
+            const std::size_t left_out = (rows - 2 * rows_at_an_end) * columns;
+            text += look.style.dim(fmt::format("{:>{}}  ... {} more ...", "", margin - 2, left_out)) + '\n';
+            row = rows - rows_at_an_end;
+        }
+        text += look.style.dim(fmt::format("{:>{}}:", row * columns + 1, margin - 1));
+        for (std::size_t i = row * columns; i < std::min(values.size(), (row + 1) * columns); ++i)
+            text += fmt::format("  {:>{}}", values[i], cell);
+        text += '\n';
+    }
+    return text;
+}
+
+std::string result_text(const Outcome& outcome, const PrintLook& look) {
+    if (outcome.status == Status::submitted) {
+        return look.quiet ? fmt::format("{}\n", outcome.task->id)
+                          : fmt::format("task {}: {}\n", outcome.task->id, outcome.task->what);
+    }
+    if (outcome.status != Status::ok) return "";
+    std::string text;
+    if (const auto* tensor = std::get_if<TensorResult>(&outcome.result)) {
+        if (look.quiet) {
+            for (const mint value : (*tensor)->data()) text += fmt::format("{}\n", value);
+            return text;
+        }
+        text = tensor_table((*tensor)->data(), look);
+    } else if (!std::holds_alternative<std::monostate>(outcome.result)) {
+        text = look.style.bold(plain_result(outcome)) + '\n';
+    }
+    if (look.quiet) return text;
+    std::string words = sentence(outcome);
+    if (is_negative_pattern(outcome)) {
+        words += " The host's integers have a sign: it arrives as the negative number above.";
+    }
+    const std::string timing = how(outcome);
+    return text +
+           (words.empty() ? look.style.dim(fmt::format("({})", timing))
+                          : fmt::format("{}  {}", words, look.style.dim(fmt::format("({})", timing)))) +
+           '\n';
+}
+
+std::string failure_text(const Outcome& outcome, const Style& style) {
+    const std::string call = fmt::format("{}({})", outcome.entry->name,
+                                         fmt::join(
+                                             [&] {
+                                                 std::vector<std::string> typed;
+                                                 for (const ArgumentValue& argument : outcome.arguments)
+                                                     typed.push_back(argument.typed);
+                                                 return typed;
+                                             }(),
+                                             ", "));
+    switch (outcome.status) {
+        case Status::ok:
+        case Status::submitted:
+            return "";
+        case Status::missing:
+            return fmt::format("{} {} is not exported by this library\n", style.red("missing:"), outcome.entry->name);
+        case Status::stopped:
+            return fmt::format("{} {} after {}{}\n", style.yellow("stopped:"), call, format_duration(outcome.seconds),
+                               outcome.task ? ""
+                               : outcome.code != 0
+                                   ? fmt::format("; it returned {}, {}", outcome.code, error_name(outcome.code))
+                                   : "");
+        case Status::exception:
+            return fmt::format("{} {} left {}: {}\n", style.red("exception:"), outcome.exception_type, call,
+                               outcome.exception_text);
+        case Status::error:
+            break;
+    }
+    if (outcome.task && !outcome.task->running() && outcome.code == 0) {
+        return outcome.task->failed
+                   ? fmt::format("{} {} failed: task {} reported \"Error\" with \"$Failed\"\n", style.red("error:"),
+                                 call, outcome.task->id)
+                   : fmt::format(
+                         "{} {} ended without a result: task {} was removed, and no value came with its events\n",
+                         style.red("error:"), call, outcome.task->id);
+    }
+    return fmt::format(
+        "{} {} returned {}, {}\n       {}\n", style.red("error:"), call, outcome.code, error_name(outcome.code),
+        style.dim(wrapped(fmt::format("Errors of {}: {}.", outcome.entry->name, outcome.entry->errors), 100, 7)));
+}
+
+std::string event_value_text(const std::optional<EventValue>& value) {
+    if (!value) return "(no value)";
+    if (const auto* number = std::get_if<mint>(&*value)) return fmt::format("{}", *number);
+    if (const auto* real = std::get_if<mreal>(&*value)) return fmt::format("{:.2f}", *real);
+    return fmt::format("\"{}\"", std::get<std::string>(*value));
+}
+
+Json to_json(const Task& task) {
+    Json object = {{"id", task.id},
+                   {"what", task.what},
+                   {"state", state_name(task.state)},
+                   {"status_events", task.status_events},
+                   {"first_percent", task.first_percent ? Json(*task.first_percent) : Json()},
+                   {"last_percent", task.first_percent ? Json(task.percent) : Json()},
+                   {"failed", task.failed}};
+    if (task.result) {
+        std::visit([&](const auto& value) { object["result"] = value; }, *task.result);
+    } else {
+        object["result"] = nullptr;
+    }
+    return object;
+}
+
+namespace {
+
+Json argument_json(const Outcome& outcome, std::size_t i) {
+    const ArgumentValue& argument = outcome.arguments[i];
+    const auto& parameters = outcome.entry->parameters;
+    Json object = {{"name", i < parameters.size() ? Json(parameters[i].name) : Json()},
+                   {"kind", kind_name(argument.kind)},
+                   {"typed", argument.typed},
+                   {"value", value_text(argument)}};
+    return object;
+}
+
+Json result_json(const Outcome& outcome) {
+    if (const auto* number = std::get_if<mint>(&outcome.result)) {
+        Json object = {{"kind", "integer"}, {"value", *number}, {"text", fmt::format("{}", *number)}};
+        if (is_negative_pattern(outcome)) object["unsigned"] = fmt::format("{}", static_cast<umint>(*number));
+        return object;
+    }
+    if (const auto* truth = std::get_if<bool>(&outcome.result)) return {{"kind", "boolean"}, {"value", *truth}};
+    if (const auto* text = std::get_if<std::string>(&outcome.result))
+        return {{"kind", "string"}, {"value", *text}, {"text", *text}};
+    if (const auto* tensor = std::get_if<TensorResult>(&outcome.result)) {
+        return {{"kind", "tensor"}, {"dimensions", (*tensor)->dimensions}, {"value", (*tensor)->data()}};
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+Json to_json(const Outcome& outcome) {
+    Json arguments = Json::array();
+    for (std::size_t i = 0; i < outcome.arguments.size(); ++i) arguments.push_back(argument_json(outcome, i));
+    Json object = {{"export", outcome.entry->name},
+                   {"arguments", std::move(arguments)},
+                   {"status", status_name(outcome.status)},
+                   {"code", outcome.code},
+                   {"code_name", error_name(outcome.code)},
+                   {"result", result_json(outcome)},
+                   {"seconds", outcome.seconds},
+                   {"pieces", outcome.pieces}};
+    if (outcome.status == Status::exception || !outcome.exception_type.empty()) {
+        object["exception"] = {{"type", outcome.exception_type}, {"text", outcome.exception_text}};
+    }
+    if (outcome.task) object["task"] = to_json(*outcome.task);
+    object["breaches"] = outcome.breaches;
+    return object;
+}
+
+Json bad_input_json(const std::vector<std::string>& words, const std::string& message) {
+    return {{"export", words.empty() ? Json() : Json(words[0])}, {"status", "bad input"}, {"message", message}};
+}
+
+std::string list_text(const PrintLook& look) {
+    std::string text;
+    std::optional<Family> family;
+    for (const Export& entry : export_table()) {
+        if (family != entry.family) {
+            text += fmt::format("{}{}\n", family ? "\n" : "", look.style.bold(family_title(entry.family)));
+            family = entry.family;
+        }
+        std::string signature = fmt::format("{}(", entry.name);
+        for (std::size_t i = 0; i < entry.parameters.size(); ++i) {
+            signature += fmt::format("{}{}: {}", i == 0 ? "" : ", ", entry.parameters[i].name,
+                                     kind_name(entry.parameters[i].kind));
+        }
+        signature += fmt::format(") -> {}", kind_name(entry.result));
+        constexpr unsigned column = 62;
+        if (look.width >= column + 50) {
+            text += fmt::format("  {:<{}} {}\n", signature, column,
+                                look.style.dim(wrapped(std::string(entry.summary), look.width, column + 3)));
+        } else {
+            text += fmt::format("  {}\n      {}\n", signature,
+                                look.style.dim(wrapped(std::string(entry.summary), look.width, 6)));
+        }
+    }
+    return text;
+}
+
+Json list_json() {
+    Json exports = Json::array();
+    for (const Export& entry : export_table()) {
+        Json parameters = Json::array();
+        for (const Parameter& parameter : entry.parameters) {
+            parameters.push_back(
+                {{"name", parameter.name}, {"kind", kind_name(parameter.kind)}, {"meaning", parameter.meaning}});
+        }
+        exports.push_back({{"export", entry.name},
+                           {"family", family_title(entry.family)},
+                           {"arguments", std::move(parameters)},
+                           {"result", kind_name(entry.result)},
+                           {"summary", entry.summary},
+                           {"errors", entry.errors},
+                           {"cost", entry.cost},
+                           {"example", entry.example}});
+    }
+    return exports;
+}
+
+std::string export_help(const Export& entry, const PrintLook& look) {
+    std::string text = fmt::format("{}\n  {}\n", look.style.bold(usage_line(entry)),
+                                   wrapped(std::string(entry.summary), look.width, 2));
+    const auto line = [&](std::string_view name, std::string_view meaning) {
+        text += fmt::format("  {:<9} {}\n", name, wrapped(std::string(meaning), look.width, 12));
+    };
+    for (const Parameter& parameter : entry.parameters)
+        line(parameter.name, fmt::format("{}: {}", kind_name(parameter.kind), parameter.meaning));
+    line("result", kind_name(entry.result));
+    line("errors", entry.errors);
+    line("cost", entry.cost);
+    std::string example(entry.name);
+    for (const std::string_view word : entry.example) example.append(" ").append(word);
+    if (!entry.example_result.empty()) example.append("   gives ").append(entry.example_result);
+    line("example", example);
+    return text;
+}
+
+std::string tasks_text(const std::vector<Task>& tasks, const PrintLook& look) {
+    if (tasks.empty()) return "no tasks\n";
+    std::string text = look.style.bold(fmt::format("{:>4}  {:<9} {:>8} {:>8}  {:<34} {}", "task", "state", "percent",
+                                                   "time", "count", "result")) +
+                       '\n';
+    const auto now = Task::Clock::now();
+    for (const Task& task : tasks) {
+        const auto end = task.state == TaskState::removed ? task.ended : now;
+        const bool begun = task.state != TaskState::created;
+        std::string result;
+        if (task.failed) result = "failed or stopped";
+        if (task.result) result = event_value_text(task.result);
+        text += fmt::format("{:>4}  {:<9} {:>8} {:>8}  {:<34} {}\n", task.id, state_name(task.state),
+                            task.status_events > 0 ? fmt::format("{:.1f}", task.percent) : "-",
+                            begun ? format_duration(std::chrono::duration<double>(end - task.submitted).count()) : "-",
+                            task.what, result);
+    }
+    return text;
+}
+
+}  // namespace bench_host

@@ -1,0 +1,343 @@
+/**
+ * @file   session.cpp
+ * @brief  Commands.
+ */
+#include "session.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "arguments.h"
+#include "event_log.h"
+#include "exit_codes.h"
+#include "host.h"
+#include "host_tables.h"
+#include "interrupts.h"
+#include "number_stream.h"
+#include "primality.h"
+#include "suggest.h"
+
+namespace bench_host {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const std::vector<std::string>& all_names() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> result;
+        for (const Export& entry : export_table()) result.emplace_back(entry.name);
+        for (const CommandWord& word : command_words()) result.emplace_back(word.name);
+        return result;
+    }();
+    return names;
+}
+
+int exit_code_of(const Outcome& outcome) {
+    if (!outcome.breaches.empty()) return exit_breach;
+    if (outcome.status == Status::stopped && interrupts_seen() > 0) return exit_interrupted;
+    return outcome.good() ? exit_ok : exit_call_failed;
+}
+
+bool on_or_off(const std::string& word) {
+    if (word == "on" || word == "off") return word == "on";
+    throw BadInput(fmt::format("'{}' is neither on nor off", word));
+}
+
+}  // namespace
+
+void print(const std::string& text) {
+    std::fputs(text.c_str(), stdout);
+    std::fflush(stdout);
+}
+
+void print_error(const std::string& text) {
+    std::fflush(stdout);
+    std::fputs(text.c_str(), stderr);
+}
+
+Session::Session(const Options& defaults)
+    : defaults_(defaults), library_(defaults.library, library_data()), events_(std::make_unique<EventLog>()) {
+    const Style style = error_style(defaults);
+    host().breaches.on_breach(
+        [style](const std::string& what) { print_error(fmt::format("{} {}\n", style.red("PROTOCOL BREACH:"), what)); });
+}
+
+Session::~Session() = default;
+
+PrintLook Session::look(const Options& options) const {
+    return {.style = Style(STDOUT_FILENO, options.colour),
+            .width = terminal_width(STDOUT_FILENO),
+            .quiet = options.quiet,
+            .whole_tensors = options.all};
+}
+
+ProgressLook Session::progress_look(const Options& options) const {
+    const bool terminal = is_terminal(STDERR_FILENO);
+    return {.visible = terminal,
+            .in_place = terminal,
+            .utf8 = utf8_locale(),
+            .style = Style(STDERR_FILENO, options.colour)};
+}
+
+Style Session::error_style(const Options& options) const {
+    return Style(STDERR_FILENO, options.colour);
+}
+
+int Session::bad_input(const Options& options, const std::string& message) const {
+    if (options.json) {
+        print(bad_input_json(options.words, message).dump() + "\n");
+    } else {
+        print_error(message + "\n");
+    }
+    return exit_bad_input;
+}
+
+std::string Session::unknown_name(const std::string& name) const {
+    const auto near = nearest_names(name, all_names());
+    if (near.empty())
+        return fmt::format("'{}' is neither an export nor a command; 'list' shows the exports, 'help' the commands",
+                           name);
+    std::string choices = near[0];
+    for (std::size_t i = 1; i < near.size(); ++i) choices += (i + 1 == near.size() ? " or " : ", ") + near[i];
+    return fmt::format("'{}' is neither an export nor a command; did you mean {}?", name, choices);
+}
+
+std::string Session::version_text() const {
+    std::string text = fmt::format("kesh-host {}\nlibrary {} (interface version {})\n", KESH_HOST_VERSION,
+                                   library_.path().string(), library_.interface_version());
+    for (const auto& [name, function] :
+         {std::pair{"primesieve", "primesieve_version"}, std::pair{"primecount", "primecount_version"}}) {
+        if (const auto version = library_.dependency_version(function)) text += fmt::format("{} {}\n", name, *version);
+    }
+    return text;
+}
+
+void Session::prepare_faults(const Options& options) const {
+    FaultPlan& faults = host().faults;
+    faults.clear();
+    for (const std::string& fault : options.faults) {
+        try {
+            faults.add(fault);
+        } catch (const std::invalid_argument& error) {
+            throw BadInput(error.what());
+        }
+    }
+    if (options.leave_length && !faults.planned("MTensor_getInteger")) {
+        throw BadInput(
+            "--leave-length needs --fail MTensor_getInteger=CODE: only a faulted call leaves a position of your "
+            "choice");
+    }
+    if (options.leave_length && *options.leave_length >= 1 && *options.leave_length <= 16) {
+        throw BadInput(
+            "--leave-length 1 to 16 would have the library read a null limb pointer and end this process; take any "
+            "other length");
+    }
+    host().left_position = options.leave_length.value_or(0);
+}
+
+int Session::run(const std::vector<std::string>& arguments, bool at_prompt) {
+    Options options = defaults_;
+    try {
+        options = parse_options(arguments, defaults_);
+        return execute(options, at_prompt);
+    } catch (const BadInput& error) {
+        return bad_input(options, error.what());
+    }
+}
+
+int Session::execute(const Options& options, bool at_prompt) {
+    try {
+        prepare_faults(options);
+        if (options.version) return print(version_text()), exit_ok;
+        if (options.list) return run({"list", options.json ? "--json" : "--no-progress"}, at_prompt);
+        if (options.help || options.words.empty()) return help(options, options.words);
+
+        const std::string& name = options.words[0];
+        const std::vector<std::string> rest(options.words.begin() + 1, options.words.end());
+        if (name.starts_with('?')) return help(options, name == "?" ? rest : std::vector<std::string>{name.substr(1)});
+        if (const Export* entry = find_export(name)) return call(options, *entry, rest, at_prompt);
+        if (name == "list") return print(options.json ? list_json().dump() + "\n" : list_text(look(options))), exit_ok;
+        if (name == "help") return help(options, rest);
+        if (name == "version") return print(version_text()), exit_ok;
+        if (at_prompt) {
+            if (name == "tasks") return print(tasks_text(host().tasks.list(), look(options))), exit_ok;
+            if (name == "stop") return Caller(library_, progress_look(options)).stop_task(), exit_ok;
+            if (name == "wait") return wait(options, rest);
+            if (name == "set") return set(rest);
+        }
+        throw BadInput(unknown_name(name));
+    } catch (const BadInput& error) {
+        return bad_input(options, error.what());
+    }
+}
+
+int Session::help(const Options& options, const std::vector<std::string>& words) {
+    if (words.empty()) return print(help_text()), exit_ok;
+    if (const Export* entry = find_export(words[0])) return print(export_help(*entry, look(options))), exit_ok;
+    for (const CommandWord& word : command_words()) {
+        if (word.name == words[0]) return print(fmt::format("{}\n  {}\n", word.usage, word.meaning)), exit_ok;
+    }
+    throw BadInput(unknown_name(words[0]));
+}
+
+int Session::show(const Options& options, const Outcome& outcome) {
+    if (options.json) {
+        print(to_json(outcome).dump() + "\n");
+    } else {
+        print(result_text(outcome, look(options)));
+        print_error(failure_text(outcome, error_style(options)));
+    }
+    return exit_code_of(outcome);
+}
+
+int Session::call(const Options& options, const Export& entry, const std::vector<std::string>& words, bool at_prompt) {
+    if (entry.name == "KESH_PrimeQ") return test_primality(options, words);
+    if (options.next || options.previous || !options.file.empty())
+        throw BadInput(fmt::format("--next, --previous and --file belong to KESH_PrimeQ, not to {}", entry.name));
+    const bool logs = !options.events_file.empty() || at_prompt || options.call.background;
+    host().tasks.keep_events(logs);
+    const Caller caller(library_, progress_look(options));
+    Outcome outcome = caller.call(entry, words, options.call);
+    if (outcome.status == Status::submitted && !at_prompt && !options.call.background) {
+        // On the shell's line there is nobody to come back to: the task is waited for.
+        const Outcome begun = outcome;
+        outcome = caller.wait_for_task(begun.task->id, options.call);
+        outcome.entry = begun.entry;
+        outcome.arguments = begun.arguments;
+    }
+    const int code = show(options, outcome);
+    if (outcome.status == Status::submitted && !at_prompt) return std::max(code, wait_for_all(options));
+    // What a call in the foreground raised has been shown as its progress and result.
+    if (!at_prompt || outcome.status != Status::submitted) {
+        const auto events = host().tasks.take_events();
+        if (!options.events_file.empty()) events_->append_csv(options.events_file, events);
+        if (options.every_event && !options.json) print(events_->lines(events, true, look(options).style));
+    }
+    return code;
+}
+
+bool Session::print_events(const Options& options) {
+    const auto events = host().tasks.take_events();
+    if (!options.events_file.empty()) events_->append_csv(options.events_file, events);
+    const std::string text = events_->lines(events, options.every_event, look(options).style);
+    if (options.json) {
+        std::string objects;
+        for (const Event& event : events) {
+            if (event.name == "Status" && !options.every_event) continue;
+            nlohmann::ordered_json object = {
+                {"event", event.name}, {"task", event.task}, {"seconds", event.seconds}, {"value", nullptr}};
+            if (event.value) std::visit([&](const auto& value) { object["value"] = value; }, *event.value);
+            objects += object.dump() + "\n";
+        }
+        print(objects);
+        return !objects.empty();
+    }
+    print(text);
+    return !text.empty();
+}
+
+int Session::wait_for_all(const Options& options) {
+    const InterruptScope scope(3);
+    bool failed = false;
+    while (host().tasks.running() > 0) {
+        std::this_thread::sleep_for(20ms);
+        if (interrupts_seen() > 0) Caller(library_, progress_look(options)).stop_task();
+        print_events(options);
+    }
+    print_events(options);
+    for (const Task& task : host().tasks.list()) failed = failed || task.failed;
+    if (!host().breaches.take().empty()) return exit_breach;
+    if (interrupts_seen() > 0) return exit_interrupted;
+    return failed ? exit_call_failed : exit_ok;
+}
+
+void Session::stop_all() {
+    const auto limit = std::chrono::steady_clock::now() + 5s;
+    while (host().tasks.running() > 0 && std::chrono::steady_clock::now() < limit) {
+        Caller(library_, ProgressLook{}).stop_task();
+        std::this_thread::sleep_for(20ms);
+    }
+}
+
+int Session::wait(const Options& options, const std::vector<std::string>& words) {
+    const Caller caller(library_, progress_look(options));
+    int code = exit_ok;
+    std::vector<mint> ids;
+    if (words.empty()) {
+        for (const Task& task : host().tasks.list()) {
+            if (task.running()) ids.push_back(task.id);
+        }
+    } else {
+        cpp_int id;
+        try {
+            id = parse_integer(words[0]);
+        } catch (const ExpressionError& error) {
+            throw BadInput(error.what());
+        }
+        if (id < 1 || id > 1'000'000'000 || !host().tasks.find(static_cast<mint>(id)))
+            throw BadInput(fmt::format("there is no task {}; 'tasks' lists them", words[0]));
+        if (host().tasks.find(static_cast<mint>(id))->state == TaskState::created)
+            throw BadInput(fmt::format("task {} has not been given a count", words[0]));
+        ids.push_back(static_cast<mint>(id));
+    }
+    for (const mint id : ids) {
+        Outcome outcome = caller.wait_for_task(id, options.call);
+        print_events(options);
+        if (outcome.status == Status::stopped) {
+            code = exit_interrupted;
+            break;
+        }
+    }
+    return code;
+}
+
+int Session::set(const std::vector<std::string>& words) {
+    struct Setting {
+        std::string_view name;
+        bool* value;
+    };
+    const Setting settings[] = {{"json", &defaults_.json},
+                                {"quiet", &defaults_.quiet},
+                                {"all", &defaults_.all},
+                                {"every-event", &defaults_.every_event}};
+    if (words.empty()) {
+        for (const Setting& setting : settings)
+            print(fmt::format("{:<12} {}\n", setting.name, *setting.value ? "on" : "off"));
+        return exit_ok;
+    }
+    for (const Setting& setting : settings) {
+        if (setting.name != words[0]) continue;
+        *setting.value = words.size() < 2 || on_or_off(words[1]);
+        return exit_ok;
+    }
+    throw BadInput(fmt::format("'{}' cannot be set; there are json, quiet, all and every-event", words[0]));
+}
+
+int Session::test_primality(const Options& options, const std::vector<std::string>& words) {
+    const PrimalityTest test(library_);
+    const NumberJob job{.test = test,
+                        .options = options,
+                        .look = look(options),
+                        .progress = progress_look(options),
+                        .errors = error_style(options)};
+    int code = exit_bad_input;
+    if (!options.file.empty() || (words.size() == 1 && words[0] == "-")) {
+        if (options.next || options.previous)
+            throw BadInput("--next and --previous walk from numbers on the command line, not from a file");
+        if (!options.file.empty() && !words.empty())
+            throw BadInput("numbers are taken either from --file or from the command line");
+        code = test_number_stream(job, options.file.empty() ? "-" : options.file);
+    } else {
+        if (words.empty())
+            throw BadInput(
+                "KESH_PrimeQ takes numbers of up to 1024 bits; for example: KESH_PrimeQ 2^521-1 0xffff 10^40+121");
+        code = options.next || options.previous ? walk_from_numbers(job, words) : test_numbers(job, words);
+    }
+    return host().breaches.take().empty() ? code : exit_breach;
+}
+
+}  // namespace bench_host

@@ -1,0 +1,74 @@
+/**
+ * @file   session.h
+ * @brief  One command after another: what the shell's line and every line of the prompt do.
+ */
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "caller.h"
+#include "library.h"
+#include "options.h"
+#include "print.h"
+
+namespace bench_host {
+
+class EventLog;
+
+class Session {
+  public:
+    /** Opens the library. @throws LibraryError */
+    explicit Session(const Options& defaults);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    /** Carries out one command of the shell's line or the prompt and answers its exit code. Reports bad input itself.
+     */
+    int run(const std::vector<std::string>& arguments, bool at_prompt);
+    /** The same with options already read. */
+    int execute(const Options& options, bool at_prompt);
+
+    /** Waits for every task; at the prompt's end, in a script. */
+    int wait_for_all(const Options& options);
+    /** Stops what still runs and waits a little for it. */
+    void stop_all();
+
+    /** Prints the events that wait; true when anything was printed. */
+    bool print_events(const Options& options);
+
+    const Options& defaults() const {
+        return defaults_;
+    }
+
+  private:
+    int call(const Options& options, const Export& entry, const std::vector<std::string>& words, bool at_prompt);
+    int test_primality(const Options& options, const std::vector<std::string>& words);
+    int wait(const Options& options, const std::vector<std::string>& words);
+    int set(const std::vector<std::string>& words);
+    int help(const Options& options, const std::vector<std::string>& words);
+    int show(const Options& options, const Outcome& outcome);
+    int bad_input(const Options& options, const std::string& message) const;
+    std::string unknown_name(const std::string& name) const;
+    std::string version_text() const;
+    void prepare_faults(const Options& options) const;
+    PrintLook look(const Options& options) const;
+    ProgressLook progress_look(const Options& options) const;
+    Style error_style(const Options& options) const;
+
+    Options defaults_;
+    Library library_;
+    std::unique_ptr<EventLog> events_;
+};
+
+/** Writes the text to standard output at once, so that it keeps its place among progress lines. */
+void print(const std::string& text);
+void print_error(const std::string& text);
+
+/** Splits a line of the prompt into words: quotes, and the forms Name(a, b) and Name[a, b]. @throws BadInput */
+std::vector<std::string> split_line(const std::string& line);
+
+}  // namespace bench_host

@@ -1,0 +1,58 @@
+/**
+ * @file   tensors.h
+ * @brief  The host's tensors: arrays of machine integers of any rank, owned here, seen by the library as handles.
+ */
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+#include "VelmoraLibrary.h"
+
+/** The record behind the handle that the library holds. */
+struct st_MTensor {
+    std::vector<mint> dimensions;
+    std::unique_ptr<mint[]> values;
+    mint length = 0;
+    mint share_count = 0;
+
+    std::span<mint> data() const {
+        return {values.get(), static_cast<std::size_t>(length)};
+    }
+};
+
+namespace bench_host {
+
+/** Owns every tensor that lives. All members may be called from any thread; bad handles are told apart from good ones.
+ */
+class TensorStore {
+  public:
+    /** A new tensor of undefined content. Answers a host error code: wrong type, rank, dimension, or no memory. */
+    int create(mint type, mint rank, const mint* dimensions, MTensor* out);
+    /** A rank-1 tensor of the given values. */
+    MTensor create(std::span<const mint> values);
+    /** Releases the tensor; false when the handle is not one of this host's living tensors. */
+    bool release(MTensor tensor);
+    bool lives(MTensor tensor) const;
+    std::size_t living() const;
+
+    /**
+     * The element at a position (one index a dimension, counted from 1).
+     * Answers a host error code: LIBRARY_DIMENSION_ERROR outside, LIBRARY_MEMORY_ERROR for a null destination,
+     * LIBRARY_TYPE_ERROR for a handle that is not a living tensor.
+     */
+    int get_integer(MTensor tensor, const mint* position, mint* out) const;
+    int set_integer(MTensor tensor, const mint* position, mint value);
+    int clone(MTensor tensor, MTensor* out);
+
+  private:
+    mint* element(MTensor tensor, const mint* position) const;
+
+    mutable std::mutex mutex_;
+    std::unordered_map<MTensor, std::unique_ptr<st_MTensor>> tensors_;
+};
+
+}  // namespace bench_host
