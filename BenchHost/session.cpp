@@ -153,14 +153,14 @@ int Session::execute(const Options& options, bool at_prompt) {
     try {
         prepare_faults(options);
         if (options.version) return print(version_text()), exit_ok;
-        if (options.list) return run({"list", options.json ? "--json" : "--no-progress"}, at_prompt);
+        if (options.list || (!options.words.empty() && options.words[0] == "list"))
+            return print(options.json ? list_json().dump() + "\n" : list_text(look(options))), exit_ok;
         if (options.help || options.words.empty()) return help(options, options.words);
 
         const std::string& name = options.words[0];
         const std::vector<std::string> rest(options.words.begin() + 1, options.words.end());
         if (name.starts_with('?')) return help(options, name == "?" ? rest : std::vector<std::string>{name.substr(1)});
         if (const Export* entry = find_export(name)) return call(options, *entry, rest, at_prompt);
-        if (name == "list") return print(options.json ? list_json().dump() + "\n" : list_text(look(options))), exit_ok;
         if (name == "help") return help(options, rest);
         if (name == "version") return print(version_text()), exit_ok;
         if (at_prompt) {
