@@ -65,7 +65,7 @@ constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
 
     half s1, r1;
     math_isqrt(normalised.hi(), s1, r1);
-    half low_high_quarter;
+    half low_high_quarter(0);
     math_right_shift(normalised.lo(), quarter_bits, low_high_quarter);
     const T numerator = (T(r1) << quarter_bits) + T(low_high_quarter);
     T q, dropped;

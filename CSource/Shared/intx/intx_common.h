@@ -92,7 +92,7 @@ constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
     }
     half lo(0), hi(0);
     if (n < K) {
-        half spill;
+        half spill(0);
         math_left_shift(a.hi(), n, hi);
         math_right_shift(a.lo(), K - n, spill);
         math_or_equal(hi, spill);
@@ -115,9 +115,9 @@ constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
         c = a;
         return;
     }
-    half lo, hi(0);
+    half lo(0), hi(0);
     if (n < K) {
-        half spill;
+        half spill(0);
         math_right_shift(a.lo(), n, lo);
         math_left_shift(a.hi(), K - n, spill);
         math_or_equal(lo, spill);
@@ -143,7 +143,7 @@ template <engine_word T>
 constexpr void math_left_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi) noexcept {
     T low(lo), high(hi);
     if (n != 0) {
-        T spill;
+        T spill(0);
         math_left_shift_equal(high, n);
         math_right_shift(lo, width_v<T> - n, spill);
         math_or_equal(high, spill);
@@ -158,7 +158,7 @@ template <engine_word T>
 constexpr void math_right_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi) noexcept {
     T low(lo), high(hi);
     if (n != 0) {
-        T spill;
+        T spill(0);
         math_right_shift_equal(low, n);
         math_left_shift(hi, width_v<T> - n, spill);
         math_or_equal(low, spill);
@@ -351,7 +351,7 @@ constexpr void math_divmod_series(const T& lo, const T& hi, const T& d, T& q, T&
         if (steps != nullptr) steps->taken = division_steps::path::power_of_two;
         T quotient(lo), multiple(lo);
         if (s != 0) {
-            T spill;
+            T spill(0);
             math_right_shift(lo, s, quotient);
             math_left_shift(hi, width_v<T> - s, spill);
             math_or_equal(quotient, spill);
@@ -377,12 +377,106 @@ constexpr void math_divmod_series(const T& lo, const T& hi, const T& d, T& q, T&
     detail::divide_by_series(lo, high, d, q, r, steps);
 }
 
+namespace detail {
+
+/// Limbs of a up to its most significant non-zero one; 0 for a = 0.
+constexpr std::size_t significant_limbs(const umint* a, std::size_t count) noexcept {
+    while (count > 0 && a[count - 1] == 0) --count;
+    return count;
+}
+
+/// u[0 .. n] -= digit * v[0 .. n-1]; returns the borrow, 1 when digit was one too large.
+constexpr std::uint8_t subtract_multiple(umint* u, const umint* v, std::size_t n, umint digit) noexcept {
+    umint carry = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const umint2 product = static_cast<umint2>(digit) * v[i] + carry;
+        carry = static_cast<umint>(product >> MINT_BITS) + math_subborrow(0, u[i], static_cast<umint>(product), u[i]);
+    }
+    return math_subborrow(0, u[n], carry, u[n]);
+}
+
+/// One digit of the quotient: u[0 .. n] becomes its remainder by the normalised v[0 .. n-1], n >= 2.
+/// Precondition: u[1 .. n] < v. The estimate from the top two limbs of u and the top one of v is at most 2 too large,
+/// and at most 1, rarely, once the next limb of each has been looked at.
+constexpr umint next_quotient_limb(umint* u, const umint* v, std::size_t n) noexcept {
+    umint digit = ~umint{0}, rest = 0;
+    bool rest_fits = true;
+    if (u[n] < v[n - 1]) {
+        math_divmod(u[n - 1], u[n], v[n - 1], digit, rest);
+    } else {
+        rest_fits = math_addcarry(0, u[n - 1], v[n - 1], rest) == 0;
+    }
+    while (rest_fits && static_cast<umint2>(digit) * v[n - 2] > ((static_cast<umint2>(rest) << MINT_BITS) | u[n - 2])) {
+        --digit;
+        rest_fits = math_addcarry(0, rest, v[n - 1], rest) == 0;
+    }
+    if (subtract_multiple(u, v, n, digit) != 0) {
+        --digit;
+        std::uint8_t carry = 0;
+        for (std::size_t i = 0; i < n; ++i) carry = math_addcarry(carry, u[i], v[i], u[i]);
+        u[n] += carry;
+    }
+    return digit;
+}
+
+}  // namespace detail
+
+/// The same quotient and remainder as math_divmod_series, limb by limb (Knuth, The Art of Computer Programming
+/// 2, 4.3.1, algorithm D). A zero divisor returns q = 0, r = lo. Cost: one hardware division and n limb products for
+/// each limb of the quotient, n the significant limbs of d.
+template <wide_word T>
+constexpr void math_divmod_schoolbook(const T& lo, const T& hi, const T& d, T& q, T& r) noexcept {
+    constexpr std::size_t limbs = T::limbs;
+    umint u[2 * limbs + 1], v[limbs] = {};
+    for (std::size_t i = 0; i < limbs; ++i) u[i] = lo.limb[i];
+    for (std::size_t i = 0; i < limbs; ++i) u[limbs + i] = hi.limb[i];
+    u[2 * limbs] = 0;
+    const std::size_t n = detail::significant_limbs(d.limb, limbs);
+    const std::size_t length = detail::significant_limbs(u, 2 * limbs);
+    T quotient(0), remainder(0);
+    if (n == 0 || length < n) {
+        remainder = lo;
+    } else if (n == 1) {
+        umint rest = 0;
+        for (std::size_t i = length; i-- > 0;) {
+            umint digit = 0;
+            math_divmod(u[i], rest, d.limb[0], digit, rest);
+            if (i < limbs) quotient.limb[i] = digit;
+        }
+        remainder.limb[0] = rest;
+    } else {
+        // Normalised: the divisor's top bit set, the numerator shifted with it into one limb more.
+        const mint s = math_count_leading_zeros(d.limb[n - 1]);
+        const auto joined = [s](umint high, umint low) {
+            return s == 0 ? high : (high << s) | (low >> (MINT_BITS - s));
+        };
+        for (std::size_t i = length; i > 0; --i) u[i] = joined(u[i], u[i - 1]);
+        u[0] <<= s;
+        for (std::size_t i = n - 1; i > 0; --i) v[i] = joined(d.limb[i], d.limb[i - 1]);
+        v[0] = d.limb[0] << s;
+
+        for (std::size_t j = length - n + 1; j-- > 0;) {
+            const umint digit = detail::next_quotient_limb(u + j, v, n);
+            if (j < limbs) quotient.limb[j] = digit;
+        }
+        for (std::size_t i = 0; i < n; ++i) {
+            remainder.limb[i] = s == 0 ? u[i] : (u[i] >> s) | (u[i + 1] << (MINT_BITS - s));
+        }
+    }
+    q = quotient;
+    r = remainder;
+}
+
 /// For the 2N-bit numerator hi * 2^N + lo: r = the remainder modulo d, q = the quotient modulo 2^N (its low N bits when
 /// hi >= d). A zero divisor is not detected: the call returns with unspecified q and r. q and r may alias the inputs
-/// but not each other.
+/// but not each other. The limb takes the reciprocal series, the wide values the limb-by-limb form, which returns the
+/// same bits sooner.
 template <engine_word T>
 constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r) noexcept {
-    math_divmod_series(lo, hi, d, q, r);
+    if constexpr (wide_word<T>)
+        math_divmod_schoolbook(lo, hi, d, q, r);
+    else
+        math_divmod_series(lo, hi, d, q, r);
 }
 
 /// Two-word numerator hi * 2^N + lo; see math_divmod_imp.
@@ -426,6 +520,23 @@ constexpr T math_mod_inv_2(const T& a) noexcept {
     return r;
 }
 
+namespace detail {
+
+/// z = q * y modulo 2^N for a q that nearly always fits one limb, as the quotients of Euclid's algorithm do.
+template <engine_word T>
+constexpr void multiply_small(const T& q, const T& y, T& z) noexcept {
+    if constexpr (wide_word<T>) {
+        if (significant_limbs(q.limb, T::limbs) <= 1) {
+            unsigned char carry = 0;
+            math_mul_ui(0, 0, y, q.limb[0], carry, z);
+            return;
+        }
+    }
+    math_mul(q, y, z);
+}
+
+}  // namespace detail
+
 /// Inverse of u modulo v in [1, v); 0 when gcd(u, v) != 1 and when v = 1. u may be larger than v. Precondition: v != 0.
 /// Extended Euclid that carries only the non-negative cofactor and a sign toggle; cofactors never exceed v, so nothing
 /// wraps. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm X.) Cost: at most 1.45 N divisions with small
@@ -438,7 +549,7 @@ constexpr T math_invmod(T u, T v) noexcept {
     while (!math_is_zero(b)) {
         T q, t, z;
         math_divmod(a, b, q, t);
-        math_mul(q, y, z);
+        detail::multiply_small(q, y, z);
         math_add_equal_carry(0, z, x);
         x = y;
         y = z;

@@ -274,7 +274,7 @@ constexpr uintx_t<N>::operator double() const noexcept {
     // The top 64 bits, with every bit below them folded into the lowest: 11 bits more than a double holds, so the
     // hardware conversion of this limb rounds the whole value.
     const mint dropped = length - MINT_BITS;
-    uintx_t top;
+    uintx_t top(0);
     math_right_shift(*this, dropped, top);
     const umint sticky = math_count_trailing_zeros(*this) < dropped ? 1 : 0;
     const double scale = std::bit_cast<double>(static_cast<umint>(1023 + dropped) << 52);  // 2^dropped

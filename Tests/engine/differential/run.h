@@ -1,0 +1,57 @@
+/// @file   differential/run.h
+/// @brief  Runs a check on skewed random operands and on all pairs of hard cases.
+#pragma once
+
+#include "engine/differential/gmp.h"
+#include "engine/widths.h"
+
+namespace kesh::testing {
+
+/// Sets of operands per width: in every run, and in the tests named Long_.
+inline constexpr std::uint64_t usual_sets = 100'000;
+inline constexpr std::uint64_t long_sets = 10'000'000;
+
+template <engine_word T, class Check>
+void run_random(std::uint64_t sets, Check check) {
+    operand_source source(sets + static_cast<std::uint64_t>(width_v<T>));
+    for (std::uint64_t i = 0; i < sets; ++i) {
+        const verdict v = check(source.set<T>());
+        ASSERT_TRUE(v.empty()) << v;
+    }
+}
+
+/// All ordered pairs of hard cases, as operands of each other and as (high word, divisor).
+template <engine_word T, class Check>
+void run_hard_cases(Check check) {
+    const std::vector<T>& cases = hard_cases<T>();
+    mint count = 0;
+    for (const T& x : cases) {
+        for (const T& y : cases) {
+            const umint limb = limbs_of(y)[0];
+            const T& other = cases[static_cast<std::size_t>(count) % cases.size()];
+            for (const operands<T>& s : {operands<T>{x, y, y, x, limb, count % (width_v<T> + 2), 0},
+                                         operands<T>{other, x, x, y, limb, count % (width_v<T> + 2), 1}}) {
+                const verdict v = check(s);
+                ASSERT_TRUE(v.empty()) << v;
+            }
+            count += 7;
+        }
+    }
+}
+
+}  // namespace kesh::testing
+
+/// One family of operations on the given type list: random operands, hard cases, and the long run.
+#define KESH_DIFFERENTIAL_TESTS(name, types, check)                                            \
+    template <class T>                                                                         \
+    class name : public ::testing::Test {};                                                    \
+    TYPED_TEST_SUITE(name, types, ::kesh::testing::width_names);                               \
+    TYPED_TEST(name, RandomOperands) {                                                         \
+        ::kesh::testing::run_random<TypeParam>(::kesh::testing::usual_sets, check<TypeParam>); \
+    }                                                                                          \
+    TYPED_TEST(name, HardCases) {                                                              \
+        ::kesh::testing::run_hard_cases<TypeParam>(check<TypeParam>);                          \
+    }                                                                                          \
+    TYPED_TEST(name, Long_RandomOperands) {                                                    \
+        ::kesh::testing::run_random<TypeParam>(::kesh::testing::long_sets, check<TypeParam>);  \
+    }

@@ -1,0 +1,13 @@
+/// @brief Inverses modulo 2^N and modulo arbitrary moduli against GMP.
+
+#include "engine/differential/inverses.h"
+#include "engine/differential/run.h"
+
+namespace kesh::testing {
+namespace {
+
+KESH_DIFFERENTIAL_TESTS(InverseModuloPowerOfTwo, all_words, check_inverse_mod_2)
+KESH_DIFFERENTIAL_TESTS(InverseModulo, all_words, check_invmod)
+
+}  // namespace
+}  // namespace kesh::testing

@@ -1,0 +1,212 @@
+/// @file   operands.h
+/// @brief  Operands for the differential tests: a table of hard cases shared by all of them and a source of skewed
+/// random values.
+///
+/// Uniformly random limbs almost never carry far, never sit next to a power of two and never make a quotient estimate
+/// fail, so the source mixes uniform values with long runs of ones and zeros, single bits, values near 0 and near 2^N,
+/// equal halves and operands that are related to each other (multiples of the divisor and their neighbours, hi = d - 1,
+/// hi >= d).
+#pragma once
+
+#include <random>
+#include <vector>
+
+#include "Shared/intx/intx_operator.h"
+
+namespace kesh::testing {
+
+/// The limbs of an engine word, least significant first.
+template <engine_word T>
+const umint* limbs_of(const T& a) {
+    if constexpr (wide_word<T>)
+        return a.limb;
+    else
+        return &a;
+}
+template <engine_word T>
+umint* limbs_of(T& a) {
+    return const_cast<umint*>(limbs_of(std::as_const(a)));
+}
+
+/// 2^n, n < N.
+template <engine_word T>
+constexpr T power_of_two(mint n) {
+    T p;
+    math_left_shift(T(1), n, p);
+    return p;
+}
+
+template <engine_word T>
+T plus(T a, const T& b) {
+    math_add_equal_carry(0, a, b);
+    return a;
+}
+template <engine_word T>
+T minus(T a, const T& b) {
+    math_sub_equal_borrow(0, a, b);
+    return a;
+}
+
+/// Values that break careless carries, shifts and estimates: 0, 1, powers of two at every limb border and their
+/// neighbours, runs of ones that begin and end at limb borders, alternating bits, equal halves.
+template <engine_word T>
+const std::vector<T>& hard_cases() {
+    static const std::vector<T> cases = [] {
+        constexpr mint N = width_v<T>;
+        std::vector<T> v{T(0), T(1), T(2), T(3), T(5), T(10), minus(T(0), T(1)), minus(T(0), T(2)), minus(T(0), T(3))};
+        for (mint n = 32; n < N; n += 32) {
+            const T p = power_of_two<T>(n);
+            v.insert(v.end(), {p, minus(p, T(1)), plus(p, T(1)), minus(T(0), p), minus(minus(T(0), p), T(1))});
+        }
+        for (const mint n : {mint{1}, mint{31}, mint{33}, mint{63}, N / 2 - 1, N / 2 + 1, N - 2, N - 1}) {
+            const T p = power_of_two<T>(n < N ? n : N - 1);
+            v.insert(v.end(), {p, minus(p, T(1)), plus(p, T(1)), minus(T(0), p)});
+        }
+        for (const umint pattern :
+             {0x5555555555555555UL, 0xAAAAAAAAAAAAAAAAUL, 0x8000000000000000UL, 0x0000000100000001UL,
+              0x8000000000000001UL, 0xFFFFFFFF00000000UL, 0x00000000FFFFFFFFUL}) {
+            T repeated;
+            for (std::size_t i = 0; i < limbs_v<T>; ++i) limbs_of(repeated)[i] = pattern;
+            v.push_back(repeated);
+        }
+        return v;
+    }();
+    return cases;
+}
+
+/// One set of operands; every check uses what it needs of it.
+template <engine_word T>
+struct operands {
+    T a, b, c, d;
+    umint limb;
+    mint count;
+    std::uint8_t carry;
+};
+
+/// A repeatable stream of operands.
+class operand_source {
+  public:
+    explicit operand_source(std::uint64_t seed) : random_(seed) {}
+
+    std::uint64_t below(std::uint64_t bound) {
+        return random_() % bound;
+    }
+
+    template <engine_word T>
+    T value() {
+        T a;
+        umint* const limb = limbs_of(a);
+        switch (below(10)) {
+            case 0:
+            case 1:
+                fill_uniform<T>(limb);
+                return a;
+            case 2:  // any bit length
+                fill_uniform<T>(limb);
+                math_right_shift_equal(a, static_cast<mint>(below(limbs_v<T> * 64)));
+                return a;
+            case 3:
+            case 4:
+                fill_runs<T>(limb);
+                return a;
+            case 5: {  // a single bit, or all ones above it, and a small distance from either
+                a = power_of_two<T>(static_cast<mint>(below(limbs_v<T> * 64)));
+                if (below(2) == 0) a = minus(T(0), a);
+                return below(2) == 0 ? a : below(2) == 0 ? plus(a, small<T>()) : minus(a, small<T>());
+            }
+            case 6:
+                return small<T>();
+            case 7:
+                return minus(T(0), small<T>());
+            case 8: {
+                fill_runs<T>(limb);
+                for (std::size_t i = limbs_v<T> / 2; i < limbs_v<T>; ++i) limb[i] = limb[i - limbs_v<T> / 2];
+                return a;
+            }
+            default:
+                return hard_cases<T>()[below(hard_cases<T>().size())];
+        }
+    }
+
+    template <engine_word T>
+    operands<T> set() {
+        operands<T> s{
+            value<T>(), value<T>(), value<T>(), value<T>(), value<umint>(), 0, static_cast<std::uint8_t>(below(2))};
+        s.count = static_cast<mint>(below(limbs_v<T> * 64 + 4)) - 1;
+        relate(s);
+        return s;
+    }
+
+  private:
+    template <engine_word T>
+    void fill_uniform(umint* limb) {
+        for (std::size_t i = 0; i < limbs_v<T>; ++i) limb[i] = random_();
+    }
+
+    /// Alternating runs of ones and zeros with lengths from 1 to 64 bits, or to the whole width.
+    template <engine_word T>
+    void fill_runs(umint* limb) {
+        const std::uint64_t longest = below(2) == 0 ? 64 : limbs_v<T> * 64;
+        bool ones = below(2) == 0;
+        std::uint64_t left = 1 + below(longest);
+        for (std::size_t i = 0; i < limbs_v<T>; ++i) {
+            limb[i] = 0;
+            for (std::uint64_t bit = 0; bit < 64;) {
+                const std::uint64_t run = std::min(left, 64 - bit);
+                if (ones) limb[i] |= (~umint{0} >> (64 - run)) << bit;
+                bit += run;
+                left -= run;
+                if (left == 0) {
+                    left = 1 + below(longest);
+                    ones = !ones;
+                }
+            }
+        }
+    }
+
+    template <engine_word T>
+    T small() {
+        return T(static_cast<umint>(below(below(2) == 0 ? 8 : 1000)));
+    }
+
+    /// Sometimes ties the operands of a division, a : numerator low, b : high, d : divisor, to each other.
+    template <engine_word T>
+    void relate(operands<T>& s) {
+        switch (below(12)) {
+            case 0:
+                s.b = s.a;
+                break;
+            case 1:
+                s.b = below(2) == 0 ? plus(s.a, T(1)) : minus(s.a, T(1));
+                break;
+            case 2:  // the largest numerators with hi < d
+                s.b = minus(s.d, T(1));
+                if (below(2) == 0) s.a = minus(T(0), small<T>());
+                break;
+            case 3:
+                s.b = plus(s.d, small<T>());
+                break;
+            case 4:
+            case 5:
+            case 6: {  // next to a multiple of the divisor
+                math_mul(s.c, s.d, s.a, s.b);
+                const T distance = small<T>();
+                if (below(2) == 0) {
+                    math_add_equal_carry(math_add_equal_carry(0, s.a, distance), s.b, T(0));
+                } else {
+                    math_sub_equal_borrow(math_sub_equal_borrow(0, s.a, distance), s.b, T(0));
+                }
+                break;
+            }
+            case 7:
+                s.d = plus(power_of_two<T>(width_v<T> - 1), small<T>());
+                break;
+            default:
+                break;
+        }
+    }
+
+    std::mt19937_64 random_;
+};
+
+}  // namespace kesh::testing
