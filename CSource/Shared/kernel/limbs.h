@@ -15,11 +15,21 @@ inline std::uint8_t subtract(umint* r, const umint* a, const umint* b) noexcept 
     return borrow;
 }
 
+/// Keeps a limb in a general register: code that the compiler moved to vectors would load, as vectors, limbs that were stored one by
+/// one a moment before, and the processor cannot forward such stores to the load but waits until they reach the cache.
+inline void keep_scalar(umint& limb) noexcept {
+    asm("" : "+r"(limb));
+}
+
 /// r = mask ? a : b, for a mask of all ones or zero. r may be a or b.
 template <int n>
 inline void select(umint* r, umint mask, const umint* a, const umint* b) noexcept {
 #pragma GCC unroll 16
-    for (int i = 0; i < n; ++i) r[i] = b[i] ^ ((a[i] ^ b[i]) & mask);
+    for (int i = 0; i < n; ++i) {
+        umint limb = b[i] ^ ((a[i] ^ b[i]) & mask);
+        keep_scalar(limb);
+        r[i] = limb;
+    }
 }
 
 /// r = (top 2^(64 n) + t) mod m for a value below 2 m: one subtraction, taken or not. r may be t.
@@ -37,7 +47,11 @@ inline void double_if(umint* x, umint bit, const umint* m) noexcept {
     umint t[n];
     std::uint8_t carry = 0;
 #pragma GCC unroll 16
-    for (int i = 0; i < n; ++i) carry = math_addcarry(carry, x[i], x[i] & mask, t[i]);
+    for (int i = 0; i < n; ++i) {
+        umint addend = x[i] & mask;
+        keep_scalar(addend);
+        carry = math_addcarry(carry, x[i], addend, t[i]);
+    }
     reduce_once<n>(x, t, carry, m);
 }
 
@@ -48,7 +62,11 @@ inline void subtract_mod(umint* r, const umint* a, const umint* b, const umint* 
     const umint mask = umint{0} - umint{subtract<n>(t, a, b)};
     std::uint8_t carry = 0;
 #pragma GCC unroll 16
-    for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], m[i] & mask, r[i]);
+    for (int i = 0; i < n; ++i) {
+        umint addend = m[i] & mask;
+        keep_scalar(addend);
+        carry = math_addcarry(carry, t[i], addend, r[i]);
+    }
 }
 
 template <int n>

@@ -3,6 +3,8 @@
 
 #include "Shared/kernel/portable.h"
 
+#include "Shared/kernel/narrow.h"
+
 namespace kesh::kernel {
 
 namespace {
@@ -21,8 +23,13 @@ void sqr(umint* r, const umint* a, const Modulus<n>& modulus) noexcept {
 
 template <int n>
 const Routines<n>& portable_routines() noexcept {
-    static constexpr Routines<n> table = {mul<n>, sqr<n>, generic_pow2<n, Portable>, generic_lucas_ladder<n, Portable>};
-    return table;
+    if constexpr (n == 2) {
+        static constexpr Routines<2> table = {mul<2>, sqr<2>, pow2_128, lucas_ladder_128};
+        return table;
+    } else {
+        static constexpr Routines<n> table = {mul<n>, sqr<n>, generic_pow2<n, Portable>, generic_lucas_ladder<n, Portable>};
+        return table;
+    }
 }
 
 template const Routines<2>& portable_routines<2>() noexcept;

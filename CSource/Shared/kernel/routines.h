@@ -36,31 +36,29 @@ inline void generic_pow2(umint* x, const umint* e, const Modulus<n>& modulus) no
 }
 
 /// lucas_ladder over the products of `Arithmetic`. The pair (V(k), V(k+1)) goes to (V(2k), V(2k+1)) for a clear bit and to
-/// (V(2k+1), V(2k+2)) for a set one, where V(2k+1) = V(k) V(k+1) - a and V(2k) = V(k)^2 - 2. The product and the square do not
-/// depend on each other, so that the processor works on both at once; which of the two values is squared is selected without a branch.
+/// (V(2k+1), V(2k+2)) for a set one, where V(2k+1) = V(k) V(k+1) - a and V(2k) = V(k)^2 - 2. So the member of the pair that the bit
+/// numbers is squared in place, and the product takes the place of the other one: no branch depends on the bit. The product and the
+/// square do not depend on each other, so that the processor works on both at once.
 template <int n, class Arithmetic>
 inline void generic_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept {
-    umint two[n], low[n], high[n];
-    for (int i = 0; i < n; ++i) low[i] = two[i] = modulus.r1[i];
+    umint two[n], pair[2][n];
+    for (int i = 0; i < n; ++i) two[i] = modulus.r1[i];
     double_if<n>(two, 1, modulus.m);
     for (int i = 0; i < n; ++i) {
-        low[i] = two[i];
-        high[i] = a[i];
+        pair[0][i] = two[i];
+        pair[1][i] = a[i];
     }
     for (int i = bit_length<n>(e) - 1; i >= 0; --i) {
-        const umint mask = umint{0} - bit_at(e, i);
+        const umint bit = bit_at(e, i);
         umint product[n], square[n];
-        Arithmetic::mul(product, low, high, modulus);
-        select<n>(square, mask, high, low);
-        Arithmetic::sqr(square, square, modulus);
-        subtract_mod<n>(product, product, a, modulus.m);
-        subtract_mod<n>(square, square, two, modulus.m);
-        select<n>(low, mask, product, square);
-        select<n>(high, mask, square, product);
+        Arithmetic::mul(product, pair[0], pair[1], modulus);
+        Arithmetic::sqr(square, pair[bit], modulus);
+        subtract_mod<n>(pair[1 - bit], product, a, modulus.m);
+        subtract_mod<n>(pair[bit], square, two, modulus.m);
     }
     for (int i = 0; i < n; ++i) {
-        l[i] = low[i];
-        h[i] = high[i];
+        l[i] = pair[0][i];
+        h[i] = pair[1][i];
     }
 }
 

@@ -1,0 +1,16 @@
+/// @file   narrow.h
+/// @brief  The power and the ladder at 128 bits in forms of their own, for every level.
+#pragma once
+
+#include "Shared/kernel/limbs.h"
+#include "Shared/kernel/routines.h"
+
+namespace kesh::kernel {
+
+/// pow2<2>.
+void pow2_128(umint* x, const umint* e, const Modulus<2>& modulus) noexcept;
+
+/// lucas_ladder<2>.
+void lucas_ladder_128(umint* l, umint* h, const umint* a, const umint* e, const Modulus<2>& modulus) noexcept;
+
+}  // namespace kesh::kernel
