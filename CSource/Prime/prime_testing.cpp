@@ -1,0 +1,126 @@
+/**
+ * @file   prime_testing.cpp
+ * @brief  The deterministic test of 64-bit integers, side by side and one strong test after another.
+ */
+#include "Prime/prime_testing.h"
+
+#include <array>
+#include <initializer_list>
+
+#include "Prime/prime_data.h"
+#include "Shared/kernel/strong_word.h"
+
+namespace kesh {
+namespace {
+
+/** Last number that the bitmap of odd primes knows. */
+constexpr std::uint32_t bitmap_limit = 1048577;
+
+/** From here on the hashed base alone does not clear its bucket and a third base is needed. */
+constexpr u64 third_base_from = u64{1} << 49;
+
+/** Multiplicative hash of the low 32 bits; a table of 2^k entries is indexed by its top k bits. */
+constexpr std::uint32_t hash(u64 n) {
+    return static_cast<std::uint32_t>(n) * 0xAD625B89u;
+}
+
+/** The third base, indexed by the top three bits of the hashed one. */
+constexpr std::array<u64, 8> third_bases = {15, 135, 13, 60, 15, 117, 65, 29};
+
+u64 hashed_base_32(u64 n, const std::uint16_t* bases) {
+    return bases[hash(n) >> 24];
+}
+
+u64 hashed_base_64(u64 n, const std::uint16_t* bases) {
+    return bases[hash(n) >> 18];
+}
+
+/** p divides n exactly when n * p^(-1) modulo 2^64 is at most limit = floor((2^64 - 1) / p). */
+struct exact_divisor {
+    u64 inverse;
+    u64 limit;
+
+    constexpr explicit exact_divisor(u64 p) : inverse(kernel::word_inverse(p)), limit(~u64{0} / p) {}
+    constexpr bool divides(u64 n) const { return n * inverse <= limit; }
+};
+
+/** Whether n > 61 is even or a multiple of a prime up to 61. The tests are collected without a branch between them. */
+bool has_small_factor(u64 n) {
+    constexpr std::array<exact_divisor, 17> divisors = {
+        exact_divisor{3},  exact_divisor{5},  exact_divisor{7},  exact_divisor{11}, exact_divisor{13}, exact_divisor{17},
+        exact_divisor{19}, exact_divisor{23}, exact_divisor{29}, exact_divisor{31}, exact_divisor{37}, exact_divisor{41},
+        exact_divisor{43}, exact_divisor{47}, exact_divisor{53}, exact_divisor{59}, exact_divisor{61}};
+    bool found = n % 2 == 0;
+    for (const exact_divisor& p : divisors) found |= p.divides(n);
+    return found;
+}
+
+}  // namespace
+
+bool isPrime(std::uint32_t n) {
+    if (n % 2 == 0) return n == 2;
+    if (n == 1) return false;  // bit k of the map stands for 2k + 3, so 1 has none
+    const std::uint32_t t = n - 3;
+    return ((odd_prime_bit[t >> 6] >> ((t >> 1) & 31)) & 1) != 0;
+}
+
+bool PrimeQ(std::uint32_t n) {
+    if (n <= bitmap_limit) return isPrime(n);
+    if (has_small_factor(n)) return false;
+    return kernel::strong_tests<1>(n, {hashed_base_32(n, prime_data32)});
+}
+
+bool PrimeQ(u64 n) {
+    if (n <= 0xFFFFFFFF) return PrimeQ(static_cast<std::uint32_t>(n));
+    if (has_small_factor(n)) return false;
+    const u64 b = hashed_base_64(n, prime_data64);
+    if (n < third_base_from) return kernel::strong_tests<2>(n, {2, b});
+    return kernel::strong_tests<3>(n, {2, b, third_bases[b >> 13]});
+}
+
+namespace reference {
+namespace {
+
+bool has_small_factor(u64 n) {
+    for (u64 p : std::initializer_list<u64>{2, 3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37, 41, 43, 47, 53, 59, 61}) {
+        if (n % p == 0) return true;
+    }
+    return false;
+}
+
+/** One number's strong tests, one base after another. */
+class strong_test {
+  public:
+    explicit strong_test(u64 n) : M(n), k(math_count_trailing_zeros(n - 1)), e((n - 1) >> k) {}
+    bool passes(u64 base) const { return sprp(M, M.m, base, e, k) != 0; }
+
+  private:
+    mp_mont_data<u64> M;
+    mint k;
+    u64 e;
+};
+
+}  // namespace
+
+bool PrimeQ(u64 n, const base_tables& tables) {
+    if (n <= bitmap_limit) return isPrime(static_cast<std::uint32_t>(n));
+    if (has_small_factor(n)) return false;
+    const strong_test test(n);
+    if (n <= 0xFFFFFFFF) return test.passes(hashed_base_32(n, tables.below_2_32));
+    const u64 b = hashed_base_64(n, tables.above_2_32);
+    if (!test.passes(2)) return false;
+    if (!test.passes(b)) return false;
+    if (n < third_base_from) return true;
+    return test.passes(third_bases[b >> 13]);
+}
+
+bool PrimeQ(std::uint32_t n) {
+    return PrimeQ(u64{n});
+}
+
+bool PrimeQ(u64 n) {
+    return PrimeQ(n, {prime_data32, prime_data64});
+}
+
+}  // namespace reference
+}  // namespace kesh
