@@ -1,6 +1,7 @@
 /**
  * @file   prime_testing.cpp
- * @brief  The deterministic test of 64-bit integers, side by side and one strong test after another.
+ * @brief  The deterministic test of 64-bit integers, side by side and one strong test after another, and the entry
+ *         points for limb arrays.
  */
 #include "Prime/prime_testing.h"
 
@@ -124,3 +125,36 @@ bool PrimeQ(u64 n) {
 
 }  // namespace reference
 }  // namespace kesh
+
+mbool KESH_PrimeQ(const umint* n, mint len, mbool* r) {
+    if (len <= 0 || len > 16) return 0;
+    bool prime;
+    if (len == 1) {
+        prime = kesh::isPrime<kesh::umint>(n, len);
+    } else if (len == 2) {
+        prime = kesh::isPrime<kesh::uintx_t<128>>(n, len);
+    } else if (len <= 4) {
+        prime = kesh::isPrime<kesh::uintx_t<256>>(n, len);
+    } else if (len <= 8) {
+        prime = kesh::isPrime<kesh::uintx_t<512>>(n, len);
+    } else {
+        prime = kesh::isPrime<kesh::uintx_t<1024>>(n, len);
+    }
+    *r = prime ? 1 : 0;
+    return 1;
+}
+
+int KESH_RT_PrimeQ(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument res) {
+    mbool r = 0;
+    if (Argc != 1) return LIBRARY_FUNCTION_ERROR;
+    MTensor tensor = *Args[0].tensor;
+    // The element read tells the host's verdict on the tensor: it gets no place to put an element, and len is the position
+    // that it may set. Volatile, since a compiler that knew the pointer to be null would remove the call that follows.
+    mint len;
+    mint* volatile limbs = nullptr;
+    const int error = libData->MTensor_getInteger(tensor, &len, limbs);
+    if (error != LIBRARY_NO_ERROR) return error;
+    if (KESH_PrimeQ(reinterpret_cast<const umint*>(limbs), len, &r) == 0) return LIBRARY_FUNCTION_ERROR;
+    *res.boolean = r;
+    return error;
+}

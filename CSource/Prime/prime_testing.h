@@ -1,13 +1,22 @@
 /**
  * @file   prime_testing.h
  * @brief  Primality: the deterministic test of 64-bit integers, by bitmap, trial division and strong probable-prime
- *         tests to hashed bases.
+ *         tests to hashed bases; the Baillie-PSW test of wider ones; and the entry points.
  *
+ * Every test stands here twice. The generic form reads as the mathematics and works on the integer engine; what callers
+ * get is a faster form of the same steps with the same verdicts, which the tests hold against the generic one.
  * The mathematics is told in docs/primality.md.
  */
 #pragma once
 
+#include <algorithm>
+#include <cassert>
+#include <iterator>
+
+#include "Prime/small_primes.h"
+#include "Shared/jacobi.h"
 #include "Shared/mont.h"
+#include "Tools/kesh.h"
 
 namespace kesh {
 
@@ -66,4 +75,149 @@ bool PrimeQ(u64 n);
 bool PrimeQ(u64 n, const base_tables& tables);
 
 }  // namespace reference
+
+/**
+ * Selfridge's parameters for the Lucas test: the first D of 5, -7, 9, -11, ... with (D/n) = -1, P = 1, Q = (1 - D)/4.
+ * symbol(D) is the Jacobi symbol (D/n). Returns 0, leaving the parameters unset, when the search proves n composite,
+ * else 1. A square n has no such D: the test for squares comes after the sixth candidate, which few n reach.
+ */
+template <wide_word T, class Symbol>
+int selfridge_parameters(const T& n, Symbol symbol, mint& D, mint& P, mint& Q) {
+    for (mint k = 0;; ++k) {
+        const mint magnitude = 5 + 2 * k;
+        const mint candidate = k % 2 == 0 ? magnitude : -magnitude;
+        const int j = symbol(candidate);
+        if (j == -1) {
+            D = candidate;
+            P = 1;
+            Q = (1 - D) / 4;
+            return 1;
+        }
+        if (j == 0 && n != magnitude) return 0;
+        if (T root; k == 5 && isSquare<T>(n, root)) return 0;
+    }
+}
+
+/** The same with the symbol computed at the width of n. */
+template <wide_word T>
+int lucas_DPQ(const T& n, mint& D, mint& P, mint& Q) {
+    return selfridge_parameters(n, [&n](mint d) { return Jacobi<mint, T>(d, n); }, D, P, Q);
+}
+
+/**
+ * 1 when odd n is a Lucas probable prime with Selfridge's parameters, U(n + 1) = 0 modulo n, else 0. M is the context of
+ * n. The ladder runs over V of the parameters (a, 1), a = P^2/Q - 2, at k = (n + 1)/2, which needs no powers of Q:
+ * 2 V(k + 1) - a V(k) = (a^2 - 4) U(k). Q is deliberately not tested for a common factor with n: trial division has
+ * removed all primes up to 541, and the least |D| with (D/n) = -1 is far below. Without an inverse a would be -2 and
+ * the condition would hold.
+ * Cost: one inverse, and two Montgomery products and two subtractions a bit.
+ */
+template <wide_word T>
+int weak_lucas_mont_test(const mp_mont_data<T>& M, T n) {
+    mint D, P, Q;
+    if (lucas_DPQ<T>(n, D, P, Q) == 0) return 0;
+
+    T m, rest;
+    math_divmod_imp(n + T(1), T(0), T(2), m, rest);
+
+    const T two = M.toMontMod(T(2));
+    const T q = Q < 0 ? n - T(-Q) : T(Q);
+    const T q_inverse = M.toMontMod(math_invmod(q, n));
+    const T p = M.one();
+    const T a = M.sub(M.mul(M.mul(p, p), q_inverse), two);
+
+    T low = two, high = a;  // V(k) and V(k + 1) for k = 0
+    for (mint i = math_num_bits(m) - 1; i >= 0; --i) {
+        const T product = M.sub(M.mul(low, high), a);
+        T bit;
+        math_right_shift(m, i, bit);
+        if ((bit.limb[0] & 1) == 0) {
+            high = product;
+            low = M.sub(M.mul(low, low), two);
+        } else {
+            low = product;
+            high = M.sub(M.mul(high, high), two);
+        }
+    }
+    return M.mul(a, low) == M.mul(two, high) ? 1 : 0;
+}
+
+/** The three steps of the Baillie-PSW test of one odd n, each by its generic form. */
+template <wide_word T>
+class generic_steps {
+  public:
+    static bool has_small_factor(const T& n) {
+        const mint tried = std::min<mint>(100, std::ssize(primes_small));
+        return primeq_trial_division<T>(n, 1, tried) == 0;
+    }
+
+    explicit generic_steps(const T& n) : M(n) {}
+
+    [[nodiscard]] bool passes_base_2() const {
+        T d = M.m - T(1);
+        const mint s = math_count_trailing_zeros(d);
+        math_right_shift_equal(d, s);
+        return sprp<T>(M, M.m, T(2), d, s) != 0;
+    }
+
+    [[nodiscard]] bool passes_lucas() const {
+        return weak_lucas_mont_test<T>(M, M.m) != 0;
+    }
+
+  private:
+    mp_mont_data<T> M;
+};
+
+/**
+ * The Baillie-PSW test: 1 when n is 2 or an odd number without a prime factor up to 541 other than itself that passes
+ * the strong test to base 2 and the Lucas test; 0 when n is composite. strong_lucas is 0: there is no other Lucas test.
+ */
+template <wide_word T, template <class> class Steps = generic_steps>
+int PrimeQ_BPSW(T n, [[maybe_unused]] mint strong_lucas) {
+    assert(strong_lucas == 0);
+    if ((n.limb[0] & 1) == 0) return n == 2 ? 1 : 0;
+    init_small_primes();
+    if (Steps<T>::has_small_factor(n)) return 0;
+    const Steps<T> steps(n);
+    if (!steps.passes_base_2()) return 0;
+    return steps.passes_lucas() ? 1 : 0;
+}
+
+/** Primality of n, tested at the narrowest width whose upper half is not zero, down to the 64-bit test. */
+template <wide_word T, template <class> class Steps = generic_steps>
+bool PrimeQ(const T& n) {
+    if (!math_is_zero(n.hi())) return PrimeQ_BPSW<T, Steps>(n, 0) != 0;
+    if constexpr (T::bits == 128) {
+        return PrimeQ(n.lo());
+    } else {
+        return PrimeQ<typename T::half_type, Steps>(n.lo());
+    }
+}
+
+/** Primality of the value of the `len` limbs at n, least significant first. Precondition: 1 <= len <= limbs of T. */
+template <engine_word T>
+bool isPrime(const umint* n, mint len) {
+    if constexpr (wide_word<T>) {
+        T value(0);
+        intx_from_array(value, n, len);
+        return PrimeQ<T>(value);
+    } else {
+        return PrimeQ(n[0]);
+    }
+}
+
 }  // namespace kesh
+
+/**
+ * Primality of the value of the len limbs at n, least significant first: *r = 1 for prime, 0 for not, and the call
+ * returns 1. With len outside 1 ... 16 it returns 0 and leaves *r alone.
+ * A plain C function, see include/kesh_prime.h. Safe on any number of threads, the first call included.
+ */
+KESH_EXPORT mbool KESH_PrimeQ(const umint* n, mint len, mbool* r);
+
+/**
+ * (tensor): reads an element of the tensor through the host and passes a null limb pointer on to KESH_PrimeQ. It ends
+ * cleanly in two ways: with the host's own code where the element read fails, and with 6 where the read leaves a length
+ * outside 1 ... 16.
+ */
+KESH_EXPORT int KESH_RT_PrimeQ(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument res);

@@ -1,0 +1,60 @@
+/**
+ * @file   small_primes.cpp
+ * @brief  The sieve that fills the table of small primes, and the table itself.
+ */
+#include "Prime/small_primes.h"
+
+#include <algorithm>
+#include <mutex>
+
+namespace kesh {
+
+std::vector<small_prime> primes_small;
+
+std::vector<small_prime> gen_small_prime(mint limit) {
+    constexpr mint root = 1000;  // floor(sqrt(SMALL_PRIMES_UPTO))
+    constexpr mint segment_size = 32768;  // one byte a number: the first-level cache holds it
+
+    std::vector<small_prime> primes;
+    primes.emplace_back(2UL);
+
+    std::vector<char> is_prime(root + 1, 1);
+    std::vector<char> segment(segment_size);
+    std::vector<mint> sieving_primes;
+    std::vector<mint> next_multiple;  // of each sieving prime: offset in the coming segment
+    const auto at = [](mint i) { return static_cast<std::size_t>(i); };
+
+    mint i = 3, s = 3, n = 3;
+    for (mint low = 0; low <= limit; low += segment_size) {
+        const mint high = std::min(low + segment_size - 1, limit);
+        std::ranges::fill(segment, 1);
+
+        for (; i * i <= high; i += 2) {
+            if (is_prime[at(i)] == 0) continue;
+            for (mint j = i * i; j <= root; j += i) is_prime[at(j)] = 0;
+        }
+        for (; s * s <= high; s += 2) {
+            if (is_prime[at(s)] == 0) continue;
+            sieving_primes.push_back(s);
+            next_multiple.push_back(s * s - low);
+        }
+        for (std::size_t k = 0; k < sieving_primes.size(); ++k) {
+            mint j = next_multiple[k];
+            for (const mint step = 2 * sieving_primes[k]; j < segment_size; j += step) segment[at(j)] = 0;
+            next_multiple[k] = j - segment_size;
+        }
+        for (; n <= high; n += 2) {
+            if (segment[at(n - low)] != 0) primes.emplace_back(static_cast<unsigned long>(n));
+        }
+    }
+    return primes;
+}
+
+void init_small_primes() {
+    static std::once_flag built;
+    std::call_once(built, [] {
+        if (primes_small.empty()) primes_small = gen_small_prime(SMALL_PRIMES_UPTO);
+    });
+}
+
+}  // namespace kesh
