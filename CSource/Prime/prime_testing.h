@@ -11,10 +11,12 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdlib>
 #include <iterator>
 
 #include "Prime/small_primes.h"
 #include "Shared/jacobi.h"
+#include "Shared/kernel/kernel.h"
 #include "Shared/mont.h"
 #include "Tools/kesh.h"
 
@@ -169,6 +171,36 @@ class generic_steps {
 };
 
 /**
+ * The same three steps, with the same verdicts, by the kernels that fit the processor. Precondition: n >= 2^64, as all
+ * that PrimeQ tests at these widths.
+ */
+template <wide_word T>
+class kernel_steps {
+  public:
+    static bool has_small_factor(const T& n) {
+        return kernel::has_small_factor(n.limb);
+    }
+
+    explicit kernel_steps(const T& n_) : n(n_), modulus(n.limb) {}
+
+    [[nodiscard]] bool passes_base_2() const {
+        return kernel::strong_base2(modulus);
+    }
+
+    [[nodiscard]] bool passes_lucas() const {
+        const auto symbol = [this](mint d) {
+            return jacobi_of_small(d, kernel::mod_limb(n.limb, static_cast<umint>(std::abs(d))), n.limb[0]);
+        };
+        mint D, P, Q;
+        return selfridge_parameters(n, symbol, D, P, Q) != 0 && kernel::lucas_u_vanishes(modulus, Q);
+    }
+
+  private:
+    T n;
+    kernel::Modulus<static_cast<int>(T::limbs)> modulus;
+};
+
+/**
  * The Baillie-PSW test: 1 when n is 2 or an odd number without a prime factor up to 541 other than itself that passes
  * the strong test to base 2 and the Lucas test; 0 when n is composite. strong_lucas is 0: there is no other Lucas test.
  */
@@ -184,7 +216,7 @@ int PrimeQ_BPSW(T n, [[maybe_unused]] mint strong_lucas) {
 }
 
 /** Primality of n, tested at the narrowest width whose upper half is not zero, down to the 64-bit test. */
-template <wide_word T, template <class> class Steps = generic_steps>
+template <wide_word T, template <class> class Steps = kernel_steps>
 bool PrimeQ(const T& n) {
     if (!math_is_zero(n.hi())) return PrimeQ_BPSW<T, Steps>(n, 0) != 0;
     if constexpr (T::bits == 128) {

@@ -93,6 +93,14 @@ constexpr int Jacobi(const Signed& x, const T& n) noexcept {
     return (static_cast<umint>(n) & 3) == 3 ? -j : j;
 }
 
+/// (x/n) from the remainder of n by |x| alone, by reciprocity: the form for a wide n and a small x, at the cost of that
+/// remainder. n_low is the low limb of n. Preconditions: x and n odd, 1 < |x| < 2^63.
+constexpr int jacobi_of_small(long x, umint n_modulo_x, umint n_low) noexcept {
+    const umint magnitude = static_cast<umint>(x < 0 ? -x : x);
+    const int j = Jacobi(n_modulo_x, magnitude) * detail::reciprocity(magnitude, n_low);
+    return x < 0 && (n_low & 3) == 3 ? -j : j;
+}
+
 namespace detail {
 
 /// 63 * 25 * 11 * 17 * 19 * 23 * 31: one remainder modulo this is enough for the seven residue filters below.

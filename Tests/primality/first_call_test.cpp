@@ -1,0 +1,48 @@
+/**
+ * @file   first_call_test.cpp
+ * @brief  Sixteen threads whose first wide tests race for the table of small primes and the prepared divisor of the
+ *         square test.
+ */
+#include <gtest/gtest.h>
+
+#include <barrier>
+#include <thread>
+#include <vector>
+
+#include "Prime/prime_testing.h"
+
+namespace {
+
+TEST(FirstCall, MayRace) {
+    constexpr int threads = 16;
+    std::barrier start(threads);
+    std::vector<int> wrong(threads, 0);
+    ASSERT_TRUE(kesh::primes_small.empty());
+    {
+        std::vector<std::jthread> all;
+        for (std::size_t i = 0; i < threads; ++i) {
+            all.emplace_back([&, i] {
+                // 2^89 - 1, 2^127 - 1 and 2^521 - 1 are prime, 2^128 + 1 and (2^61 - 1)^2 are not.
+                const umint mersenne89[2] = {~umint{0}, (umint{1} << 25) - 1};
+                const umint fermat7[3] = {1, 0, 1};
+                umint mersenne521[16];
+                for (std::size_t limb = 0; limb < 16; ++limb) mersenne521[limb] = limb < 8 ? ~umint{0} : limb == 8 ? 0x1FF : 0;
+                kesh::uintx_t<128> square(umint{1}, umint{0});
+                kesh::math_mul(kesh::uintx_t<128>((umint{1} << 61) - 1), kesh::uintx_t<128>((umint{1} << 61) - 1), square);
+                kesh::uintx_t<128> root;
+
+                start.arrive_and_wait();
+                mbool r = -1;
+                wrong[i] += KESH_PrimeQ(mersenne89, 2, &r) != 1 || r != 1;
+                wrong[i] += KESH_PrimeQ(fermat7, 3, &r) != 1 || r != 0;
+                wrong[i] += KESH_PrimeQ(mersenne521, 16, &r) != 1 || r != 1;
+                wrong[i] += !kesh::isSquare(square, root);
+                wrong[i] += kesh::PrimeQ(square);
+                wrong[i] += kesh::primes_small.size() != 78498;
+            });
+        }
+    }
+    for (int count : wrong) EXPECT_EQ(count, 0);
+}
+
+}  // namespace

@@ -1,0 +1,184 @@
+/**
+ * @file   wide_test.cpp
+ * @brief  The Baillie-PSW test against GMP, and its two forms against each other, at every width and kernel level.
+ */
+#include <gtest/gtest.h>
+
+#include "Prime/prime_testing.h"
+#include "primality/numbers.h"
+
+namespace {
+
+using namespace kesh_test;
+using kesh::kernel::Level;
+
+template <class T>
+class Wide : public testing::Test {};
+using widths = testing::Types<kesh::uintx_t<128>, kesh::uintx_t<256>, kesh::uintx_t<512>, kesh::uintx_t<1024>>;
+TYPED_TEST_SUITE(Wide, widths);
+
+/** Through the entry point that callers use, at the limb count of the value rounded up to a width. */
+bool kesh_says_prime(const mpz_class& n) {
+    const limbs16 limbs = limbs_of(n);
+    const std::size_t bits = mpz_sizeinbase(n.get_mpz_t(), 2);
+    mbool prime = -1;
+    const mint length = bits <= 64 ? 1 : bits <= 128 ? 2 : bits <= 256 ? 4 : bits <= 512 ? 8 : 16;
+    EXPECT_EQ(KESH_PrimeQ(limbs.data(), length, &prime), 1);
+    return prime != 0;
+}
+
+/** Runs body once for each kernel level that this processor has. */
+template <class Body>
+void at_every_level(Body body) {
+    const Level before = kesh::kernel::level();
+    for (Level level : {Level::portable, Level::adx, Level::ifma}) {
+        if (!kesh::kernel::force(level)) continue;
+        SCOPED_TRACE(kesh::kernel::name(level));
+        body();
+    }
+    kesh::kernel::force(before);
+}
+
+/** From the smallest size that a width is used for up to its own. */
+template <class T>
+unsigned random_size(number_source& source) {
+    return static_cast<unsigned>(T::bits / 2 + 1 + static_cast<long>(source.below(T::bits / 2).get_ui()));
+}
+
+/** The work of one number grows with the cube of the width, a rejection by trial division with the width. */
+template <class T>
+unsigned scaled(const family& kind, unsigned factor) {
+    const unsigned width = static_cast<unsigned>(T::bits) / 128;
+    const bool mostly_trial_division = kind.quick_count >= 30000;
+    return std::max(20u, kind.quick_count / (mostly_trial_division ? width : width * width * width)) * factor;
+}
+
+template <class T>
+void compare_with_gmp(unsigned factor) {
+    number_source source(static_cast<unsigned long>(T::bits));
+    for (const family& kind : families()) {
+        SCOPED_TRACE(kind.name);
+        for (unsigned i = 0; i < scaled<T>(kind, factor); ++i) {
+            const mpz_class n = (source.*kind.make)(random_size<T>(source));
+            ASSERT_EQ(kesh_says_prime(n), gmp_says_prime(n)) << n;
+        }
+    }
+}
+
+TYPED_TEST(Wide, AgreesWithGmp) {
+    compare_with_gmp<TypeParam>(1);
+}
+
+TYPED_TEST(Wide, Long_AgreesWithGmp) {
+    compare_with_gmp<TypeParam>(100);
+}
+
+TYPED_TEST(Wide, FormsAgreeAtEveryKernelLevel) {
+    using T = TypeParam;
+    kesh::init_small_primes();
+    at_every_level([] {
+        number_source source(static_cast<unsigned long>(T::bits) + 1);
+        unsigned base_2 = 0, lucas = 0;
+        for (const family& kind : families()) {
+            SCOPED_TRACE(kind.name);
+            const unsigned count = std::max(40u, scaled<T>(kind, 1) / 20);
+            for (unsigned i = 0; i < count; ++i) {
+                // Every other number small for the width: there pseudoprimes are frequent.
+                const unsigned bits = i % 2 == 0 ? random_size<T>(source) : random_size<kesh::uintx_t<128>>(source);
+                const mpz_class number = (source.*kind.make)(bits);
+                if (number < power_of_2(64)) continue;  // the product of close factors may be one bit short
+                const T n = word_of<T>(number);
+                const bool small = kesh::generic_steps<T>::has_small_factor(n);
+                ASSERT_EQ(kesh::kernel_steps<T>::has_small_factor(n), small) << number;
+                if (small) continue;
+                // Each step alone, also where an earlier one has settled the verdict.
+                const kesh::generic_steps<T> generic(n);
+                const kesh::kernel_steps<T> kernel(n);
+                ASSERT_EQ(kernel.passes_base_2(), generic.passes_base_2()) << number;
+                ASSERT_EQ(kernel.passes_lucas(), generic.passes_lucas()) << number;
+                base_2 += generic.passes_base_2() && !gmp_says_prime(number);
+                lucas += generic.passes_lucas() && !gmp_says_prime(number);
+            }
+        }
+        EXPECT_GT(base_2, 0u) << "no strong pseudoprime to base 2 among them";
+        EXPECT_GT(lucas, 0u) << "no Lucas pseudoprime among them";
+    });
+}
+
+TEST(WideNumbers, SpecialNumbersAgreeWithGmpAtEveryKernelLevel) {
+    const std::vector<mpz_class> all = special_numbers();
+    std::vector<bool> prime;
+    for (const mpz_class& n : all) prime.push_back(gmp_says_prime(n));
+    at_every_level([&] {
+        for (std::size_t i = 0; i < all.size(); ++i) ASSERT_EQ(kesh_says_prime(all[i]), prime[i]) << all[i];
+    });
+}
+
+TEST(WideNumbers, SmallestPrimeAbove2To64) {
+    EXPECT_TRUE(kesh_says_prime(power_of_2(64) + 13));
+    for (unsigned k = 1; k < 13; ++k) EXPECT_FALSE(kesh_says_prime(power_of_2(64) + k)) << k;
+}
+
+TEST(WideNumbers, MersennePrimes) {
+    for (unsigned exponent : {89u, 107u, 127u, 521u, 607u}) EXPECT_TRUE(kesh_says_prime(power_of_2(exponent) - 1)) << exponent;
+    const limbs16 limbs = limbs_of(power_of_2(521) - 1);
+    EXPECT_TRUE(kesh::PrimeQ(kesh::uintx_t<1024>(limbs.data(), 16)));
+}
+
+TEST(WideNumbers, SeventhFermatNumberIsLeftToTheLucasTest) {
+    const mpz_class number = power_of_2(128) + 1;
+    ASSERT_EQ(number, mpz_class("59649589127497217") * mpz_class("5704689200685129054721"));
+    using T = kesh::uintx_t<256>;
+    const T n = word_of<T>(number);
+    kesh::init_small_primes();
+    EXPECT_FALSE(kesh::generic_steps<T>::has_small_factor(n));
+    EXPECT_TRUE(kesh::generic_steps<T>(n).passes_base_2());
+    EXPECT_FALSE(kesh::generic_steps<T>(n).passes_lucas());
+    EXPECT_TRUE(kesh::kernel_steps<T>(n).passes_base_2());
+    EXPECT_FALSE(kesh::kernel_steps<T>(n).passes_lucas());
+    EXPECT_FALSE(kesh_says_prime(number));
+}
+
+TEST(WideNumbers, EvenNumbers) {
+    using T = kesh::uintx_t<128>;
+    EXPECT_EQ(kesh::PrimeQ_BPSW<T>(T(2), 0), 1);
+    EXPECT_EQ(kesh::PrimeQ_BPSW<T>(T(4), 0), 0);
+    EXPECT_FALSE(kesh_says_prime(power_of_2(64)));
+    EXPECT_FALSE(kesh_says_prime(power_of_2(1023) + 12));
+}
+
+template <class T>
+void expect_verdict_at_width(const mpz_class& number, bool prime) {
+    if (mpz_sizeinbase(number.get_mpz_t(), 2) > static_cast<std::size_t>(T::bits)) return;
+    const T n = word_of<T>(number);
+    EXPECT_EQ((kesh::PrimeQ_BPSW<T, kesh::generic_steps>(n, 0)), prime) << number << " at " << T::bits;
+    EXPECT_EQ((kesh::PrimeQ_BPSW<T, kesh::kernel_steps>(n, 0)), prime) << number << " at " << T::bits;
+    EXPECT_EQ((kesh::PrimeQ<T, kesh::generic_steps>(n)), prime) << number << " at " << T::bits;
+    EXPECT_EQ((kesh::PrimeQ<T, kesh::kernel_steps>(n)), prime) << number << " at " << T::bits;
+}
+
+TEST(WideNumbers, SameVerdictAtEveryWidthThatHoldsTheValue) {
+    number_source source(5);
+    for (unsigned bits : {65u, 100u, 128u, 200u, 256u, 300u, 512u}) {
+        for (int i = 0; i < 8; ++i) {
+            for (const mpz_class& n : {source.prime(bits), source.close_semiprime(bits), source.odd(bits)}) {
+                const bool prime = gmp_says_prime(n);
+                expect_verdict_at_width<kesh::uintx_t<128>>(n, prime);
+                expect_verdict_at_width<kesh::uintx_t<256>>(n, prime);
+                expect_verdict_at_width<kesh::uintx_t<512>>(n, prime);
+                expect_verdict_at_width<kesh::uintx_t<1024>>(n, prime);
+            }
+        }
+    }
+}
+
+TYPED_TEST(Wide, GenericFormHoldsForValuesOfOneLimb) {
+    // PrimeQ would hand these to the 64-bit test; the Baillie-PSW test itself is right for them as well.
+    using T = TypeParam;
+    for (kesh::umint n = 5; n < 3000; n += 2) EXPECT_EQ(kesh::PrimeQ_BPSW<T>(T(n), 0) != 0, kesh::PrimeQ(n)) << n;
+    for (kesh::umint n = 0xFFFFFFFFFFFFFFC5 - 2; n > 0xFFFFFFFFFFFFFFC5 - 200; n -= 2) {
+        EXPECT_EQ(kesh::PrimeQ_BPSW<T>(T(n), 0) != 0, kesh::PrimeQ(n)) << n;
+    }
+}
+
+}  // namespace
