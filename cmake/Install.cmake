@@ -1,7 +1,12 @@
-# Installed beside the library: the headers of the integer engine and the CMake package that names both.
-install(TARGETS engine EXPORT VelmoraKeshTargets)
+# The library with the header for callers outside the host, the headers of the integer engine, and what finds them: a
+# CMake package with the targets VelmoraKesh::VelmoraKesh and VelmoraKesh::engine, and a pkg-config file for the library.
+install(TARGETS VelmoraKesh engine EXPORT VelmoraKeshTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/include/kesh_prime.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+file(RELATIVE_PATH prefix_from_pc_file ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+configure_file(${PROJECT_SOURCE_DIR}/cmake/velmora-kesh.pc.in ${PROJECT_BINARY_DIR}/velmora-kesh.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/velmora-kesh.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/CSource/Shared DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velmora-kesh
-    FILES_MATCHING PATTERN "*.h")
+    FILES_MATCHING PATTERN "*.h" PATTERN "kernel" EXCLUDE)
 install(EXPORT VelmoraKeshTargets NAMESPACE VelmoraKesh:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/VelmoraKesh)
 file(WRITE ${PROJECT_BINARY_DIR}/VelmoraKeshConfig.cmake
     "include(\"\${CMAKE_CURRENT_LIST_DIR}/VelmoraKeshTargets.cmake\")\n")
