@@ -45,20 +45,12 @@ unsigned random_size(number_source& source) {
     return static_cast<unsigned>(T::bits / 2 + 1 + static_cast<long>(source.below(T::bits / 2).get_ui()));
 }
 
-/** The work of one number grows with the cube of the width, a rejection by trial division with the width. */
-template <class T>
-unsigned scaled(const family& kind, unsigned factor) {
-    const unsigned width = static_cast<unsigned>(T::bits) / 128;
-    const bool mostly_trial_division = kind.quick_count >= 30000;
-    return std::max(20u, kind.quick_count / (mostly_trial_division ? width : width * width * width)) * factor;
-}
-
 template <class T>
 void compare_with_gmp(unsigned factor) {
     number_source source(static_cast<unsigned long>(T::bits));
     for (const family& kind : families()) {
         SCOPED_TRACE(kind.name);
-        for (unsigned i = 0; i < scaled<T>(kind, factor); ++i) {
+        for (unsigned i = 0; i < kind.count_at(T::bits) * factor; ++i) {
             const mpz_class n = (source.*kind.make)(random_size<T>(source));
             ASSERT_EQ(kesh_says_prime(n), gmp_says_prime(n)) << n;
         }
@@ -76,33 +68,35 @@ TYPED_TEST(Wide, Long_AgreesWithGmp) {
 TYPED_TEST(Wide, FormsAgreeAtEveryKernelLevel) {
     using T = TypeParam;
     kesh::init_small_primes();
-    at_every_level([] {
-        number_source source(static_cast<unsigned long>(T::bits) + 1);
-        unsigned base_2 = 0, lucas = 0;
-        for (const family& kind : families()) {
-            SCOPED_TRACE(kind.name);
-            const unsigned count = std::max(40u, scaled<T>(kind, 1) / 20);
-            for (unsigned i = 0; i < count; ++i) {
-                // Every other number small for the width: there pseudoprimes are frequent.
-                const unsigned bits = i % 2 == 0 ? random_size<T>(source) : random_size<kesh::uintx_t<128>>(source);
-                const mpz_class number = (source.*kind.make)(bits);
-                if (number < power_of_2(64)) continue;  // the product of close factors may be one bit short
-                const T n = word_of<T>(number);
-                const bool small = kesh::generic_steps<T>::has_small_factor(n);
-                ASSERT_EQ(kesh::kernel_steps<T>::has_small_factor(n), small) << number;
-                if (small) continue;
-                // Each step alone, also where an earlier one has settled the verdict.
-                const kesh::generic_steps<T> generic(n);
+    number_source source(static_cast<unsigned long>(T::bits) + 1);
+    unsigned base_2 = 0, lucas = 0;
+    for (const family& kind : families()) {
+        SCOPED_TRACE(kind.name);
+        const unsigned count = kind.costly ? std::max(40u, kind.count_at(T::bits) / 20) : 1000;
+        for (unsigned i = 0; i < count; ++i) {
+            // Every other number small for the width: there pseudoprimes are frequent.
+            const unsigned bits = i % 2 == 0 ? random_size<T>(source) : random_size<kesh::uintx_t<128>>(source);
+            const mpz_class number = (source.*kind.make)(bits);
+            if (number < power_of_2(64)) continue;  // the product of close factors may be one bit short
+            const T n = word_of<T>(number);
+            const bool small = kesh::generic_steps<T>::has_small_factor(n);
+            at_every_level([&] { ASSERT_EQ(kesh::kernel_steps<T>::has_small_factor(n), small) << number; });
+            if (small) continue;
+            // Each step alone, also where an earlier one has settled the verdict.
+            const kesh::generic_steps<T> generic(n);
+            const bool passes_base_2 = generic.passes_base_2(), passes_lucas = generic.passes_lucas();
+            at_every_level([&] {
                 const kesh::kernel_steps<T> kernel(n);
-                ASSERT_EQ(kernel.passes_base_2(), generic.passes_base_2()) << number;
-                ASSERT_EQ(kernel.passes_lucas(), generic.passes_lucas()) << number;
-                base_2 += generic.passes_base_2() && !gmp_says_prime(number);
-                lucas += generic.passes_lucas() && !gmp_says_prime(number);
-            }
+                ASSERT_EQ(kernel.passes_base_2(), passes_base_2) << number;
+                ASSERT_EQ(kernel.passes_lucas(), passes_lucas) << number;
+            });
+            const bool prime = gmp_says_prime(number);
+            base_2 += passes_base_2 && !prime;
+            lucas += passes_lucas && !prime;
         }
-        EXPECT_GT(base_2, 0u) << "no strong pseudoprime to base 2 among them";
-        EXPECT_GT(lucas, 0u) << "no Lucas pseudoprime among them";
-    });
+    }
+    EXPECT_GT(base_2, 0u) << "no strong pseudoprime to base 2 among them";
+    EXPECT_GT(lucas, 0u) << "no Lucas pseudoprime among them";
 }
 
 TEST(WideNumbers, SpecialNumbersAgreeWithGmpAtEveryKernelLevel) {
