@@ -1,6 +1,7 @@
 #include "running_count.h"
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <primecount.hpp>
 
@@ -95,9 +96,11 @@ void RunningCount::throw_if_ended() const {
     throw primecount::primecount_error("the count was ended on request");
 }
 
-void RunningCount::begin_phase(Phase phase, const void* balancer, int64_t limit) {
+void RunningCount::begin_phase(Phase phase, const void* balancer, int64_t limit, int64_t dense_below) {
     throw_if_ended();
+    phase_ = phase;
     limit_ = static_cast<double>(std::max<int64_t>(limit, 1));
+    dense_below_ = static_cast<double>(dense_below);
     phase_begin_ = phase_end_;
     switch (phase) {
         case Phase::ac:
@@ -114,10 +117,27 @@ void RunningCount::begin_phase(Phase phase, const void* balancer, int64_t limit)
     balancer_.store(balancer, std::memory_order_release);
 }
 
+/**
+ * The share of a phase's time that goes into the range below low, measured at 10^16 to 10^18. In AC some 70 percent lie
+ * below y, evenly spread; what follows, and the hard leaves, get sparser fast.
+ */
+double RunningCount::phase_fraction(int64_t low) const noexcept {
+    const double position = static_cast<double>(low);
+    const double share = std::clamp(position / limit_, 0.0, 1.0);
+    switch (phase_) {
+        case Phase::ac:
+            if (position < dense_below_) return 0.7 * position / dense_below_;
+            return 0.7 + 0.3 * std::pow(share, 0.25);
+        case Phase::s2:
+            return std::pow(share, 0.22);
+        default:
+            return share;
+    }
+}
+
 bool RunningCount::serve(int64_t low) noexcept {
     served = this;
-    const double done = std::clamp(static_cast<double>(low) / limit_, 0.0, 1.0);
-    report(phase_begin_ + (phase_end_ - phase_begin_) * done);
+    report(phase_begin_ + (phase_end_ - phase_begin_) * phase_fraction(low));
     if (ended()) stop_serving();
     return served != nullptr;
 }

@@ -70,8 +70,11 @@ class RunningCount {
     /** Throws what ended the count, if something did. Only for the calling thread, outside of work items. */
     void throw_if_ended() const;
 
-    /** The calling thread has built the balancer of a phase that hands out the range up to limit. */
-    void begin_phase(Phase phase, const void* balancer, int64_t limit);
+    /**
+     * The calling thread has built the balancer of a phase that hands out the range up to limit. In the phase AC most
+     * of the work lies below dense_below.
+     */
+    void begin_phase(Phase phase, const void* balancer, int64_t limit, int64_t dense_below = 0);
 
     /** This thread has been handed the item that begins at low. False where the count ends: the item is not done. */
     bool serve(int64_t low) noexcept;
@@ -102,6 +105,7 @@ class RunningCount {
     bool saw_all_hooks() const noexcept;
 
   private:
+    double phase_fraction(int64_t low) const noexcept;
     void call_back(double percent) noexcept;
 
     const Reporting reporting_;
@@ -111,7 +115,9 @@ class RunningCount {
 
     // Written by the calling thread before it stores balancer_, read by those that have found the count through it.
     std::atomic<const void*> balancer_{nullptr};
+    Phase phase_ = Phase::ac;
     double limit_ = 1;
+    double dense_below_ = 0;
     double phase_begin_ = 0;
     double phase_end_ = 0;
     bool has_ac_ = false;
