@@ -97,6 +97,7 @@ void RunningCount::throw_if_ended() const {
 }
 
 void RunningCount::begin_phase(Phase phase, const void* balancer, int64_t limit, int64_t dense_below) {
+    report(phase_end_);
     throw_if_ended();
     phase_ = phase;
     limit_ = static_cast<double>(std::max<int64_t>(limit, 1));

@@ -71,8 +71,8 @@ class RunningCount {
     void throw_if_ended() const;
 
     /**
-     * The calling thread has built the balancer of a phase that hands out the range up to limit. In the phase AC most
-     * of the work lies below dense_below.
+     * The calling thread builds the balancer of a phase that hands out the range up to limit. In the phase AC most of
+     * the work lies below dense_below. Throws if the count is to end.
      */
     void begin_phase(Phase phase, const void* balancer, int64_t limit, int64_t dense_below = 0);
 

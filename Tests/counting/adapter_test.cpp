@@ -1,0 +1,173 @@
+/**
+ * @file   adapter_test.cpp
+ * @brief  The primecount adapter by itself, linked into this program: what its callback and its exit call do to the
+ *         very libprimecount that was found, and that other users of that library are left alone.
+ */
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "primecount_adapter.h"
+
+namespace {
+
+constexpr int64_t x14 = 100'000'000'000'000;
+constexpr int64_t pi14 = 3'204'941'750'802;
+constexpr int64_t x12 = 1'000'000'000'000;
+constexpr int64_t pi12 = 37'607'912'018;
+
+std::atomic<int> calls{0};
+std::atomic<double> last{0};
+
+bool note(double percent) {
+    ++calls;
+    EXPECT_GE(percent, last);
+    last = percent;
+    return false;
+}
+
+class Adapter : public testing::Test {
+  protected:
+    void SetUp() override {
+        primecount::set_callback(nullptr);
+        primecount::set_num_threads(2);
+        calls = 0;
+        last = 0;
+    }
+};
+
+TEST_F(Adapter, WithoutACallbackCountsRunToTheirEnd) {
+    EXPECT_EQ(primecount::pi(x12), pi12);
+    EXPECT_EQ(primecount::pi("1000000000000"), std::to_string(pi12));
+    EXPECT_EQ(primecount::pi_lmo(x12), pi12);
+}
+
+TEST_F(Adapter, ProgressRunsFromTheStartToAHundred) {
+    primecount::set_callback([](double percent) {
+        if (calls == 0) {
+            EXPECT_LT(percent, 5);
+        }
+        return note(percent);
+    });
+    EXPECT_EQ(primecount::pi(x14), pi14);
+    EXPECT_GT(calls, 3);
+    EXPECT_EQ(last, 100);
+}
+
+TEST_F(Adapter, EveryKindOfLongCountReports) {
+    const std::vector<int64_t (*)(int64_t)> counts = {primecount::pi,
+                                                      primecount::pi_deleglise_rivat,
+                                                      primecount::pi_lmo,
+                                                      primecount::pi_meissel,
+                                                      primecount::pi_lehmer};
+    for (const auto count : counts) {
+        SetUp();
+        primecount::set_callback(note);
+        EXPECT_EQ(count(x12), pi12);
+        EXPECT_GT(calls, 0);
+        EXPECT_EQ(last, 100);
+    }
+    SetUp();
+    primecount::set_callback(note);
+    EXPECT_EQ(primecount::nth_prime(pi12), 999'999'999'989);
+    EXPECT_GT(calls, 0);
+    SetUp();
+    primecount::set_callback(note);
+    EXPECT_EQ(primecount::pi_primesieve(10'000'000'000), 455'052'511);
+    EXPECT_GT(calls, 0);
+}
+
+TEST_F(Adapter, ATrueResultEndsTheCount) {
+    primecount::set_callback([](double) { return ++calls >= 3; });
+    EXPECT_THROW(primecount::pi(x14), primecount::primecount_error);
+    EXPECT_EQ(calls, 3) << "an ended count asks no more";
+    EXPECT_THROW(primecount::pi(x14), std::exception) << "the callback stays";
+    primecount::set_callback(nullptr);
+    EXPECT_EQ(primecount::pi(x14), pi14);
+}
+
+TEST_F(Adapter, AnExceptionOfTheCallbackArrivesAsItIs) {
+    struct Own {};
+    primecount::set_callback([](double) -> bool { throw Own(); });
+    EXPECT_THROW(primecount::pi(x14), Own);
+    EXPECT_THROW(primecount::nth_prime(pi12), Own);
+    EXPECT_THROW(primecount::pi_primesieve(x12), Own);
+}
+
+TEST_F(Adapter, ARequestEndsTheRunningCount) {
+    primecount::set_callback([](double) {
+        primecount::set_exitcall(true);
+        return false;
+    });
+    EXPECT_THROW(primecount::pi(x14), primecount::primecount_error);
+    EXPECT_THROW(primecount::pi("10^15"), primecount::primecount_error);
+    EXPECT_THROW(primecount::nth_prime(pi12), primecount::primecount_error);
+    EXPECT_THROW(primecount::pi_deleglise_rivat(x14), primecount::primecount_error);
+    EXPECT_THROW(primecount::pi_primesieve(x12), primecount::primecount_error);
+}
+
+TEST_F(Adapter, ARequestMadeWhileNothingRunsEndsNothing) {
+    primecount::set_exitcall(true);
+    EXPECT_EQ(primecount::pi(x12), pi12);
+    primecount::set_exitcall(true);
+    primecount::set_exitcall(false);
+    EXPECT_EQ(primecount::pi(x12), pi12);
+}
+
+TEST_F(Adapter, ARequestBetweenWithdrawalAndCountIsNotLost) {
+    primecount::set_exitcall(false);
+    std::thread([] { primecount::set_exitcall(true); }).join();
+    EXPECT_THROW(primecount::pi(x12), primecount::primecount_error);
+    EXPECT_EQ(primecount::pi(x12), pi12) << "one count per withdrawal";
+}
+
+TEST_F(Adapter, NegativeNumbers) {
+    EXPECT_EQ(primecount::pi(-1), 0);
+    EXPECT_EQ(primecount::pi(INT64_MIN), 0);
+    EXPECT_EQ(primecount::pi("-1"), "0");
+    EXPECT_EQ(primecount::pi("-1e30"), "0");
+    EXPECT_EQ(primecount::pi_primesieve(-1), 0);
+}
+
+TEST_F(Adapter, ErrorsOfPrimecountPass) {
+    EXPECT_THROW(primecount::nth_prime(0), primecount::primecount_error);
+    EXPECT_THROW(primecount::pi("12a"), std::exception);
+    EXPECT_EQ(primecount::pi(x12), pi12);
+}
+
+TEST_F(Adapter, OtherUsersOfTheLibraryAreLeftAlone) {
+    // Their calls go to libprimecount's own entry points, and its inner calls then pass through this program.
+    void* const library = dlopen("libprimecount.so.7", RTLD_NOW | RTLD_NOLOAD);
+    ASSERT_NE(library, nullptr);
+    const auto foreign_pi = reinterpret_cast<int64_t (*)(int64_t)>(dlsym(library, "_ZN10primecount2piEl"));
+    const auto foreign_nth = reinterpret_cast<int64_t (*)(int64_t)>(dlsym(library, "_ZN10primecount9nth_primeEl"));
+    ASSERT_NE(foreign_pi, nullptr);
+    ASSERT_NE(foreign_nth, nullptr);
+    primecount::set_callback([](double) {
+        ++calls;
+        return true;
+    });
+    std::atomic<bool> done{false};
+    std::thread stopper([&done] {
+        while (!done) primecount::set_exitcall(true);
+    });
+    std::thread own([&done] {
+        while (!done) EXPECT_THROW(primecount::pi(x14), std::exception);
+    });
+    EXPECT_EQ(foreign_pi(x14), pi14);
+    EXPECT_EQ(foreign_nth(pi12), 999'999'999'989);
+    done = true;
+    stopper.join();
+    own.join();
+    calls = 0;
+    EXPECT_EQ(foreign_pi(x14), pi14);
+    EXPECT_EQ(calls, 0);
+}
+
+}  // namespace

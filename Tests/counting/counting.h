@@ -1,0 +1,185 @@
+/**
+ * @file   counting.h
+ * @brief  What the tests of the counting exports share: known values, calls with strings, tasks and the event protocol.
+ */
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/test_host.h"
+
+namespace kesh::test {
+
+/** pi(10^k), k = 0 .. 18 (OEIS A006880). */
+inline constexpr std::array<mint, 19> pi_of_power_of_ten = {
+    0, 4, 25, 168, 1229, 9592, 78498, 664579, 5761455, 50847534, 455052511, 4118054813, 37607912018, 346065536839,
+    3204941750802, 29844570422669, 279238341033925, 2623557157654233, 24739954287740860};
+
+/** The 10^k-th prime, k = 0 .. 17 (OEIS A006988). */
+inline constexpr std::array<mint, 18> prime_of_power_of_ten = {
+    2, 29, 541, 7919, 104729, 1299709, 15485863, 179424673, 2038074743, 22801763489, 252097800623, 2760727302517,
+    29996224275833, 323780508946331, 3475385758524527, 37124508045065437, 394906913903735329, 4185296581467695669};
+
+constexpr mint power_of_ten(int k) {
+    mint power = 1;
+    while (k-- > 0) power *= 10;
+    return power;
+}
+
+/** One call of an export with a string argument, or a task and a string. `text` is null where nothing was written. */
+struct StringCall {
+    int code = 0;
+    const char* text = nullptr;
+};
+
+inline StringCall call_string_at(const std::string& name, char* argument,
+                                 VelmoraLibraryData data = TestHost::instance().data()) {
+    MArgument slot;
+    slot.utf8string = &argument;
+    StringCall call;
+    char* result = nullptr;
+    MArgument result_slot;
+    result_slot.utf8string = &result;
+    call.code = Library::instance().get(name)(data, 1, &slot, result_slot);
+    call.text = result;
+    return call;
+}
+
+inline StringCall call_string(const std::string& name, const std::string& argument) {
+    return call_string_at(name, TestHost::instance().new_string(argument));
+}
+
+inline int submit_string(mint task, char* argument, VelmoraLibraryData data = TestHost::instance().data()) {
+    MArgument slots[2];
+    slots[0].integer = &task;
+    slots[1].utf8string = &argument;
+    return Library::instance().get("PrimeCount_SubmitExprPrimePi")(data, 2, slots, MArgument{});
+}
+
+/** A new task with one count submitted to it: the export's name, and its argument. */
+inline mint submit(const std::string& name, mint n) {
+    const mint task = call_integer("PrimeCount_CreateTask", {}).result;
+    const IntegerCall call = call_integer(name, {task, n});
+    EXPECT_EQ(call.code, 0);
+    EXPECT_EQ(call.result, unwritten);
+    return task;
+}
+
+inline mint submit(const std::string& name, const std::string& n) {
+    const mint task = call_integer("PrimeCount_CreateTask", {}).result;
+    EXPECT_EQ(name, "PrimeCount_SubmitExprPrimePi");
+    EXPECT_EQ(submit_string(task, TestHost::instance().new_string(n)), 0);
+    return task;
+}
+
+inline void stop() {
+    EXPECT_EQ(call_integer("PrimeCount_StopTask", {}).code, 0);
+}
+
+/** The events of one task in order, without its removal. */
+inline std::vector<Event> events_of(mint task) {
+    std::vector<Event> selected;
+    for (Event& event : TestHost::instance().events()) {
+        if (event.task == task && !event.removal) selected.push_back(std::move(event));
+    }
+    return selected;
+}
+
+/** Waits for the removal of a task and returns its last event, the report. */
+inline Event report_of(mint task) {
+    EXPECT_TRUE(TestHost::instance().wait_for_removal(task)) << "task " << task << " was not removed";
+    const std::vector<Event> events = events_of(task);
+    if (events.empty()) return Event{task, "nothing", {}};
+    return events.back();
+}
+
+inline mint integer_of(const Event& event) {
+    return event.name == "Result" ? std::get<mint>(event.values.at(0)) : -1;
+}
+
+/** Waits for the first progress of a task; false where it ended without. */
+inline bool wait_for_progress(mint task) {
+    bool progressed = false;
+    TestHost::instance().wait_until([&](const std::vector<Event>& events) {
+        for (const Event& event : events) {
+            if (event.task != task) continue;
+            progressed = progressed || event.name == "Status";
+            if (progressed || event.removal) return true;
+        }
+        return false;
+    });
+    return progressed;
+}
+
+/**
+ * What the recorded events break of the protocol, one line a breach: a task sees "Status" events that never fall, then
+ * one "Result" or "Error", then its removal and nothing more; the tasks' events do not mix; every event carries one
+ * value; no DataStore is left over.
+ */
+inline std::vector<std::string> protocol_breaches() {
+    std::vector<std::string> breaches;
+    std::map<mint, std::string> last;
+    std::map<mint, mreal> percent;
+    mint current = 0;
+    for (const Event& event : TestHost::instance().events()) {
+        const std::string what = event.removal ? "removal" : event.name;
+        const auto breach = [&](const std::string& text) {
+            breaches.push_back("task " + std::to_string(event.task) + ", " + what + ": " + text);
+        };
+        const std::string before = std::exchange(last[event.task], what);
+        const bool reported = before == "Result" || before == "Error";
+        if (before == "removal") breach("after the removal");
+        if (current != 0 && current != event.task) breach("amid another task's events");
+        current = event.removal ? 0 : event.task;
+        if (event.removal) {
+            if (!reported) breach("without a report");
+            continue;
+        }
+        if (reported) breach("after the report");
+        if (event.values.size() != 1) {
+            breach("not exactly one value");
+        } else if (event.name == "Status") {
+            const auto* const value = std::get_if<mreal>(&event.values[0]);
+            if (value == nullptr || *value < 0 || *value > 100) {
+                breach("not a percentage");
+            } else if (*value < percent[event.task]) {
+                breach("progress fell back");
+            } else {
+                percent[event.task] = *value;
+            }
+        } else if (event.name == "Error") {
+            const auto* const value = std::get_if<std::string>(&event.values[0]);
+            if (value == nullptr || *value != "$Failed") breach("not $Failed");
+        } else if (event.name != "Result") {
+            breach("unknown event");
+        }
+    }
+    if (const size_t open = TestHost::instance().open_data_stores(); open != 0) {
+        breaches.push_back(std::to_string(open) + " DataStores were never handed over");
+    }
+    return breaches;
+}
+
+/** Starts each test with an empty record, and ends it with a look at the event protocol. */
+class CountingTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        host.reset();
+    }
+    void TearDown() override {
+        if (!expect_breaches) {
+            EXPECT_EQ(protocol_breaches(), std::vector<std::string>());
+        }
+    }
+
+    TestHost& host = TestHost::instance();
+    bool expect_breaches = false;
+};
+
+}  // namespace kesh::test
