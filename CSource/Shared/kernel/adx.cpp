@@ -89,18 +89,27 @@ inline void reduce8(umint* c, umint* q, const umint* t, const umint* m) noexcept
     "mov %[" #t0 "], %%rdx\n\t imul %c[k](%[m]), %%rdx\n\t" KESH_ROW4(m, t0, t1, t2, t3, t4) \
     "adox %[lo], %[" #t5 "]\n\t adcx %[lo], %[" #t5 "]\n\t"
 
+/// The limbs t4, t5, t0, t1 below the top limb t2 less m, unless that is negative.
+#define KESH_REDUCE_ONCE4                                                       \
+    "mov %[t4], %[lo]\n\t sub (%[m]), %[lo]\n\t"                               \
+    "mov %[t5], %[hi]\n\t sbb 8(%[m]), %[hi]\n\t"                              \
+    "mov %[t0], %%rdx\n\t sbb 16(%[m]), %%rdx\n\t"                             \
+    "mov %[t1], %[t3]\n\t sbb 24(%[m]), %[t3]\n\t"                             \
+    "sbb $0, %[t2]\n\t"                                                        \
+    "cmovnc %[lo], %[t4]\n\t cmovnc %[hi], %[t5]\n\t"                          \
+    "cmovnc %%rdx, %[t0]\n\t cmovnc %[t3], %[t1]\n\t"
+
 inline void multiply4(umint* r, const umint* a, const umint* b, const Modulus<4>& modulus) noexcept {
     umint t0 = 0, t1 = 0, t2 = 0, t3 = 0, t4 = 0, t5 = 0;
     umint lo, hi;
     static_assert(offsetof(Modulus<4>, m) == 0);
     asm(KESH_ROW_PAIR4(0, t0, t1, t2, t3, t4, t5) KESH_ROW_PAIR4(1, t1, t2, t3, t4, t5, t0)
-        KESH_ROW_PAIR4(2, t2, t3, t4, t5, t0, t1) KESH_ROW_PAIR4(3, t3, t4, t5, t0, t1, t2)
+        KESH_ROW_PAIR4(2, t2, t3, t4, t5, t0, t1) KESH_ROW_PAIR4(3, t3, t4, t5, t0, t1, t2) KESH_REDUCE_ONCE4
         : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4), [t5] "+&r"(t5), [lo] "=&r"(lo),
           [hi] "=&r"(hi)
         : [a] "r"(a), [b] "r"(b), [m] "r"(&modulus), [k] "i"(offsetof(Modulus<4>, k))
         : "rdx", "cc", "memory");
-    const umint t[4] = {t4, t5, t0, t1};
-    reduce_once<4>(r, t, t2, modulus.m);
+    r[0] = t4, r[1] = t5, r[2] = t0, r[3] = t1;
 }
 
 /// r[0 .. 7] += a; returns the carry.

@@ -289,6 +289,10 @@ template <int n>
 const Routines<n>& ifma_routines() noexcept {
     if constexpr (n == 2) {
         return adx_routines<n>();
+    } else if constexpr (n == 4) {
+        // A single row of digits waits for its reduction longer than four limbs do; two side by side do not.
+        static const Routines<n> table = {adx_routines<n>().mont_mul, adx_routines<n>().mont_sqr, adx_routines<n>().pow2, ifma_lucas_ladder<n>};
+        return table;
     } else {
         static const Routines<n> table = {adx_routines<n>().mont_mul, adx_routines<n>().mont_sqr, ifma_pow2<n>, ifma_lucas_ladder<n>};
         return table;

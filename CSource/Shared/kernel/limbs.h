@@ -69,6 +69,25 @@ inline void subtract_mod(umint* r, const umint* a, const umint* b, const umint* 
     }
 }
 
+/// x = x / 2^j mod m for a residue x: with q = -x/m mod 2^j, x + q m is divisible by 2^j, and the quotient is below m because q < 2^j.
+/// k = -m^(-1) mod 2^64; 0 <= j < 64.
+template <int n>
+inline void halve(umint* x, int j, const umint* m, umint k) noexcept {
+    const umint q = (x[0] * k) & ((umint{1} << j) - 1);
+    umint t[n + 1];
+    umint carry = 0;
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) {
+        const umint2 p = static_cast<umint2>(m[i]) * q + x[i] + carry;
+        t[i] = static_cast<umint>(p);
+        carry = static_cast<umint>(p >> 64);
+    }
+    t[n] = carry;
+    // A shift by 64 - j that is also right for j = 0.
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) x[i] = (t[i] >> j) | ((t[i + 1] << 1) << (63 - j));
+}
+
 template <int n>
 inline bool equal(const umint* a, const umint* b) noexcept {
     umint difference = 0;

@@ -7,10 +7,7 @@
 
 namespace kesh::kernel {
 
-/// pow2<2>.
 void pow2_128(umint* x, const umint* e, const Modulus<2>& modulus) noexcept;
-
-/// lucas_ladder<2>.
 void lucas_ladder_128(umint* l, umint* h, const umint* a, const umint* e, const Modulus<2>& modulus) noexcept;
 
 }  // namespace kesh::kernel

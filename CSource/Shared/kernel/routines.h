@@ -23,16 +23,46 @@ const Routines<n>& adx_routines() noexcept;
 template <int n>
 const Routines<n>& ifma_routines() noexcept;
 
+/// The doublings of pow2, put off: value = 2^(E + ahead) R mod m, where E is the exponent that the bits so far make. With ahead = 1
+/// before, it is 2 ahead - bit and so again at least 1 after a squaring for the next bit, and at most 64 after six. Only then is the
+/// power brought back by an exact division, which costs one row of products instead of six doublings with their comparisons.
+template <int n>
+struct Doublings {
+    umint value[n];
+
+    explicit Doublings(const Modulus<n>& modulus) noexcept : modulus_(modulus) {
+        for (int i = 0; i < n; ++i) value[i] = modulus.r1[i];
+        double_if<n>(value, 1, modulus.m);
+    }
+
+    /// To be called after `value` was squared for bit i of e, for each i down to 0.
+    void after_square(const umint* e, int i) noexcept {
+        ahead_ = 2 * ahead_ - static_cast<int>(bit_at(e, i));
+        if (i % 6 != 0) return;
+        halve<n>(value, ahead_ - 1, modulus_.m, modulus_.k);
+        ahead_ = 1;
+    }
+
+    /// x = 2^e R mod m.
+    void finish(umint* x) noexcept {
+        halve<n>(value, 1, modulus_.m, modulus_.k);
+        for (int i = 0; i < n; ++i) x[i] = value[i];
+    }
+
+  private:
+    const Modulus<n>& modulus_;
+    int ahead_ = 1;
+};
+
 /// pow2 over the products of `Arithmetic`, a class with static mul() and sqr() of mont_mul's and mont_sqr's signatures.
 template <int n, class Arithmetic>
 inline void generic_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
-    umint y[n];
-    for (int i = 0; i < n; ++i) y[i] = modulus.r1[i];
+    Doublings<n> y(modulus);
     for (int i = bit_length<n>(e) - 1; i >= 0; --i) {
-        Arithmetic::sqr(y, y, modulus);
-        double_if<n>(y, bit_at(e, i), modulus.m);
+        Arithmetic::sqr(y.value, y.value, modulus);
+        y.after_square(e, i);
     }
-    for (int i = 0; i < n; ++i) x[i] = y[i];
+    y.finish(x);
 }
 
 /// lucas_ladder over the products of `Arithmetic`. The pair (V(k), V(k+1)) goes to (V(2k), V(2k+1)) for a clear bit and to

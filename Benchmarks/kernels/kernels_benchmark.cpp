@@ -1,4 +1,4 @@
-/// @file   kernels_bench.cpp
+/// @file   kernels_benchmark.cpp
 /// @brief  Nanoseconds and cycles of each kernel at each level and width, beside GMP.
 ///
 /// `cycles` counts one call for the products and one bit of the exponent for pow2, the ladder and mpz_powm. `limb_products` is the
