@@ -29,10 +29,12 @@ class Parser {
 
   private:
     [[noreturn]] void fail(const std::string& what) const {
-        throw ExpressionError(
-            fmt::format("'{}': {} at column {}; an integer is written like 1_000_000, 1e9, 10^12, 2^61-1, "
-                        "3*(10^6+1), -5 or 0xff",
-                        text_, what, position_ + 1));
+        constexpr std::size_t longest_shown = 40;
+        const std::string shown =
+            text_.size() > longest_shown ? std::string(text_.substr(0, longest_shown)) + "..." : std::string(text_);
+        throw ExpressionError(fmt::format(
+            "'{}': {} at column {}; an integer is written like 1_000_000, 1e9, 10^12, 2^61-1, 3*(10^6+1), -5 or 0xff",
+            shown, what, position_ + 1));
     }
 
     void skip_blanks() {

@@ -20,6 +20,8 @@ using namespace std::chrono_literals;
 
 /** Calls shorter than this show nothing. */
 constexpr double quiet_time = 0.5;
+/** Part of the work after which the time left is worth telling. */
+constexpr double earliest_estimate = 0.02;
 constexpr auto redraw_interval = 100ms;
 /** Seconds between two lines where the line cannot be redrawn. */
 constexpr double line_interval = 2;
@@ -57,18 +59,19 @@ std::string render_progress(const std::string& label, std::optional<double> frac
     const std::string time = format_duration(elapsed);
     if (!fraction) {
         const std::string tail = fmt::format("  {}{}", time, note.empty() ? "" : ", " + note);
-        const std::size_t room = width > tail.size() + 4 ? width - tail.size() - 4 : 8;
+        const std::size_t room = width > tail.size() + 7 ? width - tail.size() - 7 : 8;
         return fmt::format("{} {}{}", spinner(elapsed, look), label.substr(0, room), tail);
     }
     const double part = std::clamp(*fraction, 0.0, 1.0);
     std::string tail = fmt::format(" {:5.1f} %  {}", part * 100, time);
     if (!note.empty()) {
         tail += ", " + note;
-    } else if (part > 0.01 && elapsed > 0.5) {
+    } else if (part > earliest_estimate) {
         tail += fmt::format(", {} left", format_duration(elapsed * (1 - part) / part));
     }
-    // Label, bar and tail share the line; the last column stays free so that no terminal wraps.
-    const std::size_t room = width > tail.size() + 2 ? width - tail.size() - 2 : 0;
+    // Label, bar and tail share the line; the last columns stay free for the terminal's own ^C, so that it does not
+    // wrap.
+    const std::size_t room = width > tail.size() + 5 ? width - tail.size() - 5 : 0;
     const std::string name = label.substr(0, room > 12 ? room - 12 : 0);
     const auto cells =
         static_cast<unsigned>(std::clamp<std::size_t>(room > name.size() ? room - name.size() : 0, 0, 40));

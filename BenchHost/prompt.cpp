@@ -207,24 +207,22 @@ int run_line(Session& session, const std::string& line, bool& leave) {
 }  // namespace
 
 int run_prompt(Session& session) {
-    if (!session.defaults().quiet)
-        print(
-            "kesh-host: type a call such as PrimeSieve_CountPrimes 0 10^10; Tab completes, ?NAME explains, help and "
-            "list tell more, Ctrl-D leaves.\n");
+    if (!session.defaults().quiet) print("PrimeCount_PrimePi 10^12 calls, Tab completes, ?NAME explains, help tells more, Ctrl-D leaves.
+");
     host().tasks.keep_events(true);
     LineReader reader(session);
     std::string line;
     for (bool leave = false; !leave;) {
-        if (!reader.read(line)) {
-            print("\n");
-            break;
-        }
-        run_line(session, line, leave);
-        session.print_events(session.defaults());
+            if (!reader.read(line)) {
+                print("\n");
+                break;
+            }
+            run_line(session, line, leave);
+            session.print_events(session.defaults());
     }
     if (const std::size_t running = host().tasks.running(); running > 0) {
-        print(fmt::format("stopping {} task{}\n", running, running == 1 ? "" : "s"));
-        session.stop_all();
+            print(fmt::format("stopping {} task{}\n", running, running == 1 ? "" : "s"));
+            session.stop_all();
     }
     return host().breaches.total() > 0 ? exit_breach : exit_ok;
 }

@@ -169,6 +169,11 @@ int Session::execute(const Options& options, bool at_prompt) {
             if (name == "wait") return wait(options, rest);
             if (name == "set") return set(rest);
         }
+        for (const CommandWord& word : command_words()) {
+            if (word.name == name)
+                throw BadInput(
+                    fmt::format("'{}' works at the prompt only; kesh-host without arguments opens it", name));
+        }
         throw BadInput(unknown_name(name));
     } catch (const BadInput& error) {
         return bad_input(options, error.what());

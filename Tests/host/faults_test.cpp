@@ -1,0 +1,59 @@
+/**
+ * @file   faults_test.cpp
+ * @brief  Reading and playing planned faults.
+ */
+#include "faults.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace {
+
+using bench_host::Fault;
+using bench_host::FaultPlan;
+
+TEST(Faults, EveryCallOrOneCall) {
+    FaultPlan plan;
+    EXPECT_FALSE(plan.any());
+    plan.add("MTensor_new=5");
+    plan.add("createDataStore=null@2");
+    EXPECT_TRUE(plan.any());
+    EXPECT_TRUE(plan.planned("MTensor_new"));
+    EXPECT_FALSE(plan.planned("AbortQ"));
+    EXPECT_EQ(plan.on_call("MTensor_new")->code, 5);
+    EXPECT_EQ(plan.on_call("MTensor_new")->code, 5);
+    EXPECT_FALSE(plan.on_call("createDataStore"));
+    EXPECT_EQ(plan.on_call("createDataStore")->kind, Fault::Kind::null);
+    EXPECT_FALSE(plan.on_call("createDataStore"));
+    plan.clear();
+    EXPECT_FALSE(plan.on_call("MTensor_new"));
+}
+
+TEST(Faults, EventsByName) {
+    FaultPlan plan;
+    plan.add("raiseAsyncEvent:Result=throw");
+    EXPECT_FALSE(plan.on_call("raiseAsyncEvent"));
+    EXPECT_EQ(plan.on_call("raiseAsyncEvent:Result")->kind, Fault::Kind::exception);
+}
+
+class BadFault : public testing::TestWithParam<const char*> {};
+
+TEST_P(BadFault, IsRefusedInOneLine) {
+    FaultPlan plan;
+    try {
+        plan.add(GetParam());
+        FAIL();
+    } catch (const std::invalid_argument& error) {
+        EXPECT_THAT(error.what(), testing::HasSubstr(GetParam()));
+    }
+    EXPECT_FALSE(plan.any());
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, BadFault,
+                         testing::Values("MTensor_new", "MTensor_new=", "MTensor_new=x", "MTensor_new=5@",
+                                         "MTensor_new=5@x", "Nothing=5", "MTensor_new=null", "createDataStore=5",
+                                         "DataStore_addReal=1"));
+
+}  // namespace

@@ -1,0 +1,129 @@
+/**
+ * @file   host_tables_test.cpp
+ * @brief  Every slot of both tables is laid out; the slots without use report a call.
+ */
+#include "host_tables.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "host.h"
+
+namespace {
+
+using namespace bench_host;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr std::size_t library_slots = sizeof(st_VelmoraLibraryData) / sizeof(void*);
+constexpr std::size_t io_slots = sizeof(st_VelmoraIOLibrary_Functions) / sizeof(void*);
+
+/** The slots as a foreign library finds them: by position. */
+template <typename Table>
+std::vector<void*> slots_of(const Table* table, std::size_t count) {
+    std::vector<void*> slots(count);
+    std::memcpy(slots.data(), table, count * sizeof(void*));
+    return slots;
+}
+
+mint call_slot(void* slot) {
+    return reinterpret_cast<mint (*)(void*, void*, void*, void*)>(slot)(nullptr, nullptr, nullptr, nullptr);
+}
+
+TEST(HostTables, EverySlotIsFilled) {
+    const auto slots = slots_of(library_data(), library_slots + further_slots);
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+        // Two pointers to tables of other services, which this host has not.
+        if (slot_name(i + 1) == "runtimeData" || slot_name(i + 1) == "compileLibraryFunctions") continue;
+        EXPECT_NE(slots[i], nullptr) << "slot " << i + 1 << ' ' << slot_name(i + 1);
+    }
+    for (void* slot : slots_of(library_data()->ioLibraryFunctions, io_slots + further_slots)) EXPECT_NE(slot, nullptr);
+    EXPECT_EQ(library_data()->VersionNumber, VelmoraLibraryVersion);
+    EXPECT_EQ(library_data_without_io()->ioLibraryFunctions, nullptr);
+}
+
+TEST(HostTables, SlotNames) {
+    EXPECT_EQ(slot_name(1), "UTF8String_disown");
+    EXPECT_EQ(slot_name(24), "AbortQ");
+    EXPECT_EQ(slot_name(35), "ioLibraryFunctions");
+    EXPECT_EQ(slot_name(36), "a further slot");
+    EXPECT_EQ(io_slot_name(23), "removeAsynchronousTask");
+    EXPECT_EQ(io_slot_name(24), "a further slot");
+}
+
+TEST(HostTables, EverySlotWithoutUseReportsItsCall) {
+    host().breaches.take();
+    const auto slots = slots_of(library_data(), library_slots + further_slots);
+    for (const std::size_t slot :
+         {9UL, 10UL, 11UL, 13UL, 14UL, 15UL, 21UL, 22UL, 23UL, 25UL, 26UL, 27UL, 31UL, 32UL, 33UL, 34UL, 36UL, 99UL}) {
+        if (slot != 10) call_slot(slots[slot - 1]);  // slot 10 takes a record by value
+        const auto reports = host().breaches.take();
+        if (slot != 10) {
+            EXPECT_THAT(reports, ElementsAre(HasSubstr("slot " + std::to_string(slot) + " ")));
+        }
+    }
+    const auto io = slots_of(library_data()->ioLibraryFunctions, io_slots + further_slots);
+    for (const std::size_t slot : {2UL, 11UL, 12UL, 13UL, 14UL, 19UL, 20UL, 21UL, 22UL, 24UL, 87UL}) {
+        call_slot(io[slot - 1]);
+        EXPECT_THAT(host().breaches.take(), ElementsAre(HasSubstr("slot " + std::to_string(slot) + " ")));
+    }
+}
+
+TEST(HostTables, CallbacksDoTheHostsWork) {
+    VelmoraLibraryData table = library_data();
+    const mint length = 3;
+    MTensor tensor = nullptr;
+    ASSERT_EQ(table->MTensor_new(MType_Integer, 1, &length, &tensor), LIBRARY_NO_ERROR);
+    mint position = 2;
+    EXPECT_EQ(table->MTensor_setInteger(tensor, &position, 42), LIBRARY_NO_ERROR);
+    EXPECT_EQ(table->MTensor_getIntegerData(tensor)[1], 42);
+    EXPECT_EQ(table->MTensor_getRank(tensor), 1);
+    EXPECT_EQ(table->MTensor_getDimensions(tensor)[0], 3);
+    EXPECT_EQ(table->MTensor_getFlattenedLength(tensor), 3);
+    EXPECT_EQ(table->MTensor_getType(tensor), MType_Integer);
+    table->MTensor_free(tensor);
+    EXPECT_THAT(host().breaches.take(), testing::IsEmpty());
+    table->MTensor_free(tensor);
+    EXPECT_THAT(host().breaches.take(), ElementsAre(HasSubstr("no living tensor")));
+
+    char* text = host().strings.lend("7");
+    table->UTF8String_disown(text);
+    EXPECT_THAT(host().breaches.take(), testing::IsEmpty());
+    table->UTF8String_disown(text);
+    EXPECT_THAT(host().breaches.take(), ElementsAre(HasSubstr("not lent")));
+
+    EXPECT_EQ(table->AbortQ(), 0);
+    host().abort_requested = true;
+    EXPECT_EQ(table->AbortQ(), 1);
+    host().abort_requested = false;
+}
+
+TEST(HostTables, PlannedFaultsTakeThePlaceOfTheWork) {
+    VelmoraLibraryData table = library_data();
+    host().faults.add("MTensor_new=3");
+    host().faults.add("MTensor_getInteger=4");
+    host().faults.add("AbortQ=1");
+    host().faults.add("createDataStore=null");
+    const mint length = 3;
+    MTensor tensor = nullptr;
+    EXPECT_EQ(table->MTensor_new(MType_Integer, 1, &length, &tensor), 3);
+    host().left_position = 17;
+    mint position = 0;
+    mint value = 0;
+    EXPECT_EQ(table->MTensor_getInteger(nullptr, &position, &value), 4);
+    EXPECT_EQ(position, 17);
+    EXPECT_EQ(table->AbortQ(), 1);
+    EXPECT_EQ(table->ioLibraryFunctions->createDataStore(), nullptr);
+    host().faults.clear();
+    host().faults.add("raiseAsyncEvent:Result=throw");
+    DataStore store = table->ioLibraryFunctions->createDataStore();
+    char name[] = "Result";
+    EXPECT_THROW(table->ioLibraryFunctions->raiseAsyncEvent(1, name, store), std::runtime_error);
+    EXPECT_EQ(host().tasks.open_stores(), 0U);
+    host().faults.clear();
+}
+
+}  // namespace

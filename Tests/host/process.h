@@ -1,0 +1,63 @@
+/**
+ * @file   process.h
+ * @brief  Runs kesh-host as users do: as a process with pipes, and as a process on a terminal of its own.
+ */
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace kesh_test {
+
+using Arguments = std::vector<std::string>;
+
+struct Finished {
+    int code = -1;       ///< exit status, or 128 + signal
+    std::string output;  ///< standard output
+    std::string errors;  ///< standard error
+};
+
+/** What to give a process besides its arguments. */
+struct Surroundings {
+    std::string input;                               ///< standard input
+    std::map<std::string, std::string> environment;  ///< set on top of the test's own
+    int signal = 0;                                  ///< sent once `signal_when` has appeared on standard error
+    std::string signal_when;
+};
+
+/** Runs kesh-host to its end. */
+Finished run_host(const Arguments& arguments, const Surroundings& surroundings = {});
+
+/** kesh-host on a terminal of 80 or another number of columns. */
+class TerminalHost {
+  public:
+    explicit TerminalHost(const Arguments& arguments, unsigned short columns = 80,
+                          const std::map<std::string, std::string>& environment = {});
+    ~TerminalHost();
+    TerminalHost(const TerminalHost&) = delete;
+    TerminalHost& operator=(const TerminalHost&) = delete;
+
+    void type(const std::string& keys);
+    /** Reads until the text has appeared after what was last expected; false when it does not in time. */
+    bool expect(const std::string& text, std::chrono::seconds limit = std::chrono::seconds(60));
+    /** Waits for the end; the exit code, or -1 when it does not come. */
+    int wait(std::chrono::seconds limit = std::chrono::seconds(60));
+    /** All that has been written to the terminal. */
+    const std::string& screen() const {
+        return screen_;
+    }
+
+  private:
+    bool read_some(std::chrono::milliseconds limit);
+
+    pid_t pid_ = -1;
+    int terminal_ = -1;
+    std::string screen_;
+    std::size_t seen_ = 0;
+};
+
+}  // namespace kesh_test

@@ -1,0 +1,153 @@
+/**
+ * @file   prompt_process_test.cpp
+ * @brief  The prompt on a terminal, and commands from a pipe.
+ */
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host/process.h"
+
+namespace {
+
+using namespace kesh_test;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* interrupt = "\x03";
+constexpr const char* end_of_input = "\x04";
+
+TEST(HostScript, LinesOfAPipe) {
+    const Finished run = run_host({}, {.input = "# a comment\n\nPrimeSieve_NthPrime 100\nPrimeSieve_CountTwins[0, "
+                                                "10^6]\nPrimeCount_ExprPrimePi(\"1000\")\nquit\nnonsense\n",
+                                       .environment = {},
+                                       .signal = 0,
+                                       .signal_when = ""});
+    EXPECT_EQ(run.code, 0);
+    EXPECT_THAT(run.output, AllOf(HasSubstr("541\n"), HasSubstr("8169\n"), HasSubstr("168\n")));
+}
+
+TEST(HostScript, TheWorstLineDecidesTheExitCode) {
+    const auto code = [](const char* lines) {
+        return run_host({}, {.input = lines, .environment = {}, .signal = 0, .signal_when = ""}).code;
+    };
+    EXPECT_EQ(code("PrimeSieve_NthPrime 100\nnonsense\nPrimeSieve_NthPrime 100\n"), 2);
+    EXPECT_EQ(code("PrimeSieve_ListNPrimes -1\nPrimeSieve_NthPrime 100\n"), 1);
+    EXPECT_EQ(code("PrimeSieve_NthPrime 'x\n"), 2);
+}
+
+TEST(HostScript, TasksRunInTurnAndAreWaitedFor) {
+    const Finished run = run_host({}, {.input = "PrimeCount_PrimePi 10^12 --async\nPrimeCount_Prime 10^9 "
+                                                "--async\nPrimeCount_ExprPrimePi 1000 --async\ntasks\n",
+                                       .environment = {},
+                                       .signal = 0,
+                                       .signal_when = ""});
+    EXPECT_EQ(run.code, 0);
+    EXPECT_THAT(run.output,
+                AllOf(HasSubstr("task 3: PrimeCount_ExprPrimePi(1000)"), HasSubstr("task 1 Result 37607912018"),
+                      HasSubstr("task 2 Result 22801763489"), HasSubstr("task 3 Result \"168\"")));
+}
+
+TEST(HostScript, SettingsHoldForTheLinesAfterThem) {
+    const Finished run =
+        run_host({}, {.input = "set quiet on\nPrimeSieve_NthPrime 4\nset quiet off\nset nonsense on\nset json maybe\n",
+                      .environment = {},
+                      .signal = 0,
+                      .signal_when = ""});
+    EXPECT_EQ(run.output, "7\n");
+    EXPECT_THAT(run.errors, AllOf(HasSubstr("'nonsense' cannot be set"), HasSubstr("'maybe' is neither on nor off")));
+}
+
+TEST(HostPrompt, CallsCompletionAndHelp) {
+    TerminalHost host({});
+    ASSERT_TRUE(host.expect("kesh> "));
+    host.type("PrimeSieve_Nth\t100\r");
+    ASSERT_TRUE(host.expect("541")) << host.screen();
+    ASSERT_TRUE(host.expect("kesh> "));
+    host.type("PrimeSieve_Count\t\t");
+    ASSERT_TRUE(host.expect("PrimeSieve_CountSextuplets")) << host.screen();
+    host.type("Tw\t0 1000\r");
+    ASSERT_TRUE(host.expect("35")) << host.screen();
+    host.type("?KESH_RT_PrimeQ\r");
+    ASSERT_TRUE(host.expect("limbs as {low"));
+    host.type("PrimeSieve_NthPrim 1\r");
+    ASSERT_TRUE(host.expect("did you mean PrimeSieve_NthPrime"));
+    host.type(end_of_input);
+    EXPECT_EQ(host.wait(), 0);
+}
+
+TEST(HostPrompt, HistoryBringsBackTheLastLine) {
+    TerminalHost host({});
+    ASSERT_TRUE(host.expect("kesh> "));
+    host.type("PrimeSieve_NthPrime 100 -q\r");
+    ASSERT_TRUE(host.expect("\n541"));
+    ASSERT_TRUE(host.expect("kesh> "));
+    host.type("\x1b[A\r");
+    ASSERT_TRUE(host.expect("\n541")) << host.screen();
+}
+
+TEST(HostPrompt, InterruptDropsTheLine) {
+    TerminalHost host({});
+    ASSERT_TRUE(host.expect("kesh> "));
+    host.type("PrimeSieve_Nth");
+    ASSERT_TRUE(host.expect("Nth"));
+    host.type(interrupt);
+    ASSERT_TRUE(host.expect("kesh> ")) << host.screen();
+    host.type("PrimeSieve_NthPrime 4\r");
+    EXPECT_TRUE(host.expect("Prime number 4 is 7.")) << host.screen();
+}
+
+TEST(HostPrompt, InterruptStopsCallsOfAllRoutes) {
+    TerminalHost host({});
+    ASSERT_TRUE(host.expect("kesh> "));
+    for (const char* call : {"PrimeCount_PrimePi 10^18", "PrimeCount_DelegliseRivat 10^18",
+                             "PrimeSieve_CountPrimes 0 10^13", "PrimeCount_PrimePi 10^18 --bare"}) {
+        host.type(std::string(call) + "\r");
+        ASSERT_TRUE(host.expect(" s")) << host.screen();  // the line with the elapsed time
+        host.type(interrupt);
+        ASSERT_TRUE(host.expect("stopped:")) << call << host.screen();
+        ASSERT_TRUE(host.expect("kesh> ")) << host.screen();
+    }
+    host.type("PrimeCount_PrimePi 10^6 -q\r");
+    EXPECT_TRUE(host.expect("\n78498")) << "the next count is right";
+    EXPECT_THAT(host.screen(), Not(HasSubstr("BREACH")));
+}
+
+TEST(HostPrompt, ASieveIsLeftWithTheSecondInterrupt) {
+    TerminalHost host({"PrimeSieve_NthPrime", "10^13"});
+    ASSERT_TRUE(host.expect(" s"));
+    host.type(interrupt);
+    ASSERT_TRUE(host.expect("cannot be stopped")) << host.screen();
+    host.type(interrupt);
+    EXPECT_EQ(host.wait(), 130);
+}
+
+TEST(HostPrompt, EventsPrintAsTheyCome) {
+    TerminalHost host({});
+    ASSERT_TRUE(host.expect("kesh> "));
+    host.type("PrimeCount_PrimePi 10^12 --async\r");
+    ASSERT_TRUE(host.expect("task 1: PrimeCount_PrimePi(10^12)"));
+    ASSERT_TRUE(host.expect("task 1 Result 37607912018")) << host.screen();
+    host.type("PrimeCount_PrimePi 10^18 --async\r");
+    ASSERT_TRUE(host.expect("task 2 Status")) << host.screen();
+    host.type("stop\r");
+    ASSERT_TRUE(host.expect("task 2 Error \"$Failed\"")) << host.screen();
+    host.type("tasks\r");
+    ASSERT_TRUE(host.expect("failed or stopped")) << host.screen();
+    host.type("PrimeCount_PrimePi 10^18 --async\r");
+    ASSERT_TRUE(host.expect("task 3:"));
+    host.type(end_of_input);
+    ASSERT_TRUE(host.expect("stopping 1 task")) << host.screen();
+    EXPECT_EQ(host.wait(), 0);
+}
+
+TEST(HostPrompt, ColourIsLeftOutWhereItIsNotWanted) {
+    TerminalHost coloured({"PrimeSieve_NthPrime", "4"});
+    EXPECT_EQ(coloured.wait(), 0);
+    EXPECT_THAT(coloured.screen(), HasSubstr("\033[1m7\033[0m"));
+    TerminalHost plain({"PrimeSieve_NthPrime", "4"}, 80, {{"NO_COLOR", "1"}});
+    EXPECT_EQ(plain.wait(), 0);
+    EXPECT_THAT(plain.screen(), AllOf(HasSubstr("7"), Not(HasSubstr("\033["))));
+}
+
+}  // namespace

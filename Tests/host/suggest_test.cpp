@@ -1,0 +1,32 @@
+/**
+ * @file   suggest_test.cpp
+ * @brief  Nearest names.
+ */
+#include "suggest.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using bench_host::edit_distance;
+using bench_host::nearest_names;
+
+TEST(Suggest, Distances) {
+    EXPECT_EQ(edit_distance("", ""), 0U);
+    EXPECT_EQ(edit_distance("", "abc"), 3U);
+    EXPECT_EQ(edit_distance("Prime", "prime"), 0U);
+    EXPECT_EQ(edit_distance("prime", "pirme"), 1U);
+    EXPECT_EQ(edit_distance("kitten", "sitting"), 3U);
+}
+
+TEST(Suggest, FindsTheMistypedAndTheShort) {
+    const std::vector<std::string> names = {"PrimeSieve_CountPrimes", "PrimeSieve_CountTwins", "KESH_PrimeQ", "list"};
+    EXPECT_EQ(nearest_names("PrimeSieve_CountPrims", names).front(), "PrimeSieve_CountPrimes");
+    EXPECT_THAT(nearest_names("counttwins", names), testing::ElementsAre("PrimeSieve_CountTwins"));
+    EXPECT_THAT(nearest_names("lsit", names), testing::ElementsAre("list"));
+    EXPECT_THAT(nearest_names("something else", names), testing::IsEmpty());
+    EXPECT_THAT(nearest_names("", names), testing::IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,206 @@
+/**
+ * @file   tasks_test.cpp
+ * @brief  The event protocol: what passes, and each way of breaking it.
+ */
+#include "tasks.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace bench_host;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class Tasks : public testing::Test {
+  protected:
+    Breaches breaches;
+    TaskBoard board{breaches};
+
+    mint submitted(bool text = false) {
+        const mint id = board.create();
+        EXPECT_TRUE(board.submit(id, "count", text));
+        return id;
+    }
+    void raise(mint id, const char* name, EventValue value) {
+        DataStore store = board.create_store();
+        board.add(store, std::move(value), false);
+        board.raise(id, name, store);
+    }
+};
+
+TEST_F(Tasks, AGoodLife) {
+    board.keep_events(true);
+    const mint id = submitted();
+    EXPECT_EQ(board.find(id)->state, TaskState::queued);
+    EXPECT_EQ(board.running(), 1U);
+    raise(id, "Status", 1.5);
+    EXPECT_EQ(board.find(id)->state, TaskState::counting);
+    raise(id, "Status", 1.5);
+    raise(id, "Status", 100.0);
+    raise(id, "Result", mint{25});
+    EXPECT_EQ(board.find(id)->state, TaskState::reported);
+    board.remove(id);
+    const Task task = *board.find(id);
+    EXPECT_EQ(task.state, TaskState::removed);
+    EXPECT_EQ(std::get<mint>(*task.result), 25);
+    EXPECT_EQ(task.status_events, 3U);
+    EXPECT_EQ(task.first_percent, 1.5);
+    EXPECT_FALSE(task.failed);
+    EXPECT_EQ(board.running(), 0U);
+    EXPECT_TRUE(board.wait_removed(id, std::chrono::milliseconds(0)));
+    EXPECT_THAT(breaches.take(), IsEmpty());
+    EXPECT_EQ(board.open_stores(), 0U);
+    EXPECT_EQ(board.take_events().size(), 5U);
+    EXPECT_THAT(board.take_events(), IsEmpty());
+}
+
+TEST_F(Tasks, AFailedAndATextTask) {
+    const mint failed = submitted();
+    raise(failed, "Error", std::string("$Failed"));
+    board.remove(failed);
+    EXPECT_TRUE(board.find(failed)->failed);
+    const mint text = submitted(true);
+    raise(text, "Result", std::string("25"));
+    board.remove(text);
+    EXPECT_THAT(breaches.take(), IsEmpty());
+}
+
+TEST_F(Tasks, IdsAreFresh) {
+    const mint first = board.create();
+    EXPECT_NE(first, board.create());
+    EXPECT_TRUE(board.alive(first));
+    EXPECT_FALSE(board.started(first));
+    EXPECT_FALSE(board.alive(99));
+    EXPECT_FALSE(board.submit(99, "", false));
+    EXPECT_TRUE(board.submit(first, "", false));
+    EXPECT_FALSE(board.submit(first, "", false)) << "a task takes one count";
+    board.withdraw(first);
+    EXPECT_TRUE(board.submit(first, "", false));
+}
+
+TEST_F(Tasks, BreachUnknownTask) {
+    raise(7, "Status", 1.0);
+    board.remove(7);
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("task 7, which does not exist"), HasSubstr("does not exist")));
+}
+
+TEST_F(Tasks, BreachEventWithoutCount) {
+    raise(board.create(), "Status", 1.0);
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("never given a count")));
+}
+
+TEST_F(Tasks, BreachTwoResults) {
+    const mint id = submitted();
+    raise(id, "Result", mint{1});
+    raise(id, "Result", mint{1});
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("\"Result\" of task 1 after its \"Result\"")));
+}
+
+TEST_F(Tasks, BreachStatusAfterResult) {
+    const mint id = submitted();
+    raise(id, "Result", mint{1});
+    raise(id, "Status", 1.0);
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("\"Status\" of task 1 after its \"Result\"")));
+}
+
+TEST_F(Tasks, LateStatusOnlyWhereItIsExpected) {
+    const mint id = submitted();
+    raise(id, "Result", mint{1});
+    board.remove(id);
+    board.expect_late_status(true);
+    raise(id, "Status", 50.0);
+    EXPECT_THAT(breaches.take(), IsEmpty());
+    EXPECT_EQ(board.latest_status().first, 50.0);
+    board.expect_late_status(false);
+    raise(id, "Status", 60.0);
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("after its removal")));
+}
+
+TEST_F(Tasks, BreachRemovals) {
+    const mint id = submitted();
+    board.remove(id);
+    board.remove(id);
+    EXPECT_THAT(breaches.take(),
+                ElementsAre(HasSubstr("neither \"Result\" nor \"Error\""), HasSubstr("removed twice")));
+}
+
+TEST_F(Tasks, BreachTwoTasksAtOnce) {
+    const mint first = submitted();
+    const mint second = submitted();
+    raise(first, "Status", 1.0);
+    raise(second, "Status", 1.0);
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("task 2 while task 1 is counting")));
+}
+
+TEST_F(Tasks, BreachFallingOrImpossiblePercent) {
+    const mint id = submitted();
+    raise(id, "Status", 50.0);
+    raise(id, "Status", 49.0);
+    raise(id, "Status", 101.0);
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("fell from 50.000 to 49.000"), HasSubstr("no percentage")));
+}
+
+TEST_F(Tasks, BreachPayloads) {
+    const mint id = submitted();
+    raise(id, "Status", mint{3});
+    raise(id, "Progress", 3.0);
+    DataStore two = board.create_store();
+    board.add(two, 1.0, false);
+    board.add(two, 2.0, false);
+    board.raise(id, "Status", two);
+    board.raise(id, "Status", board.create_store());
+    DataStore named = board.create_store();
+    board.add(named, 3.0, true);
+    board.raise(id, "Status", named);
+    raise(id, "Result", std::string("25"));
+    EXPECT_THAT(breaches.take(),
+                ElementsAre(HasSubstr("no real number"), HasSubstr("unknown name"), HasSubstr("2 values"),
+                            HasSubstr("0 values"), HasSubstr("named value"), HasSubstr("no integer")));
+}
+
+TEST_F(Tasks, BreachErrorText) {
+    const mint id = submitted();
+    raise(id, "Error", std::string("oops"));
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("\"$Failed\"")));
+}
+
+TEST_F(Tasks, BreachDataStores) {
+    const mint id = submitted();
+    DataStore store = board.create_store();
+    board.add(store, 1.0, false);
+    board.raise(id, "Status", store);
+    board.raise(id, "Status", store);
+    board.add(store, 1.0, false);
+    board.add(nullptr, 1.0, false);
+    board.raise(id, "Status", nullptr);
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("handed over before"), HasSubstr("not open"),
+                                             HasSubstr("null DataStore"), HasSubstr("no DataStore")));
+    DataStore open = board.create_store();
+    board.create_store();
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("two events overlap")));
+    board.discard(open);
+    EXPECT_EQ(board.open_stores(), 1U);
+}
+
+TEST_F(Tasks, MissingStoresAreToleratedAfterAnInjectedFault) {
+    board.tolerate_missing_store(true);
+    const mint id = submitted();
+    board.add(nullptr, 1.0, false);
+    board.raise(id, "Result", nullptr);
+    board.remove(id);
+    EXPECT_THAT(breaches.take(), IsEmpty());
+    EXPECT_FALSE(board.find(id)->result);
+}
+
+TEST_F(Tasks, BreachesReachTheListener) {
+    std::vector<std::string> heard;
+    breaches.on_breach([&](const std::string& what) { heard.push_back(what); });
+    board.remove(1);
+    EXPECT_EQ(heard.size(), 1U);
+    EXPECT_EQ(breaches.total(), 1U);
+}
+
+}  // namespace
