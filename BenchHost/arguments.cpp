@@ -121,6 +121,17 @@ std::vector<ArgumentValue> bind_arguments(const Export& entry, std::span<const s
     return arguments;
 }
 
+mint read_task_id(const std::string& word) {
+    cpp_int id;
+    try {
+        id = parse_integer(word);
+    } catch (const ExpressionError& error) {
+        throw BadInput(error.what());
+    }
+    if (id < 1 || id > largest) throw BadInput(fmt::format("'{}' is no task id; 'tasks' lists them", word));
+    return static_cast<mint>(id);
+}
+
 std::string value_text(const ArgumentValue& argument) {
     if (const mint* number = std::get_if<mint>(&argument.value)) {
         return argument.above_signed ? fmt::format("{}", static_cast<umint>(*number)) : fmt::format("{}", *number);

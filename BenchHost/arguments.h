@@ -38,6 +38,9 @@ struct ArgumentValue {
  */
 std::vector<ArgumentValue> bind_arguments(const Export& entry, std::span<const std::string> words, bool any_count);
 
+/** A task id as typed after a command. @throws BadInput when it is no positive integer */
+mint read_task_id(const std::string& word);
+
 /** The exact decimal value of an argument, for display and JSON ("new" for a task yet to be made). */
 std::string value_text(const ArgumentValue& argument);
 

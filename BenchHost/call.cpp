@@ -7,13 +7,13 @@
 #include <cxxabi.h>
 #include <fmt/format.h>
 
-#include <chrono>
 #include <cstring>
 #include <deque>
 #include <typeinfo>
 
 #include "host.h"
 #include "host_tables.h"
+#include "stopwatch.h"
 
 namespace bench_host {
 
@@ -178,14 +178,12 @@ std::string demangled(const char* name) {
 
 Outcome call_export(const Library& library, const Export& entry, const std::vector<ArgumentValue>& arguments,
                     TableChoice table) {
-    using Clock = std::chrono::steady_clock;
     Outcome outcome;
     outcome.entry = &entry;
     outcome.arguments = arguments;
-    const Clock::time_point start = Clock::now();
-    const auto elapsed = [&] { return std::chrono::duration<double>(Clock::now() - start).count(); };
+    const Stopwatch watch;
     if (call_lifecycle(library, entry, table, outcome)) {
-        outcome.seconds = elapsed();
+        outcome.seconds = watch.seconds();
         return outcome;
     }
     const auto function = library.symbol<ExportFunction>(std::string(entry.name).c_str());
@@ -200,15 +198,15 @@ Outcome call_export(const Library& library, const Export& entry, const std::vect
     result.integer = &storage.integer;
     try {
         outcome.code = function(table_of(table), slots.count(), slots.data(), result);
-        outcome.seconds = elapsed();
+        outcome.seconds = watch.seconds();
         outcome.status = outcome.code == LIBRARY_NO_ERROR ? Status::ok : Status::error;
     } catch (const std::exception& exception) {
-        outcome.seconds = elapsed();
+        outcome.seconds = watch.seconds();
         outcome.status = Status::exception;
         outcome.exception_type = demangled(typeid(exception).name());
         outcome.exception_text = exception.what();
     } catch (...) {
-        outcome.seconds = elapsed();
+        outcome.seconds = watch.seconds();
         outcome.status = Status::exception;
         const std::type_info* type = abi::__cxa_current_exception_type();
         outcome.exception_type = type == nullptr ? "a foreign exception" : demangled(type->name());

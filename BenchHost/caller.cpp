@@ -12,6 +12,7 @@
 #include "host.h"
 #include "interrupts.h"
 #include "pieces.h"
+#include "stopwatch.h"
 
 namespace bench_host {
 
@@ -24,20 +25,19 @@ constexpr int presses_for_stoppable = 3;
 /** A call that cannot be stopped: the second press leaves the host. */
 constexpr int presses_for_unstoppable = 2;
 
-class Stopwatch {
-  public:
-    double seconds() const {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
-    }
-
-  private:
-    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-};
-
 /** Whether the user, or --abort-after, has asked for the end. */
 class StopCondition {
   public:
     explicit StopCondition(const CallSettings& settings) : abort_after_(settings.abort_after) {}
+
+    /** What the progress line says of it: some algorithms have long steps in which nothing can be stopped. */
+    std::string note() const {
+        if (!asked()) return "";
+        const int left = presses_for_stoppable - interrupts_seen();
+        return left == presses_for_stoppable
+                   ? "stopping"
+                   : fmt::format("stopping; Ctrl-C {} leaves", left == 1 ? "once more" : "twice more");
+    }
 
     bool asked() const {
         return interrupts_seen() > 0 || (abort_after_ && watch_.seconds() >= *abort_after_);
@@ -121,8 +121,8 @@ Outcome Caller::call_plainly(const Export& entry, const std::vector<ArgumentValu
     ProgressLine::Source source;
     if (split) source.fraction = [&] { return std::optional<double>(fraction.load()); };
     source.note = [&]() -> std::string {
-        if (!stop.asked()) return "";
-        return answers_abort || split ? "stopping" : "this export cannot be stopped; Ctrl-C again leaves kesh-host";
+        if (answers_abort || split || !stop.asked()) return stop.note();
+        return "this export cannot be stopped; Ctrl-C again leaves kesh-host";
     };
     source.tick = [&] {
         if (stop.asked()) host().abort_requested = true;
@@ -186,7 +186,7 @@ Outcome Caller::wait_for_task(mint id, const CallSettings& settings) const {
             return now.percent / 100;
         };
         source.note = [&]() -> std::string {
-            if (stop.asked()) return "stopping";
+            if (stop.asked()) return stop.note();
             const Task now = task();
             if (now.state == TaskState::queued && host().tasks.running() > 1) return "queued";
             return "";
@@ -245,7 +245,7 @@ Outcome Caller::call_under_status(const Export& entry, const std::vector<Argumen
             if (reports == reports_before) return std::nullopt;
             return percent / 100;
         };
-        source.note = [&]() -> std::string { return stop.asked() ? "stopping" : ""; };
+        source.note = [&] { return stop.note(); };
         source.tick = [&] {
             if (!stop.asked()) return;
             stop_task();

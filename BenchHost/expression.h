@@ -41,7 +41,4 @@ unsigned bit_length(const cpp_int& value);
 /** The value as 64-bit limbs, least significant first; at least one limb. Precondition: value >= 0. */
 std::vector<std::uint64_t> to_limbs(const cpp_int& value);
 
-/** "123456789" as "123 456 789" with the given separator between groups of three digits. */
-std::string group_digits(const std::string& digits, char separator);
-
 }  // namespace bench_host

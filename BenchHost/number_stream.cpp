@@ -9,31 +9,22 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
+#include <nlohmann/json.hpp>
 
 #include "arguments.h"
 #include "exit_codes.h"
 #include "interrupts.h"
 #include "session.h"
+#include "stopwatch.h"
 
 namespace bench_host {
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-class Stopwatch {
-  public:
-    double seconds() const {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
-    }
-
-  private:
-    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-};
 
 bool stop_asked() {
     return interrupts_seen() > 0;

@@ -5,8 +5,9 @@
 #include "pieces.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
+
+#include "stopwatch.h"
 
 namespace bench_host {
 
@@ -66,12 +67,12 @@ class PieceRunner {
         : library_(library), entry_(entry), arguments_(arguments), fraction_(fraction), stop_(stop) {}
 
     Outcome run() {
-        const auto start = std::chrono::steady_clock::now();
+        const Stopwatch watch;
         entry_.route == Route::walk_pieces ? walk() : add_up();
         whole_.entry = &entry_;
         whole_.arguments = arguments_;
         whole_.pieces = pieces_;
-        whole_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        whole_.seconds = watch.seconds();
         return whole_;
     }
 

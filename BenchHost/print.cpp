@@ -9,9 +9,10 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "expression.h"
+#include "digits.h"
 #include "progress.h"
 #include "tensors.h"
 

@@ -106,9 +106,9 @@ class LineReader {
         LineReader* reader = self(edit);
         const Style style(STDOUT_FILENO, reader->session_.defaults().colour);
         const std::size_t running = host().tasks.running();
-        const std::string plain = running == 0 ? "kesh> " : fmt::format("kesh ({} running)> ", running);
-        // \1 ... \1 encloses what takes no room on the screen.
-        reader->prompt_ = style.coloured() ? fmt::format("\1\033[1;34m\1{}\1\033[0m\1", plain) : plain;
+        const std::string plain = running == 0 ? "kesh>" : fmt::format("kesh ({} running)>", running);
+        // \1 ... \1 encloses what takes no room on the screen; libedit drops it at the very end.
+        reader->prompt_ = (style.coloured() ? fmt::format("\1\033[1;34m\1{}\1\033[0m\1", plain) : plain) + " ";
         return reader->prompt_.data();
     }
 
@@ -207,22 +207,22 @@ int run_line(Session& session, const std::string& line, bool& leave) {
 }  // namespace
 
 int run_prompt(Session& session) {
-    if (!session.defaults().quiet) print("PrimeCount_PrimePi 10^12 calls, Tab completes, ?NAME explains, help tells more, Ctrl-D leaves.
-");
+    if (!session.defaults().quiet)
+        print("PrimeCount_PrimePi 10^12 calls, Tab completes, ?NAME explains, help tells more, Ctrl-D leaves.\n");
     host().tasks.keep_events(true);
     LineReader reader(session);
     std::string line;
     for (bool leave = false; !leave;) {
-            if (!reader.read(line)) {
-                print("\n");
-                break;
-            }
-            run_line(session, line, leave);
-            session.print_events(session.defaults());
+        if (!reader.read(line)) {
+            print("\n");
+            break;
+        }
+        run_line(session, line, leave);
+        session.print_events(session.defaults());
     }
     if (const std::size_t running = host().tasks.running(); running > 0) {
-            print(fmt::format("stopping {} task{}\n", running, running == 1 ? "" : "s"));
-            session.stop_all();
+        print(fmt::format("stopping {} task{}\n", running, running == 1 ? "" : "s"));
+        session.stop_all();
     }
     return host().breaches.total() > 0 ? exit_breach : exit_ok;
 }

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <nlohmann/json.hpp>
 
 #include "arguments.h"
 #include "event_log.h"
@@ -17,6 +18,7 @@
 #include "host_tables.h"
 #include "interrupts.h"
 #include "number_stream.h"
+#include "plot.h"
 #include "primality.h"
 #include "suggest.h"
 
@@ -163,6 +165,7 @@ int Session::execute(const Options& options, bool at_prompt) {
         if (const Export* entry = find_export(name)) return call(options, *entry, rest, at_prompt);
         if (name == "help") return help(options, rest);
         if (name == "version") return print(version_text()), exit_ok;
+        if (name == "plot") return draw_plot(library_, options, rest, look(options), progress_look(options));
         if (at_prompt) {
             if (name == "tasks") return print(tasks_text(host().tasks.list(), look(options))), exit_ok;
             if (name == "stop") return Caller(library_, progress_look(options)).stop_task(), exit_ok;
@@ -277,17 +280,11 @@ int Session::wait(const Options& options, const std::vector<std::string>& words)
             if (task.running()) ids.push_back(task.id);
         }
     } else {
-        cpp_int id;
-        try {
-            id = parse_integer(words[0]);
-        } catch (const ExpressionError& error) {
-            throw BadInput(error.what());
-        }
-        if (id < 1 || id > 1'000'000'000 || !host().tasks.find(static_cast<mint>(id)))
-            throw BadInput(fmt::format("there is no task {}; 'tasks' lists them", words[0]));
-        if (host().tasks.find(static_cast<mint>(id))->state == TaskState::created)
-            throw BadInput(fmt::format("task {} has not been given a count", words[0]));
-        ids.push_back(static_cast<mint>(id));
+        const mint id = read_task_id(words[0]);
+        const auto task = host().tasks.find(id);
+        if (!task) throw BadInput(fmt::format("there is no task {}; 'tasks' lists them", id));
+        if (task->state == TaskState::created) throw BadInput(fmt::format("task {} has not been given a count", id));
+        ids.push_back(id);
     }
     for (const mint id : ids) {
         Outcome outcome = caller.wait_for_task(id, options.call);

@@ -149,10 +149,10 @@ void TaskBoard::apply(Task& task, std::string_view name, const std::optional<Eve
         }
         return;
     }
-    if (task.state == TaskState::counting || task.state == TaskState::reported) task.state = TaskState::reported;
+    if (task.state == TaskState::counting && (name == "Result" || name == "Error")) task.state = TaskState::reported;
     if (name == "Result") {
         task.result = value;
-    } else {
+    } else if (name == "Error") {
         task.failed = true;
         task.result.reset();
     }

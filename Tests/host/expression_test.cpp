@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "digits.h"
+
 namespace {
 
 using bench_host::cpp_int;

@@ -38,8 +38,7 @@ TEST(HostFaults, AbortQEndsACount) {
 TEST(HostFaults, AbortAfterStopsCountsOfAllRoutes) {
     for (const Arguments& call :
          {Arguments{"PrimeCount_PrimePi", "10^18"}, Arguments{"PrimeCount_PrimePi", "10^18", "--progress"},
-          Arguments{"PrimeCount_DelegliseRivat", "10^18"},
-          Arguments{"PrimeSieve_CountPrimes", "0", "10^13", "--progress"}}) {
+          Arguments{"PrimeCount_LMO", "10^17"}, Arguments{"PrimeSieve_CountPrimes", "0", "10^13", "--progress"}}) {
         Arguments arguments = call;
         arguments.insert(arguments.end(), {"--abort-after", "0.3"});
         const Finished run = run_host(arguments);

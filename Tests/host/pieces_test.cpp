@@ -97,9 +97,10 @@ TEST(Pieces, SameAnswerAsTheWhole) {
 
 TEST(Pieces, StopBetweenPieces) {
     const Export& entry = *find_export("PrimeSieve_CountPrimes");
+    const std::vector<std::string> words = {"0", "10^12"};
     std::atomic<double> fraction = 0;
     const Outcome stopped =
-        call_in_pieces(library(), entry, bind_arguments(entry, {"0", "10^12"}, false), fraction, [] { return true; });
+        call_in_pieces(library(), entry, bind_arguments(entry, words, false), fraction, [] { return true; });
     EXPECT_EQ(stopped.status, Status::stopped);
     EXPECT_LT(fraction, 1);
 }

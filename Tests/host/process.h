@@ -46,6 +46,10 @@ class TerminalHost {
     bool expect(const std::string& text, std::chrono::seconds limit = std::chrono::seconds(60));
     /** Waits for the end; the exit code, or -1 when it does not come. */
     int wait(std::chrono::seconds limit = std::chrono::seconds(60));
+    /** The last of what has been written, for messages. */
+    std::string recent() const {
+        return screen_.substr(screen_.size() > 500 ? screen_.size() - 500 : 0);
+    }
     /** All that has been written to the terminal. */
     const std::string& screen() const {
         return screen_;

@@ -146,7 +146,6 @@ TEST_F(Tasks, BreachFallingOrImpossiblePercent) {
 TEST_F(Tasks, BreachPayloads) {
     const mint id = submitted();
     raise(id, "Status", mint{3});
-    raise(id, "Progress", 3.0);
     DataStore two = board.create_store();
     board.add(two, 1.0, false);
     board.add(two, 2.0, false);
@@ -156,9 +155,18 @@ TEST_F(Tasks, BreachPayloads) {
     board.add(named, 3.0, true);
     board.raise(id, "Status", named);
     raise(id, "Result", std::string("25"));
-    EXPECT_THAT(breaches.take(),
-                ElementsAre(HasSubstr("no real number"), HasSubstr("unknown name"), HasSubstr("2 values"),
-                            HasSubstr("0 values"), HasSubstr("named value"), HasSubstr("no integer")));
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("no real number"), HasSubstr("2 values"), HasSubstr("0 values"),
+                                             HasSubstr("named value"), HasSubstr("no integer")));
+    const mint text = submitted(true);
+    raise(text, "Result", mint{25});
+    EXPECT_THAT(breaches.take(), testing::Contains(HasSubstr("no string")));
+}
+
+TEST_F(Tasks, BreachUnknownEvent) {
+    const mint id = submitted();
+    raise(id, "Progress", 3.0);
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("unknown name \"Progress\"")));
+    EXPECT_EQ(board.find(id)->state, TaskState::queued) << "it changes nothing";
 }
 
 TEST_F(Tasks, BreachErrorText) {

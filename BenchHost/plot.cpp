@@ -1,0 +1,165 @@
+/**
+ * @file   plot.cpp
+ * @brief  Reads the plot command, computes with a progress line, and draws.
+ */
+#include "plot.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <nlohmann/json.hpp>
+
+#include "arguments.h"
+#include "event_log.h"
+#include "exit_codes.h"
+#include "gnuplot.h"
+#include "host.h"
+#include "interrupts.h"
+#include "plot_canvas.h"
+#include "plot_data.h"
+#include "session.h"
+
+namespace bench_host {
+
+namespace {
+
+constexpr unsigned default_points = 100;
+constexpr unsigned terminal_rows = 22;
+constexpr std::string_view usage = "plot pi [A] B, plot gaps A B, plot twins [A] B or plot events EXPORT ARGUMENT";
+
+struct Ends {
+    umint a;
+    umint b;
+};
+
+/** The range of a plot: one number is its upper end. */
+Ends read_range(const std::vector<std::string>& words, umint default_begin) {
+    static const Export range{.name = "plot",
+                              .family = Family::sieve,
+                              .parameters = {{"a", Kind::integer, ""}, {"b", Kind::integer, ""}},
+                              .result = Kind::none,
+                              .summary = "",
+                              .sentence = "",
+                              .errors = "",
+                              .cost = "",
+                              .example = {"2", "10^6"},
+                              .example_result = ""};
+    std::vector<std::string> both(words.begin() + 1, words.end());
+    if (both.size() == 1) both.insert(both.begin(), std::to_string(default_begin));
+    if (both.size() != 2)
+        throw BadInput(fmt::format("plot {} takes a range, as in plot {} 2 10^6", words[0], words[0]));
+    const auto arguments = bind_arguments(range, both, false);
+    const mint a = std::get<mint>(arguments[0].value);
+    const mint b = std::get<mint>(arguments[1].value);
+    if (a < 0 || b <= a)
+        throw BadInput(
+            fmt::format("plot {}: the range {} to {} is empty or begins below 0", words[0], both[0], both[1]));
+    return {static_cast<umint>(a), static_cast<umint>(b)};
+}
+
+/** Runs a count as a task and takes down its events. */
+Plot event_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
+                const ProgressLook& progress) {
+    const Export* entry = words.size() < 2 ? nullptr : find_export(words[1]);
+    if (entry == nullptr || entry->route != Route::as_task) {
+        throw BadInput("plot events takes a count that can run as a task, as in plot events PrimeCount_PrimePi 10^14");
+    }
+    CallSettings settings = options.call;
+    settings.progress = CallSettings::Progress::automatic;
+    settings.background = true;
+    host().tasks.keep_events(true);
+    host().tasks.take_events();
+    const Caller caller(library, progress);
+    Outcome outcome = caller.call(*entry, {words.begin() + 2, words.end()}, settings);
+    const std::vector<ArgumentValue> arguments = outcome.arguments;
+    if (outcome.status == Status::submitted) outcome = caller.wait_for_task(outcome.task->id, settings);
+    if (outcome.status == Status::stopped) throw PlotStopped{};
+
+    const std::string what = call_text(*entry, arguments);
+    Plot plot{.title = fmt::format("Events of {} over time", what),
+              .x_label = "seconds",
+              .y_label = "percent done",
+              .curves = {},
+              .notes = {}};
+    Curve percent{"Status", {}};
+    std::string end = "no result";
+    for (const Event& event : host().tasks.take_events()) {
+        if (event.name == "Status" && event.value)
+            percent.points.push_back({event.seconds, std::get<mreal>(*event.value)});
+        if (event.name == "Result" || event.name == "Error")
+            end = fmt::format("{} {} after {}", event.name, event_value_text(event.value),
+                              format_duration(event.seconds));
+    }
+    plot.notes = {fmt::format("{} \"Status\" events, {:.0f} a second; {}", percent.points.size(),
+                              static_cast<double>(percent.points.size()) / std::max(outcome.seconds, 1e-3), end)};
+    plot.curves = {std::move(percent)};
+    return plot;
+}
+
+Plot make_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
+               const ProgressLook& progress) {
+    if (words.empty()) throw BadInput(fmt::format("plot what? There are {}", usage));
+    if (words[0] == "events") return event_plot(library, options, words, progress);
+    std::atomic<double> fraction = 0;
+    const PlotJob job{.library = library,
+                      .points = options.points == 0 ? default_points : options.points,
+                      .progress = [&](double part) { fraction = part; },
+                      .stop = [] { return interrupts_seen() > 0; }};
+    const InterruptScope scope(3);
+    const ProgressLine line(
+        progress, "plot " + words[0],
+        {.fraction = [&] { return std::optional<double>(fraction.load()); }, .note = {}, .tick = {}});
+    if (words[0] == "pi") {
+        const Ends ends = read_range(words, 2);
+        return pi_plot(job, ends.a, ends.b);
+    }
+    if (words[0] == "gaps") {
+        const Ends ends = read_range(words, 0);
+        return gap_plot(job, ends.a, ends.b);
+    }
+    if (words[0] == "twins") {
+        const Ends ends = read_range(words, 0);
+        return twin_plot(job, ends.a, ends.b);
+    }
+    throw BadInput(fmt::format("there is no plot '{}'; there are {}", words[0], usage));
+}
+
+nlohmann::ordered_json plot_json(const Plot& plot, const std::string& kind) {
+    nlohmann::ordered_json curves = nlohmann::ordered_json::array();
+    for (const Curve& curve : plot.curves) {
+        nlohmann::ordered_json points = nlohmann::ordered_json::array();
+        for (const Curve::Point& point : curve.points) points.push_back({point.x, point.y});
+        curves.push_back({{"name", curve.name}, {"points", std::move(points)}});
+    }
+    return {{"plot", kind}, {"title", plot.title}, {"curves", std::move(curves)}, {"notes", plot.notes}};
+}
+
+}  // namespace
+
+int draw_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
+              const PrintLook& look, const ProgressLook& progress) {
+    Plot plot;
+    try {
+        plot = make_plot(library, options, words, progress);
+    } catch (const PlotStopped&) {
+        print_error("stopped\n");
+        return exit_interrupted;
+    }
+    if (!options.svg.empty()) draw_with_gnuplot(plot, Picture::svg, options.svg);
+    if (!options.png.empty()) draw_with_gnuplot(plot, Picture::png, options.png);
+    if (options.json) {
+        print(plot_json(plot, words[0]).dump() + "\n");
+    } else {
+        if (options.svg.empty() && options.png.empty())
+            print(draw_in_terminal(plot, look.width, terminal_rows, utf8_locale(), look.style));
+        for (const std::string& note : plot.notes) print(note + "\n");
+        for (const std::string& file : {options.svg, options.png}) {
+            if (!file.empty()) print(fmt::format("written to {}\n", file));
+        }
+    }
+    return host().breaches.take().empty() ? exit_ok : exit_breach;
+}
+
+}  // namespace bench_host

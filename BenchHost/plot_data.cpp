@@ -1,0 +1,170 @@
+/**
+ * @file   plot_data.cpp
+ * @brief  Calls of the library, point by point.
+ */
+#include "plot_data.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+#include "arguments.h"
+#include "pieces.h"
+#include "tensors.h"
+
+namespace bench_host {
+
+namespace {
+
+/** The twin prime constant, the product of 1 - 1/(p - 1)^2 over the odd primes (OEIS A005597). */
+constexpr double twin_prime_constant = 0.66016181584686957;
+
+/** Gaps are taken from lists of primes: as long a range at a time as keeps a list below a few million primes. */
+constexpr umint gap_piece = 50'000'000;
+
+mint integer_of(const Outcome& outcome) {
+    if (outcome.status != Status::ok)
+        throw BadInput(fmt::format("{} did not answer: {}{}", outcome.entry->name, status_name(outcome.status),
+                                   outcome.exception_text.empty() ? "" : ", " + outcome.exception_text));
+    return std::get<mint>(outcome.result);
+}
+
+umint call(const PlotJob& job, std::string_view name, const std::vector<mint>& arguments) {
+    if (job.stop()) throw PlotStopped{};
+    return static_cast<umint>(integer_of(call_export(job.library, name, arguments)));
+}
+
+std::string percent_off(double value, double truth) {
+    return truth == 0 ? "-" : fmt::format("{:+.3f} %", 100 * (value - truth) / truth);
+}
+
+}  // namespace
+
+double logarithmic_integral(double x) {
+    return std::expint(std::log(x)) - std::expint(std::log(2.0));
+}
+
+double expected_twins(double x) {
+    // Integration by parts: the integral of 1/ln^2 t is li(t) - t / ln t.
+    return 2 * twin_prime_constant * (logarithmic_integral(x) - x / std::log(x) + 2 / std::log(2.0));
+}
+
+Plot pi_plot(const PlotJob& job, umint a, umint b) {
+    Plot plot{.title = fmt::format("Primes up to x, {} <= x <= {}", a, b),
+              .x_label = "x",
+              .y_label = "primes up to x",
+              .curves = {},
+              .notes = {}};
+    Curve pi{"pi(x)", {}};
+    Curve quotient{"x / ln x", {}};
+    Curve integral{"Li(x)", {}};
+    for (unsigned i = 0; i < job.points; ++i) {
+        const umint x = a + static_cast<umint>(static_cast<long double>(b - a) * i / (job.points - 1));
+        const auto real = static_cast<double>(std::max<umint>(x, 2));
+        pi.points.push_back(
+            {static_cast<double>(x), static_cast<double>(call(job, "PrimeCount_PrimePi", {static_cast<mint>(x)}))});
+        quotient.points.push_back({static_cast<double>(x), real / std::log(real)});
+        integral.points.push_back({static_cast<double>(x), logarithmic_integral(real)});
+        job.progress(static_cast<double>(i + 1) / job.points);
+    }
+    const double truth = pi.points.back().y;
+    plot.notes = {fmt::format("at x = {}: pi(x) = {:.0f}, x / ln x = {:.0f} ({}), Li(x) = {:.0f} ({})", b, truth,
+                              quotient.points.back().y, percent_off(quotient.points.back().y, truth),
+                              integral.points.back().y, percent_off(integral.points.back().y, truth))};
+    plot.curves = {std::move(pi), std::move(quotient), std::move(integral)};
+    return plot;
+}
+
+Plot gap_plot(const PlotJob& job, umint a, umint b) {
+    Plot plot{.title = fmt::format("Gaps between neighbouring primes from {} to {}", a, b),
+              .x_label = "gap",
+              .y_label = "how often",
+              .bars = true,
+              .curves = {},
+              .notes = {}};
+    std::map<std::uint32_t, std::size_t> counts;
+    bool first = true;
+    std::uint32_t last = 0;
+    umint largest_at = 0;
+    std::uint32_t largest = 0;
+    for (umint begin = a;;) {
+        const umint end = b - begin > gap_piece ? begin + gap_piece : b;
+        if (job.stop()) throw PlotStopped{};
+        const Outcome outcome =
+            call_export(job.library, "PrimeSieve_ListPrimes", {static_cast<mint>(begin), static_cast<mint>(end)});
+        const auto* list = std::get_if<TensorResult>(&outcome.result);
+        if (list == nullptr)
+            throw BadInput(fmt::format("PrimeSieve_ListPrimes did not answer: {}", status_name(outcome.status)));
+        // The list keeps the low 32 bits of each prime, which is all that a difference below 2^32 needs.
+        umint before = begin;
+        for (const mint narrowed : (*list)->data()) {
+            const auto prime = static_cast<std::uint32_t>(narrowed);
+            const umint whole = before + (prime - static_cast<std::uint32_t>(before));
+            if (!first) {
+                const std::uint32_t gap = prime - last;
+                ++counts[gap];
+                if (gap > largest) {
+                    largest = gap;
+                    largest_at = whole - gap;
+                }
+            }
+            first = false;
+            last = prime;
+            before = whole;
+        }
+        job.progress(static_cast<double>(end - a + 1) / static_cast<double>(b - a + 1));
+        if (end == b) break;
+        begin = end + 1;
+    }
+    Curve bars{"gaps", {}};
+    std::size_t total = 0;
+    std::pair<std::uint32_t, std::size_t> commonest{0, 0};
+    for (const auto& [gap, count] : counts) {
+        bars.points.push_back({static_cast<double>(gap), static_cast<double>(count)});
+        total += count;
+        if (count > commonest.second) commonest = {gap, count};
+    }
+    plot.notes =
+        total == 0
+            ? std::vector<std::string>{"fewer than two primes: no gaps"}
+            : std::vector<std::string>{fmt::format("{} gaps; the commonest is {} ({} times), the largest {} (after {})",
+                                                   total, commonest.first, commonest.second, largest, largest_at)};
+    plot.curves = {std::move(bars)};
+    return plot;
+}
+
+Plot twin_plot(const PlotJob& job, umint a, umint b) {
+    Plot plot{.title = fmt::format("Twin primes from {} to x, x <= {}", a, b),
+              .x_label = "x",
+              .y_label = "pairs",
+              .curves = {},
+              .notes = {}};
+    Curve counted{"counted", {{static_cast<double>(a), 0}}};
+    Curve expected{"Hardy-Littlewood", {{static_cast<double>(a), 0}}};
+    const double below = a > 2 ? expected_twins(static_cast<double>(a)) : 0;
+    umint total = 0;
+    umint begin = a;
+    for (unsigned i = 1; i <= job.points; ++i) {
+        umint end = a + static_cast<umint>(static_cast<long double>(b - a) * i / job.points);
+        // Only where no pair lies across may the range be cut.
+        if (i < job.points) {
+            const auto cut = cut_before(begin, end);
+            if (!cut) continue;
+            end = *cut;
+        }
+        total += call(job, "PrimeSieve_CountTwins", {static_cast<mint>(begin), static_cast<mint>(end)});
+        counted.points.push_back({static_cast<double>(end), static_cast<double>(total)});
+        expected.points.push_back(
+            {static_cast<double>(end), end > 2 ? expected_twins(static_cast<double>(end)) - below : 0});
+        begin = end + 1;
+        job.progress(static_cast<double>(i) / job.points);
+    }
+    plot.notes = {fmt::format("{} pairs from {} to {}; expected {:.0f} ({})", total, a, b, expected.points.back().y,
+                              percent_off(expected.points.back().y, static_cast<double>(total)))};
+    plot.curves = {std::move(counted), std::move(expected)};
+    return plot;
+}
+
+}  // namespace bench_host

@@ -1,0 +1,21 @@
+/**
+ * @file   stopwatch.h
+ * @brief  Time since construction.
+ */
+#pragma once
+
+#include <chrono>
+
+namespace bench_host {
+
+class Stopwatch {
+  public:
+    double seconds() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    }
+
+  private:
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+}  // namespace bench_host
