@@ -46,6 +46,10 @@ struct Outcome {
     std::size_t pieces = 1;    ///< into how many calls the host split the range
     std::vector<std::string> breaches;
 
+    void add_breaches(const std::vector<std::string>& more) {
+        breaches.insert(breaches.end(), more.begin(), more.end());
+    }
+
     /** Whether the call did what it was to do. */
     bool good() const {
         return status == Status::ok || status == Status::submitted;

@@ -103,7 +103,7 @@ Outcome Caller::call(const Export& entry, const std::vector<std::string>& words,
             outcome = call_plainly(entry, arguments, settings);
         }
     }
-    outcome.breaches = host().breaches.take();
+    outcome.add_breaches(host().breaches.take());
     return outcome;
 }
 
@@ -211,7 +211,7 @@ Outcome Caller::wait_for_task(mint id, const CallSettings& settings) const {
     } else {
         outcome.status = Status::error;
     }
-    outcome.breaches = host().breaches.take();
+    outcome.add_breaches(host().breaches.take());
     return outcome;
 }
 

@@ -216,6 +216,7 @@ int Session::call(const Options& options, const Export& entry, const std::vector
         outcome = caller.wait_for_task(begun.task->id, options.call);
         outcome.entry = begun.entry;
         outcome.arguments = begun.arguments;
+        outcome.add_breaches(begun.breaches);
     }
     const int code = show(options, outcome);
     if (outcome.status == Status::submitted && !at_prompt) return std::max(code, wait_for_all(options));

@@ -20,6 +20,10 @@ struct Case {
     const char* value;
 };
 
+void PrintTo(const Case& one, std::ostream* out) {
+    *out << '"' << one.text << '"';
+}
+
 class GoodExpression : public testing::TestWithParam<Case> {};
 
 TEST_P(GoodExpression, HasItsValue) {

@@ -24,6 +24,10 @@ struct Breach {
     const char* report;
 };
 
+void PrintTo(const Breach& breach, std::ostream* out) {
+    *out << breach.call.front() << ' ' << breach.call.back() << ": " << breach.report;
+}
+
 class HostProtocol : public testing::TestWithParam<Breach> {};
 
 TEST_P(HostProtocol, ReportsTheBreach) {
