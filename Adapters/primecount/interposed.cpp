@@ -72,13 +72,13 @@ Function* original(const char* mangled_name) {
  */
 template <typename Take>
 bool hand_out(const void* balancer, RunningCount::Hook hook, const int64_t& low, Take take) {
-    RunningCount* const owner = RunningCount::owner_of(balancer);
+    RunningCount* const owner = RunningCount::enlist(balancer);
     if (owner == nullptr) {
         const RunningCount* const served = RunningCount::served_here();
         return (served == nullptr || !served->ended()) && take();
     }
     owner->saw(hook);
-    if (!owner->ended() && take()) return owner->serve(low);
+    if (!owner->ended() && take() && owner->begin_item(low)) return true;
     RunningCount::stop_serving();
     return false;
 }
@@ -160,7 +160,7 @@ double LoadBalancerS2::remaining_secs() const {
     static const auto estimate =
         original<double(const LoadBalancerS2*)>("_ZNK10primecount14LoadBalancerS214remaining_secsEv");
     const double seconds = estimate(this);
-    return RunningCount::owner_of(this) == nullptr ? seconds : std::min(seconds, 0.3);
+    return RunningCount::enlist(this) == nullptr ? seconds : std::min(seconds, 0.3);
 }
 
 /** pi(x) as the whole count or as the longest part of an n-th prime, which must not go on from a wrong number. */

@@ -1,6 +1,7 @@
 #include "running_count.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <optional>
 #include <primecount.hpp>
@@ -48,6 +49,7 @@ RunningCount::RunningCount(Reporting reporting)
 }
 
 RunningCount::~RunningCount() {
+    expect_nobody_serves();
     called = outer_called_;
     served = outer_served_;
     const std::lock_guard lock(list_mutex);
@@ -72,11 +74,14 @@ RunningCount* RunningCount::called_here() noexcept {
     return served == nullptr ? called : nullptr;
 }
 
-RunningCount* RunningCount::owner_of(const void* balancer) noexcept {
+RunningCount* RunningCount::enlist(const void* balancer) noexcept {
     if (served != nullptr) return served->balancer_.load(std::memory_order_acquire) == balancer ? served : nullptr;
     const std::lock_guard lock(list_mutex);
     for (RunningCount* count = running_counts; count != nullptr; count = count->next_) {
-        if (count->balancer_.load(std::memory_order_acquire) == balancer) return count;
+        if (count->balancer_.load(std::memory_order_acquire) != balancer) continue;
+        count->serving_.fetch_add(1, std::memory_order_relaxed);
+        served = count;
+        return count;
     }
     return nullptr;
 }
@@ -97,6 +102,7 @@ void RunningCount::throw_if_ended() const {
 }
 
 void RunningCount::begin_phase(Phase phase, const void* balancer, int64_t limit, int64_t dense_below) {
+    expect_nobody_serves();
     report(phase_end_);
     throw_if_ended();
     phase_ = phase;
@@ -136,15 +142,23 @@ double RunningCount::phase_fraction(int64_t low) const noexcept {
     }
 }
 
-bool RunningCount::serve(int64_t low) noexcept {
-    served = this;
+bool RunningCount::begin_item(int64_t low) noexcept {
     report(phase_begin_ + (phase_end_ - phase_begin_) * phase_fraction(low));
-    if (ended()) stop_serving();
-    return served != nullptr;
+    return !ended();
 }
 
 void RunningCount::stop_serving() noexcept {
+    served->serving_.fetch_sub(1, std::memory_order_release);
     served = nullptr;
+}
+
+/**
+ * OpenMP joins its threads at the end of a region, so this always holds. It is also where the joining becomes visible:
+ * a thread sanitizer knows nothing of an OpenMP runtime that was built without it.
+ */
+void RunningCount::expect_nobody_serves() const noexcept {
+    [[maybe_unused]] const int serving = serving_.load(std::memory_order_acquire);
+    assert(serving == 0);
 }
 
 void RunningCount::report(double percent) noexcept {
@@ -170,11 +184,14 @@ void RunningCount::call_back(double percent) noexcept {
 }
 
 void RunningCount::finish() {
+    expect_nobody_serves();
     if (has_reported_ && !ended()) call_back(100);
     throw_if_ended();
 }
 
 RunningCount::Nested::Nested(RunningCount& count) noexcept {
+    // No phase is under way, and a balancer of the nested count may stand where the last phase's stood.
+    count.balancer_.store(nullptr);
     served = &count;
 }
 

@@ -58,10 +58,13 @@ class RunningCount {
     /** The count that this thread has called and is working on outside of any work item; null where there is none. */
     static RunningCount* called_here() noexcept;
 
-    /** The count whose balancer this is; null for the balancers of nested counts and of other users of primecount. */
-    static RunningCount* owner_of(const void* balancer) noexcept;
+    /**
+     * The count whose balancer this is, which the calling thread serves until stop_serving; null for the balancers of
+     * nested counts and of other users of primecount.
+     */
+    static RunningCount* enlist(const void* balancer) noexcept;
 
-    /** The count for which this thread is doing a work item; null where there is none. */
+    /** The count for which this thread is working; null where there is none. */
     static RunningCount* served_here() noexcept;
 
     /** Whether the count is to end. */
@@ -77,7 +80,7 @@ class RunningCount {
     void begin_phase(Phase phase, const void* balancer, int64_t limit, int64_t dense_below = 0);
 
     /** This thread has been handed the item that begins at low. False where the count ends: the item is not done. */
-    bool serve(int64_t low) noexcept;
+    bool begin_item(int64_t low) noexcept;
 
     /** This thread gets no more work from the balancer. */
     static void stop_serving() noexcept;
@@ -105,6 +108,7 @@ class RunningCount {
     bool saw_all_hooks() const noexcept;
 
   private:
+    void expect_nobody_serves() const noexcept;
     double phase_fraction(int64_t low) const noexcept;
     void call_back(double percent) noexcept;
 
@@ -112,6 +116,9 @@ class RunningCount {
     const uint64_t requests_at_start_;
     std::atomic<bool> ended_{false};
     std::exception_ptr failure_;
+
+    /** The threads that serve. There are none whenever the calling thread changes what follows. */
+    std::atomic<int> serving_{0};
 
     // Written by the calling thread before it stores balancer_, read by those that have found the count through it.
     std::atomic<const void*> balancer_{nullptr};
