@@ -1,0 +1,117 @@
+/// @file   derive_table.cpp
+/// @brief  Derives the second bases of the 64-bit primality test from enumerated base-2 strong pseudoprimes.
+#include <fmt/core.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <atomic>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+#include "bucket_walk.h"
+#include "number_file.h"
+#include "table_rule.h"
+
+namespace prime_tables {
+namespace {
+
+constexpr u64 least = u64{1} << 32;
+
+struct Arguments {
+    std::vector<std::filesystem::path> folders;
+    std::filesystem::path output;
+    std::filesystem::path compare;
+    std::filesystem::path merged;
+    std::vector<u32> buckets;
+    BucketBlock block;
+    unsigned threads = 1;
+};
+
+std::vector<u64> readFolders(const std::vector<std::filesystem::path>& folders) {
+    std::vector<u64> numbers;
+    for (const auto& folder : folders) {
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            if (entry.path().extension() == ".u64") readNumbers(entry.path(), numbers);
+        }
+    }
+    std::sort(numbers.begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    std::erase_if(numbers, [](u64 n) { return n < least; });
+    return numbers;
+}
+
+void printCounts(const std::vector<u64>& numbers) {
+    const auto below = [&](u64 bound) { return std::lower_bound(numbers.begin(), numbers.end(), bound) - numbers.begin(); };
+    u64 power = 10;
+    for (int exponent = 1; exponent < 20; ++exponent, power *= 10) {
+        if (power > least) fmt::print("2^32 <= n < 10^{}: {}\n", exponent, below(power));
+    }
+    fmt::print("2^32 <= n < 2^50: {}\n2^32 <= n < 2^64: {}\n", below(third_base_from_with_margin), numbers.size());
+}
+
+std::vector<u32> derive(const std::vector<u64>& numbers, const BucketBlock& block, unsigned thread_count) {
+    std::vector<std::vector<u64>> buckets(bucket_count);
+    for (const u64 n : numbers) {
+        if (block.contains(n)) buckets[bucketOf(n)].push_back(n);
+    }
+    std::vector<u32> table(bucket_count);
+    std::atomic<u32> next = block.first;
+    const auto worker = [&] {
+        for (u32 bucket; (bucket = next++) < block.first + block.count;) {
+            table[bucket] = leastBase(bucket, buckets[bucket]);
+            if (bucket % 1024 == 0) fmt::print(stderr, "bucket {} of {}\n", bucket, bucket_count);
+        }
+    };
+    std::vector<std::jthread> threads;
+    for (unsigned i = 0; i < thread_count; ++i) threads.emplace_back(worker);
+    threads.clear();
+    return table;
+}
+
+bool compareTables(const std::vector<u32>& table, const BucketBlock& block, const std::filesystem::path& path) {
+    std::ifstream in(path);
+    std::size_t equal = 0;
+    std::size_t smaller = 0;
+    std::size_t larger = 0;
+    for (u32 bucket = 0; bucket < bucket_count; ++bucket) {
+        u32 other;
+        if (!(in >> other)) throw std::runtime_error("too few values in " + path.string());
+        if (bucket - block.first >= block.count) continue;
+        equal += table[bucket] == other;
+        smaller += table[bucket] < other;
+        larger += table[bucket] > other;
+        if (table[bucket] != other) fmt::print("bucket {}: {} instead of {}\n", bucket, table[bucket], other);
+    }
+    fmt::print("{} equal, {} smaller, {} larger\n", equal, smaller, larger);
+    return smaller + larger == 0;
+}
+
+}  // namespace
+}  // namespace prime_tables
+
+int main(int argc, char** argv) {
+    using namespace prime_tables;
+    Arguments arguments;
+    CLI::App app{"Derives, bucket by bucket, the least base that clears the enumerated base-2 strong pseudoprimes."};
+    app.add_option("folders", arguments.folders, "folders with the results of the enumeration")->required();
+    app.add_option("--output", arguments.output, "table to write, one decimal value a line");
+    app.add_option("--compare", arguments.compare, "table to compare with, in the same form; exit status 2 when it differs");
+    app.add_option("--merged", arguments.merged, "write all pseudoprimes, sorted, into this file");
+    app.add_option("--buckets", arguments.buckets, "first bucket and number of buckets of a block; nothing: all buckets")
+        ->expected(2);
+    app.add_option("--threads", arguments.threads, "threads")->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    if (!arguments.buckets.empty()) arguments.block = {arguments.buckets[0], arguments.buckets[1]};
+    const std::vector<u64> numbers = readFolders(arguments.folders);
+    printCounts(numbers);
+    if (!arguments.merged.empty()) writeNumbers(arguments.merged, numbers);
+    const std::vector<u32> table = derive(numbers, arguments.block, arguments.threads);
+    const bool same = arguments.compare.empty() || compareTables(table, arguments.block, arguments.compare);
+    if (!arguments.output.empty()) {
+        std::ofstream out(arguments.output);
+        for (const u32 base : table) out << base << '\n';
+        if (!out.flush()) throw std::runtime_error("cannot write " + arguments.output.string());
+    }
+    return same ? 0 : 2;
+}

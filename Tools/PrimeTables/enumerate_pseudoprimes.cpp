@@ -1,0 +1,130 @@
+/// @file   enumerate_pseudoprimes.cpp
+/// @brief  Command line of the two searches for base-2 strong pseudoprimes.
+#include <fmt/core.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+
+#include "chunk_runner.h"
+#include "progression_search.h"
+#include "smooth_search.h"
+
+namespace prime_tables {
+namespace {
+
+constexpr u64 prime_limit = u64{1} << 32;
+
+struct Arguments {
+    std::string search = "progression";
+    u64 from = u64{1} << 24;
+    u64 to = prime_limit;
+    u64 least = prime_limit;
+    u64 largest = ~u64{0};
+    u64 ratio = 0;
+    std::vector<u32> buckets;
+    BucketBlock block;
+    RunnerOptions runner;
+};
+
+/// Ranges of primes from `to` down to `from`, each about an equal share of the work: the progression of p has some
+/// largest / p^2 members, and finding the order of 2 costs as much as a hundred.
+std::vector<Chunk> progressionChunks(const Arguments& arguments) {
+    constexpr double share = 1e10;
+    std::vector<Chunk> chunks;
+    u64 hi = arguments.to;
+    while (hi > arguments.from) {
+        const double p = static_cast<double>(hi);
+        const double members = static_cast<double>(arguments.largest) / (p * p);
+        const double limited = arguments.ratio == 0 ? members : std::min(members, static_cast<double>(arguments.ratio));
+        const double per_number = (4 * limited + 100) / std::log(p);
+        const double width = std::min(share / per_number, p / 4);
+        const u64 lo = std::max(arguments.from, hi - static_cast<u64>(width));
+        chunks.push_back({arguments.search, lo, hi, per_number * static_cast<double>(hi - lo)});
+        hi = lo;
+    }
+    return chunks;
+}
+
+std::vector<u64> progressionWork(const Chunk& chunk, const PauseGate& gate, const Arguments& arguments) {
+    std::vector<u64> found;
+    FermatFilter filter(found, arguments.least);
+    ProgressionSearch search(arguments.largest, arguments.ratio, arguments.block);
+    constexpr u64 window = u64{1} << 20;
+    constexpr u64 poll_after = u64{1} << 25;  // a tenth of a second
+    u64 polled = 0;
+    for (u64 lo = chunk.lo; lo < chunk.hi; lo += window) {
+        for (const PrimeOrder& p : ordersOfTwo(lo, std::min(lo + window, chunk.hi))) {
+            search.search(p, filter);
+            if (search.visited() - polled > poll_after) {
+                polled = search.visited();
+                gate.wait();
+            }
+        }
+    }
+    filter.flush();
+    return found;
+}
+
+/// Ranges of equal length, upwards: the smallest primes have the numbers that decide most.
+std::vector<Chunk> smoothChunks(const Arguments& arguments) {
+    constexpr u64 width = u64{1} << 16;
+    std::vector<Chunk> chunks;
+    for (u64 lo = arguments.from; lo < arguments.to; lo += width) {
+        const u64 hi = std::min(lo + width, arguments.to);
+        chunks.push_back({arguments.search, lo, hi, static_cast<double>(hi - lo) / std::log(static_cast<double>(hi))});
+    }
+    return chunks;
+}
+
+std::vector<u64> smoothWork(const Chunk& chunk, const PauseGate& gate, const Arguments& arguments,
+                            const SmoothSearch& search) {
+    std::vector<u64> found;
+    FermatFilter filter(found, arguments.least);
+    constexpr int poll_after = 64;  // primes: a tenth of a second
+    int searched = 0;
+    for (const PrimeOrder& p : ordersOfTwo(chunk.lo, chunk.hi)) {
+        search.search(p, filter);
+        if (++searched % poll_after == 0) gate.wait();
+    }
+    filter.flush();
+    std::erase_if(found, [&](u64 n) { return !arguments.block.contains(n); });
+    return found;
+}
+
+}  // namespace
+}  // namespace prime_tables
+
+int main(int argc, char** argv) {
+    using namespace prime_tables;
+    Arguments arguments;
+    CLI::App app{"Enumerates base-2 strong pseudoprimes by their prime factors, in resumable chunks."};
+    app.add_option("--search", arguments.search, "progression: every n with a prime factor in [from, to); smooth: every n whose largest prime factor is "
+                   "in [from, to), to at most 2^24")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"progression", "smooth"}));
+    app.add_option("--from", arguments.from, "least prime factor searched")->capture_default_str();
+    app.add_option("--to", arguments.to, "end of the prime factors searched, exclusive")->capture_default_str();
+    app.add_option("--least", arguments.least, "least pseudoprime kept")->capture_default_str();
+    app.add_option("--largest", arguments.largest, "largest pseudoprime searched")->capture_default_str();
+    app.add_option("--ratio", arguments.ratio, "progression: only n with n / p <= ratio * p; 0: all")
+        ->capture_default_str();
+    app.add_option("--buckets", arguments.buckets, "first bucket and number of buckets of a block; nothing: all buckets")
+        ->expected(2);
+    app.add_option("--output", arguments.runner.output, "folder of the results")->required();
+    app.add_option("--pause-file", arguments.runner.pause_file, "wait while this file exists");
+    app.add_option("--threads", arguments.runner.threads, "threads")->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    if (!arguments.buckets.empty()) arguments.block = {arguments.buckets[0], arguments.buckets[1]};
+    if (arguments.search == "smooth") {
+        const SmoothSearch search(arguments.largest, arguments.to);
+        runChunks(smoothChunks(arguments), arguments.runner, [&](const Chunk& chunk, const PauseGate& gate) {
+            return smoothWork(chunk, gate, arguments, search);
+        });
+    } else {
+        runChunks(progressionChunks(arguments), arguments.runner, [&](const Chunk& chunk, const PauseGate& gate) {
+            return progressionWork(chunk, gate, arguments);
+        });
+    }
+    return 0;
+}

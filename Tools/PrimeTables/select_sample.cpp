@@ -1,0 +1,90 @@
+/// @file   select_sample.cpp
+/// @brief  Picks the hardest of the enumerated pseudoprimes in every bucket as test data for the library's primality tests.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iostream>
+
+#include "number_file.h"
+#include "table_rule.h"
+
+namespace prime_tables {
+namespace {
+
+constexpr std::array<u32, 17> trial_divisors = {3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37, 41, 43, 47, 53, 59, 61};
+
+bool hasTrialDivisor(u64 n) {
+    return std::any_of(trial_divisors.begin(), trial_divisors.end(), [n](u32 p) { return n % p == 0; });
+}
+
+struct Scored {
+    u64 n;
+    int passed;  // of the strong tests to the bases 3, 5, ..., 61
+};
+
+Scored score(u64 n) {
+    const Modulus mod(n);
+    int passed = 0;
+    for (const u32 base : trial_divisors) passed += isStrongProbablePrime(mod, base);
+    return {n, passed};
+}
+
+/// The hardest number that the second base must clear alone, so that a wrong base in this bucket is noticed, and then the
+/// hardest of all.
+std::vector<u64> pick(const std::vector<u64>& bucket, std::size_t count) {
+    std::vector<Scored> scored;
+    for (const u64 n : bucket) scored.push_back(score(n));
+    const auto harder = [](const Scored& a, const Scored& b) { return a.passed > b.passed; };
+    std::stable_sort(scored.begin(), scored.end(), harder);
+    const auto alone = std::find_if(scored.begin(), scored.end(), [](const Scored& s) { return s.n < third_base_from; });
+    if (alone != scored.end()) std::rotate(scored.begin(), alone, alone + 1);
+    std::vector<u64> picked;
+    for (std::size_t i = 0; i < std::min(count, scored.size()); ++i) picked.push_back(scored[i].n);
+    return picked;
+}
+
+/// Differences of the sorted numbers, seven bits a byte, the lowest first, the top bit set in all bytes but the last.
+std::string encode(std::vector<u64> numbers) {
+    std::sort(numbers.begin(), numbers.end());
+    std::string bytes;
+    u64 previous = 0;
+    for (const u64 n : numbers) {
+        u64 difference = n - previous;
+        for (; difference >= 128; difference >>= 7) bytes += static_cast<char>(difference | 128);
+        bytes += static_cast<char>(difference);
+        previous = n;
+    }
+    return bytes;
+}
+
+}  // namespace
+}  // namespace prime_tables
+
+int main(int argc, char** argv) {
+    using namespace prime_tables;
+    std::filesystem::path merged;
+    std::filesystem::path output;
+    std::size_t count = 7;
+    CLI::App app{"Picks, in every bucket, the pseudoprimes without a prime factor up to 61 that pass most bases."};
+    app.add_option("merged", merged, "file of all pseudoprimes, as derive-table --merged writes it")->required();
+    app.add_option("output", output, "file to write")->required();
+    app.add_option("--count", count, "numbers a bucket")->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    std::vector<u64> numbers;
+    readNumbers(merged, numbers);
+    std::vector<std::vector<u64>> buckets(bucket_count);
+    for (const u64 n : numbers) {
+        if (!hasTrialDivisor(n)) buckets[bucketOf(n)].push_back(n);
+    }
+    std::vector<u64> sample;
+    for (const auto& bucket : buckets) {
+        const std::vector<u64> picked = pick(bucket, count);
+        sample.insert(sample.end(), picked.begin(), picked.end());
+    }
+    std::ofstream out(output, std::ios::binary);
+    out << encode(sample);
+    if (out.flush()) return 0;
+    std::cerr << "cannot write " << output << '\n';
+    return 1;
+}

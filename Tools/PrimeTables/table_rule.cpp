@@ -1,0 +1,44 @@
+#include "table_rule.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "low_bucket.h"
+
+namespace prime_tables {
+
+bool clears(u32 base, u64 n, u64 third_from) {
+    const Modulus mod(n);
+    if (!isStrongProbablePrime(mod, base)) return true;
+    return n >= third_from && !isStrongProbablePrime(mod, third_bases[thirdIndex(base)]);
+}
+
+u32 leastClearingBase(const std::vector<u64>& pseudoprimes, u64 third_from, u32 end, const LowBucket* low) {
+    std::vector<Modulus> open;  // what the third base of the present range leaves to the second
+    for (u32 base = 2; base < end; ++base) {
+        if (base == 2 || thirdIndex(base) != thirdIndex(base - 1)) {
+            open.clear();
+            for (const u64 n : pseudoprimes) {
+                const Modulus mod(n);
+                if (n < third_from || isStrongProbablePrime(mod, third_bases[thirdIndex(base)])) open.push_back(mod);
+            }
+        }
+        const auto liar_for = std::find_if(open.begin(), open.end(),
+                                           [base](const Modulus& mod) { return isStrongProbablePrime(mod, base); });
+        if (liar_for == open.end()) {
+            if (low == nullptr || low->firstPassing(base) == 0) return base;
+        } else if (liar_for != open.begin()) {
+            // Numbers with many liars gather in front, so that most bases fail at once.
+            std::iter_swap(liar_for, open.begin() + (liar_for - open.begin()) / 2);
+        }
+    }
+    return 0;
+}
+
+u32 leastBase(u32 bucket, const std::vector<u64>& pseudoprimes) {
+    const LowBucket low(bucket);
+    const u32 base = leastClearingBase(pseudoprimes, third_base_from_with_margin, bases_with_margin, &low);
+    return base != 0 ? base : leastClearingBase(pseudoprimes, third_base_from, 1 << 16, nullptr);
+}
+
+}  // namespace prime_tables
