@@ -89,7 +89,7 @@ TEST(PairSearch, VectorsAgreeWithThePortableForm) {
         column.prime.push_back(q.prime);
         column.order.push_back(q.order);
     }
-    for (const PrimeOrder& p : ordersOfTwo(1 << 17, (1 << 17) + 400)) {
+    for (const PrimeOrder& p : ordersOfTwo(1 << 17, (1 << 17) + 100)) {
         std::vector<std::pair<u64, u64>> vectors;
         std::vector<std::pair<u64, u64>> portable;
         const double largest = 0x1p56;
