@@ -57,12 +57,12 @@ void mont_mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulu
 template <int n>
 void mont_sqr(umint* r, const umint* a, const Modulus<n>& modulus) noexcept;
 
-/// x = 2^e R mod m, for any n-limb e. Left to right: a squaring for each bit of e below the highest, and a doubling for each set one.
+/// x = 2^e R mod m, for any n-limb e. Left to right: one squaring a bit of e.
 template <int n>
 void pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept;
 
 /// The Lucas sequence V with parameters (a, 1) at e and e + 1: l = V(e), h = V(e + 1), where a, l and h are in Montgomery form.
-/// Preconditions: a < m, e != 0. One product and one squaring for each bit of e below the highest.
+/// Preconditions: a < m, e != 0. One product and one squaring a bit of e.
 template <int n>
 void lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept;
 
