@@ -1,8 +1,9 @@
 /// @file   kernels_benchmark.cpp
 /// @brief  Nanoseconds and cycles of each kernel at each level and width, beside GMP.
 ///
-/// `cycles` counts one call for the products and one bit of the exponent for pow2, the ladder and mpz_powm. `limb_products` is the
-/// number of 64 x 64 products that the portable form of a call makes, the yardstick for the cycles.
+/// `cycles` counts one call for the products and one bit of the exponent for pow2, the ladder and mpz_powm.
+/// `limb_products` is the number of 64 x 64 products that the portable form of a call makes, the yardstick for the
+/// cycles.
 
 #include <benchmark/benchmark.h>
 #include <gmp.h>
@@ -87,7 +88,8 @@ void lucas_ladder(benchmark::State& state, Level level) {
             [&] { kernel::lucas_ladder<n>(l.data(), h.data(), o.a.data(), o.e.data(), modulus); });
 }
 
-/// GMP's public functions for a product and a reduction by rows. (Its own reduction, which mpz_powm uses, is not public.)
+/// GMP's public functions for a product and a reduction by rows. (Its own reduction, which mpz_powm uses, is not
+/// public.)
 template <int n>
 void gmp_mul_and_rows(benchmark::State& state) {
     Operands<n> o;

@@ -33,9 +33,13 @@ class Kernels : public testing::Test {
         if (!force(C::level)) GTEST_SKIP() << "this processor has no " << name(C::level);
         ASSERT_EQ(level(), C::level);
     }
-    void TearDown() override { force(supported_level()); }
+    void TearDown() override {
+        force(supported_level());
+    }
 
-    static mpz_class radix() { return mpz_class(1) << (64 * limb_count); }
+    static mpz_class radix() {
+        return mpz_class(1) << (64 * limb_count);
+    }
 
     static mpz_class inverse(const mpz_class& a, const mpz_class& m) {
         mpz_class r;
@@ -56,9 +60,10 @@ class Kernels : public testing::Test {
     Skewed random{20240607 + 10 * limb_count + static_cast<std::uint64_t>(C::level)};
 };
 
-using Cases = testing::Types<Case<2, Level::portable>, Case<4, Level::portable>, Case<8, Level::portable>, Case<16, Level::portable>,
-                             Case<2, Level::adx>, Case<4, Level::adx>, Case<8, Level::adx>, Case<16, Level::adx>,
-                             Case<2, Level::ifma>, Case<4, Level::ifma>, Case<8, Level::ifma>, Case<16, Level::ifma>>;
+using Cases = testing::Types<Case<2, Level::portable>, Case<4, Level::portable>, Case<8, Level::portable>,
+                             Case<16, Level::portable>, Case<2, Level::adx>, Case<4, Level::adx>, Case<8, Level::adx>,
+                             Case<16, Level::adx>, Case<2, Level::ifma>, Case<4, Level::ifma>, Case<8, Level::ifma>,
+                             Case<16, Level::ifma>>;
 
 struct CaseName {
     template <class C>
@@ -168,7 +173,8 @@ TYPED_TEST(Kernels, LucasLadderHoldsTwoNeighboursOfTheSequence) {
             }
         }
         ASSERT_EQ(to_mpz(l), low * this->radix() % m) << "V(" << exponent << ") of (" << parameter << ", 1) mod " << m;
-        ASSERT_EQ(to_mpz(h), high * this->radix() % m) << "V(" << exponent << " + 1) of (" << parameter << ", 1) mod " << m;
+        ASSERT_EQ(to_mpz(h), high * this->radix() % m)
+            << "V(" << exponent << " + 1) of (" << parameter << ", 1) mod " << m;
     }
 }
 
@@ -205,8 +211,7 @@ TYPED_TEST(Kernels, StrongBase2AgreesWithTheTextbook) {
         EXPECT_TRUE(p <= 3 || check(p)) << p;
     }
     // Every 2^p - 1 with p prime passes, prime or not, and so does every 2^(2^k) + 1, whose s is as large as it gets.
-    for (unsigned p : {67U, 127U, 251U, 509U, 1021U})
-        EXPECT_TRUE(p >= 64 * n || check((mpz_class(1) << p) - 1)) << p;
+    for (unsigned p : {67U, 127U, 251U, 509U, 1021U}) EXPECT_TRUE(p >= 64 * n || check((mpz_class(1) << p) - 1)) << p;
     for (unsigned power : {64U, 128U, 256U, 512U})
         EXPECT_TRUE(power >= 64 * n || check((mpz_class(1) << power) + 1)) << power;
     // Strong pseudoprimes to base 2, and pseudoprimes to base 2 that are not strong ones.
@@ -260,7 +265,8 @@ TYPED_TEST(Kernels, LucasConditionAgreesWithTheDefinition) {
         const Modulus<n> modulus(from_mpz<n>(m).data());
         for (mint q : {-1L, 2L, -3L, 5L, 4611686018427387847L, -4611686018427387847L}) {
             if (gcd(m, mpz_class(q)) != 1) continue;
-            // The final comparison of the ladder is of D U(m + 1) with 0, which matters where m has a factor in common with D.
+            // The final comparison of the ladder is of D U(m + 1) with 0, which matters where m has a factor in common
+            // with D.
             const mpz_class d = 1 - 4 * mpz_class(q);
             const bool vanishes = this->modulo(d * lucas_u_by_gmp(m, q), m) == 0;
             vanished += vanishes ? 1 : 0;

@@ -34,7 +34,9 @@ class Skewed {
   public:
     explicit Skewed(std::uint64_t seed) : engine_(seed) {}
 
-    umint below(umint bound) { return engine_() % bound; }
+    umint below(umint bound) {
+        return engine_() % bound;
+    }
 
     /// Uniform bits, long runs of equal bits, a few set bits, a few clear bits, or a short value.
     template <std::size_t n>
@@ -51,7 +53,9 @@ class Skewed {
                         if (one) r[bit / 64] |= umint{1} << (bit % 64);
                 break;
             }
-            case 2: sprinkle(r); break;
+            case 2:
+                sprinkle(r);
+                break;
             case 3:
                 sprinkle(r);
                 for (umint& limb : r) limb = ~limb;
@@ -85,7 +89,8 @@ class Skewed {
                 r.fill(0);
                 r[0] = below(2) == 0 ? 3 + below(100) : engine_();
                 break;
-            default: r[n - 1] |= umint{1} << 63;
+            default:
+                r[n - 1] |= umint{1} << 63;
         }
         r[0] |= 1;
         if (r == Limbs<n>{1}) r[0] = 3;
@@ -97,9 +102,12 @@ class Skewed {
     Limbs<n> residue(const mpz_class& m) {
         const mpz_class offset(below(10));
         switch (below(4)) {
-            case 0: return from_mpz<n>(offset % m);
-            case 1: return from_mpz<n>(m - 1 - offset % m);
-            default: return from_mpz<n>(to_mpz(limbs<n>()) % m);
+            case 0:
+                return from_mpz<n>(offset % m);
+            case 1:
+                return from_mpz<n>(m - 1 - offset % m);
+            default:
+                return from_mpz<n>(to_mpz(limbs<n>()) % m);
         }
     }
 

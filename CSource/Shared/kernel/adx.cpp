@@ -1,9 +1,10 @@
 /// @file   adx.cpp
 /// @brief  The kernels for processors with BMI2 and ADX.
 ///
-/// Adding the row a b[i] to an accumulator takes two chains of carries, one through the low and one through the high halves of the
-/// products. mulx leaves the flags alone, adcx carries in CF only and adox in OF only, so that both chains run through one pass over
-/// the row, one multiplication a cycle. Compilers do not produce this from C++: they keep one carry flag and save it between chains.
+/// Adding the row a b[i] to an accumulator takes two chains of carries, one through the low and one through the high
+/// halves of the products. mulx leaves the flags alone, adcx carries in CF only and adox in OF only, so that both
+/// chains run through one pass over the row, one multiplication a cycle. Compilers do not produce this from C++: they
+/// keep one carry flag and save it between chains.
 
 #include <cstddef>
 
@@ -14,13 +15,16 @@ namespace kesh::kernel {
 
 namespace {
 
+// clang-format off
+
 /// low += lo(source[offset] rdx), high += hi(...), each with the carry of its own chain.
 #define KESH_STEP(source, offset, low, high)              \
     "mulx " #offset "(%[" #source "]), %[lo], %[hi]\n\t" \
     "adcx %[lo], %[" #low "]\n\t"                         \
     "adox %[hi], %[" #high "]\n\t"
 
-/// The end of a row: the last product's high half starts the new top limb, which takes up both carries and cannot overflow.
+/// The end of a row: the last product's high half starts the new top limb, which takes up both carries and cannot
+/// overflow.
 #define KESH_LAST_STEP(source, offset, low, top)             \
     "mulx " #offset "(%[" #source "]), %[lo], %[" #top "]\n\t" \
     "adcx %[lo], %[" #low "]\n\t"                            \
@@ -28,7 +32,8 @@ namespace {
     "adcx %[lo], %[" #top "]\n\t"                            \
     "adox %[lo], %[" #top "]\n\t"
 
-/// (t1, ..., t7, t0) = (t0, ..., t7) + source rdx without its low limb, which `finished` may save before its register becomes the top.
+/// (t1, ..., t7, t0) = (t0, ..., t7) + source rdx without its low limb, which `finished` may save before its register
+/// becomes the top.
 #define KESH_ROW8(source, finished, t0, t1, t2, t3, t4, t5, t6, t7)                                         \
     "xor %k[lo], %k[lo]\n\t" KESH_STEP(source, 0, t0, t1) finished KESH_STEP(source, 8, t1, t2)             \
         KESH_STEP(source, 16, t2, t3) KESH_STEP(source, 24, t3, t4) KESH_STEP(source, 32, t4, t5)           \
@@ -49,9 +54,11 @@ namespace {
     ROW(4, t4, t5, t6, t7, t0, t1, t2, t3) ROW(5, t5, t6, t7, t0, t1, t2, t3, t4)                             \
     ROW(6, t6, t7, t0, t1, t2, t3, t4, t5) ROW(7, t7, t0, t1, t2, t3, t4, t5, t6)
 
-/// The accumulators and the two scratch registers. With rdx and two pointers they fill all registers that a build with frame pointers
-/// and sanitizers leaves, which is why rows read and write through one pointer.
-#define KESH_ACCUMULATORS8                                                                                              \
+// clang-format on
+
+/// The accumulators and the two scratch registers. With rdx and two pointers they fill all registers that a build with
+/// frame pointers and sanitizers leaves, which is why rows read and write through one pointer.
+#define KESH_ACCUMULATORS8                                                                                          \
     [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4), [t5] "+&r"(t5), [t6] "+&r"(t6), \
         [t7] "+&r"(t7), [lo] "=&r"(lo), [hi] "=&r"(hi)
 
@@ -73,6 +80,8 @@ inline void reduce8(umint* c, umint* q, const umint* t, const umint* m) noexcept
     asm(KESH_EIGHT_ROWS(KESH_REDUCTION_ROW8) : KESH_ACCUMULATORS8 : [q] "r"(q), [m] "r"(m) : "rdx", "cc", "memory");
     c[0] = t0, c[1] = t1, c[2] = t2, c[3] = t3, c[4] = t4, c[5] = t5, c[6] = t6, c[7] = t7;
 }
+
+// clang-format off
 
 /// (t0, ..., t4) += source rdx.
 #define KESH_ROW4(source, t0, t1, t2, t3, t4)                                                              \
@@ -99,14 +108,16 @@ inline void reduce8(umint* c, umint* q, const umint* t, const umint* m) noexcept
     "cmovnc %[lo], %[t4]\n\t cmovnc %[hi], %[t5]\n\t"                          \
     "cmovnc %%rdx, %[t0]\n\t cmovnc %[t3], %[t1]\n\t"
 
+// clang-format on
+
 inline void multiply4(umint* r, const umint* a, const umint* b, const Modulus<4>& modulus) noexcept {
     umint t0 = 0, t1 = 0, t2 = 0, t3 = 0, t4 = 0, t5 = 0;
     umint lo, hi;
     static_assert(offsetof(Modulus<4>, m) == 0);
     asm(KESH_ROW_PAIR4(0, t0, t1, t2, t3, t4, t5) KESH_ROW_PAIR4(1, t1, t2, t3, t4, t5, t0)
-        KESH_ROW_PAIR4(2, t2, t3, t4, t5, t0, t1) KESH_ROW_PAIR4(3, t3, t4, t5, t0, t1, t2) KESH_REDUCE_ONCE4
-        : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4), [t5] "+&r"(t5), [lo] "=&r"(lo),
-          [hi] "=&r"(hi)
+            KESH_ROW_PAIR4(2, t2, t3, t4, t5, t0, t1) KESH_ROW_PAIR4(3, t3, t4, t5, t0, t1, t2) KESH_REDUCE_ONCE4
+        : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4), [t5] "+&r"(t5),
+          [lo] "=&r"(lo), [hi] "=&r"(hi)
         : [a] "r"(a), [b] "r"(b), [m] "r"(&modulus), [k] "i"(offsetof(Modulus<4>, k))
         : "rdx", "cc", "memory");
     r[0] = t4, r[1] = t5, r[2] = t0, r[3] = t1;

@@ -1,5 +1,6 @@
 /// @file   ifma.cpp
-/// @brief  The power and the ladder with 52-bit multiply-adds on eight lanes (AVX-512 IFMA). README.md derives the form.
+/// @brief  The power and the ladder with 52-bit multiply-adds on eight lanes (AVX-512 IFMA). README.md derives the
+/// form.
 
 // The header of g++ 12 initialises a register with itself to mean "any value" and then warns of it (GCC bug 105593).
 #if defined(__GNUC__) && !defined(__clang__)
@@ -25,7 +26,8 @@ namespace {
 constexpr int digit_bits = 52;
 constexpr umint digit_mask = (umint{1} << digit_bits) - 1;
 
-/// Digits of a number below 2^(64 n + 52) and a few bits more; also the number of reduction rows, so that the internal R is 2^(52 digits).
+/// Digits of a number below 2^(64 n + 52) and a few bits more; also the number of reduction rows, so that the internal
+/// R is 2^(52 digits).
 template <int n>
 constexpr int digits = (64 * n + digit_bits) / digit_bits + 1;
 
@@ -122,9 +124,9 @@ KESH_IFMA_INLINE Vector<n> lanes_up(const Vector<n>& a) noexcept {
     return r;
 }
 
-/// Carries what lanes hold above 52 bits into the lanes above. After one step a lane exceeds its digit by a small carry at most; what
-/// that sets off is found for all lanes at once by an addition of bit masks: a lane that overflows sends a carry up, and a lane of all
-/// ones passes one on, as a carry runs through the bits of an integer.
+/// Carries what lanes hold above 52 bits into the lanes above. After one step a lane exceeds its digit by a small carry
+/// at most; what that sets off is found for all lanes at once by an addition of bit masks: a lane that overflows sends
+/// a carry up, and a lane of all ones passes one on, as a carry runs through the bits of an integer.
 template <int n>
 KESH_IFMA_INLINE Vector<n> carry_step(const Vector<n>& a) noexcept {
     const __m512i mask = _mm512_set1_epi64(static_cast<long long>(digit_mask));
@@ -142,19 +144,20 @@ KESH_IFMA_INLINE Vector<n> normalise(Vector<n> a) noexcept {
     __m512i all = a.part[0];
     for (int z = 1; z < registers<n>; ++z) all = _mm512_or_si512(all, a.part[z]);
     while (_mm512_cmpgt_epu64_mask(all, _mm512_set1_epi64(static_cast<long long>(digit_mask))) != 0) [[unlikely]] {
-        a = carry_step<n>(a);
-        all = a.part[0];
-        for (int z = 1; z < registers<n>; ++z) all = _mm512_or_si512(all, a.part[z]);
-    }
+            a = carry_step<n>(a);
+            all = a.part[0];
+            for (int z = 1; z < registers<n>; ++z) all = _mm512_or_si512(all, a.part[z]);
+        }
     return a;
 }
 
-/// a b / 2^(52 digits) modulo m, with lanes that are not normalised. `digit` holds b's digits; `mu` is the modulus's mu.
-/// Row i adds a b[i] and takes the lowest lane q; since m k = -1 + 2^52 mu, adding q m k makes that lane vanish, and all that remains
-/// to be done is to add its carry and q mu one lane lower.
+/// a b / 2^(52 digits) modulo m, with lanes that are not normalised. `digit` holds b's digits; `mu` is the modulus's
+/// mu. Row i adds a b[i] and takes the lowest lane q; since m k = -1 + 2^52 mu, adding q m k makes that lane vanish,
+/// and all that remains to be done is to add its carry and q mu one lane lower.
 ///
-/// Latency: the next q waits for broadcast (2 cycles), multiply-add (4) and addition (1) of this one; the move to the lower lanes (5)
-/// goes on beside the first two. High halves of q mu belong one lane higher and wait for the next row's move.
+/// Latency: the next q waits for broadcast (2 cycles), multiply-add (4) and addition (1) of this one; the move to the
+/// lower lanes (5) goes on beside the first two. High halves of q mu belong one lane higher and wait for the next row's
+/// move.
 template <int n, int count>
 KESH_IFMA_INLINE void products(Vector<n> (&r)[count], const Vector<n> (&a)[count], const Vector<n> (&first)[count],
                                const umint* const (&digit)[count], const Vector<n>& mu) noexcept {
@@ -212,8 +215,9 @@ Digits<n> to_internal(const umint* a, const Modulus<n>& modulus) noexcept {
     return r;
 }
 
-/// The residue a R of an internal form: multiplied by 2^52 R it becomes a 2^52 R, less than 2^(64 n + 54); one row brings that below
-/// 2^(64 n), at a factor 2^(-64); and the last product with 2^12 R mod m restores the factors and ends below m.
+/// The residue a R of an internal form: multiplied by 2^52 R it becomes a 2^52 R, less than 2^(64 n + 54); one row
+/// brings that below 2^(64 n), at a factor 2^(-64); and the last product with 2^12 R mod m restores the factors and
+/// ends below m.
 template <int n>
 KESH_IFMA void from_internal(umint* r, const Vector<n>& a, const Vector<n>& mu, const Modulus<n>& modulus) noexcept {
     Digits<n> factor, product;
@@ -257,7 +261,8 @@ Digits<n> to_internal_negated(const umint* a, const Modulus<n>& modulus) noexcep
 }
 
 template <int n>
-KESH_IFMA void ifma_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept {
+KESH_IFMA void ifma_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e,
+                                 const Modulus<n>& modulus) noexcept {
     const Vector<n> mu = load<n>(make_mu<n>(modulus));
     umint two[n];
     for (int i = 0; i < n; ++i) two[i] = modulus.r1[i];
@@ -271,7 +276,8 @@ KESH_IFMA void ifma_lucas_ladder(umint* l, umint* h, const umint* a, const umint
         const auto mask = static_cast<__mmask8>(bit ? 0xFF : 0);
         Vector<n> r[2];
         const Vector<n> squared = select<n>(mask, high, low);
-        products<n, 2>(r, {low, squared}, {high, squared}, {high_digits.digit, bit ? high_digits.digit : low_digits.digit}, mu);
+        products<n, 2>(r, {low, squared}, {high, squared},
+                       {high_digits.digit, bit ? high_digits.digit : low_digits.digit}, mu);
         const Vector<n> product = normalise<n>(add<n>(r[0], minus_a));
         const Vector<n> square = normalise<n>(add<n>(r[1], minus_two));
         low = select<n>(mask, product, square);
@@ -291,10 +297,12 @@ const Routines<n>& ifma_routines() noexcept {
         return adx_routines<n>();
     } else if constexpr (n == 4) {
         // A single row of digits waits for its reduction longer than four limbs do; two side by side do not.
-        static const Routines<n> table = {adx_routines<n>().mont_mul, adx_routines<n>().mont_sqr, adx_routines<n>().pow2, ifma_lucas_ladder<n>};
+        static const Routines<n> table = {adx_routines<n>().mont_mul, adx_routines<n>().mont_sqr,
+                                          adx_routines<n>().pow2, ifma_lucas_ladder<n>};
         return table;
     } else {
-        static const Routines<n> table = {adx_routines<n>().mont_mul, adx_routines<n>().mont_sqr, ifma_pow2<n>, ifma_lucas_ladder<n>};
+        static const Routines<n> table = {adx_routines<n>().mont_mul, adx_routines<n>().mont_sqr, ifma_pow2<n>,
+                                          ifma_lucas_ladder<n>};
         return table;
     }
 }

@@ -15,8 +15,8 @@ namespace kesh::kernel {
 
 namespace {
 
-/// mulx, adcx and adox use general registers only, so that the processor's word suffices. Asked through cpuid because not every
-/// compiler's __builtin_cpu_supports knows "adx".
+/// mulx, adcx and adox use general registers only, so that the processor's word suffices. Asked through cpuid because
+/// not every compiler's __builtin_cpu_supports knows "adx".
 bool has_adx() noexcept {
     unsigned a = 0, b = 0, c = 0, d = 0;
     if (__get_cpuid_count(7, 0, &a, &b, &c, &d) == 0) return false;
@@ -39,9 +39,12 @@ std::atomic<Level>& in_force() noexcept {
 template <int n>
 const Routines<n>& routines() noexcept {
     switch (level()) {
-        case Level::ifma: return ifma_routines<n>();
-        case Level::adx: return adx_routines<n>();
-        case Level::portable: break;
+        case Level::ifma:
+            return ifma_routines<n>();
+        case Level::adx:
+            return adx_routines<n>();
+        case Level::portable:
+            break;
     }
     return portable_routines<n>();
 }
@@ -65,16 +68,19 @@ bool force(Level wanted) noexcept {
 
 const char* name(Level which) noexcept {
     switch (which) {
-        case Level::portable: return "portable";
-        case Level::adx: return "adx";
-        case Level::ifma: return "ifma";
+        case Level::portable:
+            return "portable";
+        case Level::adx:
+            return "adx";
+        case Level::ifma:
+            return "ifma";
     }
     return "";
 }
 
 template <int n>
-    requires supported_limbs<n>
-Modulus<n>::Modulus(const umint* modulus) noexcept {
+requires supported_limbs<n> Modulus<n>::Modulus(const umint* modulus)
+noexcept {
     assert((modulus[0] & 1) == 1 && (modulus[0] > 1 || bit_length<n>(modulus) > 1));
     for (int i = 0; i < n; ++i) m[i] = modulus[i];
     k = math_mod_inv_2(m[0]);
@@ -127,8 +133,9 @@ bool strong_base2(const Modulus<n>& modulus) noexcept {
 
 namespace {
 
-/// r = x / q modulo m for a residue x and q > 0 prime to m, else r = 0. With c = -x/m mod q, x + c m is divisible by q, and the
-/// quotient is below m because c < q. No long division and no product of residues is needed, and a Montgomery form stays one.
+/// r = x / q modulo m for a residue x and q > 0 prime to m, else r = 0. With c = -x/m mod q, x + c m is divisible by q,
+/// and the quotient is below m because c < q. No long division and no product of residues is needed, and a Montgomery
+/// form stays one.
 template <int n>
 void divide_by_limb(umint* r, const umint* x, umint q, const umint* m) noexcept {
     umint quotient = 0, c = 0;
@@ -173,7 +180,8 @@ bool lucas_u_vanishes(const Modulus<n>& modulus, mint q) noexcept {
     for (int i = 0; i < n; ++i) carry = math_addcarry(carry, e[i], 0, e[i]);
     lucas_ladder<n>(l, h, a, e, modulus);
 
-    // 2 V(e+1) - a V(e) = (a^2 - 4) U(e) for the parameters (a, 1); there a^2 - 4 = D / Q^2 and U(e) = U(m + 1) / Q^(e-1) of (1, Q).
+    // 2 V(e+1) - a V(e) = (a^2 - 4) U(e) for the parameters (a, 1); there a^2 - 4 = D / Q^2 and U(e) = U(m + 1) /
+    // Q^(e-1) of (1, Q).
     mont_mul<n>(l, a, l, modulus);
     mont_mul<n>(h, two, h, modulus);
     return equal<n>(l, h);
@@ -185,13 +193,13 @@ umint mod_limb(std::span<const umint> limbs, umint d) noexcept {
     return remainder;
 }
 
-#define KESH_KERNEL_WIDTH(n)                                                                                           \
-    template struct Modulus<n>;                                                                                        \
-    template void mont_mul<n>(umint*, const umint*, const umint*, const Modulus<n>&) noexcept;                         \
-    template void mont_sqr<n>(umint*, const umint*, const Modulus<n>&) noexcept;                                       \
-    template void pow2<n>(umint*, const umint*, const Modulus<n>&) noexcept;                                           \
-    template void lucas_ladder<n>(umint*, umint*, const umint*, const umint*, const Modulus<n>&) noexcept;             \
-    template bool strong_base2<n>(const Modulus<n>&) noexcept;                                                         \
+#define KESH_KERNEL_WIDTH(n)                                                                               \
+    template struct Modulus<n>;                                                                            \
+    template void mont_mul<n>(umint*, const umint*, const umint*, const Modulus<n>&) noexcept;             \
+    template void mont_sqr<n>(umint*, const umint*, const Modulus<n>&) noexcept;                           \
+    template void pow2<n>(umint*, const umint*, const Modulus<n>&) noexcept;                               \
+    template void lucas_ladder<n>(umint*, umint*, const umint*, const umint*, const Modulus<n>&) noexcept; \
+    template bool strong_base2<n>(const Modulus<n>&) noexcept;                                             \
     template bool lucas_u_vanishes<n>(const Modulus<n>&, mint) noexcept
 KESH_KERNEL_WIDTH(2);
 KESH_KERNEL_WIDTH(4);

@@ -1,9 +1,10 @@
 /// @file   kernel.h
 /// @brief  The hot loops of the wide primality tests on plain limb arrays, with CPU-specific forms chosen at run time.
 ///
-/// Every function returns the same bits at every level, and the same bits as the generic templates of the integer engine: residues
-/// are fully reduced and in Montgomery form with R = 2^(64 n). Limb arrays are least significant limb first; n, the number of limbs,
-/// is 2, 4, 8 or 16. How each level works, and what it costs, is in README.md beside this file.
+/// Every function returns the same bits at every level, and the same bits as the generic templates of the integer
+/// engine: residues are fully reduced and in Montgomery form with R = 2^(64 n). Limb arrays are least significant limb
+/// first; n, the number of limbs, is 2, 4, 8 or 16. How each level works, and what it costs, is in README.md beside
+/// this file.
 #pragma once
 
 #include <cstdint>
@@ -26,8 +27,8 @@ enum class Level {
 /// The level in force: supported_level() unless force() changed it.
 [[nodiscard]] Level level() noexcept;
 
-/// For tests and benchmarks: from now on use the kernels of `wanted`. Returns false, and changes nothing, when the processor lacks it.
-/// Calls of kernels in progress on other threads finish at the level they began with.
+/// For tests and benchmarks: from now on use the kernels of `wanted`. Returns false, and changes nothing, when the
+/// processor lacks it. Calls of kernels in progress on other threads finish at the level they began with.
 bool force(Level wanted) noexcept;
 
 /// "portable", "adx" or "ifma".
@@ -36,10 +37,10 @@ bool force(Level wanted) noexcept;
 template <int n>
 concept supported_limbs = n == 2 || n == 4 || n == 8 || n == 16;
 
-/// One odd modulus and what Montgomery arithmetic modulo it needs. Reduction works limb by limb, so that the inverse of one limb
-/// suffices, and no kernel needs R^2.
+/// One odd modulus and what Montgomery arithmetic modulo it needs. Reduction works limb by limb, so that the inverse of
+/// one limb suffices, and no kernel needs R^2.
 template <int n>
-    requires supported_limbs<n>
+requires supported_limbs<n>
 struct Modulus {
     umint m[n];   ///< the modulus, odd, above 1
     umint r1[n];  ///< R mod m, the Montgomery form of 1
@@ -61,8 +62,8 @@ void mont_sqr(umint* r, const umint* a, const Modulus<n>& modulus) noexcept;
 template <int n>
 void pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept;
 
-/// The Lucas sequence V with parameters (a, 1) at e and e + 1: l = V(e), h = V(e + 1), where a, l and h are in Montgomery form.
-/// Preconditions: a < m, e != 0. One product and one squaring a bit of e.
+/// The Lucas sequence V with parameters (a, 1) at e and e + 1: l = V(e), h = V(e + 1), where a, l and h are in
+/// Montgomery form. Preconditions: a < m, e != 0. One product and one squaring a bit of e.
 template <int n>
 void lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept;
 
@@ -70,15 +71,15 @@ void lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modu
 template <int n>
 [[nodiscard]] bool strong_base2(const Modulus<n>& modulus) noexcept;
 
-/// The Lucas condition U(m + 1) = 0 modulo m of the sequence with P = 1 and the given Q, evaluated by the ladder over V with
-/// a = 1/Q - 2; exactly: D U(m + 1) = 0, D = 1 - 4 Q, which is the same where D is prime to m, as it is when (D/m) = -1.
-/// A Q that has a factor in common with m counts as having the inverse 0, for which the condition holds.
+/// The Lucas condition U(m + 1) = 0 modulo m of the sequence with P = 1 and the given Q, evaluated by the ladder over V
+/// with a = 1/Q - 2; exactly: D U(m + 1) = 0, D = 1 - 4 Q, which is the same where D is prime to m, as it is when (D/m)
+/// = -1. A Q that has a factor in common with m counts as having the inverse 0, for which the condition holds.
 /// Preconditions: Q != 0, and |Q| < 2^63.
 template <int n>
 [[nodiscard]] bool lucas_u_vanishes(const Modulus<n>& modulus, mint q) noexcept;
 
-/// Whether one of the 99 odd primes 3, 5, ..., 541 divides the value of the limbs. Precondition: at most 16 limbs. A prime of the
-/// table divides itself: a caller that wants "proven composite" passes values above 541.
+/// Whether one of the 99 odd primes 3, 5, ..., 541 divides the value of the limbs. Precondition: at most 16 limbs. A
+/// prime of the table divides itself: a caller that wants "proven composite" passes values above 541.
 [[nodiscard]] bool has_small_factor(std::span<const umint> limbs) noexcept;
 
 /// The value of the limbs modulo d. Precondition: d != 0. Cost: one hardware division a limb.

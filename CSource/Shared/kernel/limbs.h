@@ -15,8 +15,9 @@ inline std::uint8_t subtract(umint* r, const umint* a, const umint* b) noexcept 
     return borrow;
 }
 
-/// Keeps a limb in a general register: code that the compiler moved to vectors would load, as vectors, limbs that were stored one by
-/// one a moment before, and the processor cannot forward such stores to the load but waits until they reach the cache.
+/// Keeps a limb in a general register: code that the compiler moved to vectors would load, as vectors, limbs that were
+/// stored one by one a moment before, and the processor cannot forward such stores to the load but waits until they
+/// reach the cache.
 inline void keep_scalar(umint& limb) noexcept {
     asm("" : "+r"(limb));
 }
@@ -69,8 +70,8 @@ inline void subtract_mod(umint* r, const umint* a, const umint* b, const umint* 
     }
 }
 
-/// x = x / 2^j mod m for a residue x: with q = -x/m mod 2^j, x + q m is divisible by 2^j, and the quotient is below m because q < 2^j.
-/// k = -m^(-1) mod 2^64; 0 <= j < 64.
+/// x = x / 2^j mod m for a residue x: with q = -x/m mod 2^j, x + q m is divisible by 2^j, and the quotient is below m
+/// because q < 2^j. k = -m^(-1) mod 2^64; 0 <= j < 64.
 template <int n>
 inline void halve(umint* x, int j, const umint* m, umint k) noexcept {
     const umint q = (x[0] * k) & ((umint{1} << j) - 1);

@@ -31,7 +31,8 @@ inline Wide square(const umint* a) noexcept {
 }
 
 inline Wide multiply(const umint* a, const umint* b) noexcept {
-    const umint2 p00 = product(a[0], b[0]), p01 = product(a[0], b[1]), p10 = product(a[1], b[0]), p11 = product(a[1], b[1]);
+    const umint2 p00 = product(a[0], b[0]), p01 = product(a[0], b[1]), p10 = product(a[1], b[0]),
+                 p11 = product(a[1], b[1]);
     const umint2 middle = static_cast<umint2>(high(p00)) + low(p01) + low(p10);
     return {(middle << 64) | low(p00), p11 + high(p01) + high(p10) + high(middle)};
 }
@@ -44,8 +45,9 @@ class Reduction {
         inverse_ = x * (2 - m * x);
     }
 
-    /// r = t / 2^128 mod m. With q = t/m mod 2^128, q m has the low half of t, so that t - q m is 2^128 times the difference of the
-    /// high halves, which is above -m and below m: neither the low half of q m nor its subtraction is needed.
+    /// r = t / 2^128 mod m. With q = t/m mod 2^128, q m has the low half of t, so that t - q m is 2^128 times the
+    /// difference of the high halves, which is above -m and below m: neither the low half of q m nor its subtraction is
+    /// needed.
     void operator()(umint* r, const Wide& t) const noexcept {
         const umint2 q = t.lower * inverse_;
         const umint factor[2] = {low(q), high(q)};

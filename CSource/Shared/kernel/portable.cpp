@@ -27,7 +27,8 @@ const Routines<n>& portable_routines() noexcept {
         static constexpr Routines<2> table = {mul<2>, sqr<2>, pow2_128, lucas_ladder_128};
         return table;
     } else {
-        static constexpr Routines<n> table = {mul<n>, sqr<n>, generic_pow2<n, Portable>, generic_lucas_ladder<n, Portable>};
+        static constexpr Routines<n> table = {mul<n>, sqr<n>, generic_pow2<n, Portable>,
+                                              generic_lucas_ladder<n, Portable>};
         return table;
     }
 }

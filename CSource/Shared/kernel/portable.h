@@ -1,9 +1,9 @@
 /// @file   portable.h
 /// @brief  Montgomery products by rows of 64 x 64 -> 128 bit products, for any processor.
 ///
-/// Reduction row by row: with q = t[0] k mod 2^64, t + q m is divisible by 2^64, and after n such rows t < 2 m holds. It costs
-/// n^2 + n limb products where the form with a full low-half product costs 1.5 n^2 + n/2, and gives the same residue, since both give
-/// the only number below m that is congruent to t / R.
+/// Reduction row by row: with q = t[0] k mod 2^64, t + q m is divisible by 2^64, and after n such rows t < 2 m holds.
+/// It costs n^2 + n limb products where the form with a full low-half product costs 1.5 n^2 + n/2, and gives the same
+/// residue, since both give the only number below m that is congruent to t / R.
 #pragma once
 
 #include "Shared/kernel/limbs.h"
@@ -11,7 +11,8 @@
 
 namespace kesh::kernel {
 
-/// t[0 .. n-1] += a b; returns the limb that is carried out. The sum of the two addends fits: (B-1)^2 + 2 (B-1) = B^2 - 1.
+/// t[0 .. n-1] += a b; returns the limb that is carried out. The sum of the two addends fits: (B-1)^2 + 2 (B-1) = B^2
+/// - 1.
 template <int n>
 inline umint add_product_row(umint* t, const umint* a, umint b) noexcept {
     umint carry = 0;
@@ -25,7 +26,8 @@ inline umint add_product_row(umint* t, const umint* a, umint b) noexcept {
 }
 
 struct Portable {
-    /// Row i adds a b[i] and one reduction row, and drops the limb that became 0; `top` is the limb above t's n, 0 or 1.
+    /// Row i adds a b[i] and one reduction row, and drops the limb that became 0; `top` is the limb above t's n, 0
+    /// or 1.
     template <int n>
     static inline void mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus) noexcept {
         umint t[n + 1] = {};

@@ -23,9 +23,10 @@ const Routines<n>& adx_routines() noexcept;
 template <int n>
 const Routines<n>& ifma_routines() noexcept;
 
-/// The doublings of pow2, put off: value = 2^(E + ahead) R mod m, where E is the exponent that the bits so far make. With ahead = 1
-/// before, it is 2 ahead - bit and so again at least 1 after a squaring for the next bit, and at most 64 after six. Only then is the
-/// power brought back by an exact division, which costs one row of products instead of six doublings with their comparisons.
+/// The doublings of pow2, put off: value = 2^(E + ahead) R mod m, where E is the exponent that the bits so far make.
+/// With ahead = 1 before, it is 2 ahead - bit and so again at least 1 after a squaring for the next bit, and at most 64
+/// after six. Only then is the power brought back by an exact division, which costs one row of products instead of six
+/// doublings with their comparisons.
 template <int n>
 struct Doublings {
     umint value[n];
@@ -65,12 +66,13 @@ inline void generic_pow2(umint* x, const umint* e, const Modulus<n>& modulus) no
     y.finish(x);
 }
 
-/// lucas_ladder over the products of `Arithmetic`. The pair (V(k), V(k+1)) goes to (V(2k), V(2k+1)) for a clear bit and to
-/// (V(2k+1), V(2k+2)) for a set one, where V(2k+1) = V(k) V(k+1) - a and V(2k) = V(k)^2 - 2. So the member of the pair that the bit
-/// numbers is squared in place, and the product takes the place of the other one: no branch depends on the bit. The product and the
-/// square do not depend on each other, so that the processor works on both at once.
+/// lucas_ladder over the products of `Arithmetic`. The pair (V(k), V(k+1)) goes to (V(2k), V(2k+1)) for a clear bit and
+/// to (V(2k+1), V(2k+2)) for a set one, where V(2k+1) = V(k) V(k+1) - a and V(2k) = V(k)^2 - 2. So the member of the
+/// pair that the bit numbers is squared in place, and the product takes the place of the other one: no branch depends
+/// on the bit. The product and the square do not depend on each other, so that the processor works on both at once.
 template <int n, class Arithmetic>
-inline void generic_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept {
+inline void generic_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e,
+                                 const Modulus<n>& modulus) noexcept {
     umint two[n], pair[2][n];
     for (int i = 0; i < n; ++i) two[i] = modulus.r1[i];
     double_if<n>(two, 1, modulus.m);

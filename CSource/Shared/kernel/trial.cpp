@@ -1,12 +1,13 @@
 /// @file   trial.cpp
 /// @brief  Trial division by the odd primes up to 541 with multiplications only.
 ///
-/// The primes are taken in groups whose product P stays below 2^59. For each group the limbs are folded with the residues
-/// c[i] = 2^(64 i) mod P into one sum below 16 * 2^64 * 2^59 = 2^127, which one Montgomery reduction modulo P brings to a limb w with
-/// w 2^64 = sum (mod P). A prime p of the group divides the value exactly when it divides w, because 2^64 is prime to p; and p divides w
-/// exactly when w p^(-1) mod 2^64 is at most (2^64 - 1) / p, since multiplication by the inverse permutes the limbs and sends the
-/// multiples of p to 0, 1, 2, ... (Granlund and Montgomery, Division by invariant integers using multiplication, PLDI 1994, section 9).
-/// A group costs one product a limb, and a prime of it one product more; the order of the primes does not matter for the verdict.
+/// The primes are taken in groups whose product P stays below 2^59. For each group the limbs are folded with the
+/// residues c[i] = 2^(64 i) mod P into one sum below 16 * 2^64 * 2^59 = 2^127, which one Montgomery reduction modulo P
+/// brings to a limb w with w 2^64 = sum (mod P). A prime p of the group divides the value exactly when it divides w,
+/// because 2^64 is prime to p; and p divides w exactly when w p^(-1) mod 2^64 is at most (2^64 - 1) / p, since
+/// multiplication by the inverse permutes the limbs and sends the multiples of p to 0, 1, 2, ... (Granlund and
+/// Montgomery, Division by invariant integers using multiplication, PLDI 1994, section 9). A group costs one product a
+/// limb, and a prime of it one product more; the order of the primes does not matter for the verdict.
 
 #include <array>
 #include <cassert>
@@ -24,15 +25,15 @@ constexpr std::size_t largest_limb_count = 16;
 constexpr umint product_bound = umint{1} << 59;
 
 struct Prime {
-    umint inverse;          ///< 1/p mod 2^64
-    umint largest_multiple; ///< floor((2^64 - 1) / p)
+    umint inverse;           ///< 1/p mod 2^64
+    umint largest_multiple;  ///< floor((2^64 - 1) / p)
 };
 
 struct Group {
-    umint product;                                    ///< P, the product of the group's primes
-    umint inverse;                                    ///< 1/P mod 2^64
-    std::array<umint, largest_limb_count> residues;   ///< 2^(64 i) mod P
-    std::size_t first, last;                          ///< the group's primes are those with first <= index < last
+    umint product;                                   ///< P, the product of the group's primes
+    umint inverse;                                   ///< 1/P mod 2^64
+    std::array<umint, largest_limb_count> residues;  ///< 2^(64 i) mod P
+    std::size_t first, last;                         ///< the group's primes are those with first <= index < last
 };
 
 constexpr std::array<umint, prime_count> odd_primes() {
@@ -65,7 +66,8 @@ constexpr std::size_t count_groups() {
 
 constexpr auto make_primes() {
     std::array<Prime, prime_count> table{};
-    for (std::size_t i = 0; i < prime_count; ++i) table[i] = {umint{0} - math_mod_inv_2(primes[i]), ~umint{0} / primes[i]};
+    for (std::size_t i = 0; i < prime_count; ++i)
+        table[i] = {umint{0} - math_mod_inv_2(primes[i]), ~umint{0} / primes[i]};
     return table;
 }
 
