@@ -42,15 +42,18 @@ struct exact_divisor {
     u64 limit;
 
     constexpr explicit exact_divisor(u64 p) : inverse(kernel::word_inverse(p)), limit(~u64{0} / p) {}
-    constexpr bool divides(u64 n) const { return n * inverse <= limit; }
+    constexpr bool divides(u64 n) const {
+        return n * inverse <= limit;
+    }
 };
 
 /** Whether n > 61 is even or a multiple of a prime up to 61. The tests are collected without a branch between them. */
 bool has_small_factor(u64 n) {
     constexpr std::array<exact_divisor, 17> divisors = {
-        exact_divisor{3},  exact_divisor{5},  exact_divisor{7},  exact_divisor{11}, exact_divisor{13}, exact_divisor{17},
-        exact_divisor{19}, exact_divisor{23}, exact_divisor{29}, exact_divisor{31}, exact_divisor{37}, exact_divisor{41},
-        exact_divisor{43}, exact_divisor{47}, exact_divisor{53}, exact_divisor{59}, exact_divisor{61}};
+        exact_divisor{3},  exact_divisor{5},  exact_divisor{7},  exact_divisor{11}, exact_divisor{13},
+        exact_divisor{17}, exact_divisor{19}, exact_divisor{23}, exact_divisor{29}, exact_divisor{31},
+        exact_divisor{37}, exact_divisor{41}, exact_divisor{43}, exact_divisor{47}, exact_divisor{53},
+        exact_divisor{59}, exact_divisor{61}};
     bool found = n % 2 == 0;
     for (const exact_divisor& p : divisors) found |= p.divides(n);
     return found;
@@ -93,7 +96,9 @@ bool has_small_factor(u64 n) {
 class strong_test {
   public:
     explicit strong_test(u64 n) : M(n), k(math_count_trailing_zeros(n - 1)), e((n - 1) >> k) {}
-    bool passes(u64 base) const { return sprp(M, M.m, base, e, k) != 0; }
+    bool passes(u64 base) const {
+        return sprp(M, M.m, base, e, k) != 0;
+    }
 
   private:
     mp_mont_data<u64> M;
@@ -148,8 +153,9 @@ int KESH_RT_PrimeQ(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgu
     mbool r = 0;
     if (Argc != 1) return LIBRARY_FUNCTION_ERROR;
     MTensor tensor = *Args[0].tensor;
-    // The element read tells the host's verdict on the tensor: it gets no place to put an element, and len is the position
-    // that it may set. Volatile, since a compiler that knew the pointer to be null would remove the call that follows.
+    // The element read tells the host's verdict on the tensor: it gets no place to put an element, and len is the
+    // position that it may set. Volatile, since a compiler that knew the pointer to be null would remove the call that
+    // follows.
     mint len;
     mint* volatile limbs = nullptr;
     const int error = libData->MTensor_getInteger(tensor, &len, limbs);

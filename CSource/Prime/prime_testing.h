@@ -103,12 +103,13 @@ int selfridge_parameters(const T& n, Symbol symbol, mint& D, mint& P, mint& Q) {
 /** The same with the symbol computed at the width of n. */
 template <wide_word T>
 int lucas_DPQ(const T& n, mint& D, mint& P, mint& Q) {
-    return selfridge_parameters(n, [&n](mint d) { return Jacobi<mint, T>(d, n); }, D, P, Q);
+    return selfridge_parameters(
+        n, [&n](mint d) { return Jacobi<mint, T>(d, n); }, D, P, Q);
 }
 
 /**
- * 1 when odd n is a Lucas probable prime with Selfridge's parameters, U(n + 1) = 0 modulo n, else 0. M is the context of
- * n. The ladder runs over V of the parameters (a, 1), a = P^2/Q - 2, at k = (n + 1)/2, which needs no powers of Q:
+ * 1 when odd n is a Lucas probable prime with Selfridge's parameters, U(n + 1) = 0 modulo n, else 0. M is the context
+ * of n. The ladder runs over V of the parameters (a, 1), a = P^2/Q - 2, at k = (n + 1)/2, which needs no powers of Q:
  * 2 V(k + 1) - a V(k) = (a^2 - 4) U(k). Q is deliberately not tested for a common factor with n: trial division has
  * removed all primes up to 541, and the least |D| with (D/n) = -1 is far below. Without an inverse a would be -2 and
  * the condition would hold.

@@ -12,7 +12,7 @@ namespace kesh {
 std::vector<small_prime> primes_small;
 
 std::vector<small_prime> gen_small_prime(mint limit) {
-    constexpr mint root = 1000;  // floor(sqrt(SMALL_PRIMES_UPTO))
+    constexpr mint root = 1000;           // floor(sqrt(SMALL_PRIMES_UPTO))
     constexpr mint segment_size = 32768;  // one byte a number: the first-level cache holds it
 
     std::vector<small_prime> primes;

@@ -65,7 +65,8 @@ constexpr T operator*(const T& n, const fastdiv_data<T, unsigned long>& d) noexc
 
 /// d = m shifted left until its top bit is set, s = the shift, magic = floor((2^128 - 1) / d) - 2^64.
 /// Precondition: m != 0. The top of the dividend, 2^64 - 1 - d, is below d, so the quotient fits.
-constexpr void math_magic_shift(const unsigned long& m, std::uint16_t& s, unsigned long& d, unsigned long& magic) noexcept {
+constexpr void math_magic_shift(const unsigned long& m, std::uint16_t& s, unsigned long& d,
+                                unsigned long& magic) noexcept {
     assert(m != 0);
     const mint shift = math_count_leading_zeros(m);
     s = static_cast<std::uint16_t>(shift);

@@ -1,9 +1,9 @@
 /// @file   jacobi.h
 /// @brief  Jacobi symbol and perfect-square test of every uintx_t<N>, for the parameter search of the Lucas test.
 ///
-/// The symbol (a/n) follows the Euclidean algorithm on (a, n): factors of 2 leave by the rule for (2/n), the two numbers
-/// change places by quadratic reciprocity, and the width halves as soon as both fit.
-/// (H. Cohen, A Course in Computational Algebraic Number Theory, 1.4.2.)
+/// The symbol (a/n) follows the Euclidean algorithm on (a, n): factors of 2 leave by the rule for (2/n), the two
+/// numbers change places by quadratic reciprocity, and the width halves as soon as both fit. (H. Cohen, A Course in
+/// Computational Algebraic Number Theory, 1.4.2.)
 #pragma once
 
 #include "Shared/fastdiv.h"
@@ -86,7 +86,7 @@ constexpr int Jacobi(const T& a, const T& n) noexcept {
 
 /// (x/n) for a signed x, through (-1/n) = -1 exactly for n = 3 modulo 4. Precondition: n odd, x > -2^63.
 template <class Signed, engine_word T>
-    requires std::same_as<Signed, long>
+requires std::same_as<Signed, long>
 constexpr int Jacobi(const Signed& x, const T& n) noexcept {
     if (x >= 0) return Jacobi<T>(T(static_cast<umint>(x)), n);
     const int j = Jacobi<T>(T(static_cast<umint>(-x)), n);
@@ -146,9 +146,9 @@ constexpr bool is_nonsquare_residue(umint r) noexcept {
 
 }  // namespace detail
 
-/// True exactly when n is a perfect square. s receives floor(sqrt(n)) when n passes the residue filters and is left as it
-/// was when a filter rejects n. Cost: for all but one in a few hundred non-squares one product by a reciprocal, which the
-/// first call at each width prepares (safe on several threads); else one wide square root.
+/// True exactly when n is a perfect square. s receives floor(sqrt(n)) when n passes the residue filters and is left as
+/// it was when a filter rejects n. Cost: for all but one in a thousand non-squares one product by a reciprocal,
+/// which the first call at each width prepares (safe on several threads); else one wide square root.
 template <wide_word T>
 bool isSquare(const T& n, T& s) noexcept {
     if (detail::is_nonsquare_mod_128(n.limb[0] & 127)) return false;

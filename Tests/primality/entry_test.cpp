@@ -30,8 +30,8 @@ TEST(KeshPrimeQ, EveryLengthGivesTheVerdictOnItsLimbs) {
     for (mint length = 1; length <= 16; ++length) {
         const unsigned bits = static_cast<unsigned>(64 * length);
         // Each number alone in storage of just its limbs, so that a look beyond them shows under the address sanitizer.
-        for (const mpz_class& n : {source.prime(bits), source.close_semiprime(bits), mpz_class(7), mpz_class(1), mpz_class(0),
-                                   mpz_class(power_of_2(bits) - 1)}) {
+        for (const mpz_class& n : {source.prime(bits), source.close_semiprime(bits), mpz_class(7), mpz_class(1),
+                                   mpz_class(0), mpz_class(power_of_2(bits) - 1)}) {
             const limbs16 limbs = limbs_of(n);
             const std::vector<umint> given(limbs.begin(), limbs.begin() + length);
             mbool r = untouched;

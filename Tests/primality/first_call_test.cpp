@@ -26,9 +26,11 @@ TEST(FirstCall, MayRace) {
                 const umint mersenne89[2] = {~umint{0}, (umint{1} << 25) - 1};
                 const umint fermat7[3] = {1, 0, 1};
                 umint mersenne521[16];
-                for (std::size_t limb = 0; limb < 16; ++limb) mersenne521[limb] = limb < 8 ? ~umint{0} : limb == 8 ? 0x1FF : 0;
+                for (std::size_t limb = 0; limb < 16; ++limb)
+                    mersenne521[limb] = limb < 8 ? ~umint{0} : limb == 8 ? 0x1FF : 0;
                 kesh::uintx_t<128> square(umint{1}, umint{0});
-                kesh::math_mul(kesh::uintx_t<128>((umint{1} << 61) - 1), kesh::uintx_t<128>((umint{1} << 61) - 1), square);
+                kesh::math_mul(kesh::uintx_t<128>((umint{1} << 61) - 1), kesh::uintx_t<128>((umint{1} << 61) - 1),
+                               square);
                 kesh::uintx_t<128> root;
 
                 start.arrive_and_wait();

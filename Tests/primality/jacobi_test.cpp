@@ -91,7 +91,8 @@ TYPED_TEST(JacobiSymbol, DependsOnTheResidueOnly) {
     const unsigned width = static_cast<unsigned>(kesh::width_v<T>);
     for (int i = 0; i < 200; ++i) {
         const mpz_class n = source.odd(width / 2), a = source.of_bits(width);
-        ASSERT_EQ(Jacobi<T>(word_of<T>(a), word_of<T>(n)), Jacobi<T>(word_of<T>(a % n), word_of<T>(n))) << a << ", " << n;
+        ASSERT_EQ(Jacobi<T>(word_of<T>(a), word_of<T>(n)), Jacobi<T>(word_of<T>(a % n), word_of<T>(n)))
+            << a << ", " << n;
     }
 }
 

@@ -111,7 +111,8 @@ class number_source {
         const unsigned third = bits / 3;
         const unsigned free_bits = 12;
         const mpz_class g = of_bits(third - free_bits) & ~mpz_class(1);
-        return prime_in_progression(g, free_bits) * prime_in_progression(g, free_bits) * prime_in_progression(g, free_bits);
+        return prime_in_progression(g, free_bits) * prime_in_progression(g, free_bits) *
+               prime_in_progression(g, free_bits);
     }
 
     /** (g + 1)(kg + 1), both prime, 2 <= k <= 9: one in a few is a strong pseudoprime to base 2. */
@@ -126,8 +127,9 @@ class number_source {
     }
 
     /**
-     * p q with q = k(p + 1) + 1, both prime: modulo p the rank of a Lucas sequence with (D/p) = -1 divides p + 1, modulo q
-     * with (D/q) = 1 it divides q - 1, and n + 1 is 0 modulo p + 1, and p + 1 modulo q - 1. One in a few passes Lucas tests.
+     * p q with q = k(p + 1) + 1, both prime: modulo p the rank of a Lucas sequence with (D/p) = -1 divides p + 1,
+     * modulo q with (D/q) = 1 it divides q - 1, and n + 1 is 0 modulo p + 1, and p + 1 modulo q - 1. One in a few
+     * passes Lucas tests.
      */
     mpz_class lucas_pseudoprime_candidate(unsigned bits) {
         for (;;) {
@@ -160,7 +162,8 @@ struct family {
     const char* name;
     mpz_class (number_source::*make)(unsigned bits);
     unsigned quick_count;
-    bool costly;  ///< whether most of its numbers get past trial division, at a cost that grows with the cube of the width
+    bool costly;  ///< whether most of its numbers get past trial division, at a cost that grows with the cube of the
+                  ///< width
 
     [[nodiscard]] unsigned count_at(long width) const {
         const unsigned ratio = static_cast<unsigned>(width) / 128;

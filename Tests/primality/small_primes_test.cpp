@@ -65,13 +65,16 @@ TEST(SmallPrimes, BuiltOnce) {
 
 TEST(Fastdiv2x1, DividesTwoLimbsByEveryDivisor) {
     number_source source(41);
-    std::vector<kesh::umint> divisors = {1, 2, 3, 541, 999983, 0xFFFFFFFF, 0x8000000000000000, 0x8000000000000001, 0xFFFFFFFFFFFFFFFF};
+    std::vector<kesh::umint> divisors = {
+        1, 2, 3, 541, 999983, 0xFFFFFFFF, 0x8000000000000000, 0x8000000000000001, 0xFFFFFFFFFFFFFFFF};
     for (unsigned bits = 2; bits <= 64; ++bits) divisors.push_back(source.of_bits(bits).get_ui());
     for (kesh::umint m : divisors) {
         const small_prime p(m);
         EXPECT_EQ(p.getM(), m);
         for (int i = 0; i < 300; ++i) {
-            const auto any = [&] { return (i % 2 == 0 ? source.below(power_of_2(64)) : source.skewed_odd(64)).get_ui(); };
+            const auto any = [&] {
+                return (i % 2 == 0 ? source.below(power_of_2(64)) : source.skewed_odd(64)).get_ui();
+            };
             const kesh::umint low = any();
             for (kesh::umint high : {kesh::umint{0}, any() % m, m - 1, m, any(), ~kesh::umint{0}}) {
                 const mpz_class n = (mpz_class(high) << 64) + low;
@@ -125,7 +128,8 @@ TYPED_TEST(WideByLimb, QuotientRemainderAndProduct) {
     number_source source(43);
     const unsigned width = static_cast<unsigned>(T::bits);
     for (int i = 0; i < 1000; ++i) {
-        const mpz_class n = i % 2 == 0 ? source.odd(width - static_cast<unsigned>(i) % width / 2) : source.skewed_odd(width);
+        const mpz_class n =
+            i % 2 == 0 ? source.odd(width - static_cast<unsigned>(i) % width / 2) : source.skewed_odd(width);
         const small_prime& p = primes_small[source.below(78498).get_ui()];
         T remainder, quotient;
         p.mod_quo(word_of<T>(n), remainder, quotient);

@@ -34,7 +34,10 @@ TEST(StepDown, AValueIsTestedAtTheNarrowestWidthWhoseUpperHalfIsNotZero) {
         if (bits <= 64) {
             ASSERT_THAT(widths_asked, testing::IsEmpty()) << bits;
         } else {
-            ASSERT_THAT(widths_asked, testing::ElementsAre(bits <= 128 ? 128 : bits <= 256 ? 256 : bits <= 512 ? 512 : 1024))
+            ASSERT_THAT(widths_asked, testing::ElementsAre(bits <= 128   ? 128
+                                                           : bits <= 256 ? 256
+                                                           : bits <= 512 ? 512
+                                                                         : 1024))
                 << bits;
         }
     }
@@ -170,13 +173,14 @@ TYPED_TEST(Lucas, LadderFollowsTheDefinition) {
         check(source.lucas_pseudoprime_candidate(bits));
         check(source.strong_pseudoprime_candidate(bits));
     }
-    for (unsigned n = 549; n < 6000; n += 2) check(n);  // has the first Lucas pseudoprimes that have no factor up to 541
+    for (unsigned n = 549; n < 6000; n += 2)
+        check(n);  // has the first Lucas pseudoprimes that have no factor up to 541
     EXPECT_GT(probable, 600);
 }
 
 TYPED_TEST(Lucas, AParameterWithoutInverseLetsTheConditionHold) {
-    // The first D with (D/7) = -1 is 5, with Q = -1; 11 gets D = -7, Q = 2. For 5719 = 7 * 19 * 43 a Q of 7 has no inverse:
-    // a is then -2, V alternates between 2 and -2, and a V(m) = 2 V(m + 1).
+    // The first D with (D/7) = -1 is 5, with Q = -1; 11 gets D = -7, Q = 2. For 5719 = 7 * 19 * 43 a Q of 7 has no
+    // inverse: a is then -2, V alternates between 2 and -2, and a V(m) = 2 V(m + 1).
     const kesh::umint number = 5719;
     kesh::kernel::Modulus<static_cast<int>(TypeParam::limbs)> modulus(TypeParam(number).limb);
     EXPECT_TRUE(kesh::kernel::lucas_u_vanishes(modulus, 7));

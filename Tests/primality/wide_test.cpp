@@ -114,7 +114,8 @@ TEST(WideNumbers, SmallestPrimeAbove2To64) {
 }
 
 TEST(WideNumbers, MersennePrimes) {
-    for (unsigned exponent : {89u, 107u, 127u, 521u, 607u}) EXPECT_TRUE(kesh_says_prime(power_of_2(exponent) - 1)) << exponent;
+    for (unsigned exponent : {89u, 107u, 127u, 521u, 607u})
+        EXPECT_TRUE(kesh_says_prime(power_of_2(exponent) - 1)) << exponent;
     const limbs16 limbs = limbs_of(power_of_2(521) - 1);
     EXPECT_TRUE(kesh::PrimeQ(kesh::uintx_t<1024>(limbs.data(), 16)));
 }

@@ -85,7 +85,8 @@ void expect_window(u64 from, u64 length) {
     for (u64 i = 0; i < length; ++i) {
         const u64 n = from + i;
         const bool prime = n == next;
-        if (kesh::PrimeQ(n) != prime && ++differences <= 10) ADD_FAILURE() << n << " is " << (prime ? "prime" : "not prime");
+        if (kesh::PrimeQ(n) != prime && ++differences <= 10)
+            ADD_FAILURE() << n << " is " << (prime ? "prime" : "not prime");
         if (prime) next = primes.next_prime();
     }
     EXPECT_EQ(differences, 0);
@@ -154,10 +155,11 @@ TEST(Primality64, StrongPseudoprimesToBase2) {
     for (u64 n : pseudoprimes()) ASSERT_FALSE(verdict(n)) << n;
 }
 
-/** The number of table entries, of those that some pseudoprime in `numbers` uses, whose change to 2 no number notices. */
+/** The number of table entries, of those that some pseudoprime in `numbers` uses, whose change to 2 no number notices.
+ */
 template <std::size_t Size>
-void expect_every_used_entry_to_matter(const std::uint16_t (&table)[Size], const std::vector<u64>& numbers, int hash_shift,
-                                       kesh::reference::base_tables (*with)(const std::uint16_t*)) {
+void expect_every_used_entry_to_matter(const std::uint16_t (&table)[Size], const std::vector<u64>& numbers,
+                                       int hash_shift, kesh::reference::base_tables (*with)(const std::uint16_t*)) {
     std::vector<std::vector<u64>> users(Size);
     for (u64 n : numbers) users[static_cast<std::uint32_t>(n) * 0xAD625B89u >> hash_shift].push_back(n);
     std::vector<std::uint16_t> changed(std::begin(table), std::end(table));
@@ -166,7 +168,8 @@ void expect_every_used_entry_to_matter(const std::uint16_t (&table)[Size], const
         if (users[i].empty()) continue;
         ++used;
         changed[i] = 2;
-        EXPECT_TRUE(std::ranges::any_of(users[i], [&](u64 n) { return kesh::reference::PrimeQ(n, with(changed.data())); }))
+        EXPECT_TRUE(
+            std::ranges::any_of(users[i], [&](u64 n) { return kesh::reference::PrimeQ(n, with(changed.data())); }))
             << "entry " << i;
         changed[i] = table[i];
     }
@@ -177,8 +180,10 @@ TEST(Primality64, ATableEntryChangedTo2IsNoticed) {
     std::vector<u64> below, above;
     for (u64 n : pseudoprimes()) {
         // From 2^49 up a third base backs the second one, so a single change is sure to show only below.
-        if (n >> 32 == 0) below.push_back(n);
-        else if (n >> 49 == 0) above.push_back(n);
+        if (n >> 32 == 0)
+            below.push_back(n);
+        else if (n >> 49 == 0)
+            above.push_back(n);
     }
     expect_every_used_entry_to_matter(kesh::prime_data32, below, 24, [](const std::uint16_t* changed) {
         return kesh::reference::base_tables{changed, kesh::prime_data64};

@@ -62,7 +62,8 @@ TEST(StrongTest, MontgomeryProductIsTheGenericOne) {
         const u64 inverse = kesh::kernel::word_inverse(n);
         for (u64 x : {u64{0}, u64{1}, n - 1, random() % n}) {
             for (u64 y : {u64{0}, u64{1}, n - 1, random() % n}) {
-                ASSERT_EQ(kesh::kernel::word_mont_mul(x, y, n, inverse), M.mul(x, y)) << x << " * " << y << " mod " << n;
+                ASSERT_EQ(kesh::kernel::word_mont_mul(x, y, n, inverse), M.mul(x, y))
+                    << x << " * " << y << " mod " << n;
             }
         }
     });

@@ -16,9 +16,9 @@ static void show(const char* name, const uint64_t* limbs, int64_t count) {
 
 int main(void) {
     const uint64_t last_64_bit_prime[1] = {18446744073709551557u};
-    const uint64_t next_prime[2] = {13, 1};         /* 2^64 + 13 */
-    const uint64_t fermat_7[4] = {1, 0, 1, 0};      /* 2^128 + 1 */
-    uint64_t mersenne_521[9];                       /* 2^521 - 1 */
+    const uint64_t next_prime[2] = {13, 1};    /* 2^64 + 13 */
+    const uint64_t fermat_7[4] = {1, 0, 1, 0}; /* 2^128 + 1 */
+    uint64_t mersenne_521[9];                  /* 2^521 - 1 */
     for (int i = 0; i < 8; ++i) mersenne_521[i] = UINT64_MAX;
     mersenne_521[8] = (1u << 9) - 1;
 
