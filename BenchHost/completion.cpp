@@ -4,6 +4,7 @@
  */
 #include <algorithm>
 
+#include "faults.h"
 #include "options.h"
 #include "prompt.h"
 
@@ -44,6 +45,21 @@ std::vector<std::string> completions(std::string_view before_cursor, std::size_t
     }
     std::sort(result.begin(), result.end());
     return result;
+}
+
+std::string shell_completion_words(std::string_view what) {
+    std::string words;
+    if (what == "names") {
+        for (const Export& entry : export_table()) words.append(entry.name).append("\n");
+        for (const CommandWord& command : command_words()) {
+            if (!command.prompt_only) words.append(command.name).append("\n");
+        }
+    } else if (what == "options") {
+        for (const std::string& name : option_names()) words.append(name).append("\n");
+    } else if (what == "fail") {
+        for (const FaultSlot& slot : fault_slots()) words.append(slot.name).append("=\n");
+    }
+    return words;
 }
 
 }  // namespace bench_host

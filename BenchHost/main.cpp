@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "exit_codes.h"
+#include "functions_page.h"
 #include "interrupts.h"
 #include "options.h"
 #include "print.h"
@@ -28,6 +29,8 @@ int run(const std::vector<std::string>& arguments) {
         print_error(fmt::format("{}\n", error.what()));
         return exit_bad_input;
     }
+    if (options.functions_page) return print(functions_page()), exit_ok;
+    if (!options.complete.empty()) return print(shell_completion_words(options.complete)), exit_ok;
     // Help must not depend on a library being there.
     if (options.help && options.words.empty()) return print(help_text()), exit_ok;
 

@@ -62,8 +62,8 @@ int test_numbers(const NumberJob& job, const std::vector<std::string>& words) {
             continue;
         }
         const unsigned bits = bit_length(values[i]);
-        const std::string detail =
-            job.look.style.dim(fmt::format("({} bits, {}, {})", bits, test_name(bits), format_duration(seconds)));
+        const std::string detail = job.look.style.dim(
+            fmt::format("({} bit{}, {}, {})", bits, bits == 1 ? "" : "s", test_name(bits), format_duration(seconds)));
         if (words.size() == 1) {
             print(fmt::format("{}\n{} is {}.  {}\n", job.look.style.bold(prime ? "prime" : "not prime"), words[i],
                               prime ? "prime" : "not prime", detail));
@@ -192,7 +192,7 @@ int test_number_stream(const NumberJob& job, const std::string& path) {
               "\n");
     } else {
         std::string summary = fmt::format("{} numbers, {} prime", tested.load(), primes.load());
-        if (bad > 0) summary += fmt::format(", {} lines that are no number", bad);
+        if (bad > 0) summary += fmt::format(", {} line{} no number", bad, bad == 1 ? " that is" : "s that are");
         if (stopped) summary += ", stopped";
         print(fmt::format("{}  {}\n", job.look.style.bold(summary),
                           job.look.style.dim(fmt::format("({})", format_duration(watch.seconds())))));

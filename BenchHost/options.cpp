@@ -49,6 +49,10 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     app->add_option("--library", options.library, "the library to open, instead of the one beside kesh-host")
         ->type_name("PATH");
 
+    // For the build and the shell, not for people: left out of the help.
+    app->add_flag("--functions-page", options.functions_page)->group("");
+    app->add_option("--complete", options.complete)->group("");
+
     const std::string output = "Output";
     app->add_flag("--json", options.json, "one JSON object a call, on one line")->group(output);
     app->add_flag("-q,--quiet", options.quiet, "the bare result")->group(output);
@@ -214,7 +218,8 @@ std::vector<std::string> option_names() {
     RawFlags raw;
     const auto app = make_app(options, raw);
     std::vector<std::string> names;
-    for (const CLI::Option* option : app->get_options()) {
+    for (const CLI::Option* option :
+         app->get_options([](const CLI::Option* candidate) { return !candidate->get_group().empty(); })) {
         for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
     }
     return names;

@@ -20,6 +20,8 @@ struct Options {
     bool help = false;
     bool list = false;
     bool version = false;
+    bool functions_page = false;  ///< print the reference page
+    std::string complete;         ///< print words for the shell's completion
 
     bool json = false;
     bool quiet = false;

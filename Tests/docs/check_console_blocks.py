@@ -12,11 +12,12 @@ import re
 import subprocess
 import sys
 
-TIME = re.compile(r"\b\d+(\.\d+)? (µs|ms|s|min|h)\b")
+TIME = re.compile(r"\b\d+(\.\d+)? (µs|us|ms|s|min|h)\b")
+COUNT = re.compile(r"\b\d+ (progress reports|pieces)\b")
 
 
 def normalised(line):
-    return TIME.sub("TIME", line.rstrip())
+    return COUNT.sub(r"N \1", TIME.sub("TIME", line.rstrip()))
 
 
 def matches(shown, seen):

@@ -1,0 +1,14 @@
+/**
+ * @file   functions_page.h
+ * @brief  The reference page of all exports, docs/functions.md, made from the table of exports.
+ */
+#pragma once
+
+#include <string>
+
+namespace bench_host {
+
+/** The page in Markdown. `kesh-host --functions-page > docs/functions.md` renews it; a test holds the two together. */
+std::string functions_page();
+
+}  // namespace bench_host

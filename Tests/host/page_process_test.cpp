@@ -1,0 +1,125 @@
+/**
+ * @file   page_process_test.cpp
+ * @brief  What is written about kesh-host against kesh-host: the reference page, the man page, the shell's completion,
+ * the plots as files.
+ */
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "host/process.h"
+
+namespace {
+
+using namespace kesh_test;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::string file_text(const std::string& path) {
+    std::ifstream file(path);
+    EXPECT_TRUE(file) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::string> lines_of(const std::string& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
+}
+
+TEST(HostPages, TheReferencePageIsFresh) {
+    EXPECT_EQ(file_text(KESH_SOURCE_DIR "/docs/functions.md"), run_host({"--functions-page"}).output)
+        << "renew it: kesh-host --functions-page > docs/functions.md";
+}
+
+TEST(HostPages, EveryOptionAndCommandIsInTheManPageAndTheManual) {
+    std::string man = file_text(KESH_SOURCE_DIR "/BenchHost/kesh-host.1");
+    man.erase(std::remove(man.begin(), man.end(), '\\'), man.end());
+    const std::string manual = file_text(KESH_SOURCE_DIR "/docs/kesh-host.md");
+    const auto options = lines_of(run_host({"--complete", "options"}).output);
+    EXPECT_GT(options.size(), 20U);
+    for (const std::string& option : options) {
+        EXPECT_THAT(man, HasSubstr(option));
+        EXPECT_THAT(manual, HasSubstr("`" + option)) << option;
+    }
+    for (const char* command : {"list", "help", "version", "plot", "tasks", "stop", "wait", "set", "quit"}) {
+        EXPECT_THAT(man, HasSubstr(command));
+        EXPECT_THAT(manual, HasSubstr(std::string("`") + command));
+    }
+}
+
+TEST(HostPages, CompletionInTheShell) {
+    const auto complete = [](const std::string& words, int index) {
+        const std::string folder = std::filesystem::path(KESH_HOST_PROGRAM).parent_path();
+        const std::string script = "source '" KESH_SOURCE_DIR "/BenchHost/kesh-host.bash'; PATH='" + folder +
+                                   "':$PATH; COMP_WORDS=(" + words + "); COMP_CWORD=" + std::to_string(index) +
+                                   "; _kesh_host 2>/dev/null; echo \"${COMPREPLY[@]}\"";
+        FILE* pipe = popen(("bash -c \"" +
+                            [&] {
+                                std::string quoted;
+                                for (const char c : script)
+                                    quoted +=
+                                        c == '"' || c == '$' || c == '\\' ? std::string("\\") + c : std::string(1, c);
+                                return quoted;
+                            }() +
+                            "\"")
+                               .c_str(),
+                           "r");
+        std::string text;
+        for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) text += static_cast<char>(c);
+        pclose(pipe);
+        return text;
+    };
+    EXPECT_EQ(complete("kesh-host PrimeSieve_Nth", 1), "PrimeSieve_NthPrime\n");
+    EXPECT_EQ(complete("kesh-host PrimeSieve_NthPrime 5 --js", 3), "--json\n");
+    EXPECT_EQ(complete("kesh-host plot tw", 2), "twins\n");
+    EXPECT_EQ(complete("kesh-host --json KESH_R", 2), "KESH_RT_PrimeQ\n");
+    EXPECT_EQ(complete("kesh-host --color al", 2), "always\n");
+    EXPECT_EQ(complete("kesh-host PrimeSieve_NthPrime Prime", 2), "\n") << "arguments are numbers";
+}
+
+TEST(HostPages, PlotsInTheTerminalAndAsFiles) {
+    EXPECT_THAT(run_host({"plot", "pi", "1000"}).output,
+                AllOf(HasSubstr("pi(x) = 168"), HasSubstr("Li(x)"), HasSubstr("│")));
+    EXPECT_THAT(run_host({"plot", "pi", "1000"},
+                         {.input = "", .environment = {{"LC_ALL", "C"}}, .signal = 0, .signal_when = ""})
+                    .output,
+                AllOf(HasSubstr("*"), testing::Not(HasSubstr("│"))));
+    const auto data = nlohmann::json::parse(run_host({"plot", "twins", "1000", "--points", "5", "--json"}).output);
+    EXPECT_EQ(data["curves"][0]["points"].back()[1], 35);
+    EXPECT_THAT(run_host({"plot", "events", "PrimeCount_PrimePi", "10^12"}).output, HasSubstr("Result 37607912018"));
+
+    const std::string svg = testing::TempDir() + "kesh_plot.svg";
+    const std::string png = testing::TempDir() + "kesh_plot.png";
+    const Finished drawn = run_host({"plot", "gaps", "0", "10^5", "--svg", svg, "--png", png});
+    if (drawn.errors.find("gnuplot is not installed") != std::string::npos) GTEST_SKIP() << "no gnuplot";
+    EXPECT_EQ(drawn.code, 0) << drawn.errors;
+    EXPECT_THAT(file_text(svg), AllOf(HasSubstr("<svg"), HasSubstr("Gaps between neighbouring primes")));
+    EXPECT_THAT(file_text(png), StartsWith("\x89PNG"));
+    std::remove(svg.c_str());
+    std::remove(png.c_str());
+    EXPECT_EQ(run_host({"plot", "pi", "100", "--svg", "/nonexistent/x.svg"}).code, 2);
+}
+
+TEST(HostPages, EventsAsCsv) {
+    const std::string path = testing::TempDir() + "kesh_events.csv";
+    EXPECT_EQ(run_host({"PrimeCount_PrimePi", "10^13", "--progress", "--events", path}).code, 0);
+    const auto lines = lines_of(file_text(path));
+    ASSERT_GT(lines.size(), 3U);
+    EXPECT_EQ(lines[0], "seconds,task,event,value");
+    EXPECT_THAT(lines[1], HasSubstr(",1,Status,"));
+    EXPECT_THAT(lines[lines.size() - 2], HasSubstr(",1,Result,346065536839"));
+    EXPECT_THAT(lines.back(), HasSubstr(",1,removed,"));
+    std::remove(path.c_str());
+}
+
+}  // namespace
