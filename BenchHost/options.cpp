@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <memory>
 
 #include "arguments.h"
@@ -35,7 +36,16 @@ struct RawFlags {
     bool null_table = false;
     bool null_io = false;
     std::string colour;
+    std::string leave_length;
 };
+
+mint read_length(const std::string& text) {
+    mint length = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
+    if (error != std::errc() || end != text.data() + text.size())
+        throw BadInput(fmt::format("--leave-length {}: an integer such as 17 is expected", text));
+    return length;
+}
 
 std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     auto app = std::make_unique<CLI::App>("", "kesh-host");
@@ -98,7 +108,7 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     app->add_option("--abort-after", options.call.abort_after, "press Ctrl-C by itself after that many seconds")
         ->type_name("SECONDS")
         ->group(faults);
-    app->add_option("--leave-length", options.leave_length, "position that a faulted MTensor_getInteger leaves behind")
+    app->add_option("--leave-length", raw.leave_length, "position that a faulted MTensor_getInteger leaves behind")
         ->type_name("N")
         ->group(faults);
 
@@ -170,9 +180,14 @@ Options parse_options(const std::vector<std::string>& arguments, const Options& 
         }
         throw BadInput(fmt::format("{}; --help lists the options", text));
     }
-    for (std::string& word : options.words) {
+    const auto unmark = [](std::string& word) {
         if (word.starts_with(word_mark)) word.erase(0, 1);
-    }
+    };
+    for (std::string& word : options.words) unmark(word);
+    for (std::string* value :
+         {&raw.leave_length, &options.file, &options.library, &options.events_file, &options.svg, &options.png})
+        unmark(*value);
+    if (!raw.leave_length.empty()) options.leave_length = read_length(raw.leave_length);
     if (raw.progress) options.call.progress = CallSettings::Progress::on;
     if (raw.no_progress) options.call.progress = CallSettings::Progress::off;
     if (raw.null_io) options.call.table = TableChoice::without_io;

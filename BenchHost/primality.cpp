@@ -48,6 +48,7 @@ cpp_int read_candidate(const std::string& text) {
 Neighbour find_neighbour(const PrimalityTest& test, const cpp_int& n, bool upwards, const std::function<bool()>& stop) {
     Neighbour result;
     cpp_int candidate = n + (upwards ? 1 : -1);
+    if (upwards && candidate < 2) candidate = 2;
     const auto usable = [&] { return candidate >= 2 && bit_length(candidate) <= primality_bits; };
     for (; usable() && !stop(); upwards ? ++candidate : --candidate) {
         if (candidate > 2 && !bit_test(candidate, 0)) continue;

@@ -4,7 +4,7 @@
     check_console_blocks.py FOLDER-OF-KESH-HOST [--update] PAGE...
 
 A block that opens with ```console holds commands, each on a line that begins with "$ ", followed by what it prints.
-Only commands of kesh-host and ./run are run. Times differ from run to run, so "(2.06 s)" equals any time; a line "..."
+Only commands of kesh-host and ./run, also at the end of a pipe, are run. Times differ from run to run, so "(2.06 s)" equals any time; a line "..."
 stands for any number of lines.
 """
 import os
@@ -78,7 +78,7 @@ def main():
         for start, block in reversed(list(blocks(lines))):
             fresh = []
             for command, shown in commands(block):
-                if not re.match(r"(\S+=\S* )*(kesh-host|\./run)\b", command):
+                if not re.search(r"(^|\| )(\S+=\S* )*(kesh-host|\./run)\b", command):
                     fresh += ["$ " + command, *shown]
                     continue
                 ran += 1

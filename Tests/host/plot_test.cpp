@@ -90,7 +90,7 @@ std::size_t columns(const std::string& line) {
 TEST(PlotCanvas, KeepsToItsSize) {
     const Plot plot = pi_plot(job(50), 0, 100000);
     for (const bool utf8 : {false, true}) {
-        for (const unsigned width : {40U, 80U, 200U}) {
+        for (const unsigned width : {60U, 80U, 200U}) {
             std::istringstream lines(draw_in_terminal(plot, width, 22, utf8, {}));
             std::size_t rows = 0;
             for (std::string line; std::getline(lines, line); ++rows) EXPECT_LE(columns(line), width);
