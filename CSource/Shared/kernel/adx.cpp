@@ -123,6 +123,60 @@ inline void multiply4(umint* r, const umint* a, const umint* b, const Modulus<4>
     r[0] = t4, r[1] = t5, r[2] = t0, r[3] = t1;
 }
 
+/// What the rows of multiply8 read, behind one pointer: registers for three there are not.
+struct Operands8 {
+    umint a[8], b[8], m[8], k;
+};
+
+// clang-format off
+
+/// (t0, ..., t9) += the eight limbs at `offset` rdx.
+#define KESH_FULL_ROW8(offset, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)                      \
+    "xor %k[lo], %k[lo]\n\t"                                                                \
+    KESH_STEP(p, offset, t0, t1) KESH_STEP(p, offset + 8, t1, t2)                           \
+    KESH_STEP(p, offset + 16, t2, t3) KESH_STEP(p, offset + 24, t3, t4)                     \
+    KESH_STEP(p, offset + 32, t4, t5) KESH_STEP(p, offset + 40, t5, t6)                     \
+    KESH_STEP(p, offset + 48, t6, t7) KESH_STEP(p, offset + 56, t7, t8)                     \
+    "mov $0, %k[lo]\n\t"                                                                    \
+    "adcx %[lo], %[" #t8 "]\n\t"                                                            \
+    "adox %[lo], %[" #t9 "]\n\t"                                                            \
+    "adcx %[lo], %[" #t9 "]\n\t"
+
+/// A row of the product and a row of the reduction. t9 is zero before; t0 is zero afterwards and takes its place.
+#define KESH_ROW_PAIR8(i, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)                           \
+    "mov 64+8*" #i "(%[p]), %%rdx\n\t"                                                      \
+    KESH_FULL_ROW8(0, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)                               \
+    "mov 192(%[p]), %%rdx\n\t"                                                              \
+    "imul %[" #t0 "], %%rdx\n\t"                                                            \
+    KESH_FULL_ROW8(128, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)
+
+// clang-format on
+
+/// Product and reduction in turns: the products are done while the reduction waits for its next q.
+inline void multiply8(umint* r, const umint* a, const umint* b, const Modulus<8>& modulus) noexcept {
+    static_assert(offsetof(Operands8, b) == 64 && offsetof(Operands8, m) == 128 && offsetof(Operands8, k) == 192);
+    Operands8 operands;
+    for (int i = 0; i < 8; ++i) {
+        operands.a[i] = a[i];
+        operands.b[i] = b[i];
+        operands.m[i] = modulus.m[i];
+    }
+    operands.k = modulus.k;
+    umint t0 = 0, t1 = 0, t2 = 0, t3 = 0, t4 = 0, t5 = 0, t6 = 0, t7 = 0, t8 = 0, t9 = 0;
+    umint lo, hi;
+    asm(KESH_ROW_PAIR8(0, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9) KESH_ROW_PAIR8(
+            1, t1, t2, t3, t4, t5, t6, t7, t8, t9, t0) KESH_ROW_PAIR8(2, t2, t3, t4, t5, t6, t7, t8, t9, t0, t1)
+            KESH_ROW_PAIR8(3, t3, t4, t5, t6, t7, t8, t9, t0, t1, t2) KESH_ROW_PAIR8(
+                4, t4, t5, t6, t7, t8, t9, t0, t1, t2, t3) KESH_ROW_PAIR8(5, t5, t6, t7, t8, t9, t0, t1, t2, t3, t4)
+                KESH_ROW_PAIR8(6, t6, t7, t8, t9, t0, t1, t2, t3, t4, t5)
+                    KESH_ROW_PAIR8(7, t7, t8, t9, t0, t1, t2, t3, t4, t5, t6)
+        : KESH_ACCUMULATORS8, [t8] "+&r"(t8), [t9] "+&r"(t9)
+        : [p] "r"(&operands)
+        : "rdx", "cc", "memory");
+    const umint t[8] = {t8, t9, t0, t1, t2, t3, t4, t5};
+    reduce_once<8>(r, t, t6, modulus.m);
+}
+
 /// r[0 .. 7] += a; returns the carry.
 inline umint add8(umint* r, const umint* a, umint carry_in = 0) noexcept {
     auto carry = static_cast<std::uint8_t>(carry_in);
@@ -132,15 +186,6 @@ inline umint add8(umint* r, const umint* a, umint carry_in = 0) noexcept {
 }
 
 constexpr umint zero8[8] = {};
-
-/// r = t / 2^512 mod m. Precondition: t < m 2^512.
-inline void reduce(umint* r, umint* t, const Modulus<8>& modulus) noexcept {
-    umint q[9], c[8];
-    q[8] = modulus.k;
-    reduce8(c, q, t, modulus.m);
-    const umint top = add8(c, t + 8);
-    reduce_once<8>(r, c, top, modulus.m);
-}
 
 /// r = t / 2^1024 mod m, eight rows at a time. Precondition: t < m 2^1024. Destroys t.
 inline void reduce(umint* r, umint* t, const Modulus<16>& modulus) noexcept {
@@ -169,12 +214,10 @@ struct Adx {
     }
 
     static inline void mul(umint* r, const umint* a, const umint* b, const Modulus<8>& modulus) noexcept {
-        umint t[16];
-        multiply_add8(t, zero8, a, b);
-        reduce(r, t, modulus);
+        multiply8(r, a, b, modulus);
     }
     static inline void sqr(umint* r, const umint* a, const Modulus<8>& modulus) noexcept {
-        mul(r, a, a, modulus);
+        multiply8(r, a, a, modulus);
     }
 
     static inline void mul(umint* r, const umint* a, const umint* b, const Modulus<16>& modulus) noexcept {
