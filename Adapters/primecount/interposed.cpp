@@ -113,9 +113,10 @@ LoadBalancerP2::LoadBalancerP2(int128_t x, int64_t sieve_limit, int threads, boo
         count->saw(RunningCount::hook_p2);
         count->begin_phase(RunningCount::Phase::p2, this, sieve_limit);
         count->set_team_size(threads);
-        // An item is an eighth of a thread's share of the range, the longest stretch between two polls of a count.
-        // More threads than there are make it shorter, at the cost of one pi(low) an item.
-        threads = std::max(threads, 16);
+        // An item is an eighth of a thread's share of the range, and nothing polls in between: more threads than there
+        // are make it shorter. Each item costs one pi(low), so only long ranges are cut finer: a range of 2^32 takes
+        // about half a second.
+        threads = std::max(threads, static_cast<int>(std::min<int64_t>(16, 2 + (sieve_limit >> 32))));
     }
     construct(this, x, sieve_limit, threads, is_print);
 }
