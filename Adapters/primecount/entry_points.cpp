@@ -53,7 +53,7 @@ auto supervised(Count count) {
     if (!hooks_reach_primecount()) return count();
     RunningCount running;
     running.throw_if_ended();
-    const auto result = count();
+    auto result = count();
     running.finish();
     return result;
 }
@@ -67,8 +67,9 @@ int64_t count_by_slices(RunningCount& running, int64_t x) {
     for (int64_t low = 0;; low += slice) {
         running.report(100 * static_cast<double>(low) / static_cast<double>(x));
         running.throw_if_ended();
-        if (x - low < slice) return static_cast<int64_t>(count + primesieve::count_primes(
-                                 static_cast<uint64_t>(low), static_cast<uint64_t>(x)));
+        if (x - low < slice)
+            return static_cast<int64_t>(count +
+                                        primesieve::count_primes(static_cast<uint64_t>(low), static_cast<uint64_t>(x)));
         count += primesieve::count_primes(static_cast<uint64_t>(low), static_cast<uint64_t>(low + slice - 1));
     }
 }

@@ -101,8 +101,8 @@ LoadBalancerAC::LoadBalancerAC(int64_t sqrtx, int64_t y, int threads, bool is_pr
 }
 
 bool LoadBalancerAC::get_work(int64_t& low, int64_t& high) {
-    static const auto take = original<bool(LoadBalancerAC*, int64_t&, int64_t&)>(
-        "_ZN10primecount14LoadBalancerAC8get_workERlS1_");
+    static const auto take =
+        original<bool(LoadBalancerAC*, int64_t&, int64_t&)>("_ZN10primecount14LoadBalancerAC8get_workERlS1_");
     return hand_out(this, RunningCount::hook_ac_work, low, [&] { return take(this, low, high); });
 }
 
@@ -122,8 +122,8 @@ LoadBalancerP2::LoadBalancerP2(int128_t x, int64_t sieve_limit, int threads, boo
 }
 
 bool LoadBalancerP2::get_work(int64_t& low, int64_t& high) {
-    static const auto take = original<bool(LoadBalancerP2*, int64_t&, int64_t&)>(
-        "_ZN10primecount14LoadBalancerP28get_workERlS1_");
+    static const auto take =
+        original<bool(LoadBalancerP2*, int64_t&, int64_t&)>("_ZN10primecount14LoadBalancerP28get_workERlS1_");
     return hand_out(this, RunningCount::hook_p2_work, low, [&] { return take(this, low, high); });
 }
 
@@ -147,8 +147,8 @@ LoadBalancerS2::LoadBalancerS2(int128_t x, int64_t sieve_limit, int128_t sum_app
 }
 
 bool LoadBalancerS2::get_work(ThreadData& thread) {
-    static const auto take = original<bool(LoadBalancerS2*, ThreadData&)>(
-        "_ZN10primecount14LoadBalancerS28get_workERNS_10ThreadDataE");
+    static const auto take =
+        original<bool(LoadBalancerS2*, ThreadData&)>("_ZN10primecount14LoadBalancerS28get_workERNS_10ThreadDataE");
     return hand_out(this, RunningCount::hook_s2_work, thread.low, [&] { return take(this, thread); });
 }
 

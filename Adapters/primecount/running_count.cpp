@@ -91,8 +91,7 @@ RunningCount* RunningCount::served_here() noexcept {
 }
 
 bool RunningCount::ended() const noexcept {
-    return ended_.load(std::memory_order_acquire) ||
-           end_requests.load(std::memory_order_relaxed) != requests_at_start_;
+    return ended_.load(std::memory_order_acquire) || end_requests.load(std::memory_order_relaxed) != requests_at_start_;
 }
 
 void RunningCount::throw_if_ended() const {

@@ -5,13 +5,16 @@
  *   counting_responsiveness progress THREADS X [list]       events a second, first and last percentage, longest gap
  *   counting_responsiveness stop     THREADS X COUNT SECONDS   COUNT stops of pi(X), each within SECONDS of its start
  *   counting_responsiveness stop-nth THREADS N COUNT SECONDS   the same for the N-th prime
- * X and N may be written as 1e17. `list` adds a line for every event: its share of the time and its percentage.
+ * Beside each delay stands the processor time that the process spent meanwhile, all threads together: what the delay
+ * would at most have been on an idle machine. X and N may be written as 1e17. `list` adds a line for every event: its
+ * share of the time and its percentage.
  */
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <random>
 #include <string>
 #include <thread>
@@ -68,8 +71,9 @@ void report_progress(mint x, bool list) {
         if (list) std::printf("%.4f %.3f\n", Seconds(run.times[i] - run.start).count() / total, percent);
     }
     const double first = progress == 0 ? 0 : std::get<mreal>(run.events[0].values[0]);
-    std::printf("pi(%.0e): %.2f s, %zu events, %.1f a second, first %.2f %%, last %.2f %%, falls %d, longest gap %.3f s\n",
-                static_cast<double>(x), total, progress, static_cast<double>(progress) / total, first, last, falls, gap);
+    std::printf(
+        "pi(%.0e): %.2f s, %zu events, %.1f a second, first %.2f %%, last %.2f %%, falls %d, longest gap %.3f s\n",
+        static_cast<double>(x), total, progress, static_cast<double>(progress) / total, first, last, falls, gap);
 }
 
 void report_stops(const char* name, mint n, int count, double within) {
@@ -77,26 +81,31 @@ void report_stops(const char* name, mint n, int count, double within) {
     std::uniform_real_distribution<double> moment(0, within);
     double sum = 0;
     double worst = 0;
+    double worst_processor = 0;
     for (int i = 0; i < count; ++i) {
         Run run;
         submit(name, n, run);
         const double wait = moment(random);
         std::this_thread::sleep_for(Seconds(wait));
+        const std::clock_t processor_asked = std::clock();
         const auto asked = Clock::now();
         call_integer("PrimeCount_StopTask", {});
         wait_for_end(run);
         const double latency = Seconds(run.times.back() - asked).count();
+        const double processor = static_cast<double>(std::clock() - processor_asked) / CLOCKS_PER_SEC;
         double percent = 0;
         for (const Event& event : run.events) {
             if (event.name == "Status") percent = std::get<mreal>(event.values[0]);
         }
-        std::printf("  asked after %7.2f s, at %5.1f %%: \"%s\" after %.3f s\n", wait, percent,
-                    run.events.back().name.c_str(), latency);
+        std::printf("  asked after %7.2f s, at %5.1f %%: \"%s\" after %.3f s (processor %.3f s)\n", wait, percent,
+                    run.events.back().name.c_str(), latency, processor);
         std::fflush(stdout);
         sum += latency;
         worst = std::max(worst, latency);
+        worst_processor = std::max(worst_processor, processor);
     }
-    std::printf("%s(%.0e): %d stops, mean %.3f s, worst %.3f s\n", name, static_cast<double>(n), count, sum / count, worst);
+    std::printf("%s(%.0e): %d stops, mean %.3f s, worst %.3f s (processor %.3f s)\n", name, static_cast<double>(n),
+                count, sum / count, worst, worst_processor);
 }
 
 }  // namespace

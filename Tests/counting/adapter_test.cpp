@@ -61,10 +61,8 @@ TEST_F(Adapter, ProgressRunsFromTheStartToAHundred) {
 }
 
 TEST_F(Adapter, EveryKindOfLongCountReports) {
-    const std::vector<int64_t (*)(int64_t)> counts = {primecount::pi,
-                                                      primecount::pi_deleglise_rivat,
-                                                      primecount::pi_lmo,
-                                                      primecount::pi_meissel,
+    const std::vector<int64_t (*)(int64_t)> counts = {primecount::pi, primecount::pi_deleglise_rivat,
+                                                      primecount::pi_lmo, primecount::pi_meissel,
                                                       primecount::pi_lehmer};
     for (const auto count : counts) {
         SetUp();

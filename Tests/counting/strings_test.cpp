@@ -136,7 +136,8 @@ TEST_F(Strings, SubmitWithWrongArgumentCounts) {
 }
 
 TEST_F(Strings, TasksThatFail) {
-    for (const char* x : {"", "12a", "1e40"}) EXPECT_EQ(report_of(submit("PrimeCount_SubmitExprPrimePi", x)).name, "Error");
+    for (const char* x : {"", "12a", "1e40"})
+        EXPECT_EQ(report_of(submit("PrimeCount_SubmitExprPrimePi", x)).name, "Error");
     EXPECT_EQ(host.disowned().size(), 3u) << "a submitted text goes back whatever becomes of it";
 }
 

@@ -23,10 +23,11 @@ TEST_F(Synchronous, SmallValues) {
 
 TEST_F(Synchronous, WrongArgumentCounts) {
     const std::vector<std::pair<std::string, size_t>> exports = {
-        {"PrimeCount_PrimePi", 1},  {"PrimeCount_Prime", 1},      {"PrimeCount_Coprime", 2},
-        {"PrimeCount_Meissel", 1},  {"PrimeCount_DelegliseRivat", 1}, {"PrimeCount_Legendre", 1},
-        {"PrimeCount_Lehmer", 1},   {"PrimeCount_LMO", 1},        {"PrimeCount_PrimeSieve", 1},
-        {"PrimeCount_SetThreads", 1}};
+        {"PrimeCount_PrimePi", 1},        {"PrimeCount_Prime", 1},
+        {"PrimeCount_Coprime", 2},        {"PrimeCount_Meissel", 1},
+        {"PrimeCount_DelegliseRivat", 1}, {"PrimeCount_Legendre", 1},
+        {"PrimeCount_Lehmer", 1},         {"PrimeCount_LMO", 1},
+        {"PrimeCount_PrimeSieve", 1},     {"PrimeCount_SetThreads", 1}};
     const mint threads = count("PrimeCount_GetThreads", {});
     for (const auto& [name, arity] : exports) {
         for (const size_t wrong : {size_t{0}, arity - 1, arity + 1}) {
@@ -41,24 +42,26 @@ TEST_F(Synchronous, WrongArgumentCounts) {
 
 TEST_F(Synchronous, PowersOfTenByEveryAlgorithm) {
     const std::vector<std::pair<std::string, int>> exports = {
-        {"PrimeCount_PrimePi", 15},        {"PrimeCount_DelegliseRivat", 13}, {"PrimeCount_LMO", 13},
-        {"PrimeCount_Meissel", 13},        {"PrimeCount_Lehmer", 13},         {"PrimeCount_Legendre", 13},
+        {"PrimeCount_PrimePi", 15},   {"PrimeCount_DelegliseRivat", 13}, {"PrimeCount_LMO", 13},
+        {"PrimeCount_Meissel", 13},   {"PrimeCount_Lehmer", 13},         {"PrimeCount_Legendre", 13},
         {"PrimeCount_PrimeSieve", 10}};
     for (const auto& [name, last] : exports) {
         for (int k = 0; k <= last; ++k) {
-            EXPECT_EQ(count(name, {power_of_ten(k)}), pi_of_power_of_ten[static_cast<size_t>(k)]) << name << " 10^" << k;
+            EXPECT_EQ(count(name, {power_of_ten(k)}), pi_of_power_of_ten[static_cast<size_t>(k)])
+                << name << " 10^" << k;
         }
     }
 }
 
 TEST_F(Synchronous, Long_PowersOfTenByEveryAlgorithm) {
     const std::vector<std::pair<std::string, int>> exports = {
-        {"PrimeCount_PrimePi", 17}, {"PrimeCount_DelegliseRivat", 15}, {"PrimeCount_LMO", 15},
-        {"PrimeCount_Meissel", 15}, {"PrimeCount_Lehmer", 15},         {"PrimeCount_Legendre", 15},
+        {"PrimeCount_PrimePi", 17},   {"PrimeCount_DelegliseRivat", 15}, {"PrimeCount_LMO", 15},
+        {"PrimeCount_Meissel", 15},   {"PrimeCount_Lehmer", 15},         {"PrimeCount_Legendre", 15},
         {"PrimeCount_PrimeSieve", 12}};
     for (const auto& [name, last] : exports) {
         for (int k = name == "PrimeCount_PrimeSieve" ? 11 : 14; k <= last; ++k) {
-            EXPECT_EQ(count(name, {power_of_ten(k)}), pi_of_power_of_ten[static_cast<size_t>(k)]) << name << " 10^" << k;
+            EXPECT_EQ(count(name, {power_of_ten(k)}), pi_of_power_of_ten[static_cast<size_t>(k)])
+                << name << " 10^" << k;
         }
     }
 }

@@ -37,7 +37,7 @@ TEST_F(Tasks, CreateGivesNewIdsWhateverIsPassed) {
 
 TEST_F(Tasks, WrongArgumentCounts) {
     for (const char* name : {"PrimeCount_SubmitPrimePi", "PrimeCount_SubmitPrime"}) {
-        for (const size_t arity : {0, 1, 3}) {
+        for (const size_t arity : {size_t{0}, size_t{1}, size_t{3}}) {
             const IntegerCall call = call_integer(name, std::vector<mint>(arity, 7));
             EXPECT_EQ(call.code, LIBRARY_FUNCTION_ERROR);
             EXPECT_EQ(call.result, unwritten);
