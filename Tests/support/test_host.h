@@ -155,7 +155,8 @@ class TestHost {
             instance().tensors_.push_back(std::move(tensor));
             return LIBRARY_NO_ERROR;
         };
-        table.MTensor_getInteger = [](MTensor, mint*, mint*) -> int {
+        table.MTensor_getInteger = [](MTensor, mint* position, mint*) -> int {
+            *position = 0;
             return instance().enter("MTensor_getInteger");
         };
         table.MTensor_getIntegerData = [](MTensor tensor) -> mint* {
