@@ -90,6 +90,20 @@ TEST_F(Adapter, ATrueResultEndsTheCount) {
     EXPECT_EQ(primecount::pi(x14), pi14);
 }
 
+TEST_F(Adapter, CountsEndInEveryPhase) {
+    // After the last phase an n-th prime would go on by sieving its way from a worthless pi(x).
+    static double threshold = 0;
+    primecount::set_callback([](double percent) { return percent >= threshold; });
+    for (const double percent : {1.0, 20.0, 48.0, 60.0, 80.0, 95.0, 100.0}) {
+        threshold = percent;
+        EXPECT_THROW(primecount::pi(x14), primecount::primecount_error) << percent;
+        EXPECT_THROW(primecount::nth_prime(pi14), primecount::primecount_error) << percent;
+        EXPECT_THROW(primecount::pi_lmo(x14), primecount::primecount_error) << percent;
+    }
+    primecount::set_callback(nullptr);
+    EXPECT_EQ(primecount::nth_prime(pi12), 999'999'999'989);
+}
+
 TEST_F(Adapter, AnExceptionOfTheCallbackArrivesAsItIs) {
     struct Own {};
     primecount::set_callback([](double) -> bool { throw Own(); });
