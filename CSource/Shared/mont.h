@@ -30,9 +30,16 @@ constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T&
 }
 
 /// r = abar * bbar * R^(-1) mod m, below m. Preconditions: m odd, abar * bbar < m * 2^N (it suffices that one factor is
-/// below m).
+/// below m). Defined as product and reduction one after the other; at run time the wide forms reduce limb by limb,
+/// which needs only the lowest limb of mprime and returns the same bits: both return the one residue below m.
 template <engine_word T>
 constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& mprime, T& r) noexcept {
+    if constexpr (wide_word<T>) {
+        if (!std::is_constant_evaluated()) {
+            kernel::montgomery_product<T::limbs>(r.limb, abar.limb, bbar.limb, m.limb, mprime.limb[0]);
+            return;
+        }
+    }
     T tlo, thi;
     math_mul(abar, bbar, tlo, thi);
     math_mont_reduce(tlo, thi, m, mprime, r);

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "Shared/intx/intx_gcc.h"
+#include "Shared/kernel/product.h"
 
 namespace kesh {
 
@@ -249,16 +250,25 @@ constexpr void math_mul_low_recursive(const T& a, const T& b, T& lo) noexcept {
     lo = T(l0, l1);
 }
 
-/// hi * 2^N + lo = a * b exactly. Outputs may alias inputs.
+/// hi * 2^N + lo = a * b exactly; the bits of math_mul_recursive, computed by straight-line kernels at run time.
+/// lo and hi must be other objects than a and b: the limbs of the result are stored while the operands are still read.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
-    math_mul_recursive(a, b, lo, hi);
+    assert(&lo != &a && &lo != &b && &hi != &a && &hi != &b);
+    if (std::is_constant_evaluated())
+        math_mul_recursive(a, b, lo, hi);
+    else
+        kernel::full_product<T::limbs>(lo.limb, hi.limb, a.limb, b.limb);
 }
 
-/// lo = a * b modulo 2^N. lo may alias a or b.
+/// lo = a * b modulo 2^N; the bits of math_mul_low_recursive. lo must be another object than a and b.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
-    math_mul_low_recursive(a, b, lo);
+    assert(&lo != &a && &lo != &b);
+    if (std::is_constant_evaluated())
+        math_mul_low_recursive(a, b, lo);
+    else
+        kernel::low_product<T::limbs>(lo.limb, a.limb, b.limb);
 }
 
 /// a * b + c0 + cc * 2^64 = r + ret * 2^N + co * 2^(N+64), where ret is the returned limb: the pair (c0, cc) goes in at
@@ -314,11 +324,12 @@ constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r
     math_subborrow(0, zero, x, x);
 
     do {
-        T plo, phi, dropped;
+        T plo, phi, dropped, squared;
         math_mul_21(nlo, nhi, x, plo, phi);
         const std::uint8_t c = math_add_equal_carry(0, nlo, plo);
         math_add_equal_carry(c, nhi, phi);
-        math_mul(x, x, dropped, x);
+        math_mul(x, x, dropped, squared);
+        x = squared;
         if (steps != nullptr) ++steps->iterations;
     } while (!math_is_zero(x));
 

@@ -109,9 +109,14 @@ constexpr T& operator-=(T& a, const T& b) noexcept {
     return a;
 }
 template <wide_word T>
+constexpr T operator*(const T& a, const T& b) noexcept {
+    T product;
+    math_mul(a, b, product);
+    return product;
+}
+template <wide_word T>
 constexpr T& operator*=(T& a, const T& b) noexcept {
-    math_mul(a, b, a);
-    return a;
+    return a = a * b;
 }
 /// Precondition: b != 0.
 template <wide_word T>
@@ -135,10 +140,6 @@ constexpr T operator+(T a, const T& b) noexcept {
 template <wide_word T>
 constexpr T operator-(T a, const T& b) noexcept {
     return a -= b;
-}
-template <wide_word T>
-constexpr T operator*(T a, const T& b) noexcept {
-    return a *= b;
 }
 template <wide_word T>
 constexpr T operator/(T a, const T& b) noexcept {

@@ -1,0 +1,260 @@
+/// @file   adx_rows.h
+/// @brief  Products of limb arrays row by row, for processors with BMI2 and ADX.
+///
+/// Adding the row a b[i] to an accumulator takes two chains of carries, one through the low and one through the high
+/// halves of the products. mulx leaves the flags alone, adcx carries in CF only and adox in OF only, so that both
+/// chains run through one pass over the row: one multiplication a cycle, the limit of the processors that have them.
+/// Compilers keep one carry flag and save it between chains, and they move the accumulator between registers from row
+/// to row; hence one block of assembly for all rows of a block of 4 or 8 limbs, in which the registers trade places
+/// instead. The blocks read and write memory through their pointers, so each is volatile and clobbers "memory": without
+/// both, a compiler may take two calls with the same pointers for the same value.
+///
+/// Call these only where processor_has_adx() holds.
+#pragma once
+
+#include "Shared/kernel/columns.h"
+
+#if defined(__x86_64__)
+
+namespace kesh::kernel {
+
+namespace detail {
+
+/// EBX of cpuid leaf 7. Volatile, so that it is not moved out of the initialisation below: under a hypervisor it takes
+/// thousands of cycles.
+inline unsigned extended_features() noexcept {
+    unsigned highest = 0, ebx = 0, ecx = 0, edx = 0;
+    __asm__ volatile("cpuid" : "+a"(highest), "=b"(ebx), "+c"(ecx), "=d"(edx));
+    if (highest < 7) return 0;
+    unsigned eax = 7;
+    ecx = 0;
+    __asm__ volatile("cpuid" : "+a"(eax), "=b"(ebx), "+c"(ecx), "=d"(edx));
+    return ebx;
+}
+
+}  // namespace detail
+
+/// Whether this processor has mulx (BMI2, bit 8), adcx and adox (ADX, bit 19). They use no state beyond the general
+/// registers and the flags, so the operating system needs no support for them.
+inline bool processor_has_adx() noexcept {
+    static const bool found = [] {
+        constexpr unsigned needed = 1U << 8 | 1U << 19;
+        return (detail::extended_features() & needed) == needed;
+    }();
+    return found;
+}
+
+// clang-format off: one instruction group a line
+
+/// low += lo(source[offset] rdx), high += hi(...), each with the carry of its own chain.
+#define KESH_STEP(source, offset, low, high) \
+    "mulx " #offset "(%[" #source            \
+    "]), %[lo], %[hi]\n\t"                   \
+    "adcx %[lo], %[" #low                    \
+    "]\n\t"                                  \
+    "adox %[hi], %[" #high "]\n\t"
+
+/// The end of a row: the high half of the last product starts the new top limb, which takes both carries and cannot
+/// overflow.
+#define KESH_LAST_STEP(source, offset, low, top)       \
+    "mulx " #offset "(%[" #source "]), %[lo], %[" #top \
+    "]\n\t"                                            \
+    "adcx %[lo], %[" #low                              \
+    "]\n\t"                                            \
+    "movl $0, %k[lo]\n\t"                              \
+    "adcx %[lo], %[" #top                              \
+    "]\n\t"                                            \
+    "adox %[lo], %[" #top "]\n\t"
+
+/// (t1, t2, t3, top) = (t0, ..., t3) + source rdx without its lowest limb, which stays in t0.
+#define KESH_ROW4(source, t0, t1, t2, t3, top)                                                                        \
+    "xorl %k[lo], %k[lo]\n\t" KESH_STEP(source, 0, t0, t1) KESH_STEP(source, 8, t1, t2) KESH_STEP(source, 16, t2, t3) \
+        KESH_LAST_STEP(source, 24, t3, top)
+
+/// (t1, ..., t7, t0) = (t0, ..., t7) + source rdx without its lowest limb, which `finished` may save before its
+/// register becomes the top limb.
+#define KESH_ROW8(source, finished, t0, t1, t2, t3, t4, t5, t6, t7)                               \
+    "xorl %k[lo], %k[lo]\n\t" KESH_STEP(source, 0, t0, t1) finished KESH_STEP(source, 8, t1, t2)  \
+        KESH_STEP(source, 16, t2, t3) KESH_STEP(source, 24, t3, t4) KESH_STEP(source, 32, t4, t5) \
+            KESH_STEP(source, 40, t5, t6) KESH_STEP(source, 48, t6, t7) KESH_LAST_STEP(source, 56, t7, t0)
+
+/// The pointer to b stays in memory: a build with frame pointers has no register left for it.
+#define KESH_PRODUCT_ROW8(i, t0, t1, t2, t3, t4, t5, t6, t7) \
+    "movq %[b], %%rdx\n\t"                                   \
+    "movq " #i                                               \
+    "*8(%%rdx), %%rdx\n\t" KESH_ROW8(a, "movq %[" #t0 "], " #i "*8(%[z])\n\t", t0, t1, t2, t3, t4, t5, t6, t7)
+
+#define KESH_REDUCTION_ROW8(i, t0, t1, t2, t3, t4, t5, t6, t7) \
+    "movq %[" #t0                                              \
+    "], %%rdx\n\t"                                             \
+    "imulq %[k0], %%rdx\n\t"                                   \
+    "movq %%rdx, " #i "*8(%[q])\n\t" KESH_ROW8(m, "", t0, t1, t2, t3, t4, t5, t6, t7)
+
+/// Eight rows: the registers trade places, so that every row works on t0 as its lowest limb.
+#define KESH_EIGHT_ROWS(ROW)               \
+    ROW(0, t0, t1, t2, t3, t4, t5, t6, t7) \
+    ROW(1, t1, t2, t3, t4, t5, t6, t7, t0) \
+    ROW(2, t2, t3, t4, t5, t6, t7, t0, t1) \
+    ROW(3, t3, t4, t5, t6, t7, t0, t1, t2) \
+    ROW(4, t4, t5, t6, t7, t0, t1, t2, t3) \
+    ROW(5, t5, t6, t7, t0, t1, t2, t3, t4) \
+    ROW(6, t6, t7, t0, t1, t2, t3, t4, t5) \
+    ROW(7, t7, t0, t1, t2, t3, t4, t5, t6)
+
+/// A row of the product and a row of the reduction, after which t0 is 0 and free: (t1, ..., t4, t5) is the new
+/// accumulator. t4, the top limb, is at most 1 before the pair, and so is t5 after it.
+#define KESH_ROW_PAIR4(i, t0, t1, t2, t3, t4, t5) \
+    "movq " #i "*8(%[b]), %%rdx\n\t"              \
+    KESH_ROW4(a, t0, t1, t2, t3, t5)              \
+    "movq %[" #t0 "], %%rdx\n\t"                  \
+    "imulq %[k0], %%rdx\n\t"                      \
+    "addq %[" #t5 "], %[" #t4 "]\n\t"             \
+    "movl $0, %k[" #t5 "]\n\t"                    \
+    "adcq $0, %[" #t5 "]\n\t"                     \
+    "xorl %k[lo], %k[lo]\n\t"                     \
+    KESH_STEP(m, 0, t0, t1)                       \
+    KESH_STEP(m, 8, t1, t2)                       \
+    KESH_STEP(m, 16, t2, t3)                      \
+    KESH_STEP(m, 24, t3, t4)                      \
+    "movl $0, %k[lo]\n\t"                         \
+    "adcx %[lo], %[" #t4 "]\n\t"                  \
+    "adox %[lo], %[" #t5 "]\n\t"                  \
+    "adcx %[lo], %[" #t5 "]\n\t"
+
+#define KESH_ACCUMULATORS8                                                                                          \
+    [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4), [t5] "+&r"(t5), [t6] "+&r"(t6), \
+        [t7] "+&r"(t7), [lo] "=&r"(low), [hi] "=&r"(high)
+
+// clang-format on
+
+/// hi:lo = a b + addend, of eight limbs each. addend may be lo or hi; lo and hi must not overlap a or b.
+inline void multiply_add8(umint* lo, umint* hi, const umint* addend, const umint* a, const umint* b) noexcept {
+    umint t0 = addend[0], t1 = addend[1], t2 = addend[2], t3 = addend[3];
+    umint t4 = addend[4], t5 = addend[5], t6 = addend[6], t7 = addend[7];
+    umint low, high;
+    __asm__ volatile(KESH_EIGHT_ROWS(KESH_PRODUCT_ROW8)
+                     : KESH_ACCUMULATORS8
+                     : [z] "r"(lo), [a] "r"(a), [b] "m"(b)
+                     : "rdx", "cc", "memory");
+    hi[0] = t0, hi[1] = t1, hi[2] = t2, hi[3] = t3, hi[4] = t4, hi[5] = t5, hi[6] = t6, hi[7] = t7;
+}
+
+/// With the q[0 .. 7] that make t + q m a multiple of 2^512: c = (t + q m) / 2^512, of eight limbs each. c may be t.
+inline void reduce8(umint* c, umint* q, const umint* t, const umint* m, umint k0) noexcept {
+    umint t0 = t[0], t1 = t[1], t2 = t[2], t3 = t[3], t4 = t[4], t5 = t[5], t6 = t[6], t7 = t[7];
+    umint low, high;
+    __asm__ volatile(KESH_EIGHT_ROWS(KESH_REDUCTION_ROW8)
+                     : KESH_ACCUMULATORS8
+                     : [q] "r"(q), [m] "r"(m), [k0] "m"(k0)
+                     : "rdx", "cc", "memory");
+    c[0] = t0, c[1] = t1, c[2] = t2, c[3] = t3, c[4] = t4, c[5] = t5, c[6] = t6, c[7] = t7;
+}
+
+/// hi:lo = a b, of four limbs each. lo and hi must not overlap a or b.
+inline void multiply4(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
+    umint t0 = 0, t1 = 0, t2 = 0, t3 = 0, top, low, high;
+    // clang-format off
+    __asm__ volatile("movq 0(%[b]), %%rdx\n\t" KESH_ROW4(a, t0, t1, t2, t3, top) "movq %[t0], 0(%[z])\n\t"
+                     "movq 8(%[b]), %%rdx\n\t" KESH_ROW4(a, t1, t2, t3, top, t0) "movq %[t1], 8(%[z])\n\t"
+                     "movq 16(%[b]), %%rdx\n\t" KESH_ROW4(a, t2, t3, top, t0, t1) "movq %[t2], 16(%[z])\n\t"
+                     "movq 24(%[b]), %%rdx\n\t" KESH_ROW4(a, t3, top, t0, t1, t2) "movq %[t3], 24(%[z])\n\t"
+                     : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [top] "=&r"(top),
+                       [lo] "=&r"(low), [hi] "=&r"(high)
+                     : [z] "r"(lo), [a] "r"(a), [b] "r"(b)
+                     : "rdx", "cc", "memory");
+    // clang-format on
+    hi[0] = top, hi[1] = t0, hi[2] = t1, hi[3] = t2;
+}
+
+/// r = a b R^(-1) mod m with R = 2^256. Precondition: a b < m R. r may be a or b.
+inline void montgomery_product4(umint* r, const umint* a, const umint* b, const umint* m, umint k0) noexcept {
+    umint t0 = 0, t1 = 0, t2 = 0, t3 = 0, t4 = 0, t5 = 0, low, high;
+    // clang-format off
+    __asm__ volatile(KESH_ROW_PAIR4(0, t0, t1, t2, t3, t4, t5)
+                     KESH_ROW_PAIR4(1, t1, t2, t3, t4, t5, t0)
+                     KESH_ROW_PAIR4(2, t2, t3, t4, t5, t0, t1)
+                     KESH_ROW_PAIR4(3, t3, t4, t5, t0, t1, t2)
+                     : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4),
+                       [t5] "+&r"(t5), [lo] "=&r"(low), [hi] "=&r"(high)
+                     : [a] "r"(a), [b] "r"(b), [m] "r"(m), [k0] "m"(k0)
+                     : "rdx", "cc", "memory");
+    // clang-format on
+    const umint t[4] = {t4, t5, t0, t1};
+    subtract_modulus_once<4>(r, t, t2, m);
+}
+
+#undef KESH_STEP
+#undef KESH_LAST_STEP
+#undef KESH_ROW4
+#undef KESH_ROW8
+#undef KESH_PRODUCT_ROW8
+#undef KESH_REDUCTION_ROW8
+#undef KESH_EIGHT_ROWS
+#undef KESH_ROW_PAIR4
+#undef KESH_ACCUMULATORS8
+
+/// r[0 .. n-1] = a + b + carry; returns the carry. r may be a or b.
+template <std::size_t n>
+inline std::uint8_t add_limbs(umint* r, const umint* a, const umint* b, std::uint8_t carry = 0) noexcept {
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < n; ++i) carry = math_addcarry(carry, a[i], b[i], r[i]);
+    return carry;
+}
+
+/// r[0 .. n-1] += carry; returns the carry out.
+template <std::size_t n>
+inline std::uint8_t add_carry(umint* r, std::uint8_t carry) noexcept {
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < n; ++i) carry = math_addcarry(carry, r[i], 0, r[i]);
+    return carry;
+}
+
+/// hi:lo = a b, of eight limbs each. lo and hi must not overlap a or b.
+[[gnu::noinline]] inline void multiply8(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
+    static constexpr umint zero[8] = {};
+    multiply_add8(lo, hi, zero, a, b);
+}
+
+/// hi:lo = a b, of sixteen limbs each, by four products of eight limbs that each add what lies at their place already.
+/// lo and hi must not overlap a or b.
+[[gnu::noinline]] inline void multiply16(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
+    umint cross[16], top[8];
+    multiply8(lo, lo + 8, a, b);
+    multiply_add8(cross, cross + 8, lo + 8, a, b + 8);
+    multiply_add8(lo + 8, top, cross, a + 8, b);
+    const std::uint8_t carry = add_limbs<8>(cross, cross + 8, top);
+    multiply_add8(hi, hi + 8, cross, a + 8, b + 8);
+    add_carry<8>(hi + 8, carry);
+}
+
+/// r = a b R^(-1) mod m with R = 2^512. Precondition: a b < m R. r may be a or b.
+[[gnu::noinline]] inline void montgomery_product8(umint* r, const umint* a, const umint* b, const umint* m,
+                                                  umint k0) noexcept {
+    umint t[16], q[8], c[8];
+    multiply8(t, t + 8, a, b);
+    reduce8(c, q, t, m, k0);
+    const std::uint8_t top = add_limbs<8>(c, c, t + 8);
+    subtract_modulus_once<8>(r, c, top, m);
+}
+
+/// r = a b R^(-1) mod m with R = 2^1024, reduced by two blocks of eight rows. Precondition: a b < m R. r may be a or b.
+[[gnu::noinline]] inline void montgomery_product16(umint* r, const umint* a, const umint* b, const umint* m,
+                                                   umint k0) noexcept {
+    umint t[32], q[8], w[16];
+    multiply16(t, t + 16, a, b);
+
+    reduce8(w, q, t, m, k0);
+    multiply_add8(w, w + 8, w, q, m + 8);
+    const std::uint8_t carry = add_limbs<16>(t + 8, t + 8, w);
+
+    reduce8(w, q, t + 8, m, k0);
+    multiply_add8(w, w + 8, w, q, m + 8);
+    // The carry belongs to limb 24, in the middle of the next sum.
+    std::uint8_t top = add_carry<8>(t + 24, carry);
+    top = static_cast<std::uint8_t>(top + add_limbs<16>(t + 16, t + 16, w));
+    subtract_modulus_once<16>(r, t + 16, top, m);
+}
+
+}  // namespace kesh::kernel
+
+#endif
