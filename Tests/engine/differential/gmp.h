@@ -51,6 +51,9 @@ std::string show(const operands<T>& s) {
 /// Empty when everything agreed, else what differed and on which operands.
 using verdict = std::string;
 
+/// Results found equal so far, for the report of a long run.
+inline std::uint64_t agreements = 0;
+
 template <engine_word T>
 verdict differs(const char* operation, const operands<T>& s) {
     return std::string(operation) + " differs: " + show(s);
@@ -59,5 +62,6 @@ verdict differs(const char* operation, const operands<T>& s) {
 }  // namespace kesh::testing
 
 /// Inside a check: the condition holds, or the check ends with the operation's name and the operands `s`.
-#define KESH_AGREE(condition, operation) \
-    if (!(condition)) return ::kesh::testing::differs(operation, s)
+#define KESH_AGREE(condition, operation)                             \
+    if (!(condition)) return ::kesh::testing::differs(operation, s); \
+    ++::kesh::testing::agreements

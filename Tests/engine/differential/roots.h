@@ -27,8 +27,9 @@ verdict check_root_of(const operands<T>& s, const T& a) {
     math_isqrt(a, root, rest);
     if constexpr (wide_word<T>) {
         if (root_out_of_range(a)) {
-            if (T::bits == 128)
+            if (T::bits == 128) {
                 KESH_AGREE(root == power_of_two<T>(64) && rest == a, "math_isqrt at the top of the range");
+            }
             return {};
         }
     }

@@ -7,13 +7,15 @@
 
 namespace kesh::testing {
 
-/// Sets of operands per width: in every run, and in the tests named Long_.
-inline constexpr std::uint64_t usual_sets = 100'000;
-inline constexpr std::uint64_t long_sets = 10'000'000;
+/// Sets of operands per width: in every run, and in the tests named Long_. The flags --sets=N and --seed=N of the test
+/// program replace the former and make another stream, for long runs by hand.
+inline std::uint64_t usual_sets = 100'000;
+inline std::uint64_t seed = 0;
+constexpr std::uint64_t long_sets = 10'000'000;
 
 template <engine_word T, class Check>
 void run_random(std::uint64_t sets, Check check) {
-    operand_source source(sets + static_cast<std::uint64_t>(width_v<T>));
+    operand_source source(seed + sets + static_cast<std::uint64_t>(width_v<T>));
     for (std::uint64_t i = 0; i < sets; ++i) {
         const verdict v = check(source.set<T>());
         ASSERT_TRUE(v.empty()) << v;

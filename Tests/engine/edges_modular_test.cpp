@@ -1,0 +1,193 @@
+/// @brief By hand: roots, inverses and the Montgomery context.
+
+#include "Shared/isqrt.h"
+#include "Shared/mont.h"
+#include "engine/edges.h"
+
+namespace kesh::testing {
+namespace {
+
+TYPED_TEST(WordEdges, SmallRoots) {
+    using T = TypeParam;
+    const int expected[][3] = {{0, 0, 0}, {1, 1, 0}, {2, 1, 1}, {3, 1, 2},
+                               {4, 2, 0}, {8, 2, 4}, {9, 3, 0}, {170, 13, 1}};
+    for (const auto& [a, root, rest] : expected) {
+        T s, r;
+        math_isqrt(T(static_cast<umint>(a)), s, r);
+        EXPECT_TRUE(equal(s, T(static_cast<umint>(root))) && equal(r, T(static_cast<umint>(rest)))) << a;
+    }
+}
+
+TEST(LimbRoot, NearTheTop) {
+    const umint m = 0xFFFFFFFF;
+    umint s = 0, r = 0;
+    math_isqrt(~umint{0}, s, r);
+    EXPECT_TRUE(s == m && r == (umint{1} << 33) - 2);
+    math_isqrt(m * m - 1, s, r);
+    EXPECT_TRUE(s == m - 1 && r == (umint{1} << 33) - 4);
+    math_isqrt(m * m, s, r);
+    EXPECT_TRUE(s == m && r == 0);
+    static_assert([] {
+        umint root = 0, rest = 0;
+        math_isqrt(umint{1} << 63, root, rest);
+        return root == 3037000499 && rest == (umint{1} << 63) - umint{3037000499} * 3037000499;
+    }());
+}
+
+TYPED_TEST(WideEdges, RootsOfSquaresAndTheirNeighbours) {
+    using T = TypeParam;
+    // 3 2^n, not 2^n: the latter's neighbours begin with a limb of ones, see TheTopOfTheRangeKeepsItsEstimate.
+    for (mint n = 1; n < T::bits / 2 - 2; ++n) {
+        for (const int offset : {-1, 0, 1}) {
+            const T k = 3 * power_of_two<T>(n) + offset;
+            T s, r;
+            math_isqrt(k * k, s, r);
+            EXPECT_TRUE(equal(s, k) && equal(r, T(0))) << n;
+            math_isqrt(k * k - 1, s, r);
+            EXPECT_TRUE(equal(s, k - 1) && equal(r, (k << 1) - 2)) << n;
+        }
+    }
+}
+
+TYPED_TEST(WideEdges, RootsDoNotDependOnTheWidth) {
+    using T = TypeParam;
+    using half = typename T::half_type;
+    const half value = minus(power_of_two<half>(width_v<half> - 2), half(5));
+    half s, r;
+    T wide_s, wide_r;
+    math_isqrt(value, s, r);
+    math_isqrt(T(value), wide_s, wide_r);
+    EXPECT_TRUE(equal(wide_s, T(s)) && equal(wide_r, T(r)));
+}
+
+TEST(WideRoot, TheTopOfTheRangeKeepsItsEstimate) {
+    using T = uintx_t<128>;
+    const T first = T(umint{0}, ~umint{0});  // 2^128 - 2^64
+    for (const T& a : {T(-1), first}) {
+        T s, r;
+        math_isqrt(a, s, r);
+        EXPECT_TRUE(equal(s, T(umint{0}, umint{1})) && equal(r, a));
+    }
+    T s, r;
+    math_isqrt(first - 1, s, r);
+    EXPECT_TRUE(equal(s, T(~umint{0})));
+
+    // One level up, the half's root 2^64 and its rest, the half itself, enter the division: 2^128 + (2^192 - 1) / 2^65.
+    using U = uintx_t<256>;
+    U wide_s, wide_r;
+    math_isqrt(U(-1), wide_s, wide_r);
+    const U passed_up = (U(3) << 127) - 1;
+    EXPECT_TRUE(equal(wide_s, passed_up) && equal(wide_r, U(-1) - passed_up * passed_up));
+}
+
+TYPED_TEST(WordEdges, Inverses) {
+    using T = TypeParam;
+    EXPECT_TRUE(equal(math_mod_inv_2(T(1)), this->ones));
+    T product;
+    math_mul(math_mod_inv_2(T(3)), T(3), product);
+    EXPECT_TRUE(equal(product, this->ones));
+    EXPECT_TRUE(equal(math_mod_inv_2(this->ones), this->one));
+
+    EXPECT_TRUE(equal(math_invmod(T(3), T(7)), T(5)));
+    EXPECT_TRUE(equal(math_invmod(T(10), T(7)), T(5)));
+    EXPECT_TRUE(equal(math_invmod(T(2), T(4)), T(0)));
+    EXPECT_TRUE(equal(math_invmod(T(0), T(7)), T(0)));
+    EXPECT_TRUE(equal(math_invmod(T(5), T(1)), T(0)));
+    EXPECT_TRUE(equal(math_invmod(T(1), this->ones), T(1)));
+    EXPECT_TRUE(equal(math_invmod(minus(this->ones, T(1)), this->ones), minus(this->ones, T(1))))
+        << "-1 is its own inverse";
+    EXPECT_TRUE(equal(math_invmod(T(2), this->ones), this->top_bit)) << "2 2^(N-1) = 2^N = 1 modulo 2^N - 1";
+}
+
+/// The largest prime below 2^N.
+template <engine_word T>
+T largest_prime() {
+    constexpr int distance = width_v<T> == 64    ? 59
+                             : width_v<T> == 128 ? 159
+                             : width_v<T> == 256 ? 189
+                             : width_v<T> == 512 ? 569
+                                                 : 105;
+    return minus(T(0), T(static_cast<umint>(distance)));
+}
+
+TYPED_TEST(WordEdges, MontgomeryConstants) {
+    using T = TypeParam;
+    const mp_mont_data<T> three(T(3));
+    EXPECT_TRUE(equal(three.one(), T(1)) && equal(three.getr2(), T(1)) &&
+                equal(three.mul(three.one(), three.one()), three.one()));
+    mp_mont_data<T> largest;
+    largest.init(this->ones);
+    EXPECT_TRUE(equal(largest.one(), T(1)) && equal(largest.getr2(), T(1)) && equal(largest.getM(), this->ones));
+    T copy;
+    largest.getM(copy);
+    EXPECT_TRUE(equal(copy, this->ones));
+    largest.one(copy);
+    EXPECT_TRUE(equal(copy, T(1)));
+    largest.copy(this->top_bit, copy);
+    EXPECT_TRUE(equal(copy, this->top_bit));
+}
+
+TYPED_TEST(WordEdges, MontgomerySumsThatCarryOut) {
+    using T = TypeParam;
+    // Modulo 2^N - 1 the Montgomery form of a is a itself; -1 times -1 is 1 and the intermediate sum exceeds 2^2N.
+    const mp_mont_data<T> M(this->ones);
+    const T minus_one = minus(this->ones, T(1));
+    EXPECT_TRUE(equal(M.mul(minus_one, minus_one), T(1)));
+    EXPECT_TRUE(equal(M.add(minus_one, minus_one), minus(minus_one, T(1))));
+    EXPECT_TRUE(equal(M.div2(T(1)), this->top_bit));
+    T lo, hi, r;
+    math_mul(minus_one, minus_one, lo, hi);
+    math_mont_reduce(lo, hi, M.m, M.mprime, r);
+    EXPECT_TRUE(equal(r, T(1)));
+}
+
+TYPED_TEST(WordEdges, MontgomeryFormsOfOneAndZero) {
+    using T = TypeParam;
+    const mp_mont_data<T> M(largest_prime<T>());
+    EXPECT_TRUE(equal(M.toMontMod(T(1)), M.one()));
+    EXPECT_TRUE(equal(M.fromMontMod(M.one()), T(1)));
+    EXPECT_TRUE(equal(M.toMontMod(M.getM()), T(0))) << "values need not be reduced";
+    EXPECT_TRUE(equal(M.sub(M.one(), M.one()), T(0)));
+    EXPECT_TRUE(equal(M.sub(T(0), M.one()), minus(M.getM(), M.one())));
+    EXPECT_TRUE(equal(M.mul(T(0), M.one()), T(0)));
+}
+
+TYPED_TEST(WordEdges, PowersByFermat) {
+    using T = TypeParam;
+    const T p = largest_prime<T>();
+    const mp_mont_data<T> M(p);
+    const T a = M.toMontMod(T(2)), b = M.toMontMod(minus(p, T(3)));
+    EXPECT_TRUE(equal(M.pow(a, minus(p, T(1))), M.one()));
+    EXPECT_TRUE(equal(M.pow(b, p), b));
+    EXPECT_TRUE(equal(M.pow(a, T(0)), M.one()));
+    EXPECT_TRUE(equal(M.pow(T(0), T(5)), T(0)));
+    // The inverse by Fermat is the one by Euclid.
+    T quotient;
+    M.div(M.one(), minus(p, T(3)), quotient);
+    EXPECT_TRUE(equal(M.pow(b, minus(p, T(2))), quotient));
+}
+
+TEST(MontgomeryContext, PrintsItsFields) {
+    ::testing::internal::CaptureStderr();
+    mp_mont_data<uintx_t<128>>(uintx_t<128>(7)).dbg_print();
+    const std::string text = ::testing::internal::GetCapturedStderr();
+    EXPECT_NE(text.find("m      = 0x7\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("r1     = 0x4\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("r2     = 0x2\n"), std::string::npos) << text;
+}
+
+#ifndef NDEBUG
+TEST(Preconditions, AreAssertedInDebugBuilds) {
+    using T = uintx_t<256>;
+    EXPECT_DEATH(mp_mont_data<T>(T(4)), "");
+    const mp_mont_data<T> M(T(7));
+    EXPECT_DEATH((void)M.add(T(7), T(1)), "");
+    EXPECT_DEATH((void)M.sub(T(1), T(8)), "");
+    T a(3), hi;
+    EXPECT_DEATH(math_mul(a, a, a, hi), "");
+    EXPECT_DEATH((void)(a << -1), "");
+}
+#endif
+
+}  // namespace
+}  // namespace kesh::testing
