@@ -1,0 +1,62 @@
+/// @file   fuzz_check.h
+/// @brief  Runs one family's differential check on operands taken from the fuzzer's bytes.
+///
+/// The first byte picks the width; the others fill the operands in the order of their declaration, zeros where they run
+/// out.
+#pragma once
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "engine/differential/gmp.h"
+
+namespace kesh::fuzz {
+
+template <engine_word T, class Check>
+void check_at(const std::uint8_t* data, std::size_t size, Check check) {
+    using testing::operands;
+    static_assert(std::is_trivially_copyable_v<operands<T>>);
+    operands<T> s{};
+    std::memset(static_cast<void*>(&s), 0, sizeof s);
+    std::memcpy(static_cast<void*>(&s), data, std::min(size, sizeof s));
+    s.count %= width_v<T> + 2;
+    s.carry &= 1;
+    const testing::verdict v = check(s);
+    if (!v.empty()) {
+        std::fprintf(stderr, "%s\n", v.c_str());
+        std::abort();
+    }
+}
+
+/// `check` is called with operands<T> of the chosen width, from 128 bits on.
+template <class Check>
+int run(const std::uint8_t* data, std::size_t size, Check check) {
+    if (size == 0) return 0;
+    const std::uint8_t* const rest = data + 1;
+    switch (data[0] % 4) {
+        case 0:
+            check_at<uintx_t<128>>(rest, size - 1, check);
+            break;
+        case 1:
+            check_at<uintx_t<256>>(rest, size - 1, check);
+            break;
+        case 2:
+            check_at<uintx_t<512>>(rest, size - 1, check);
+            break;
+        default:
+            check_at<uintx_t<1024>>(rest, size - 1, check);
+            break;
+    }
+    return 0;
+}
+
+}  // namespace kesh::fuzz
+
+/// The fuzz target of the family whose checks `body` names; `s` holds the operands.
+#define KESH_FUZZ_TARGET(body)                                                             \
+    extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {    \
+        using namespace kesh::testing;                                                     \
+        return kesh::fuzz::run(data, size, [](const auto& s) -> verdict { return body; }); \
+    }

@@ -1,0 +1,18 @@
+/// @file   fuzz_inverses.cpp
+/// @brief  Inverses modulo 2^N and modulo arbitrary moduli against GMP.
+
+#include "engine/differential/inverses.h"
+#include "fuzz_check.h"
+
+namespace {
+
+template <class Operands>
+kesh::testing::verdict check(const Operands& s) {
+    using namespace kesh::testing;
+    const verdict v = check_inverse_mod_2(s);
+    return v.empty() ? check_invmod(s) : v;
+}
+
+}  // namespace
+
+KESH_FUZZ_TARGET(check(s))
