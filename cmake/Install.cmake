@@ -7,6 +7,11 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/velmora-kesh.pc.in ${PROJECT_BINARY_D
 install(FILES ${PROJECT_BINARY_DIR}/velmora-kesh.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/CSource/Shared DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velmora-kesh
     FILES_MATCHING PATTERN "*.h" PATTERN "kernel" EXCLUDE)
+# Of the kernels, what the engine's headers include; the others belong to the library.
+foreach(header product columns adx_rows)
+    install(FILES ${PROJECT_SOURCE_DIR}/CSource/Shared/kernel/${header}.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velmora-kesh/Shared/kernel)
+endforeach()
 install(EXPORT VelmoraKeshTargets NAMESPACE VelmoraKesh:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/VelmoraKesh)
 file(WRITE ${PROJECT_BINARY_DIR}/VelmoraKeshConfig.cmake
     "include(\"\${CMAKE_CURRENT_LIST_DIR}/VelmoraKeshTargets.cmake\")\n")
