@@ -43,9 +43,17 @@ struct Operands {
     }
 };
 
+/// Limb products of a product and of a square with row-wise reduction.
+constexpr int product_size(int n) {
+    return 2 * n * n + n;
+}
+constexpr int square_size(int n) {
+    return n * (n + 1) / 2 + n * n + n;
+}
+
 /// Runs `call` and reports cycles for each of the `units` steps of a call.
 template <class Call>
-void measure(benchmark::State& state, double units, double limb_products, Call call) {
+void measure(benchmark::State& state, int units, int limb_products, Call call) {
     for (auto _ : state) call();
     state.counters["ns"] = benchmark::Counter(units * static_cast<double>(state.iterations()) * 1e-9,
                                               benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
@@ -59,7 +67,7 @@ void mont_mul(benchmark::State& state, Level level) {
     kernel::force(level);
     Operands<n> o;
     const kernel::Modulus<n> modulus(o.m.data());
-    measure(state, 1, 2 * n * n + n, [&] { kernel::mont_mul<n>(o.a.data(), o.a.data(), o.b.data(), modulus); });
+    measure(state, 1, product_size(n), [&] { kernel::mont_mul<n>(o.a.data(), o.a.data(), o.b.data(), modulus); });
 }
 
 template <int n>
@@ -67,7 +75,7 @@ void mont_sqr(benchmark::State& state, Level level) {
     kernel::force(level);
     Operands<n> o;
     const kernel::Modulus<n> modulus(o.m.data());
-    measure(state, 1, n * (n + 1) / 2 + n * n + n, [&] { kernel::mont_sqr<n>(o.a.data(), o.a.data(), modulus); });
+    measure(state, 1, square_size(n), [&] { kernel::mont_sqr<n>(o.a.data(), o.a.data(), modulus); });
 }
 
 template <int n>
@@ -75,7 +83,7 @@ void pow2(benchmark::State& state, Level level) {
     kernel::force(level);
     Operands<n> o;
     const kernel::Modulus<n> modulus(o.m.data());
-    measure(state, 64 * n, n * (n + 1) / 2 + n * n + n, [&] { kernel::pow2<n>(o.a.data(), o.e.data(), modulus); });
+    measure(state, 64 * n, square_size(n), [&] { kernel::pow2<n>(o.a.data(), o.e.data(), modulus); });
 }
 
 template <int n>
@@ -84,7 +92,7 @@ void lucas_ladder(benchmark::State& state, Level level) {
     Operands<n> o;
     std::array<umint, n> l{}, h{};
     const kernel::Modulus<n> modulus(o.m.data());
-    measure(state, 64 * n, n * (n + 1) / 2 + n * n + n + 2 * n * n + n,
+    measure(state, 64 * n, square_size(n) + product_size(n),
             [&] { kernel::lucas_ladder<n>(l.data(), h.data(), o.a.data(), o.e.data(), modulus); });
 }
 
@@ -94,9 +102,9 @@ template <int n>
 void gmp_mul_and_rows(benchmark::State& state) {
     Operands<n> o;
     const umint k = kernel::Modulus<n>(o.m.data()).k;
-    std::array<umint, 2 * n> t{};
+    std::array<umint, 2 * std::size_t{n}> t{};
     std::array<umint, n> high{};
-    measure(state, 1, 2 * n * n + n, [&] {
+    measure(state, 1, product_size(n), [&] {
         mpn_mul_n(t.data(), o.a.data(), o.b.data(), n);
         for (std::size_t i = 0; i < n; ++i) high[i] = mpn_addmul_1(t.data() + i, o.m.data(), n, t[i] * k);
         if (mpn_add_n(o.a.data(), t.data() + n, high.data(), n) != 0 || mpn_cmp(o.a.data(), o.m.data(), n) >= 0)
@@ -112,13 +120,13 @@ void gmp_powm(benchmark::State& state) {
     mpz_inits(exponent, modulus, result, nullptr);
     mpz_import(exponent, n, -1, sizeof(umint), 0, 0, o.e.data());
     mpz_import(modulus, n, -1, sizeof(umint), 0, 0, o.m.data());
-    measure(state, 64 * n, n * (n + 1) / 2 + n * n + n, [&] { mpz_powm(result, base, exponent, modulus); });
+    measure(state, 64 * n, square_size(n), [&] { mpz_powm(result, base, exponent, modulus); });
     mpz_clears(base, exponent, modulus, result, nullptr);
 }
 
 template <int n>
 void trial_division(benchmark::State& state) {
-    // 2^(64 n) - 2^7 + 547 * 2 ... any value that no prime of the table divides walks through the whole table.
+    // A value that no prime of the table divides walks through the whole table.
     Operands<n> o;
     while (kernel::has_small_factor(o.m)) o.m[0] += 2;
     measure(state, 1, 0, [&] { benchmark::DoNotOptimize(kernel::has_small_factor(o.m)); });

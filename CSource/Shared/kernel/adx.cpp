@@ -130,6 +130,8 @@ struct Operands8 {
 
 // clang-format off
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the offsets are text for the assembler
+
 /// (t0, ..., t9) += the eight limbs at `offset` rdx.
 #define KESH_FULL_ROW8(offset, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)                      \
     "xor %k[lo], %k[lo]\n\t"                                                                \
@@ -150,6 +152,7 @@ struct Operands8 {
     "imul %[" #t0 "], %%rdx\n\t"                                                            \
     KESH_FULL_ROW8(128, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)
 
+// NOLINTEND(bugprone-macro-parentheses)
 // clang-format on
 
 /// Product and reduction in turns: the products are done while the reduction waits for its next q.

@@ -84,12 +84,13 @@ noexcept {
     assert((modulus[0] & 1) == 1 && (modulus[0] > 1 || bit_length<n>(modulus) > 1));
     for (int i = 0; i < n; ++i) m[i] = modulus[i];
     k = math_mod_inv_2(m[0]);
-    // With L the bit length of m, 2^(L-1) < m < 2^L, so that 2^L - m is a residue; doublings make it 2^(64 n).
-    const int length = bit_length<n>(m);
-    umint power[n] = {};
-    if (length < 64 * n) power[length / 64] = umint{1} << (length % 64);
-    subtract<n>(r1, power, m);
-    for (int i = length; i < 64 * n; ++i) double_if<n>(r1, 1, m);
+    // 2^(64 n) - m has the residue of 2^(64 n), and is below m when m has its top bit.
+    const umint zero[n] = {};
+    subtract<n>(r1, zero, m);
+    if ((m[n - 1] >> 63) != 0) return;
+    uintx_t<64 * n> quotient, remainder;
+    math_divmod(uintx_t<64 * n>(r1, n), uintx_t<64 * n>(m, n), quotient, remainder);
+    for (int i = 0; i < n; ++i) r1[i] = remainder.limb[i];
 }
 
 template <int n>

@@ -46,7 +46,7 @@ struct Modulus {
     umint r1[n];  ///< R mod m, the Montgomery form of 1
     umint k;      ///< -m^(-1) mod 2^64
 
-    /// Cost: negligible for a modulus whose top bit is set; otherwise n limb operations for each leading zero bit.
+    /// Cost: a subtraction for a modulus whose top bit is set, otherwise one division.
     explicit Modulus(const umint* modulus) noexcept;
 };
 
