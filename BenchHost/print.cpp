@@ -273,7 +273,7 @@ std::string list_text(const PrintLook& look) {
                                      kind_name(entry.parameters[i].kind));
         }
         signature += fmt::format(") -> {}", kind_name(entry.result));
-        constexpr unsigned column = 62;
+        constexpr unsigned column = 66;
         if (look.width >= column + 50) {
             text += fmt::format("  {:<{}} {}\n", signature, column,
                                 look.style.dim(wrapped(std::string(entry.summary), look.width, column + 3)));
