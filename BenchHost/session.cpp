@@ -11,6 +11,7 @@
 #include <chrono>
 #include <nlohmann/json.hpp>
 
+#include "Shared/kernel/kernel.h"
 #include "arguments.h"
 #include "event_log.h"
 #include "exit_codes.h"
@@ -115,7 +116,9 @@ std::string Session::version_text() const {
          {std::pair{"primesieve", "primesieve_version"}, std::pair{"primecount", "primecount_version"}}) {
         if (const auto version = library_.dependency_version(function)) text += fmt::format("{} {}\n", name, *version);
     }
-    return text;
+    // The library chooses by the same code, which is compiled into both.
+    return text + fmt::format("kernels of the wide primality tests: {}\n",
+                              kesh::kernel::name(kesh::kernel::supported_level()));
 }
 
 void Session::prepare_faults(const Options& options) const {

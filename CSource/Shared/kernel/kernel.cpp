@@ -3,8 +3,6 @@
 
 #include "Shared/kernel/kernel.h"
 
-#include <cpuid.h>
-
 #include <atomic>
 #include <cassert>
 
@@ -14,22 +12,6 @@
 namespace kesh::kernel {
 
 namespace {
-
-/// mulx, adcx and adox use general registers only, so that the processor's word suffices. Asked through cpuid because
-/// not every compiler's __builtin_cpu_supports knows "adx".
-bool has_adx() noexcept {
-    unsigned a = 0, b = 0, c = 0, d = 0;
-    if (__get_cpuid_count(7, 0, &a, &b, &c, &d) == 0) return false;
-    const unsigned bmi2 = 1U << 8, adx = 1U << 19;
-    return (b & bmi2) != 0 && (b & adx) != 0;
-}
-
-/// The builtin also asks whether the operating system saves the 512-bit registers.
-bool has_ifma() noexcept {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
-           __builtin_cpu_supports("avx512ifma") != 0;
-}
 
 std::atomic<Level>& in_force() noexcept {
     static std::atomic<Level> value{supported_level()};
@@ -51,11 +33,6 @@ const Routines<n>& routines() noexcept {
 
 }  // namespace
 
-Level supported_level() noexcept {
-    static const Level found = !has_adx() ? Level::portable : !has_ifma() ? Level::adx : Level::ifma;
-    return found;
-}
-
 Level level() noexcept {
     return in_force().load(std::memory_order_relaxed);
 }
@@ -64,18 +41,6 @@ bool force(Level wanted) noexcept {
     if (wanted > supported_level()) return false;
     in_force().store(wanted, std::memory_order_relaxed);
     return true;
-}
-
-const char* name(Level which) noexcept {
-    switch (which) {
-        case Level::portable:
-            return "portable";
-        case Level::adx:
-            return "adx";
-        case Level::ifma:
-            return "ifma";
-    }
-    return "";
 }
 
 template <int n>
