@@ -13,6 +13,7 @@
 #include <cassert>
 #include <cstdlib>
 #include <iterator>
+#include <type_traits>
 
 #include "Prime/small_primes.h"
 #include "Shared/jacobi.h"
@@ -30,7 +31,8 @@ using u64 = umint;
  * Cost: one Montgomery product a bit of n - 1 and one more for each set bit of e.
  */
 template <class T>
-int sprp(const mp_mont_data<T>& M, const T& n, T b, T e, mint k) {
+int sprp(const mp_mont_data<T>& M, const std::type_identity_t<T>& n, std::type_identity_t<T> b,
+         std::type_identity_t<T> e, mint k) {
     const T one = M.one();
     const T minus_one = n - one;
     T a = M.toMontMod(b);
@@ -160,7 +162,7 @@ class generic_steps {
         T d = M.m - T(1);
         const mint s = math_count_trailing_zeros(d);
         math_right_shift_equal(d, s);
-        return sprp<T>(M, M.m, T(2), d, s) != 0;
+        return sprp(M, M.m, 2, d, s) != 0;
     }
 
     [[nodiscard]] bool passes_lucas() const {
