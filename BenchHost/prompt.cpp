@@ -207,8 +207,9 @@ int run_line(Session& session, const std::string& line, bool& leave) {
 }  // namespace
 
 int run_prompt(Session& session) {
-    if (!session.defaults().quiet)
-        print("PrimeCount_PrimePi 10^12 calls, Tab completes, ?NAME explains, help tells more, Ctrl-D leaves.\n");
+    if (!session.defaults().quiet) {
+        print("A call: PrimeCount_PrimePi 10^12. Tab completes, help explains, Ctrl-D leaves.\n");
+    }
     host().tasks.keep_events(true);
     LineReader reader(session);
     std::string line;

@@ -122,4 +122,24 @@ TEST(Print, NoColourWithoutATerminal) {
     EXPECT_EQ(Style(1, ColourChoice::always).dim("x"), "\033[2mx\033[0m");
 }
 
+TEST(Print, TasksFitATerminal) {
+    EXPECT_EQ(tasks_text({}, {}), "no tasks\n");
+    Task done;
+    done.id = 1;
+    done.state = TaskState::removed;
+    done.what = "PrimeCount_PrimePi(10^15)";
+    done.percent = 100;
+    done.status_events = 5;
+    done.result = mint{29844570422669};
+    done.submitted = Task::Clock::now();
+    done.ended = done.submitted + std::chrono::milliseconds(3210);
+    Task fresh;
+    fresh.id = 2;
+    const std::string text = tasks_text({done, fresh}, {});
+    EXPECT_LE(longest_line(text), 80U);
+    EXPECT_THAT(text, testing::AllOf(
+                          HasSubstr("   1  removed    100.0      3.21 s  PrimeCount_PrimePi(10^15)  29844570422669\n"),
+                          HasSubstr("   2  created")));
+}
+
 }  // namespace
