@@ -5,6 +5,8 @@
 #include "tensors.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <limits>
 #include <new>
 
 namespace bench_host {
@@ -18,12 +20,11 @@ int TensorStore::create(mint type, mint rank, const mint* dimensions, MTensor* o
         if (dimensions[i] < 0 || __builtin_mul_overflow(length, dimensions[i], &length)) return LIBRARY_DIMENSION_ERROR;
         tensor->dimensions.push_back(dimensions[i]);
     }
-    try {
-        // Not cleared: the library writes every element, and clearing would touch the memory twice.
-        tensor->values = std::make_unique_for_overwrite<mint[]>(static_cast<std::size_t>(length));
-    } catch (const std::bad_alloc&) {
+    // Not cleared: the library writes every element, and clearing would touch the memory twice.
+    if (length > std::numeric_limits<std::ptrdiff_t>::max() / static_cast<mint>(sizeof(mint)))
         return LIBRARY_MEMORY_ERROR;
-    }
+    tensor->values.reset(new (std::nothrow) mint[static_cast<std::size_t>(length)]);
+    if (!tensor->values) return LIBRARY_MEMORY_ERROR;
     tensor->length = length;
     *out = tensor.get();
     const std::lock_guard lock(mutex_);

@@ -36,12 +36,14 @@ TEST(Tensors, CreationRefusesWhatThereIsNot) {
     const mint negative[] = {-1};
     const mint huge[] = {std::numeric_limits<mint>::max(), 2};
     const mint beyond_memory[] = {std::numeric_limits<mint>::max() / 16};
+    const mint beyond_addresses[] = {std::numeric_limits<mint>::max() / 4};
     EXPECT_EQ(store.create(3, 1, good, &tensor), LIBRARY_TYPE_ERROR);
     EXPECT_EQ(store.create(MType_Integer, 0, good, &tensor), LIBRARY_RANK_ERROR);
     EXPECT_EQ(store.create(MType_Integer, 1, nullptr, &tensor), LIBRARY_RANK_ERROR);
     EXPECT_EQ(store.create(MType_Integer, 1, negative, &tensor), LIBRARY_DIMENSION_ERROR);
     EXPECT_EQ(store.create(MType_Integer, 2, huge, &tensor), LIBRARY_DIMENSION_ERROR);
     EXPECT_EQ(store.create(MType_Integer, 1, beyond_memory, &tensor), LIBRARY_MEMORY_ERROR);
+    EXPECT_EQ(store.create(MType_Integer, 1, beyond_addresses, &tensor), LIBRARY_MEMORY_ERROR);
     EXPECT_EQ(tensor, nullptr);
     EXPECT_EQ(store.create(MType_Integer, 2, good, &tensor), LIBRARY_NO_ERROR);
     EXPECT_EQ(tensor->length, 6);
