@@ -72,6 +72,8 @@ TEST(HostPrompt, CallsCompletionAndHelp) {
     ASSERT_TRUE(host.expect("limbs as {low"));
     host.type("PrimeSieve_NthPrim 1\r");
     ASSERT_TRUE(host.expect("did you mean PrimeSieve_NthPrime"));
+    // Before the prompt stands, the terminal itself would take the key.
+    ASSERT_TRUE(host.expect("kesh> "));
     host.type(end_of_input);
     EXPECT_EQ(host.wait(), 0);
 }
@@ -136,6 +138,7 @@ TEST(HostPrompt, EventsPrintAsTheyCome) {
     ASSERT_TRUE(host.expect("failed or stopped")) << host.recent();
     host.type("PrimeCount_PrimePi 10^18 --async\r");
     ASSERT_TRUE(host.expect("task 3:"));
+    ASSERT_TRUE(host.expect("kesh (1 running)> ")) << host.recent();
     host.type(end_of_input);
     ASSERT_TRUE(host.expect("stopping 1 task")) << host.recent();
     EXPECT_EQ(host.wait(), 0);
