@@ -19,6 +19,11 @@ template <std::size_t n>
 }
 
 template <std::size_t n>
+[[gnu::noinline]] inline void low_product_outlined(umint* lo, const umint* a, const umint* b) noexcept {
+    low_product_columns<n>(lo, a, b);
+}
+
+template <std::size_t n>
 [[gnu::noinline]] inline void montgomery_product_outlined(umint* r, const umint* a, const umint* b, const umint* m,
                                                           umint k0) noexcept {
     montgomery_product_columns<n>(r, a, b, m, k0);
@@ -47,7 +52,10 @@ inline void full_product(umint* lo, umint* hi, const umint* a, const umint* b) n
 /// lo = a b modulo 2^(64 n). lo must not overlap a or b.
 template <std::size_t n>
 inline void low_product(umint* lo, const umint* a, const umint* b) noexcept {
-    low_product_columns<n>(lo, a, b);
+    if constexpr (n <= 4)
+        low_product_columns<n>(lo, a, b);
+    else
+        detail::low_product_outlined<n>(lo, a, b);
 }
 
 /// r = a b R^(-1) mod m, R = 2^(64 n), k0 = -m^(-1) mod 2^64. Precondition: a b < m R. r may be a or b.

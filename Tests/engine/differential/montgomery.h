@@ -38,7 +38,7 @@ verdict check_montgomery(const operands<T>& s) {
     KESH_AGREE(same(x, as_word<T>(bc_form)), "mul into its operand");
     if constexpr (wide_word<T>) {
         // The form for every processor, which the dispatch hides on newer ones.
-        kernel::montgomery_product_columns<limbs_v<T>>(x.limb, bbar.limb, cbar.limb, m.limb, M.mprime.limb[0]);
+        kernel::detail::montgomery_product_outlined<limbs_v<T>>(x.limb, bbar.limb, cbar.limb, m.limb, M.mprime.limb[0]);
         KESH_AGREE(same(x, as_word<T>(bc_form)), "montgomery_product_columns");
     }
     // The reference form: separate product and reduction.

@@ -28,7 +28,7 @@ verdict check_products(const operands<T>& s) {
         math_mul_low_recursive(s.a, s.b, lo);
         KESH_AGREE(same(lo, expected_lo), "math_mul_low_recursive");
         // The form for every processor, which the dispatch hides on newer ones.
-        kernel::full_product_columns<limbs_v<T>>(lo.limb, hi.limb, s.a.limb, s.b.limb);
+        kernel::detail::full_product_outlined<limbs_v<T>>(lo.limb, hi.limb, s.a.limb, s.b.limb);
         KESH_AGREE(same(lo, expected_lo) && same(hi, expected_hi), "full_product_columns");
         KESH_AGREE(s.a * s.b == expected_lo && (lo = s.a, lo *= s.b) == expected_lo, "*");
         KESH_AGREE(s.a * s.limb == s.a * T(s.limb), "T * umint");
