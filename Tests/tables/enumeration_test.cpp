@@ -36,9 +36,9 @@ TEST(OrderOfTwo, IsTheLeastExponentForEveryPrimeOfAWindow) {
 
 TEST(OrderOfTwo, KnowsPrimesWithSmallOrderUpToTheTop) {
     const auto orderOf = [](u64 p) { return ordersOfTwo(p, p + 1).at(0).order; };
-    EXPECT_EQ(orderOf(2147483647), 31U);   // 2^31 - 1
-    EXPECT_EQ(orderOf(4278255361), 80U);   // divides 2^40 + 1
-    EXPECT_EQ(orderOf(2796203), 46U);      // divides 2^23 + 1
+    EXPECT_EQ(orderOf(2147483647), 31U);  // 2^31 - 1
+    EXPECT_EQ(orderOf(4278255361), 80U);  // divides 2^40 + 1
+    EXPECT_EQ(orderOf(2796203), 46U);     // divides 2^23 + 1
     EXPECT_EQ(orderOf(4294967291), 4294967290U);
 }
 
@@ -73,8 +73,8 @@ TEST(FermatFilter, KeepsStrongPseudoprimesOnly) {
     std::vector<u64> found;
     FermatFilter filter(found, 1);
     filter.push(2047, 89);
-    filter.push(341, 31);      // Fermat, not strong
-    filter.push(561, 17);      // Carmichael, not strong
+    filter.push(341, 31);  // Fermat, not strong
+    filter.push(561, 17);  // Carmichael, not strong
     filter.push(3277, 113);
     filter.push(3279, 1093);
     filter.flush();
@@ -230,7 +230,8 @@ TEST(SmoothSearch, FindsWhatTheProgressionOfTheLargestPrimeFinds) {
     const SmoothSearch smooth(~u64{0}, (u64{1} << 22) + 2000);
     ProgressionSearch progression(~u64{0});
     u64 total = 0;
-    for (const auto& [lo, hi] : {std::pair{u64{1} << 20, (u64{1} << 20) + 120}, {u64{1} << 22, (u64{1} << 22) + 1500}}) {
+    for (const auto& [lo, hi] :
+         {std::pair{u64{1} << 20, (u64{1} << 20) + 120}, {u64{1} << 22, (u64{1} << 22) + 1500}}) {
         for (const PrimeOrder& p : ordersOfTwo(lo, hi)) {
             if (p.order < p.prime / 10) continue;
             std::vector<u64> found;

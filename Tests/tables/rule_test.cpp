@@ -50,7 +50,8 @@ TEST(LowBucket, AgreesWithThePlainTest) {
     for (u64 n = 65537; n < u64{1} << 32; n += 2) {
         if (bucketOf(n) != bucket || !isStrongProbablePrime(n, base)) continue;
         const Modulus mod(n);
-        const bool prime = isStrongProbablePrime(mod, 2) && isStrongProbablePrime(mod, 7) && isStrongProbablePrime(mod, 61);
+        const bool prime =
+            isStrongProbablePrime(mod, 2) && isStrongProbablePrime(mod, 7) && isStrongProbablePrime(mod, 61);
         if (!prime) passing = static_cast<u32>(n);
     }
     EXPECT_EQ(passing, 450016901U);
@@ -79,7 +80,9 @@ class CompositeWindow {
             }
         }
     }
-    [[nodiscard]] bool isHard(u64 i) const { return composite_[i] && !small_[i]; }
+    [[nodiscard]] bool isHard(u64 i) const {
+        return composite_[i] && !small_[i];
+    }
 
   private:
     static bool isSmallPrime(u64 p) {
@@ -120,7 +123,8 @@ TEST(Bases32, Long_ClearEveryOddCompositeBelowTwoToThe32) {
     std::vector<std::jthread> threads;
     for (unsigned i = 0; i < std::max(1U, std::thread::hardware_concurrency()); ++i) {
         threads.emplace_back([&] {
-            for (u64 k; (k = next++) < (u64{1} << 32) / CompositeWindow::length;) passes += passes32(k * CompositeWindow::length);
+            for (u64 k; (k = next++) < (u64{1} << 32) / CompositeWindow::length;)
+                passes += passes32(k * CompositeWindow::length);
         });
     }
     threads.clear();

@@ -44,14 +44,16 @@ std::optional<u64> BucketWalk::next() {
     if (!started_) {
         started_ = true;
         if (position_ >= length_) {
-            const auto t = firstInRange(step_, hash_range, hash_range - position_, hash_range - position_ + length_ - 1);
+            const auto t =
+                firstInRange(step_, hash_range, hash_range - position_, hash_range - position_ + length_ - 1);
             if (!t) return std::nullopt;
             advance(*t);
         }
         return member_;
     }
     if (!up_) {
-        // Only steps with a large power of two, or an interval of one whole turn, lack such moves: then every member is tried.
+        // Only steps with a large power of two, or an interval of one whole turn, lack such moves: then every member is
+        // tried.
         const Move none{0, 0};
         const auto up = firstInRange(step_, hash_range, 1, length_ - 1);
         const auto down = firstInRange(step_, hash_range, hash_range - length_ + 1, hash_range - 1);

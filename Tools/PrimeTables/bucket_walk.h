@@ -1,9 +1,11 @@
 /// @file   bucket_walk.h
-/// @brief  Members of an arithmetic progression whose hash lies in a block of neighbouring buckets, without visiting the others.
+/// @brief  Members of an arithmetic progression whose hash lies in a block of neighbouring buckets, without visiting
+/// the others.
 ///
-/// The hash is linear modulo 2^32 before its shift, so along n = a + t d it advances by a constant c modulo 2^32, and a block of
-/// buckets is an interval of it. By the three-gap theorem the steps between successive members inside the interval are r, s or
-/// r + s, where r and s are the least steps that move the hash up, or down, by less than the interval's length.
+/// The hash is linear modulo 2^32 before its shift, so along n = a + t d it advances by a constant c modulo 2^32, and a
+/// block of buckets is an interval of it. By the three-gap theorem the steps between successive members inside the
+/// interval are r, s or r + s, where r and s are the least steps that move the hash up, or down, by less than the
+/// interval's length.
 #pragma once
 
 #include <optional>
@@ -16,10 +18,13 @@ namespace prime_tables {
 struct BucketBlock {
     u32 first = 0;
     u32 count = bucket_count;
-    [[nodiscard]] bool contains(u64 n) const { return bucketOf(n) - first < count; }
+    [[nodiscard]] bool contains(u64 n) const {
+        return bucketOf(n) - first < count;
+    }
 };
 
-/// Least t >= 0 with low <= (a * t) mod modulus <= high; nothing when there is none. 0 <= low <= high < modulus <= 2^32.
+/// Least t >= 0 with low <= (a * t) mod modulus <= high; nothing when there is none. 0 <= low <= high < modulus <=
+/// 2^32.
 std::optional<u64> firstInRange(u64 a, u64 modulus, u64 low, u64 high);
 
 class BucketWalk {

@@ -62,7 +62,8 @@ void runChunks(const std::vector<Chunk>& chunks, const RunnerOptions& options,
             found += numbers.size();
             const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
             fmt::print("{}: {} found; {} of {} chunks, {} found, {:.0f} s, about {:.0f} s left\n", chunk->fileName(),
-                       numbers.size(), done, open.size(), found, seconds, seconds * (open_cost - done_cost) / done_cost);
+                       numbers.size(), done, open.size(), found, seconds,
+                       seconds * (open_cost - done_cost) / done_cost);
             std::fflush(stdout);
         }
     };

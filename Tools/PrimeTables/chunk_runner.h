@@ -36,8 +36,8 @@ class PauseGate {
     std::filesystem::path file_;
 };
 
-/// Runs `work` for every chunk without a result yet, in order. A result is a file of little-endian 64-bit numbers, sorted, and
-/// appears under its name only when it is complete; so a run that was cut off goes on where it stopped.
+/// Runs `work` for every chunk without a result yet, in order. A result is a file of little-endian 64-bit numbers,
+/// sorted, and appears under its name only when it is complete; so a run that was cut off goes on where it stopped.
 void runChunks(const std::vector<Chunk>& chunks, const RunnerOptions& options,
                const std::function<std::vector<u64>(const Chunk&, const PauseGate&)>& work);
 

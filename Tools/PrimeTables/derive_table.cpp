@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "bucket_walk.h"
+#include "header_writer.h"
 #include "number_file.h"
 #include "table_rule.h"
 
@@ -23,6 +24,7 @@ struct Arguments {
     std::filesystem::path output;
     std::filesystem::path compare;
     std::filesystem::path merged;
+    std::filesystem::path earlier;
     std::vector<u32> buckets;
     BucketBlock block;
     unsigned threads = 1;
@@ -42,7 +44,9 @@ std::vector<u64> readFolders(const std::vector<std::filesystem::path>& folders) 
 }
 
 void printCounts(const std::vector<u64>& numbers) {
-    const auto below = [&](u64 bound) { return std::lower_bound(numbers.begin(), numbers.end(), bound) - numbers.begin(); };
+    const auto below = [&](u64 bound) {
+        return std::lower_bound(numbers.begin(), numbers.end(), bound) - numbers.begin();
+    };
     u64 power = 10;
     for (int exponent = 1; exponent < 20; ++exponent, power *= 10) {
         if (power > least) fmt::print("2^32 <= n < 10^{}: {}\n", exponent, below(power));
@@ -50,7 +54,16 @@ void printCounts(const std::vector<u64>& numbers) {
     fmt::print("2^32 <= n < 2^50: {}\n2^32 <= n < 2^64: {}\n", below(third_base_from_with_margin), numbers.size());
 }
 
-std::vector<u32> derive(const std::vector<u64>& numbers, const BucketBlock& block, unsigned thread_count) {
+/// More pseudoprimes can only raise the least base: where the base derived from some of them clears all, it stays the
+/// least.
+bool stillClears(u32 base, const std::vector<u64>& pseudoprimes) {
+    return std::all_of(pseudoprimes.begin(), pseudoprimes.end(),
+                       [base](u64 n) { return clears(base, n, third_base_from_with_margin); });
+}
+
+/// Bases that are not 0 in `earlier` are taken over where they still clear their bucket.
+std::vector<u32> derive(const std::vector<u64>& numbers, const BucketBlock& block, const std::vector<u32>& earlier,
+                        unsigned thread_count) {
     std::vector<std::vector<u64>> buckets(bucket_count);
     for (const u64 n : numbers) {
         if (block.contains(n)) buckets[bucketOf(n)].push_back(n);
@@ -59,7 +72,9 @@ std::vector<u32> derive(const std::vector<u64>& numbers, const BucketBlock& bloc
     std::atomic<u32> next = block.first;
     const auto worker = [&] {
         for (u32 bucket; (bucket = next++) < block.first + block.count;) {
-            table[bucket] = leastBase(bucket, buckets[bucket]);
+            const u32 known = earlier[bucket];
+            table[bucket] =
+                known != 0 && stillClears(known, buckets[bucket]) ? known : leastBase(bucket, buckets[bucket]);
             if (bucket % 1024 == 0) fmt::print(stderr, "bucket {} of {}\n", bucket, bucket_count);
         }
     };
@@ -70,14 +85,14 @@ std::vector<u32> derive(const std::vector<u64>& numbers, const BucketBlock& bloc
 }
 
 bool compareTables(const std::vector<u32>& table, const BucketBlock& block, const std::filesystem::path& path) {
-    std::ifstream in(path);
+    const std::vector<u32> others = readTable(path);
+    if (others.size() != bucket_count) throw std::runtime_error("not 16384 values in " + path.string());
     std::size_t equal = 0;
     std::size_t smaller = 0;
     std::size_t larger = 0;
     for (u32 bucket = 0; bucket < bucket_count; ++bucket) {
-        u32 other;
-        if (!(in >> other)) throw std::runtime_error("too few values in " + path.string());
         if (bucket - block.first >= block.count) continue;
+        const u32 other = others[bucket];
         equal += table[bucket] == other;
         smaller += table[bucket] < other;
         larger += table[bucket] > other;
@@ -96,9 +111,12 @@ int main(int argc, char** argv) {
     CLI::App app{"Derives, bucket by bucket, the least base that clears the enumerated base-2 strong pseudoprimes."};
     app.add_option("folders", arguments.folders, "folders with the results of the enumeration")->required();
     app.add_option("--output", arguments.output, "table to write, one decimal value a line");
-    app.add_option("--compare", arguments.compare, "table to compare with, in the same form; exit status 2 when it differs");
+    app.add_option("--compare", arguments.compare,
+                   "table to compare with, in the same form; exit status 2 when it differs");
+    app.add_option("--earlier", arguments.earlier, "table derived from a part of these pseudoprimes, to save time");
     app.add_option("--merged", arguments.merged, "write all pseudoprimes, sorted, into this file");
-    app.add_option("--buckets", arguments.buckets, "first bucket and number of buckets of a block; nothing: all buckets")
+    app.add_option("--buckets", arguments.buckets,
+                   "first bucket and number of buckets of a block; nothing: all buckets")
         ->expected(2);
     app.add_option("--threads", arguments.threads, "threads")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
@@ -106,7 +124,9 @@ int main(int argc, char** argv) {
     const std::vector<u64> numbers = readFolders(arguments.folders);
     printCounts(numbers);
     if (!arguments.merged.empty()) writeNumbers(arguments.merged, numbers);
-    const std::vector<u32> table = derive(numbers, arguments.block, arguments.threads);
+    const std::vector<u32> earlier =
+        arguments.earlier.empty() ? std::vector<u32>(bucket_count) : readTable(arguments.earlier);
+    const std::vector<u32> table = derive(numbers, arguments.block, earlier, arguments.threads);
     const bool same = arguments.compare.empty() || compareTables(table, arguments.block, arguments.compare);
     if (!arguments.output.empty()) {
         std::ofstream out(arguments.output);

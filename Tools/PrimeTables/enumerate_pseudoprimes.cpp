@@ -99,8 +99,10 @@ int main(int argc, char** argv) {
     using namespace prime_tables;
     Arguments arguments;
     CLI::App app{"Enumerates base-2 strong pseudoprimes by their prime factors, in resumable chunks."};
-    app.add_option("--search", arguments.search, "progression: every n with a prime factor in [from, to); smooth: every n whose largest prime factor is "
-                   "in [from, to), to at most 2^24")
+    app.add_option(
+           "--search", arguments.search,
+           "progression: every n with a prime factor in [from, to); smooth: every n whose largest prime factor is "
+           "in [from, to), to at most 2^24")
         ->capture_default_str()
         ->check(CLI::IsMember({"progression", "smooth"}));
     app.add_option("--from", arguments.from, "least prime factor searched")->capture_default_str();
@@ -109,7 +111,8 @@ int main(int argc, char** argv) {
     app.add_option("--largest", arguments.largest, "largest pseudoprime searched")->capture_default_str();
     app.add_option("--ratio", arguments.ratio, "progression: only n with n / p <= ratio * p; 0: all")
         ->capture_default_str();
-    app.add_option("--buckets", arguments.buckets, "first bucket and number of buckets of a block; nothing: all buckets")
+    app.add_option("--buckets", arguments.buckets,
+                   "first bucket and number of buckets of a block; nothing: all buckets")
         ->expected(2);
     app.add_option("--output", arguments.runner.output, "folder of the results")->required();
     app.add_option("--pause-file", arguments.runner.pause_file, "wait while this file exists");
@@ -122,9 +125,8 @@ int main(int argc, char** argv) {
             return smoothWork(chunk, gate, arguments, search);
         });
     } else {
-        runChunks(progressionChunks(arguments), arguments.runner, [&](const Chunk& chunk, const PauseGate& gate) {
-            return progressionWork(chunk, gate, arguments);
-        });
+        runChunks(progressionChunks(arguments), arguments.runner,
+                  [&](const Chunk& chunk, const PauseGate& gate) { return progressionWork(chunk, gate, arguments); });
     }
     return 0;
 }

@@ -1,10 +1,6 @@
 #include "fermat_filter.h"
 
-// GCC 12 takes its own intrinsics' undefined pass-through operands for a mistake of ours.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#include <immintrin.h>
-#pragma GCC diagnostic pop
+#include "intrinsics.h"
 
 namespace prime_tables {
 
@@ -19,12 +15,12 @@ u64 fermatMaskPortable(const u64* n, const u64* m) {
 
 namespace {
 
-/// Montgomery form with R = 2^52, residues kept in (0, 2m] by adding m before the subtraction; a doubling may follow before
-/// the next square, as (4m)^2 < 2^52 m for m < 2^48.
+/// Montgomery form with R = 2^52, residues kept in (0, 2m] by adding m before the subtraction; a doubling may follow
+/// before the next square, as (4m)^2 < 2^52 m for m < 2^48.
 ///
-/// The ladder starts for nothing: x = 2^j is the form of 2^(j-52), so with E = -ceil(e / 2^59) it holds 2^E, and 59 squarings
-/// with the bits of -e - E 2^59 lead to 2^(-e), which is 1 exactly when 2^e is. The exponent is first shifted up to 64 bits:
-/// a multiple of n - 1, so the condition stays necessary, and the strong test that follows is exact.
+/// The ladder starts for nothing: x = 2^j is the form of 2^(j-52), so with E = -ceil(e / 2^59) it holds 2^E, and 59
+/// squarings with the bits of -e - E 2^59 lead to 2^(-e), which is 1 exactly when 2^e is. The exponent is first shifted
+/// up to 64 bits: a multiple of n - 1, so the condition stays necessary, and the strong test that follows is exact.
 __attribute__((target("avx512f,avx512dq,avx512cd,avx512ifma"))) u64 fermatMaskIfma(const u64* n, const u64* m) {
     constexpr std::size_t vectors = FermatFilter::batch / 8;
     constexpr int squarings = 59;
@@ -45,7 +41,8 @@ __attribute__((target("avx512f,avx512dq,avx512cd,avx512ifma"))) u64 fermatMaskIf
         inverse[i] = y;
         __m512i e = _mm512_sub_epi64(_mm512_load_si512(n + 8 * i), one);
         e = _mm512_sllv_epi64(e, _mm512_lzcnt_epi64(e));
-        const __m512i top = _mm512_add_epi64(_mm512_srli_epi64(_mm512_sub_epi64(e, one), squarings), one);  // -E, 16 to 32
+        const __m512i top =
+            _mm512_add_epi64(_mm512_srli_epi64(_mm512_sub_epi64(e, one), squarings), one);  // -E, 16 to 32
         x[i] = _mm512_sllv_epi64(one, _mm512_sub_epi64(_mm512_set1_epi64(52), top));
         bits[i] = _mm512_slli_epi64(_mm512_sub_epi64(zero, e), 64 - squarings);
     }

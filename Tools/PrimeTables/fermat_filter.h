@@ -1,9 +1,9 @@
 /// @file   fermat_filter.h
 /// @brief  Collects candidates n = d * m and keeps the base-2 strong pseudoprimes among them.
 ///
-/// The candidates of both searches satisfy 2^(n-1) = 1 modulo d by construction, so the test that rejects nearly all of them
-/// runs modulo the cofactor m alone. With AVX-512 IFMA a batch of cofactors below 2^48 is raised side by side in 52-bit
-/// Montgomery form; elsewhere, and for larger cofactors, one at a time. Survivors take the full strong test.
+/// The candidates of both searches satisfy 2^(n-1) = 1 modulo d by construction, so the test that rejects nearly all of
+/// them runs modulo the cofactor m alone. With AVX-512 IFMA a batch of cofactors below 2^48 is raised side by side in
+/// 52-bit Montgomery form; elsewhere, and for larger cofactors, one at a time. Survivors take the full strong test.
 #pragma once
 
 #include <array>
@@ -31,7 +31,9 @@ class FermatFilter {
     /// Tests what is still waiting. To be called once after the last push.
     void flush();
 
-    [[nodiscard]] u64 tested() const { return tested_; }
+    [[nodiscard]] u64 tested() const {
+        return tested_;
+    }
 
     static constexpr std::size_t batch = 48;
 

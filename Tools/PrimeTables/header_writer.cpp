@@ -63,7 +63,8 @@ std::vector<u32> applyExceptions(std::vector<u32> derived, const std::vector<Tab
     for (const TableException& exception : exceptions) {
         u32& value = derived.at(exception.bucket);
         if (value != exception.derived || value == exception.published) {
-            throw std::runtime_error(fmt::format("the exception of bucket {} does not fit the table", exception.bucket));
+            throw std::runtime_error(
+                fmt::format("the exception of bucket {} does not fit the table", exception.bucket));
         }
         value = exception.published;
     }

@@ -23,8 +23,8 @@ std::vector<u32> readTable(const std::filesystem::path& path);
 /// Lines "bucket derived published"; lines that begin with # are comments.
 std::vector<TableException> readExceptions(const std::filesystem::path& path);
 
-/// The derived table with the exceptions put in. Throws std::runtime_error unless every exception names a bucket once, the value
-/// derived there, and another one.
+/// The derived table with the exceptions put in. Throws std::runtime_error unless every exception names a bucket once,
+/// the value derived there, and another one.
 std::vector<u32> applyExceptions(std::vector<u32> derived, const std::vector<TableException>& exceptions);
 
 /// 16,384 words: bit k of the whole stands for 2 k + 3 and is 1 when that is prime.

@@ -13,10 +13,11 @@ class LowBucket {
     /// Lists the odd composites 2^16 < n < 2^32 of the bucket: above every base.
     explicit LowBucket(u32 bucket);
 
-    /// The first composite that is a strong probable prime to the base, in the order of the hash; 0 when none is.
+    /// The first composite that is a strong probable prime to the base, in no order; 0 when none is.
     [[nodiscard]] u32 firstPassing(u32 base) const;
 
   private:
+    LowBucket() = default;
     void append(u32 n);
     void fillUp();
     void dropPrimes();

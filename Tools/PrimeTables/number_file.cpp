@@ -19,7 +19,8 @@ void readNumbers(const std::filesystem::path& path, std::vector<u64>& numbers) {
 
 void writeNumbers(const std::filesystem::path& path, const std::vector<u64>& numbers) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(numbers.data()), static_cast<std::streamsize>(numbers.size() * sizeof(u64)));
+    out.write(reinterpret_cast<const char*>(numbers.data()),
+              static_cast<std::streamsize>(numbers.size() * sizeof(u64)));
     out.close();
     if (!out) throw std::runtime_error("cannot write " + path.string());
 }

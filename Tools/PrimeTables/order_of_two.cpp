@@ -56,7 +56,8 @@ void appendWindow(u64 lo, u64 hi, std::vector<PrimeOrder>& result) {
             if (s != none) factors[s].prime[factors[s].count++] = r;
         }
     }
-    for (std::size_t i = 0; i < primes.size(); ++i) result.push_back({primes[i], orderFromFactors(primes[i], factors[i])});
+    for (std::size_t i = 0; i < primes.size(); ++i)
+        result.push_back({primes[i], orderFromFactors(primes[i], factors[i])});
 }
 
 }  // namespace

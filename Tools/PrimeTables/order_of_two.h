@@ -13,11 +13,13 @@ namespace prime_tables {
 struct PrimeOrder {
     u32 prime;
     u32 order;  ///< least k > 0 with 2^k = 1 modulo prime
-    [[nodiscard]] int valuation() const { return std::countr_zero(order); }
+    [[nodiscard]] int valuation() const {
+        return std::countr_zero(order);
+    }
 };
 
-/// Orders of all odd primes lo <= p < hi <= 2^32, ascending. The predecessors p - 1 are factored by a sieve of the whole
-/// range, about 0.4 microseconds a prime near 2^32.
+/// Orders of all odd primes lo <= p < hi <= 2^32, ascending. The predecessors p - 1 are factored by a sieve of the
+/// whole range, about 0.4 microseconds a prime near 2^32.
 std::vector<PrimeOrder> ordersOfTwo(u64 lo, u64 hi);
 
 }  // namespace prime_tables

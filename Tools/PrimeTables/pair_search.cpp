@@ -3,11 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#include <immintrin.h>
-#pragma GCC diagnostic pop
+#include "intrinsics.h"
 
 namespace prime_tables {
 
@@ -23,8 +19,8 @@ u64 cofactorStep(const PrimeOrder& p) {
 
 }  // namespace
 
-void searchPairsPortable(const PrimeOrder& p, const PrimeColumn& column, std::size_t from, std::size_t to, double largest,
-                         const std::function<void(u64 q, u64 m)>& hit) {
+void searchPairsPortable(const PrimeOrder& p, const PrimeColumn& column, std::size_t from, std::size_t to,
+                         double largest, const std::function<void(u64 q, u64 m)>& hit) {
     const u64 step = cofactorStep(p);
     for (std::size_t i = from; i < to; ++i) {
         const u64 q = column.prime[i];
@@ -59,7 +55,8 @@ KESH_TABLES_AVX512 inline __m512d multiplyModulo(__m512d a, __m512d b, __m512d m
     return _mm512_fnmadd_pd(nearest(_mm512_mul_pd(product, inverse)), modulus, product);
 }
 
-/// The prime factor of an order below 2^24 that is at least least_paired_prime: there is at most one. 1 when there is none.
+/// The prime factor of an order below 2^24 that is at least least_paired_prime: there is at most one. 1 when there is
+/// none.
 u32 largePrimeFactor(u32 order) {
     static_assert(u64{least_paired_prime} * least_paired_prime >= u64{1} << 24);
     order >>= std::countr_zero(order);
@@ -87,8 +84,9 @@ void invertAll(std::array<double, lanes>& residues, u64 modulus) {
     }
 }
 
-KESH_TABLES_AVX512 void searchPairsAvx512(const PrimeOrder& p, const PrimeColumn& column, std::size_t from, std::size_t to,
-                                          double largest, const std::function<void(u64 q, u64 m)>& hit) {
+KESH_TABLES_AVX512 void searchPairsAvx512(const PrimeOrder& p, const PrimeColumn& column, std::size_t from,
+                                          std::size_t to, double largest,
+                                          const std::function<void(u64 q, u64 m)>& hit) {
     const __m512d one = _mm512_set1_pd(1.0);
     const __m512d zero = _mm512_setzero_pd();
     const u64 step_number = cofactorStep(p);
@@ -132,7 +130,8 @@ KESH_TABLES_AVX512 void searchPairsAvx512(const PrimeOrder& p, const PrimeColumn
                 __mmask8 valid;
                 const std::size_t index = block + row * lanes + 8 * k;
                 const __m512d q = loadPrime(row, k, valid);
-                __m512d m = multiplyModulo(product[k], _mm512_load_pd(&prefix[row * lanes + 8 * k]), step, inverse_step);
+                __m512d m =
+                    multiplyModulo(product[k], _mm512_load_pd(&prefix[row * lanes + 8 * k]), step, inverse_step);
                 product[k] = multiplyModulo(product[k], q, step, inverse_step);
                 m = _mm512_mask_add_pd(m, _mm512_cmp_pd_mask(m, zero, _CMP_LT_OQ), m, step);
                 const __m512d bound = _mm512_div_pd(bound_times_q, q);
@@ -142,7 +141,8 @@ KESH_TABLES_AVX512 void searchPairsAvx512(const PrimeOrder& p, const PrimeColumn
                 const __m512d inverse_order = _mm512_div_pd(one, order);
                 do {
                     const __m512d residue = multiplyModulo(prime, m, order, inverse_order);
-                    for (u32 hits = _mm512_mask_cmp_pd_mask(open, residue, one, _CMP_EQ_OQ); hits != 0; hits &= hits - 1) {
+                    for (u32 hits = _mm512_mask_cmp_pd_mask(open, residue, one, _CMP_EQ_OQ); hits != 0;
+                         hits &= hits - 1) {
                         const auto lane = static_cast<std::size_t>(std::countr_zero(hits));
                         alignas(64) std::array<double, 8> cofactor;
                         _mm512_store_pd(cofactor.data(), m);
@@ -160,8 +160,8 @@ KESH_TABLES_AVX512 void searchPairsAvx512(const PrimeOrder& p, const PrimeColumn
 
 void searchPairs(const PrimeOrder& p, const PrimeColumn& column, std::size_t from, std::size_t to, double largest,
                  const std::function<void(u64 q, u64 m)>& hit) {
-    static const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-                               __builtin_cpu_supports("avx512vl");
+    static const bool avx512 =
+        __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl");
     if (from >= to) return;
     (avx512 ? searchPairsAvx512 : searchPairsPortable)(p, column, from, to, largest, hit);
 }

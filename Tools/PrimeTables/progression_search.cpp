@@ -46,8 +46,8 @@ void ProgressionSearch::searchBlock(const PrimeOrder& p, const Progression& cofa
     }
 }
 
-/// Members m = first + t * step. A small prime q divides m for t = t0 modulo q. Then n must be 1 modulo ord_q, which no t
-/// does when the valuations differ, every t when ord_q divides step, and else one t in w = ord_q / gcd(ord_q, step).
+/// Members m = first + t * step. A small prime q divides m for t = t0 modulo q. Then n must be 1 modulo ord_q, which no
+/// t does when the valuations differ, every t when ord_q divides step, and else one t in w = ord_q / gcd(ord_q, step).
 void ProgressionSearch::searchAll(const PrimeOrder& p, const Progression& cofactors, FermatFilter& filter) {
     const auto [first, step, members] = cofactors;
     const auto push = [&, first = first, step = step](u64 t) {

@@ -1,9 +1,9 @@
 /// @file   progression_search.h
 /// @brief  Every base-2 strong pseudoprime with a given prime factor p, found in the progression of its cofactor.
 ///
-/// If p divides n then 2^(n-1) = 1 modulo p, so the order o of 2 modulo p divides n - 1, and with it the cofactor satisfies
-/// n / p = 1 modulo o. The conditions of cofactor_conditions.h leave a half to a quarter of this progression, and a sieve by
-/// small primes leaves about a tenth of that for the Fermat test.
+/// If p divides n then 2^(n-1) = 1 modulo p, so the order o of 2 modulo p divides n - 1, and with it the cofactor
+/// satisfies n / p = 1 modulo o. The conditions of cofactor_conditions.h leave a half to a quarter of this progression,
+/// and a sieve by small primes leaves about a tenth of that for the Fermat test.
 #pragma once
 
 #include <vector>
@@ -23,7 +23,9 @@ class ProgressionSearch {
     void search(const PrimeOrder& p, FermatFilter& filter);
 
     /// Number of progression members visited so far, before the sieve.
-    [[nodiscard]] u64 visited() const { return visited_; }
+    [[nodiscard]] u64 visited() const {
+        return visited_;
+    }
 
   private:
     /// Cofactors first + t * step for 0 <= t < members.

@@ -1,5 +1,6 @@
 /// @file   select_sample.cpp
-/// @brief  Picks the hardest of the enumerated pseudoprimes in every bucket as test data for the library's primality tests.
+/// @brief  Picks the hardest of the enumerated pseudoprimes in every bucket as test data for the library's primality
+/// tests.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
@@ -30,14 +31,23 @@ Scored score(u64 n) {
     return {n, passed};
 }
 
-/// The hardest number that the second base must clear alone, so that a wrong base in this bucket is noticed, and then the
-/// hardest of all.
+/// Most numbers fail both of the first bases and would come last anyway.
+bool isEasy(u64 n) {
+    const Modulus mod(n);
+    return n >= third_base_from && !isStrongProbablePrime(mod, 3) && !isStrongProbablePrime(mod, 5);
+}
+
+/// The hardest number that the second base must clear alone, so that a wrong base in this bucket is noticed, and then
+/// the hardest of all.
 std::vector<u64> pick(const std::vector<u64>& bucket, std::size_t count) {
     std::vector<Scored> scored;
-    for (const u64 n : bucket) scored.push_back(score(n));
+    for (const u64 n : bucket) {
+        if (!isEasy(n)) scored.push_back(score(n));
+    }
     const auto harder = [](const Scored& a, const Scored& b) { return a.passed > b.passed; };
     std::stable_sort(scored.begin(), scored.end(), harder);
-    const auto alone = std::find_if(scored.begin(), scored.end(), [](const Scored& s) { return s.n < third_base_from; });
+    const auto alone =
+        std::find_if(scored.begin(), scored.end(), [](const Scored& s) { return s.n < third_base_from; });
     if (alone != scored.end()) std::rotate(scored.begin(), alone, alone + 1);
     std::vector<u64> picked;
     for (std::size_t i = 0; i < std::min(count, scored.size()); ++i) picked.push_back(scored[i].n);

@@ -68,7 +68,8 @@ void SmoothSearch::search(const PrimeOrder& p, FermatFilter& filter) const {
         return static_cast<std::size_t>(at - c.primes.begin());
     };
     const std::size_t open = below(p.prime);
-    // A pair by vectors costs two cycles and half a cycle for each cofactor modulo ord_p; one by the recursion 400 at least.
+    // A pair by vectors costs two cycles and half a cycle for each cofactor modulo ord_p; one by the recursion 400 at
+    // least.
     const double square = static_cast<double>(p.prime) * static_cast<double>(p.order);
     const double balance = static_cast<double>(largest_) / square / 800;
     const u64 first_paired = std::max<u64>(least_paired_prime, static_cast<u64>(balance));

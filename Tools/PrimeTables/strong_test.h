@@ -1,7 +1,8 @@
 /// @file   strong_test.h
 /// @brief  Scalar 64-bit modular powers and strong probable-prime tests for the table generators.
 ///
-/// Deliberately not the library's own test: the tables judge the library, so the programs that make them share no code with it.
+/// Deliberately not the library's own test: the tables judge the library, so the programs that make them share no code
+/// with it.
 #pragma once
 
 #include <bit>
@@ -23,8 +24,12 @@ class Modulus {
         // n * n = 1 modulo 8: three correct bits, doubled by each Newton step.
         for (int bits = 3; bits < 64; bits *= 2) inverse_ *= 2 - n * inverse_;
     }
-    [[nodiscard]] u64 modulus() const { return n_; }
-    [[nodiscard]] u64 one() const { return one_; }
+    [[nodiscard]] u64 modulus() const {
+        return n_;
+    }
+    [[nodiscard]] u64 one() const {
+        return one_;
+    }
     [[nodiscard]] u64 multiply(u64 x, u64 y) const {
         const u128 product = static_cast<u128>(x) * y;
         const u64 high = static_cast<u64>(product >> 64);
@@ -32,9 +37,13 @@ class Modulus {
         const u64 subtrahend = static_cast<u64>((static_cast<u128>(quotient) * n_) >> 64);
         return high - subtrahend + (high < subtrahend ? n_ : 0);
     }
-    [[nodiscard]] u64 twice(u64 x) const { return x >= n_ - x ? x - (n_ - x) : x + x; }
+    [[nodiscard]] u64 twice(u64 x) const {
+        return x >= n_ - x ? x - (n_ - x) : x + x;
+    }
     /// Montgomery form of a small number.
-    [[nodiscard]] u64 enter(u64 a) const { return static_cast<u64>((static_cast<u128>(a % n_) << 64) % n_); }
+    [[nodiscard]] u64 enter(u64 a) const {
+        return static_cast<u64>((static_cast<u128>(a % n_) << 64) % n_);
+    }
     /// Montgomery form of 2^exponent.
     [[nodiscard]] u64 powerOfTwo(u64 exponent) const {
         u64 x = one_;
@@ -59,7 +68,8 @@ class Modulus {
     u64 one_;
 };
 
-/// True when n = mod.modulus() passes the strong test whose power base^e, e the odd part of n - 1, is x in Montgomery form.
+/// True when n = mod.modulus() passes the strong test whose power base^e, e the odd part of n - 1, is x in Montgomery
+/// form.
 inline bool passesFromOddPower(const Modulus& mod, u64 x) {
     const u64 minus_one = mod.modulus() - mod.one();
     if (x == mod.one() || x == minus_one) return true;

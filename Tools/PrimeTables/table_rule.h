@@ -1,8 +1,8 @@
 /// @file   table_rule.h
 /// @brief  The rule that fixes the second base of the 64-bit primality test in every bucket of its hash.
 ///
-/// What the test needs of a base: it clears the base-2 strong pseudoprimes of its bucket from 2^32 to 2^49 alone, and from there
-/// with the help of the third base that it names. The table asks for more while it can: see leastBase().
+/// What the test needs of a base: it clears the base-2 strong pseudoprimes of its bucket from 2^32 to 2^49 alone, and
+/// from there with the help of the third base that it names. The table asks for more while it can: see leastBase().
 #pragma once
 
 #include <array>
@@ -33,18 +33,18 @@ constexpr u64 third_base_from_with_margin = u64{1} << 50;
 /// Bases with margin are looked for below this.
 constexpr u32 bases_with_margin = 5 << 13;
 
-/// True when the second base, or from `third_from` on the third base that it names, proves the base-2 strong pseudoprime n
-/// composite.
+/// True when the second base, or from `third_from` on the third base that it names, proves the base-2 strong
+/// pseudoprime n composite.
 bool clears(u32 base, u64 n, u64 third_from);
 
-/// The least base in [2, end) that clears all given base-2 strong pseudoprimes of a bucket; with a low bucket, only a base
-/// that clears its composites alone as well, whether or not they pass base 2. 0 when there is none.
+/// The least base in [2, end) that clears all given base-2 strong pseudoprimes of a bucket; with a low bucket, only a
+/// base that clears its composites alone as well, whether or not they pass base 2. 0 when there is none.
 class LowBucket;
 u32 leastClearingBase(const std::vector<u64>& pseudoprimes, u64 third_from, u32 end, const LowBucket* low);
 
-/// The entry of the table: the least base below 5 * 2^13 with margin, that is, one which alone clears every odd composite
-/// between 2^16 and 2^32 and every base-2 strong pseudoprime below 2^50 of the bucket. Where there is none, the least base of
-/// 16 bits that does what the test needs. 0 when there is none either.
+/// The entry of the table: the least base below 5 * 2^13 with margin, that is, one which alone clears every odd
+/// composite between 2^16 and 2^32 and every base-2 strong pseudoprime below 2^50 of the bucket. Where there is none,
+/// the least base of 16 bits that does what the test needs. 0 when there is none either.
 u32 leastBase(u32 bucket, const std::vector<u64>& pseudoprimes);
 
 }  // namespace prime_tables
