@@ -88,7 +88,7 @@ TEST(PrimeData64, DiffersFromTheDerivedTableInTheListedBucketsOnly) {
     std::set<u32> listed;
     for (const TableException& exception : exceptions) listed.insert(exception.bucket);
     EXPECT_EQ(listed.size(), exceptions.size());
-    EXPECT_EQ(exceptions.size(), 99999U);
+    EXPECT_EQ(exceptions.size(), 0U);
     for (u32 bucket = 0; bucket < bucket_count; ++bucket) {
         EXPECT_EQ(derived[bucket] != kesh::prime_data64[bucket], listed.contains(bucket)) << bucket;
     }

@@ -54,14 +54,15 @@ void printCounts(const std::vector<u64>& numbers) {
     fmt::print("2^32 <= n < 2^50: {}\n2^32 <= n < 2^64: {}\n", below(third_base_from_with_margin), numbers.size());
 }
 
-/// More pseudoprimes can only raise the least base: where the base derived from some of them clears all, it stays the
-/// least.
+/// More pseudoprimes can only raise the least base with margin: where the one derived from some of them clears all, it
+/// stays. least.
 bool stillClears(u32 base, const std::vector<u64>& pseudoprimes) {
     return std::all_of(pseudoprimes.begin(), pseudoprimes.end(),
                        [base](u64 n) { return clears(base, n, third_base_from_with_margin); });
 }
 
-/// Bases that are not 0 in `earlier` are taken over where they still clear their bucket.
+/// Bases of `earlier` below the end of those with margin are taken over where they still clear their bucket; 0: not
+/// derived.
 std::vector<u32> derive(const std::vector<u64>& numbers, const BucketBlock& block, const std::vector<u32>& earlier,
                         unsigned thread_count) {
     std::vector<std::vector<u64>> buckets(bucket_count);
@@ -73,8 +74,9 @@ std::vector<u32> derive(const std::vector<u64>& numbers, const BucketBlock& bloc
     const auto worker = [&] {
         for (u32 bucket; (bucket = next++) < block.first + block.count;) {
             const u32 known = earlier[bucket];
-            table[bucket] =
-                known != 0 && stillClears(known, buckets[bucket]) ? known : leastBase(bucket, buckets[bucket]);
+            table[bucket] = known != 0 && known < bases_with_margin && stillClears(known, buckets[bucket])
+                                ? known
+                                : leastBase(bucket, buckets[bucket]);
             if (bucket % 1024 == 0) fmt::print(stderr, "bucket {} of {}\n", bucket, bucket_count);
         }
     };

@@ -83,8 +83,8 @@ KESH_TABLES_AVX512 u32 strongMaskAvx512(const Columns& c, u32 base) {
 }
 
 u32 strongMask(const Columns& c, u32 base) {
-    static const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-                               __builtin_cpu_supports("avx512cd");
+    static const bool avx512 =
+        __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512cd");
     return avx512 ? strongMaskAvx512(c, base) : strongMaskPortable(c, base);
 }
 
@@ -117,8 +117,8 @@ void LowBucket::fillUp() {
     while (modulus_.size() % lanes != 0) append(filler);
 }
 
-/// Strong tests to the bases 2, 7 and 61 decide below 4,759,123,141 (G. Jaeschke, On strong pseudoprimes to several bases,
-/// 1993). What passes base 2 is set aside and takes the other two.
+/// Strong tests to the bases 2, 7 and 61 decide below 4,759,123,141 (G. Jaeschke, On strong pseudoprimes to several
+/// bases, 1993). What passes base 2 is set aside and takes the other two.
 void LowBucket::dropPrimes() {
     LowBucket suspects;
     std::size_t kept = 0;

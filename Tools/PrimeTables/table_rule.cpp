@@ -13,10 +13,10 @@ bool clears(u32 base, u64 n, u64 third_from) {
     return n >= third_from && !isStrongProbablePrime(mod, third_bases[thirdIndex(base)]);
 }
 
-u32 leastClearingBase(const std::vector<u64>& pseudoprimes, u64 third_from, u32 end, const LowBucket* low) {
+u32 leastClearingBase(const std::vector<u64>& pseudoprimes, u64 third_from, BaseRange range, const LowBucket* low) {
     std::vector<Modulus> open;  // what the third base of the present range leaves to the second
-    for (u32 base = 2; base < end; ++base) {
-        if (base == 2 || thirdIndex(base) != thirdIndex(base - 1)) {
+    for (u32 base = range.first; base < range.end; ++base) {
+        if (base == range.first || thirdIndex(base) != thirdIndex(base - 1)) {
             open.clear();
             for (const u64 n : pseudoprimes) {
                 const Modulus mod(n);
@@ -36,9 +36,15 @@ u32 leastClearingBase(const std::vector<u64>& pseudoprimes, u64 third_from, u32 
 }
 
 u32 leastBase(u32 bucket, const std::vector<u64>& pseudoprimes) {
+    constexpr BaseRange with_margin = {2, bases_with_margin};
+    constexpr std::array<BaseRange, 4> without = {with_margin, BaseRange{6 << 13, 7 << 13}, BaseRange{5 << 13, 6 << 13},
+                                                  BaseRange{7 << 13, 8 << 13}};
     const LowBucket low(bucket);
-    const u32 base = leastClearingBase(pseudoprimes, third_base_from_with_margin, bases_with_margin, &low);
-    return base != 0 ? base : leastClearingBase(pseudoprimes, third_base_from, 1 << 16, nullptr);
+    u32 base = leastClearingBase(pseudoprimes, third_base_from_with_margin, with_margin, &low);
+    for (std::size_t i = 0; base == 0 && i < without.size(); ++i) {
+        base = leastClearingBase(pseudoprimes, third_base_from, without[i], nullptr);
+    }
+    return base;
 }
 
 }  // namespace prime_tables

@@ -37,14 +37,22 @@ constexpr u32 bases_with_margin = 5 << 13;
 /// pseudoprime n composite.
 bool clears(u32 base, u64 n, u64 third_from);
 
-/// The least base in [2, end) that clears all given base-2 strong pseudoprimes of a bucket; with a low bucket, only a
-/// base that clears its composites alone as well, whether or not they pass base 2. 0 when there is none.
 class LowBucket;
-u32 leastClearingBase(const std::vector<u64>& pseudoprimes, u64 third_from, u32 end, const LowBucket* low);
+
+/// Bases first <= b < end.
+struct BaseRange {
+    u32 first;
+    u32 end;
+};
+
+/// The least base of the range that clears all given base-2 strong pseudoprimes of a bucket; with a low bucket, only a
+/// base that clears its composites alone as well, whether or not they pass base 2. 0 when there is none.
+u32 leastClearingBase(const std::vector<u64>& pseudoprimes, u64 third_from, BaseRange range, const LowBucket* low);
 
 /// The entry of the table: the least base below 5 * 2^13 with margin, that is, one which alone clears every odd
 /// composite between 2^16 and 2^32 and every base-2 strong pseudoprime below 2^50 of the bucket. Where there is none,
-/// the least base of 16 bits that does what the test needs. 0 when there is none either.
+/// the first base that does what the test needs: those below 5 * 2^13 are tried first, then those with third base 65,
+/// 117 and 29, each in ascending order. 0 when there is none either.
 u32 leastBase(u32 bucket, const std::vector<u64>& pseudoprimes);
 
 }  // namespace prime_tables
