@@ -1,6 +1,0 @@
-# CMake generated Testfile for 
-# Source directory: /tmp/wt/kernels/Tests/primality64
-# Build directory: /tmp/wt/kernels/build-clang/Tests/primality64
-# 
-# This file includes the relevant testing commands required for 
-# testing this directory and lists subdirectories to be tested as well.

@@ -1,6 +1,0 @@
-# CMake generated Testfile for 
-# Source directory: /tmp/wt/kernels/examples/primality
-# Build directory: /tmp/wt/kernels/build-clang/examples/primality
-# 
-# This file includes the relevant testing commands required for 
-# testing this directory and lists subdirectories to be tested as well.
