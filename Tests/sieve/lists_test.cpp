@@ -80,6 +80,9 @@ TEST_F(Lists, ANegativeCountIsALengthError) {
 }
 
 TEST_F(Lists, AVastRangeFailsToReserve) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizer's operator new ends the process where the standard one throws";
+#endif
     EXPECT_THROW(call_tensor("PrimeSieve_ListPrimes", {0, -1}), std::exception);
 }
 
