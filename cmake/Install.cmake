@@ -18,3 +18,13 @@ file(WRITE ${PROJECT_BINARY_DIR}/VelmoraKeshConfig.cmake
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/VelmoraKeshConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/VelmoraKeshConfig.cmake ${PROJECT_BINARY_DIR}/VelmoraKeshConfigVersion.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/VelmoraKesh)
+# The documentation keeps the tree's layout, so that its links lead where they led. The host's headers stand apart from
+# the header for other callers: a host brings its own, and they serve those who write one.
+set(kesh_docdir ${CMAKE_INSTALL_DATAROOTDIR}/doc/velmora-kesh)
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${kesh_docdir})
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${kesh_docdir} RENAME copyright)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${kesh_docdir}
+    USE_SOURCE_PERMISSIONS)
+install(FILES ${PROJECT_SOURCE_DIR}/CSource/Shared/kernel/README.md DESTINATION ${kesh_docdir}/CSource/Shared/kernel)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/HostInterface DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velmora-kesh
+    FILES_MATCHING PATTERN "*.h")
