@@ -122,7 +122,7 @@ Outcome Caller::call_plainly(const Export& entry, const std::vector<ArgumentValu
     if (split) source.fraction = [&] { return std::optional<double>(fraction.load()); };
     source.note = [&]() -> std::string {
         if (answers_abort || split || !stop.asked()) return stop.note();
-        return "this export cannot be stopped; Ctrl-C again leaves kesh-host";
+        return "cannot be stopped; Ctrl-C again leaves";
     };
     source.tick = [&] {
         if (stop.asked()) host().abort_requested = true;
@@ -197,12 +197,17 @@ Outcome Caller::wait_for_task(mint id, const CallSettings& settings) const {
             // until this one ends.
             const bool ours = task().state != TaskState::queued || host().tasks.running() == 1;
             if (stop.asked() && ours) stop_task();
+            // A queued task cannot be ended; Ctrl-C ends the waiting for it.
+            if (interrupts_seen() > 0 && !ours) break;
         }
     }
     const Task ended = task();
     outcome.task = ended;
-    outcome.seconds = std::chrono::duration<double>(ended.ended - ended.submitted).count();
-    if (ended.failed) {
+    const auto end = ended.running() ? Task::Clock::now() : ended.ended;
+    outcome.seconds = std::chrono::duration<double>(end - ended.submitted).count();
+    if (ended.running()) {
+        outcome.status = Status::stopped;
+    } else if (ended.failed) {
         outcome.status = stop.asked() ? Status::stopped : Status::error;
         outcome.code = LIBRARY_NO_ERROR;
     } else if (ended.result) {

@@ -232,7 +232,8 @@ std::vector<Export> make_table() {
              "6 on a wrong number of arguments; primesieve's exceptions pass through (n < 0, a prime beyond 2^64)",
          .cost = "O(n log n log log n)",
          .example = {"10^6"},
-         .example_result = "15485863"});
+         .example_result = "15485863",
+         .route = Route::nth_pieces});
     add({.name = "PrimeSieve_NextPrime",
          .family = Family::sieve,
          .parameters = {{"n", Kind::pattern, "where to start, itself excluded"}},

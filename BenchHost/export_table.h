@@ -37,6 +37,7 @@ enum class Route {
     range_pieces,  ///< a count over [a, b] is the sum over pieces cut where no prime tuplet lies across
     sum_pieces,    ///< a sum of primes is the sum over any pieces, modulo 2^64
     walk_pieces,   ///< k steps from n are k' steps and then k - k' steps
+    nth_pieces,    ///< the n-th prime is the (n - c)-th after a range from 0 that holds c < n primes
 };
 
 struct Parameter {

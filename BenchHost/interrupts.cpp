@@ -27,7 +27,7 @@ void on_interrupt(int) {
     if (limit == 0) return;
     handled_host->abort_requested = true;
     if (seen >= limit) {
-        constexpr char line[] = "\nleft\n";
+        constexpr char line[] = "\nkesh-host left in the middle of the call\n";
         [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, sizeof line - 1);
         _exit(130);
     }

@@ -26,13 +26,13 @@ int run(const std::vector<std::string>& arguments) {
     try {
         options = parse_options(arguments, Options{});
     } catch (const BadInput& error) {
-        print_error(fmt::format("{}\n", error.what()));
+        print_error(fitted(fmt::format("{}\n", error.what()), STDERR_FILENO));
         return exit_bad_input;
     }
     if (options.functions_page) return print(functions_page()), exit_ok;
     if (!options.complete.empty()) return print(shell_completion_words(options.complete)), exit_ok;
     // Help must not depend on a library being there.
-    if (options.help && options.words.empty()) return print(help_text()), exit_ok;
+    if (options.help && options.words.empty()) return print(help_text(help_width())), exit_ok;
 
     Session session(options);
     install_interrupt_handler();

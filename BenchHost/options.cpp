@@ -5,6 +5,7 @@
 #include "options.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -14,6 +15,8 @@
 
 #include "arguments.h"
 #include "faults.h"
+#include "print.h"
+#include "suggest.h"
 
 namespace bench_host {
 
@@ -53,7 +56,7 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     app->add_option("words", options.words)->group("");
     app->positionals_at_end(false);
 
-    app->add_flag("-h,--help", options.help, "this text; with an export's name, help on that export");
+    app->add_flag("-h,--help", options.help, "this text; with an export's name, help on that");
     app->add_flag("--list", options.list, "every export with its argument kinds and result");
     app->add_flag("--version", options.version, "versions of host, library and what the library rests on");
     app->add_option("--library", options.library, "the library to open, instead of the one beside kesh-host")
@@ -115,45 +118,61 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     const std::string plots = "Plots";
     app->add_option("--svg", options.svg, "write the plot as SVG (needs gnuplot)")->type_name("FILE")->group(plots);
     app->add_option("--png", options.png, "write the plot as PNG (needs gnuplot)")->type_name("FILE")->group(plots);
-    app->add_option("--points", options.points, "number of points of a curve")
+    app->add_option("--points", options.points, "number of points of a curve, 2 to 10000")
         ->type_name("N")
         ->check(CLI::Range(2, 10000))
         ->group(plots);
     return app;
 }
 
-constexpr std::string_view examples = R"(Examples:
-  kesh-host PrimeSieve_CountPrimes 0 10^10        how many primes there are below ten billion
-  kesh-host PrimeCount_PrimePi 10^17              with progress bar; Ctrl-C stops it
-  kesh-host PrimeCount_ExprPrimePi 1000000000000000000000
-  kesh-host PrimeSieve_ListPrimes 10^6 10^6+200   a tensor, as a table
-  kesh-host PrimeSieve_NextPrime 2^61 --json      for programs
-  kesh-host KESH_PrimeQ 2^521-1 2^127-1 0xffff    up to 1024 bits, several at once
-  kesh-host KESH_PrimeQ 10^300 --next             the first prime above it
-  seq 1 1000000 | kesh-host KESH_PrimeQ - -q      a stream of numbers, counted
-  kesh-host PrimeSieve_ListPrimes 0 100 --fail MTensor_new=5
-  kesh-host plot pi 2 10^6                        pi(x), x/ln x and Li(x)
-  kesh-host --list                                every export
-  kesh-host                                       the prompt
+struct Example {
+    std::string_view words;
+    std::string_view meaning;
+};
+constexpr Example examples[] = {
+    {"PrimeSieve_CountPrimes 0 10^10", "the primes below ten billion"},
+    {"PrimeCount_PrimePi 10^17", "with a bar; Ctrl-C stops it"},
+    {"PrimeCount_ExprPrimePi 10^21", "beyond 64 bits, as text"},
+    {"PrimeSieve_ListPrimes 10^6 10^6+200", "a tensor, as a table"},
+    {"PrimeSieve_NextPrime 2^61 --json", "for programs"},
+    {"KESH_PrimeQ 2^521-1 2^127-1 0xffff", "up to 1024 bits"},
+    {"KESH_PrimeQ 10^300 --next", "the first prime above it"},
+    {"plot pi 2 10^6", "pi(x), x / ln x and Li(x)"},
+};
+constexpr std::string_view integers = "Integers: 1_000_000, 1e9, 10^12, 2^61-1, 3*(10^6+1), -5, 0xff.";
 
-Integers: 1_000_000, 1e9, 10^12, 2^61-1, 3*(10^6+1), -5, 0xff. In a shell, write '*' and brackets in quotes.
-Exit status: 0 done, 1 the call failed, 2 bad input and nothing called, 3 no library, 4 the library broke the
-host protocol, 130 interrupted.)";
+/** A name and what it means, in two columns; a name too long for its column has a line of its own. */
+std::string help_entry(const std::string& name, std::string_view meaning, unsigned column, unsigned width) {
+    const std::string gap =
+        name.size() + 1 < column ? std::string(column - name.size(), ' ') : "\n" + std::string(column, ' ');
+    return name + gap + wrapped(std::string(meaning), width, column) + '\n';
+}
+
+constexpr unsigned option_column = 30;
+constexpr unsigned example_column = 51;
+
+std::string example_lines(std::string_view program, unsigned width) {
+    std::string text;
+    for (const Example& example : examples)
+        text += help_entry(fmt::format("  {}{}", program, example.words), example.meaning, example_column, width);
+    return text;
+}
 
 }  // namespace
 
 const std::vector<CommandWord>& command_words() {
     static const std::vector<CommandWord> words = {
         {"list", "list", "every export with its argument kinds and result", false},
-        {"help", "help [NAME]", "this text, or help on one export; ?NAME does the same", false},
+        {"help", "help [NAME]", "help, or help on one export; ?NAME at the prompt", false},
         {"version", "version", "versions of host, library and what the library rests on", false},
-        {"plot", "plot pi|gaps|twins|events ...",
-         "curves in the terminal, or as SVG or PNG with --svg FILE, --png FILE", false},
+        {"plot", "plot KIND ...",
+         "curves in the terminal, or as SVG or PNG with --svg FILE, --png FILE; KIND is pi, gaps, twins or events",
+         false},
         {"tasks", "tasks", "the asynchronous tasks and what became of them", true},
         {"stop", "stop", "ends the task that is counting now (Ctrl-C does it while you wait for one)", true},
         {"wait", "wait [ID]", "waits for a task, or for all, with a progress bar", true},
-        {"set", "set [json|quiet|all|every-event on|off]", "how the next lines print; without arguments shows it",
-         true},
+        {"set", "set [WHAT on|off]",
+         "how the next lines print; WHAT is json, quiet, all or every-event; without arguments shows it", true},
         {"quit", "quit", "leaves; so do exit and Ctrl-D", true},
     };
     return words;
@@ -176,9 +195,11 @@ Options parse_options(const std::vector<std::string>& arguments, const Options& 
         std::string text = error.what();
         std::replace(text.begin(), text.end(), '\n', ' ');
         if (const auto* extras = dynamic_cast<const CLI::ExtrasError*>(&error); extras != nullptr) {
-            text = fmt::format("{} is no option", text.substr(text.rfind(' ') + 1));
+            const std::string typed = text.substr(text.rfind(' ') + 1);
+            const auto near = nearest_names(typed, option_names());
+            text = fmt::format("{} is no option{}", typed, near.empty() ? "" : "; did you mean " + near[0] + "?");
         }
-        throw BadInput(fmt::format("{}; --help lists the options", text));
+        throw BadInput(fmt::format("{}{} --help lists the options", text, text.ends_with('?') ? "" : ";"));
     }
     const auto unmark = [](std::string& word) {
         if (word.starts_with(word_mark)) word.erase(0, 1);
@@ -197,7 +218,12 @@ Options parse_options(const std::vector<std::string>& arguments, const Options& 
     return options;
 }
 
-std::string help_text() {
+unsigned help_width() {
+    constexpr unsigned widest_readable = 110;
+    return std::min(terminal_width(STDOUT_FILENO), widest_readable);
+}
+
+std::string help_text(unsigned width) {
     Options options;
     RawFlags raw;
     const auto app = make_app(options, raw);
@@ -205,11 +231,11 @@ std::string help_text() {
         "kesh-host calls the exports of libVelmoraKesh.so by name, as the host system would.\n\n"
         "Usage: kesh-host [OPTIONS] EXPORT [ARGUMENTS...]   one call\n"
         "       kesh-host [OPTIONS] COMMAND [ARGUMENTS...]  one of the commands below\n"
-        "       kesh-host [OPTIONS]                         a prompt; commands from standard input when it is no "
-        "terminal\n\n"
-        "Commands (those with * at the prompt only; there also ?NAME for help on an export):\n";
+        "       kesh-host [OPTIONS]                         a prompt, or lines of a pipe\n\n"
+        "Commands (those with * at the prompt only):\n";
     for (const CommandWord& word : command_words())
-        text += fmt::format("  {}{:<40} {}\n", word.prompt_only ? '*' : ' ', word.usage, word.meaning);
+        text += help_entry(fmt::format("  {}{}", word.prompt_only ? '*' : ' ', word.usage), word.meaning, option_column,
+                           width);
 
     std::string group;
     for (const CLI::Option* option :
@@ -220,12 +246,33 @@ std::string help_text() {
         }
         std::string name = option->get_name(false, true);
         if (const std::size_t comma = name.find(','); comma != std::string::npos) name.insert(comma + 1, " ");
-        if (option->get_items_expected_max() > 0) name += " " + option->get_type_name();
-        text += fmt::format("   {:<26} {}\n", name, option->get_description());
+        // After a colon stand the values that are taken, which the text names.
+        const std::string type = option->get_type_name();
+        if (option->get_items_expected_max() > 0) name += " " + type.substr(0, type.find(':'));
+        text += help_entry("   " + name, option->get_description(), option_column, width);
     }
-    std::string slots;
-    for (const FaultSlot& slot : fault_slots()) slots += fmt::format("   {:<38} {}\n", slot.name, slot.forms);
-    return fmt::format("{}\nSlots of --fail, and the forms they take:\n{}\n{}\n", text, slots, examples);
+    text += "\nSlots of --fail, and the forms they take:\n";
+    for (const FaultSlot& slot : fault_slots()) text += fmt::format("   {:<38} {}\n", slot.name, slot.forms);
+    text += "\nExamples:\n" + example_lines("kesh-host ", width);
+    return text + "\n" + wrapped(fmt::format("{} In a shell, write '*' and brackets in quotes.", integers), width, 0) +
+           "\n" +
+           wrapped(
+               "Exit status: 0 done, 1 the call failed, 2 bad input and nothing called, 3 no library, 4 the library "
+               "broke the host protocol, 130 interrupted.",
+               width, 0) +
+           "\n";
+}
+
+std::string prompt_help_text(unsigned width) {
+    std::string text = "A line is a call or a command. Calls:\n" + example_lines("", width) + "Commands:\n";
+    for (const CommandWord& word : command_words())
+        text += help_entry(fmt::format("  {}", word.usage), word.meaning, option_column, width);
+    return text +
+           wrapped(fmt::format("{} Tab completes, ?NAME explains an export, --help lists the options, Ctrl-C drops "
+                               "the line or stops the call.",
+                               integers),
+                   width, 0) +
+           "\n";
 }
 
 std::vector<std::string> option_names() {

@@ -52,8 +52,12 @@ struct Options {
  */
 Options parse_options(const std::vector<std::string>& arguments, const Options& defaults);
 
-/** The text of --help. */
-std::string help_text();
+/** The text of --help, laid out for lines of `width` columns. */
+std::string help_text(unsigned width);
+/** The text of "help" at the prompt, which fits a small terminal. */
+std::string prompt_help_text(unsigned width);
+/** Columns for text on standard output that reads well. */
+unsigned help_width();
 
 /** The long names of all options, for completion. */
 std::vector<std::string> option_names();

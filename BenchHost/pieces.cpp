@@ -23,6 +23,9 @@ constexpr umint first_walk_piece = 2'000'000;
 constexpr umint smallest_split_range = 2'000'000'000;
 constexpr umint smallest_split_sum = 400'000'000;
 constexpr umint smallest_split_walk = 20'000'000;
+constexpr umint smallest_split_index = 100'000'000;
+/** Prime 4 * 10^17 lies below 2^64, with room for a range that is too long. */
+constexpr umint largest_split_index = 400'000'000'000'000'000;
 
 /** Every piece sieves the primes up to the square root of its end anew; this many numbers a second, about, on a slow
  * machine. */
@@ -68,7 +71,13 @@ class PieceRunner {
 
     Outcome run() {
         const Stopwatch watch;
-        entry_.route == Route::walk_pieces ? walk() : add_up();
+        if (entry_.route == Route::walk_pieces) {
+            walk();
+        } else if (entry_.route == Route::nth_pieces) {
+            find_nth();
+        } else {
+            add_up();
+        }
         whole_.entry = &entry_;
         whole_.arguments = arguments_;
         whole_.pieces = pieces_;
@@ -126,6 +135,27 @@ class PieceRunner {
         whole_.result = static_cast<mint>(at);
     }
 
+    /** Counts until few primes are left to go, and walks these. */
+    void find_nth() {
+        const umint n = unsigned_value(arguments_[0]);
+        umint counted = 0;
+        umint begin = 0;
+        umint length = first_sieve_piece;
+        while (n - counted > first_walk_piece) {
+            // About one number in ln x is prime: nine tenths of what is left. A range that holds more is not counted.
+            const double near = 0.9 * static_cast<double>(n - counted) * std::log(static_cast<double>(begin) + 3);
+            const umint end = begin + std::min(length, static_cast<umint>(near));
+            if (!piece("PrimeSieve_CountPrimes", begin, end)) return;
+            const umint found = piece_result();
+            if (found >= n - counted) break;
+            counted += found;
+            fraction_ = static_cast<double>(counted) / static_cast<double>(n);
+            length = next_length(end - begin, whole_.seconds, target_seconds(end));
+            begin = end + 1;
+        }
+        if (piece("PrimeSieve_NextKthPrime", std::max<umint>(begin, 1) - 1, n - counted)) fraction_ = 1;
+    }
+
     const Library& library_;
     const Export& entry_;
     const std::vector<ArgumentValue>& arguments_;
@@ -151,6 +181,10 @@ bool worth_splitting(const Export& entry, const std::vector<ArgumentValue>& argu
         if (negative(argument)) return false;
     }
     if (entry.route == Route::walk_pieces) return unsigned_value(arguments[1]) >= smallest_split_walk;
+    if (entry.route == Route::nth_pieces) {
+        const umint n = unsigned_value(arguments[0]);
+        return n >= smallest_split_index && n <= largest_split_index;
+    }
     if (entry.route != Route::range_pieces && entry.route != Route::sum_pieces) return false;
     if (entry.parameters.size() == 1 && unsigned_value(arguments[0]) == 0) return false;
     const Range range = range_of(entry, arguments);

@@ -5,6 +5,7 @@
 #include "plot.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,6 +21,7 @@
 #include "plot_canvas.h"
 #include "plot_data.h"
 #include "session.h"
+#include "stopwatch.h"
 
 namespace bench_host {
 
@@ -75,6 +77,7 @@ Plot event_plot(const Library& library, const Options& options, const std::vecto
     Outcome outcome = caller.call(*entry, {words.begin() + 2, words.end()}, settings);
     const std::vector<ArgumentValue> arguments = outcome.arguments;
     if (outcome.status == Status::submitted) outcome = caller.wait_for_task(outcome.task->id, settings);
+    const std::vector<Event> events = host().tasks.take_events();
     if (outcome.status == Status::stopped) throw PlotStopped{};
 
     const std::string what = call_text(*entry, arguments);
@@ -85,7 +88,7 @@ Plot event_plot(const Library& library, const Options& options, const std::vecto
               .notes = {}};
     Curve percent{"Status", {}};
     std::string end = "no result";
-    for (const Event& event : host().tasks.take_events()) {
+    for (const Event& event : events) {
         if (event.name == "Status" && event.value)
             percent.points.push_back({event.seconds, std::get<mreal>(*event.value)});
         if (event.name == "Result" || event.name == "Error")
@@ -108,9 +111,10 @@ Plot make_plot(const Library& library, const Options& options, const std::vector
                       .progress = [&](double part) { fraction = part; },
                       .stop = [] { return interrupts_seen() > 0; }};
     const InterruptScope scope(3);
-    const ProgressLine line(
-        progress, "plot " + words[0],
-        {.fraction = [&] { return std::optional<double>(fraction.load()); }, .note = {}, .tick = {}});
+    const ProgressLine line(progress, "plot " + words[0],
+                            {.fraction = [&] { return std::optional<double>(fraction.load()); },
+                             .note = [&] { return std::string(job.stop() ? "stopping" : ""); },
+                             .tick = {}});
     if (words[0] == "pi") {
         const Ends ends = read_range(words, 2);
         return pi_plot(job, ends.a, ends.b);
@@ -141,10 +145,13 @@ nlohmann::ordered_json plot_json(const Plot& plot, const std::string& kind) {
 int draw_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
               const PrintLook& look, const ProgressLook& progress) {
     Plot plot;
+    const Stopwatch watch;
     try {
         plot = make_plot(library, options, words, progress);
     } catch (const PlotStopped&) {
-        print_error("stopped\n");
+        const Style style(STDERR_FILENO, options.colour);
+        print_error(fmt::format("{} plot {} after {}\n", style.yellow("stopped:"), fmt::join(words, " "),
+                                format_duration(watch.seconds())));
         return exit_interrupted;
     }
     if (!options.svg.empty()) draw_with_gnuplot(plot, Picture::svg, options.svg);
@@ -154,7 +161,7 @@ int draw_plot(const Library& library, const Options& options, const std::vector<
     } else {
         if (options.svg.empty() && options.png.empty())
             print(draw_in_terminal(plot, look.width, terminal_rows, utf8_locale(), look.style));
-        for (const std::string& note : plot.notes) print(note + "\n");
+        for (const std::string& note : plot.notes) print(fitted(note + "\n", STDOUT_FILENO));
         for (const std::string& file : {options.svg, options.png}) {
             if (!file.empty()) print(fmt::format("written to {}\n", file));
         }

@@ -143,8 +143,12 @@ void draw_bars(Canvas& canvas, const Curve& curve, unsigned index, const Scale& 
 }  // namespace
 
 std::string axis_number(double value) {
-    return std::abs(value) < 1e6 && value == std::floor(value) ? fmt::format("{:.0f}", value)
-                                                               : fmt::format("{:.3g}", value);
+    const double size = std::abs(value);
+    if (size < 1e6 && (size >= 1000 || value == std::floor(value))) return fmt::format("{:.0f}", value);
+    std::string text = fmt::format("{:.3g}", value);
+    if (const std::size_t sign = text.find("e+"); sign != std::string::npos)
+        text.erase(sign + 1, text[sign + 2] == '0' ? 2 : 1);
+    return text;
 }
 
 std::string draw_in_terminal(const Plot& plot, unsigned width, unsigned height, bool utf8_wanted, const Style& style) {

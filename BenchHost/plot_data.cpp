@@ -23,6 +23,8 @@ constexpr double twin_prime_constant = 0.66016181584686957;
 
 /** Gaps are taken from lists of primes: as long a range at a time as keeps a list below a few million primes. */
 constexpr umint gap_piece = 50'000'000;
+/** Twins are counted in ranges of a second or less, between which the plot can be stopped. */
+constexpr umint twin_piece = 1'000'000'000;
 
 mint integer_of(const Outcome& outcome) {
     if (outcome.status != Status::ok)
@@ -33,7 +35,10 @@ mint integer_of(const Outcome& outcome) {
 
 umint call(const PlotJob& job, std::string_view name, const std::vector<mint>& arguments) {
     if (job.stop()) throw PlotStopped{};
-    return static_cast<umint>(integer_of(call_export(job.library, name, arguments)));
+    const Outcome outcome = call_export(job.library, name, arguments);
+    // A count that Ctrl-C reaches in the middle answers with an error.
+    if (outcome.status == Status::error && job.stop()) throw PlotStopped{};
+    return static_cast<umint>(integer_of(outcome));
 }
 
 std::string percent_off(double value, double truth) {
@@ -147,19 +152,24 @@ Plot twin_plot(const PlotJob& job, umint a, umint b) {
     umint total = 0;
     umint begin = a;
     for (unsigned i = 1; i <= job.points; ++i) {
-        umint end = a + static_cast<umint>(static_cast<long double>(b - a) * i / job.points);
-        // Only where no pair lies across may the range be cut.
-        if (i < job.points) {
-            const auto cut = cut_before(begin, end);
-            if (!cut) continue;
-            end = *cut;
+        const umint point = a + static_cast<umint>(static_cast<long double>(b - a) * i / job.points);
+        const umint before = begin;
+        while (begin <= point) {
+            umint end = point - begin > twin_piece ? begin + twin_piece : point;
+            // Only where no pair lies across may the range be cut.
+            if (end < b) {
+                const auto cut = cut_before(begin, end);
+                if (!cut) break;
+                end = *cut;
+            }
+            total += call(job, "PrimeSieve_CountTwins", {static_cast<mint>(begin), static_cast<mint>(end)});
+            begin = end + 1;
+            job.progress(static_cast<double>(begin - a) / static_cast<double>(b - a + 1));
         }
-        total += call(job, "PrimeSieve_CountTwins", {static_cast<mint>(begin), static_cast<mint>(end)});
-        counted.points.push_back({static_cast<double>(end), static_cast<double>(total)});
-        expected.points.push_back(
-            {static_cast<double>(end), end > 2 ? expected_twins(static_cast<double>(end)) - below : 0});
-        begin = end + 1;
-        job.progress(static_cast<double>(i) / job.points);
+        if (begin == before) continue;
+        const auto counted_to = static_cast<double>(begin - 1);
+        counted.points.push_back({counted_to, static_cast<double>(total)});
+        expected.points.push_back({counted_to, counted_to > 2 ? expected_twins(counted_to) - below : 0});
     }
     plot.notes = {fmt::format("{} pairs from {} to {}; expected {:.0f} ({})", total, a, b, expected.points.back().y,
                               percent_off(expected.points.back().y, static_cast<double>(total)))};

@@ -50,7 +50,11 @@ std::string tasks_text(const std::vector<Task>& tasks, const PrintLook& look);
 /** A value of an event: 25, 45.2, "$Failed". */
 std::string event_value_text(const std::optional<EventValue>& value);
 
-/** Breaks text at blanks so that no line is longer than `width`; lines after the first are indented. */
+/** Breaks text at blanks so that no line is longer than `width`; lines after the first are indented. Escape sequences
+ * take no room. */
 std::string wrapped(const std::string& text, unsigned width, unsigned indent);
+
+/** Where `fd` is a terminal, the text with the lines that are too long for it wrapped; elsewhere lines stay whole. */
+std::string fitted(const std::string& text, int fd);
 
 }  // namespace bench_host

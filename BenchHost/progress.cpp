@@ -20,8 +20,9 @@ using namespace std::chrono_literals;
 
 /** Calls shorter than this show nothing. */
 constexpr double quiet_time = 0.5;
-/** Part of the work after which the time left is worth telling. */
+/** The time left is worth telling once this part of the work is done, or, of long work, after so many seconds. */
 constexpr double earliest_estimate = 0.02;
+constexpr double latest_estimate_time = 2;
 constexpr auto redraw_interval = 100ms;
 /** Seconds between two lines where the line cannot be redrawn. */
 constexpr double line_interval = 2;
@@ -66,7 +67,7 @@ std::string render_progress(const std::string& label, std::optional<double> frac
     std::string tail = fmt::format(" {:5.1f} %  {}", part * 100, time);
     if (!note.empty()) {
         tail += ", " + note;
-    } else if (part > earliest_estimate) {
+    } else if (part > earliest_estimate || (part > 0 && elapsed >= latest_estimate_time)) {
         tail += fmt::format(", {} left", format_duration(elapsed * (1 - part) / part));
     }
     // Label, bar and tail share the line; the last columns stay free for the terminal's own ^C, so that it does not

@@ -192,7 +192,7 @@ int run_line(Session& session, const std::string& line, bool& leave) {
     try {
         words = split_line(line);
     } catch (const BadInput& error) {
-        print_error(fmt::format("{}\n", error.what()));
+        print_error(fitted(fmt::format("{}\n", error.what()), STDERR_FILENO));
         return exit_bad_input;
     }
     if (words.empty() || words[0].starts_with('#')) return exit_ok;

@@ -94,7 +94,7 @@ int Session::bad_input(const Options& options, const std::string& message) const
     if (options.json) {
         print(bad_input_json(options.words, message).dump() + "\n");
     } else {
-        print_error(message + "\n");
+        print_error(fitted(message + "\n", STDERR_FILENO));
     }
     return exit_bad_input;
 }
@@ -160,13 +160,14 @@ int Session::execute(const Options& options, bool at_prompt) {
         if (options.version) return print(version_text()), exit_ok;
         if (options.list || (!options.words.empty() && options.words[0] == "list"))
             return print(options.json ? list_json().dump() + "\n" : list_text(look(options))), exit_ok;
-        if (options.help || options.words.empty()) return help(options, options.words);
+        if (options.help || options.words.empty()) return help(options, options.words, false);
 
         const std::string& name = options.words[0];
         const std::vector<std::string> rest(options.words.begin() + 1, options.words.end());
-        if (name.starts_with('?')) return help(options, name == "?" ? rest : std::vector<std::string>{name.substr(1)});
+        if (name.starts_with('?'))
+            return help(options, name == "?" ? rest : std::vector<std::string>{name.substr(1)}, at_prompt);
         if (const Export* entry = find_export(name)) return call(options, *entry, rest, at_prompt);
-        if (name == "help") return help(options, rest);
+        if (name == "help") return help(options, rest, at_prompt);
         if (name == "version") return print(version_text()), exit_ok;
         if (name == "plot") return draw_plot(library_, options, rest, look(options), progress_look(options));
         if (at_prompt) {
@@ -186,8 +187,9 @@ int Session::execute(const Options& options, bool at_prompt) {
     }
 }
 
-int Session::help(const Options& options, const std::vector<std::string>& words) {
-    if (words.empty()) return print(help_text()), exit_ok;
+int Session::help(const Options& options, const std::vector<std::string>& words, bool at_prompt) {
+    if (words.empty())
+        return print(at_prompt ? prompt_help_text(terminal_width(STDOUT_FILENO)) : help_text(help_width())), exit_ok;
     if (const Export* entry = find_export(words[0])) return print(export_help(*entry, look(options))), exit_ok;
     for (const CommandWord& word : command_words()) {
         if (word.name == words[0]) return print(fmt::format("{}\n  {}\n", word.usage, word.meaning)), exit_ok;
@@ -199,8 +201,10 @@ int Session::show(const Options& options, const Outcome& outcome) {
     if (options.json) {
         print(to_json(outcome).dump() + "\n");
     } else {
-        print(result_text(outcome, look(options)));
-        print_error(failure_text(outcome, error_style(options)));
+        const std::string text = result_text(outcome, look(options));
+        // Columns of numbers are laid out already, and one long number is not to be broken.
+        print(std::holds_alternative<TensorResult>(outcome.result) ? text : fitted(text, STDOUT_FILENO));
+        print_error(fitted(failure_text(outcome, error_style(options)), STDERR_FILENO));
     }
     return exit_code_of(outcome);
 }
@@ -209,6 +213,8 @@ int Session::call(const Options& options, const Export& entry, const std::vector
     if (entry.name == "KESH_PrimeQ") return test_primality(options, words);
     if (options.next || options.previous || !options.file.empty())
         throw BadInput(fmt::format("--next, --previous and --file belong to KESH_PrimeQ, not to {}", entry.name));
+    if (!options.svg.empty() || !options.png.empty())
+        throw BadInput(fmt::format("--svg and --png write plots; {} draws none", entry.name));
     const bool logs = !options.events_file.empty() || at_prompt || options.call.background;
     host().tasks.keep_events(logs);
     const Caller caller(library_, progress_look(options));
@@ -223,19 +229,23 @@ int Session::call(const Options& options, const Export& entry, const std::vector
     }
     const int code = show(options, outcome);
     if (outcome.status == Status::submitted && !at_prompt) return std::max(code, wait_for_all(options));
+    if (outcome.task && outcome.task->running()) in_background_.insert(outcome.task->id);
+    auto events = host().tasks.take_events();
+    if (!options.events_file.empty()) events_->append_csv(options.events_file, events);
     // What a call in the foreground raised has been shown as its progress and result.
-    if (!at_prompt || outcome.status != Status::submitted) {
-        const auto events = host().tasks.take_events();
-        if (!options.events_file.empty()) events_->append_csv(options.events_file, events);
-        if (options.every_event && !options.json) print(events_->lines(events, true, look(options).style));
-    }
+    if (!options.every_event || options.json)
+        std::erase_if(events, [this](const Event& event) { return !in_background_.contains(event.task); });
+    show_events(options, events);
     return code;
 }
 
-bool Session::print_events(const Options& options) {
+void Session::print_events(const Options& options) {
     const auto events = host().tasks.take_events();
     if (!options.events_file.empty()) events_->append_csv(options.events_file, events);
-    const std::string text = events_->lines(events, options.every_event, look(options).style);
+    show_events(options, events);
+}
+
+void Session::show_events(const Options& options, const std::vector<Event>& events) {
     if (options.json) {
         std::string objects;
         for (const Event& event : events) {
@@ -246,10 +256,9 @@ bool Session::print_events(const Options& options) {
             objects += object.dump() + "\n";
         }
         print(objects);
-        return !objects.empty();
+        return;
     }
-    print(text);
-    return !text.empty();
+    print(events_->lines(events, options.every_event, look(options).style));
 }
 
 int Session::wait_for_all(const Options& options) {

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -37,8 +38,8 @@ class Session {
     /** Stops what still runs and waits a little for it. */
     void stop_all();
 
-    /** Prints the events that wait; true when anything was printed. */
-    bool print_events(const Options& options);
+    /** Prints the events that wait. */
+    void print_events(const Options& options);
 
     const Options& defaults() const {
         return defaults_;
@@ -49,9 +50,10 @@ class Session {
     int test_primality(const Options& options, const std::vector<std::string>& words);
     int wait(const Options& options, const std::vector<std::string>& words);
     int set(const std::vector<std::string>& words);
-    int help(const Options& options, const std::vector<std::string>& words);
+    int help(const Options& options, const std::vector<std::string>& words, bool at_prompt);
     int show(const Options& options, const Outcome& outcome);
     int bad_input(const Options& options, const std::string& message) const;
+    void show_events(const Options& options, const std::vector<Event>& events);
     std::string unknown_name(const std::string& name) const;
     std::string version_text() const;
     void prepare_faults(const Options& options) const;
@@ -62,6 +64,7 @@ class Session {
     Options defaults_;
     Library library_;
     std::unique_ptr<EventLog> events_;
+    std::set<mint> in_background_;  ///< tasks that nobody waits for: their events are printed as they come
 };
 
 /** Writes the text to standard output at once, so that it keeps its place among progress lines. */

@@ -12,6 +12,9 @@ namespace bench_host {
 
 namespace {
 
+/** Letters of a name's beginning that are enough to suggest it. */
+constexpr std::size_t shortest_beginning = 4;
+
 char lower(char c) {
     return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
 }
@@ -40,11 +43,22 @@ std::vector<std::string> nearest_names(std::string_view typed, std::span<const s
     for (const std::string& name : names) {
         const std::string_view tail = std::string_view(name).substr(name.rfind('_') + 1);
         const std::size_t distance = std::min(edit_distance(typed, name), edit_distance(typed, tail));
-        if (distance <= 1 + typed.size() / 5) near.emplace_back(distance, name);
+        // Beginnings, which Tab would complete, come after the mistyped.
+        const bool begins =
+            typed.size() >= shortest_beginning && edit_distance(typed, name.substr(0, typed.size())) == 0;
+        if (distance <= 1 + typed.size() / 5) {
+            near.emplace_back(distance, name);
+        } else if (begins) {
+            near.emplace_back(typed.size(), name);
+        }
     }
     std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<std::string> result;
-    for (std::size_t i = 0; i < near.size() && i < 3; ++i) result.push_back(near[i].second);
+    for (std::size_t i = 0; i < near.size() && i < 3; ++i) {
+        // What differs in upper and lower case alone is what was meant.
+        if (i > 0 && near[0].first == 0 && near[i].first > 0) break;
+        result.push_back(near[i].second);
+    }
     return result;
 }
 

@@ -72,7 +72,10 @@ TEST(Pieces, OnlyPlainLongRangesAreSplit) {
     EXPECT_TRUE(worth("PrimeSieve_PrimeSumInterval", {"1", "10^10"}));
     EXPECT_TRUE(worth("PrimeSieve_NextKthPrime", {"0", "10^8"}));
     EXPECT_FALSE(worth("PrimeSieve_NextKthPrime", {"0", "0"}));
-    EXPECT_FALSE(worth("PrimeSieve_NthPrime", {"10^12"}));
+    EXPECT_TRUE(worth("PrimeSieve_NthPrime", {"10^12"}));
+    EXPECT_FALSE(worth("PrimeSieve_NthPrime", {"10^6"}));
+    EXPECT_FALSE(worth("PrimeSieve_NthPrime", {"10^18"})) << "beyond 64 bits the library has the word";
+    EXPECT_FALSE(worth("PrimeSieve_ListPrimes", {"0", "10^12"}));
 }
 
 void expect_same(const char* name, const std::vector<std::string>& words) {
@@ -93,6 +96,8 @@ TEST(Pieces, SameAnswerAsTheWhole) {
     expect_same("PrimeSieve_PrimeSumInterval", {"10^12", "10^12+5*10^8"});
     expect_same("PrimeSieve_NextKthPrime", {"10^6", "3*10^7"});
     expect_same("PrimeSieve_PreviousKthPrime", {"10^9", "3*10^7"});
+    expect_same("PrimeSieve_NthPrime", {"10^8"});
+    expect_same("PrimeSieve_NthPrime", {"10^8+12345"});
 }
 
 TEST(Pieces, StopBetweenPieces) {

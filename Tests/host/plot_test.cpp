@@ -113,7 +113,10 @@ TEST(PlotCanvas, DrawsWhereTheValuesAre) {
 TEST(PlotCanvas, AxisNumbers) {
     EXPECT_EQ(axis_number(0), "0");
     EXPECT_EQ(axis_number(123456), "123456");
-    EXPECT_EQ(axis_number(1e12), "1e+12");
+    EXPECT_EQ(axis_number(78626.7), "78627");
+    EXPECT_EQ(axis_number(1e6), "1e6");
+    EXPECT_EQ(axis_number(1.234e12), "1.23e12");
+    EXPECT_EQ(axis_number(1.5e-7), "1.5e-07");
     EXPECT_EQ(axis_number(0.25), "0.25");
 }
 

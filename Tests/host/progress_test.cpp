@@ -39,7 +39,9 @@ TEST(Progress, SaysWhatIsLeft) {
     EXPECT_THAT(
         render_progress("x", 0.25, 10, "", 80, plain),
         testing::AllOf(testing::HasSubstr("25.0 %"), testing::HasSubstr("30.0 s left"), testing::HasSubstr("#")));
-    EXPECT_THAT(render_progress("x", 0.001, 10, "", 80, plain), testing::Not(testing::HasSubstr("left")));
+    EXPECT_THAT(render_progress("x", 0.001, 1, "", 80, plain), testing::Not(testing::HasSubstr("left")));
+    EXPECT_THAT(render_progress("x", 0.001, 10, "", 80, plain), testing::HasSubstr("2 h 46 min left"));
+    EXPECT_THAT(render_progress("x", 0, 10, "", 80, plain), testing::Not(testing::HasSubstr("left")));
     EXPECT_THAT(render_progress("x", 0.5, 10, "stopping", 80, plain),
                 testing::AllOf(testing::HasSubstr("stopping"), testing::Not(testing::HasSubstr("left"))));
     EXPECT_THAT(render_progress("x", std::nullopt, 10, "", 80, plain),

@@ -48,6 +48,14 @@ TEST(HostScript, TasksRunInTurnAndAreWaitedFor) {
                       HasSubstr("task 2 Result 22801763489"), HasSubstr("task 3 Result \"168\"")));
 }
 
+TEST(HostScript, ACallInTheForegroundSwallowsNoOtherTasksResult) {
+    const Finished run = run_host({}, {.input = "PrimeCount_PrimePi 10^12 --async\nPrimeSieve_CountPrimes 0 4*10^9\n",
+                                       .environment = {},
+                                       .signal = 0,
+                                       .signal_when = ""});
+    EXPECT_THAT(run.output, HasSubstr("task 1 Result 37607912018"));
+}
+
 TEST(HostScript, SettingsHoldForTheLinesAfterThem) {
     const Finished run =
         run_host({}, {.input = "set quiet on\nPrimeSieve_NthPrime 4\nset quiet off\nset nonsense on\nset json maybe\n",
@@ -71,7 +79,8 @@ TEST(HostPrompt, CallsCompletionAndHelp) {
     host.type("?KESH_RT_PrimeQ\r");
     ASSERT_TRUE(host.expect("limbs as {low"));
     host.type("PrimeSieve_NthPrim 1\r");
-    ASSERT_TRUE(host.expect("did you mean PrimeSieve_NthPrime"));
+    ASSERT_TRUE(host.expect("did you mean\r\nPrimeSieve_NthPrime "))
+        << "broken where the terminal ends" << host.recent();
     // Before the prompt stands, the terminal itself would take the key.
     ASSERT_TRUE(host.expect("kesh> "));
     host.type(end_of_input);
@@ -103,7 +112,8 @@ TEST(HostPrompt, InterruptStopsCallsOfAllRoutes) {
     TerminalHost host({"--color", "never"});
     ASSERT_TRUE(host.expect("kesh> "));
     for (const char* call : {"PrimeCount_PrimePi 10^18", "PrimeCount_LMO 10^17", "PrimeSieve_CountPrimes 0 10^13",
-                             "PrimeCount_PrimePi 10^18 --bare"}) {
+                             "PrimeSieve_NthPrime 10^13", "PrimeCount_PrimePi 10^18 --bare", "plot pi 10^15",
+                             "plot gaps 0 10^11", "plot twins 10^12", "plot events PrimeCount_PrimePi 10^18"}) {
         host.type(std::string(call) + "\r");
         ASSERT_TRUE(host.expect(" s")) << host.recent();  // the line with the elapsed time
         host.type(interrupt);
@@ -112,11 +122,29 @@ TEST(HostPrompt, InterruptStopsCallsOfAllRoutes) {
     }
     host.type("PrimeCount_PrimePi 10^6 -q\r");
     EXPECT_TRUE(host.expect("\n78498")) << "the next count is right";
-    EXPECT_THAT(host.recent(), Not(HasSubstr("BREACH")));
+    EXPECT_THAT(host.screen(), Not(HasSubstr("BREACH")));
+    EXPECT_THAT(host.screen(), Not(HasSubstr("] task"))) << "events belong to the plot that was stopped";
+}
+
+TEST(HostPrompt, InterruptEndsTheWaitingForAQueuedTask) {
+    TerminalHost host({"--color", "never"});
+    ASSERT_TRUE(host.expect("kesh> "));
+    host.type("PrimeCount_PrimePi 10^18 --async\r");
+    ASSERT_TRUE(host.expect("task 1"));
+    host.type("PrimeCount_PrimePi 10^17\r");
+    ASSERT_TRUE(host.expect("queued")) << host.recent();
+    host.type(interrupt);
+    ASSERT_TRUE(host.expect("task 2 stays queued")) << host.recent();
+    ASSERT_TRUE(host.expect("kesh (2 running)> ")) << host.recent();
+    host.type("stop\r");
+    ASSERT_TRUE(host.expect("task 1 Error")) << host.recent();
+    ASSERT_TRUE(host.expect("task 2 Status")) << "its turn has come" << host.recent();
+    host.type(end_of_input);
+    EXPECT_EQ(host.wait(), 0);
 }
 
 TEST(HostPrompt, ASieveIsLeftWithTheSecondInterrupt) {
-    TerminalHost host({"PrimeSieve_NthPrime", "10^13"});
+    TerminalHost host({"PrimeSieve_NthPrime", "10^13", "--bare"});
     ASSERT_TRUE(host.expect(" s"));
     host.type(interrupt);
     ASSERT_TRUE(host.expect("cannot be stopped")) << host.recent();

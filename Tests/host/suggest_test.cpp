@@ -25,6 +25,10 @@ TEST(Suggest, FindsTheMistypedAndTheShort) {
     EXPECT_EQ(nearest_names("PrimeSieve_CountPrims", names).front(), "PrimeSieve_CountPrimes");
     EXPECT_THAT(nearest_names("counttwins", names), testing::ElementsAre("PrimeSieve_CountTwins"));
     EXPECT_THAT(nearest_names("lsit", names), testing::ElementsAre("list"));
+    EXPECT_THAT(nearest_names("primesieve_counttwins", names), testing::ElementsAre("PrimeSieve_CountTwins"));
+    EXPECT_THAT(nearest_names("PrimeSieve_Co", names),
+                testing::ElementsAre("PrimeSieve_CountPrimes", "PrimeSieve_CountTwins"));
+    EXPECT_THAT(nearest_names("KES", names), testing::IsEmpty()) << "too little to go by";
     EXPECT_THAT(nearest_names("something else", names), testing::IsEmpty());
     EXPECT_THAT(nearest_names("", names), testing::IsEmpty());
 }
