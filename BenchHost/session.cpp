@@ -229,7 +229,9 @@ int Session::call(const Options& options, const Export& entry, const std::vector
     }
     const int code = show(options, outcome);
     if (outcome.status == Status::submitted && !at_prompt) return std::max(code, wait_for_all(options));
-    if (outcome.task && outcome.task->running()) in_background_.insert(outcome.task->id);
+    // Submitted, or stopped waiting for: the task goes on by itself, if it has not ended already.
+    if (outcome.task && (outcome.status == Status::submitted || outcome.task->running()))
+        in_background_.insert(outcome.task->id);
     auto events = host().tasks.take_events();
     if (!options.events_file.empty()) events_->append_csv(options.events_file, events);
     // What a call in the foreground raised has been shown as its progress and result.
