@@ -4,6 +4,7 @@
  */
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "Prime/prime_testing.h"
@@ -69,6 +70,39 @@ TEST(StrongTest, MontgomeryProductIsTheGenericOne) {
     });
 }
 
+TEST(StrongTest, ProductUpToSignIsTheGenericOneOrItsNegative) {
+    for_odd_numbers([](u64 n, auto& random) {
+        const kesh::mp_mont_data<u64> M(n);
+        const u64 inverse = kesh::kernel::word_inverse(n);
+        for (u64 x : {u64{0}, u64{1}, n - 1, random() % n}) {
+            for (u64 y : {u64{0}, u64{1}, n - 1, random() % n, random()}) {  // y need not be below n while x * y < n * 2^64
+                const u64 product = kesh::kernel::word_mont_mul_abs(x, y, n, inverse);
+                const u64 expected = M.mul(x, y % n);
+                ASSERT_LT(product, n);
+                ASSERT_TRUE(product == expected || product == n - expected) << x << " * " << y << " mod " << n;
+            }
+        }
+    });
+}
+
+TEST(StrongTest, SquaresUpToSignOneAfterAnother) {
+    for_odd_numbers([](u64 n, auto& random) {
+        const kesh::mp_mont_data<u64> M(n);
+        const u64 inverse = kesh::kernel::word_inverse(n);
+        for (u64 start : {u64{0}, u64{1}, n - 1, random() % n}) {
+            kesh::kernel::signless x{start, 0 - start};
+            u64 expected = start;
+            for (int step = 0; step < 6; ++step) {
+                kesh::kernel::word_mont_sqr_abs(x, n, inverse);
+                expected = M.mul(expected, expected);
+                ASSERT_LT(x.value, n);
+                ASSERT_TRUE(x.value == expected || x.value == n - expected) << start << " mod " << n << " after " << step;
+                ASSERT_TRUE(x.low == x.value || x.low == 0 - x.value);
+            }
+        }
+    });
+}
+
 TEST(StrongTest, GenericFormFollowsTheDefinition) {
     for_odd_numbers([](u64 n, auto& random) {
         for (u64 base : {u64{2}, u64{15}, n - 1, random() % (n - 2) + 2}) {
@@ -93,13 +127,21 @@ TEST(StrongTest, WithoutAFactor2NothingIsSquared) {
 
 TEST(StrongTest, SideBySideEqualsOneAfterAnother) {
     for_odd_numbers([](u64 n, auto& random) {
-        const u64 b = random() % (n - 1) + 1, c = random() % (n - 1) + 1;
-        const bool to_2 = passes(n, 2), to_b = passes(n, b), to_c = passes(n, c);
+        const u64 last = std::min(n - 1, u64{0xFFFF});
+        const u64 b = random() % last + 1, c = random() % last + 1;
+        const bool to_2 = passes(n, 2), to_b = passes(n, b), to_c = passes(n, c), to_last = passes(n, last);
         ASSERT_EQ(kesh::kernel::strong_tests<1>(n, {b}), to_b) << n;
         ASSERT_EQ(kesh::kernel::strong_tests<2>(n, {2, b}), to_2 && to_b) << n;
         ASSERT_EQ(kesh::kernel::strong_tests<3>(n, {2, b, c}), to_2 && to_b && to_c) << n;
-        ASSERT_EQ(kesh::kernel::strong_tests<3>(n, {c, n - 1, b}), to_b && to_c) << n << ": n - 1 passes as a base";
+        ASSERT_EQ(kesh::kernel::strong_tests<3>(n, {c, last, b}), to_b && to_c && to_last) << n;
     });
+}
+
+TEST(StrongTest, EveryBaseOfEverySmallNumber) {
+    // Among them many that have b^(n-1) = 1 and fail for the sign of a square root of it only.
+    for (u64 n = 3; n < 1200; n += 2) {
+        for (u64 b = 1; b < n; ++b) ASSERT_EQ(kesh::kernel::strong_tests<1>(n, {b}), passes(n, b)) << n << " to base " << b;
+    }
 }
 
 }  // namespace
