@@ -75,7 +75,8 @@ TEST(StrongTest, ProductUpToSignIsTheGenericOneOrItsNegative) {
         const kesh::mp_mont_data<u64> M(n);
         const u64 inverse = kesh::kernel::word_inverse(n);
         for (u64 x : {u64{0}, u64{1}, n - 1, random() % n}) {
-            for (u64 y : {u64{0}, u64{1}, n - 1, random() % n, random()}) {  // y need not be below n while x * y < n * 2^64
+            for (u64 y :
+                 {u64{0}, u64{1}, n - 1, random() % n, random()}) {  // y need not be below n while x * y < n * 2^64
                 const u64 product = kesh::kernel::word_mont_mul_abs(x, y, n, inverse);
                 const u64 expected = M.mul(x, y % n);
                 ASSERT_LT(product, n);
@@ -96,7 +97,8 @@ TEST(StrongTest, SquaresUpToSignOneAfterAnother) {
                 kesh::kernel::word_mont_sqr_abs(x, n, inverse);
                 expected = M.mul(expected, expected);
                 ASSERT_LT(x.value, n);
-                ASSERT_TRUE(x.value == expected || x.value == n - expected) << start << " mod " << n << " after " << step;
+                ASSERT_TRUE(x.value == expected || x.value == n - expected)
+                    << start << " mod " << n << " after " << step;
                 ASSERT_TRUE(x.low == x.value || x.low == 0 - x.value);
             }
         }
@@ -140,7 +142,8 @@ TEST(StrongTest, SideBySideEqualsOneAfterAnother) {
 TEST(StrongTest, EveryBaseOfEverySmallNumber) {
     // Among them many that have b^(n-1) = 1 and fail for the sign of a square root of it only.
     for (u64 n = 3; n < 1200; n += 2) {
-        for (u64 b = 1; b < n; ++b) ASSERT_EQ(kesh::kernel::strong_tests<1>(n, {b}), passes(n, b)) << n << " to base " << b;
+        for (u64 b = 1; b < n; ++b)
+            ASSERT_EQ(kesh::kernel::strong_tests<1>(n, {b}), passes(n, b)) << n << " to base " << b;
     }
 }
 

@@ -12,6 +12,8 @@
 /// Call these only where processor_has_adx() holds.
 #pragma once
 
+#include <cstddef>
+
 #include "Shared/kernel/columns.h"
 
 #if defined(__x86_64__)
@@ -121,6 +123,26 @@ inline bool processor_has_adx() noexcept {
     "adox %[lo], %[" #t5 "]\n\t"                  \
     "adcx %[lo], %[" #t5 "]\n\t"
 
+/// (t0, ..., t9) += the eight limbs at `offset` of the operands, times rdx.
+#define KESH_FULL_ROW8(offset, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)         \
+    "xorl %k[lo], %k[lo]\n\t"                                                  \
+    KESH_STEP(p, offset, t0, t1) KESH_STEP(p, offset + 8, t1, t2)              \
+    KESH_STEP(p, offset + 16, t2, t3) KESH_STEP(p, offset + 24, t3, t4)        \
+    KESH_STEP(p, offset + 32, t4, t5) KESH_STEP(p, offset + 40, t5, t6)        \
+    KESH_STEP(p, offset + 48, t6, t7) KESH_STEP(p, offset + 56, t7, t8)        \
+    "movl $0, %k[lo]\n\t"                                                      \
+    "adcx %[lo], %[" #t8 "]\n\t"                                               \
+    "adox %[lo], %[" #t9 "]\n\t"                                               \
+    "adcx %[lo], %[" #t9 "]\n\t"
+
+/// A row of the product and a row of the reduction. t9 is zero before; t0 is zero afterwards and takes its place.
+#define KESH_ROW_PAIR8(i, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)              \
+    "movq 64+8*" #i "(%[p]), %%rdx\n\t"                                        \
+    KESH_FULL_ROW8(0, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)                  \
+    "movq 192(%[p]), %%rdx\n\t"                                                \
+    "imulq %[" #t0 "], %%rdx\n\t"                                              \
+    KESH_FULL_ROW8(128, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)
+
 #define KESH_ACCUMULATORS8                                                                                          \
     [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4), [t5] "+&r"(t5), [t6] "+&r"(t6), \
         [t7] "+&r"(t7), [lo] "=&r"(low), [hi] "=&r"(high)
@@ -183,6 +205,40 @@ inline void montgomery_product4(umint* r, const umint* a, const umint* b, const 
     subtract_modulus_once<4>(r, t, t2, m);
 }
 
+/// What the rows of montgomery_product8 read, behind one pointer: registers for three there are not.
+struct Operands8 {
+    umint a[8], b[8], m[8], k0;
+};
+
+/// r = a b R^(-1) mod m with R = 2^512. Precondition: a b < m R. r may be a or b. Rows of the product and of the reduction
+/// take turns: the products are done while the reduction waits for its next quotient.
+inline void montgomery_product8(umint* r, const umint* a, const umint* b, const umint* m, umint k0) noexcept {
+    static_assert(offsetof(Operands8, b) == 64 && offsetof(Operands8, m) == 128 && offsetof(Operands8, k0) == 192);
+    Operands8 operands;
+    for (int i = 0; i < 8; ++i) {
+        operands.a[i] = a[i];
+        operands.b[i] = b[i];
+        operands.m[i] = m[i];
+    }
+    operands.k0 = k0;
+    umint t0 = 0, t1 = 0, t2 = 0, t3 = 0, t4 = 0, t5 = 0, t6 = 0, t7 = 0, t8 = 0, t9 = 0, low, high;
+    // clang-format off
+    __asm__ volatile(KESH_ROW_PAIR8(0, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)
+                     KESH_ROW_PAIR8(1, t1, t2, t3, t4, t5, t6, t7, t8, t9, t0)
+                     KESH_ROW_PAIR8(2, t2, t3, t4, t5, t6, t7, t8, t9, t0, t1)
+                     KESH_ROW_PAIR8(3, t3, t4, t5, t6, t7, t8, t9, t0, t1, t2)
+                     KESH_ROW_PAIR8(4, t4, t5, t6, t7, t8, t9, t0, t1, t2, t3)
+                     KESH_ROW_PAIR8(5, t5, t6, t7, t8, t9, t0, t1, t2, t3, t4)
+                     KESH_ROW_PAIR8(6, t6, t7, t8, t9, t0, t1, t2, t3, t4, t5)
+                     KESH_ROW_PAIR8(7, t7, t8, t9, t0, t1, t2, t3, t4, t5, t6)
+                     : KESH_ACCUMULATORS8, [t8] "+&r"(t8), [t9] "+&r"(t9)
+                     : [p] "r"(&operands)
+                     : "rdx", "cc", "memory");
+    // clang-format on
+    const umint t[8] = {t8, t9, t0, t1, t2, t3, t4, t5};
+    subtract_modulus_once<8>(r, t, t6, m);
+}
+
 #undef KESH_STEP
 #undef KESH_LAST_STEP
 #undef KESH_ROW4
@@ -191,6 +247,8 @@ inline void montgomery_product4(umint* r, const umint* a, const umint* b, const 
 #undef KESH_REDUCTION_ROW8
 #undef KESH_EIGHT_ROWS
 #undef KESH_ROW_PAIR4
+#undef KESH_FULL_ROW8
+#undef KESH_ROW_PAIR8
 #undef KESH_ACCUMULATORS8
 
 /// r[0 .. n-1] = a + b + carry; returns the carry. r may be a or b.
@@ -227,22 +285,9 @@ inline std::uint8_t add_carry(umint* r, std::uint8_t carry) noexcept {
     add_carry<8>(hi + 8, carry);
 }
 
-/// r = a b R^(-1) mod m with R = 2^512. Precondition: a b < m R. r may be a or b.
-[[gnu::noinline]] inline void montgomery_product8(umint* r, const umint* a, const umint* b, const umint* m,
-                                                  umint k0) noexcept {
-    umint t[16], q[8], c[8];
-    multiply8(t, t + 8, a, b);
-    reduce8(c, q, t, m, k0);
-    const std::uint8_t top = add_limbs<8>(c, c, t + 8);
-    subtract_modulus_once<8>(r, c, top, m);
-}
-
-/// r = a b R^(-1) mod m with R = 2^1024, reduced by two blocks of eight rows. Precondition: a b < m R. r may be a or b.
-[[gnu::noinline]] inline void montgomery_product16(umint* r, const umint* a, const umint* b, const umint* m,
-                                                   umint k0) noexcept {
-    umint t[32], q[8], w[16];
-    multiply16(t, t + 16, a, b);
-
+/// r = t / 2^1024 mod m, by two blocks of eight rows. Precondition: t < m 2^1024. Destroys t.
+inline void reduce16(umint* r, umint* t, const umint* m, umint k0) noexcept {
+    umint q[8], w[16];
     reduce8(w, q, t, m, k0);
     multiply_add8(w, w + 8, w, q, m + 8);
     const std::uint8_t carry = add_limbs<16>(t + 8, t + 8, w);
@@ -253,6 +298,28 @@ inline std::uint8_t add_carry(umint* r, std::uint8_t carry) noexcept {
     std::uint8_t top = add_carry<8>(t + 24, carry);
     top = static_cast<std::uint8_t>(top + add_limbs<16>(t + 16, t + 16, w));
     subtract_modulus_once<16>(r, t + 16, top, m);
+}
+
+/// r = a b R^(-1) mod m with R = 2^1024. Precondition: a b < m R. r may be a or b.
+[[gnu::noinline]] inline void montgomery_product16(umint* r, const umint* a, const umint* b, const umint* m,
+                                                   umint k0) noexcept {
+    umint t[32];
+    multiply16(t, t + 16, a, b);
+    reduce16(r, t, m, k0);
+}
+
+/// r = a^2 R^(-1) mod m with R = 2^1024 by a0^2 + 2 a0 a1 2^512 + a1^2 2^1024. Precondition: a < m. r may be a.
+[[gnu::noinline]] inline void montgomery_square16(umint* r, const umint* a, const umint* m, umint k0) noexcept {
+    umint t[32], cross[16], twice[16];
+    multiply8(t, t + 8, a, a);
+    multiply8(t + 16, t + 24, a + 8, a + 8);
+    multiply8(cross, cross + 8, a, a + 8);
+#pragma GCC unroll 16
+    for (int i = 0; i < 16; ++i) twice[i] = (cross[i] << 1) | (i > 0 ? cross[i - 1] >> 63 : 0);
+    const std::uint8_t carry = add_limbs<16>(t + 8, t + 8, twice);
+    const umint top[8] = {cross[15] >> 63};
+    add_limbs<8>(t + 24, t + 24, top, carry);
+    reduce16(r, t, m, k0);
 }
 
 }  // namespace kesh::kernel

@@ -5,9 +5,8 @@
 /// to sign saves a cycle of the twelve that a squaring in Montgomery form takes otherwise (word_mont_sqr_abs), and the multiplier
 /// is busy for two of the eleven, so that the squarings of three bases fit into little more than the time of one.
 /// The power is taken from the right with digits of two bits: while a runs through b^(4^i), the three accumulators y[1], y[2],
-/// y[3] collect the a whose digit is 1, 2, 3, off the critical path, and b^e = y1 * y2^2 * y3^3 costs three more steps at the
-/// end (A. C. Yao, On the evaluation of powers, 1976). The bases are below 2^16, so the first digit needs no squarings: b^4 is
-/// a plain product.
+/// y[3] collect the a whose digit is 1, 2, 3, off the critical path, and b^e = y1 * y2^2 * y3^3 (A. C. Yao, On the evaluation
+/// of powers, 1976). The bases are below 2^16, so the first digit needs no squarings: b^4 is a plain product.
 #pragma once
 
 #include <array>
@@ -19,11 +18,15 @@
 
 namespace kesh::kernel {
 
-/// m^(-1) modulo 2^64 for odd m: 3m xor 2 is right to 5 bits and each Newton step doubles that.
+/// m^(-1) modulo 2^64 for odd m. x = 3m xor 2 is right to 5 bits, so that y = 1 - m x is a multiple of 2^5, and m^(-1) is
+/// x / (1 - y) = x (1 + y) (1 + y^2) (1 + y^4) (1 + y^8) modulo y^16; the powers of y do not wait for the products.
 constexpr umint word_inverse(umint m) noexcept {
-    umint x = (3 * m) ^ 2;
-    for (int step = 0; step < 4; ++step) x *= 2 - m * x;
-    return x;
+    umint x = (3 * m) ^ 2, y = 1 - m * x;
+    for (int step = 0; step < 3; ++step) {
+        x *= 1 + y;
+        y *= y;
+    }
+    return x * (1 + y);
 }
 
 /// x * y / 2^64 modulo m, below m, where inverse = m^(-1) modulo 2^64. Precondition: x * y < m * 2^64.
@@ -134,13 +137,14 @@ bool strong_tests(umint n, const std::array<umint, K>& bases) noexcept {
         each([&](auto c) __attribute__((always_inline)) { word_mont_sqr_abs(a[c], n, inverse); });
         each([&](auto c) __attribute__((always_inline)) { accumulator[c] = mul_abs(accumulator[c], power[c].value); });
     }
-    each([&](auto c) __attribute__((always_inline)) { y[e][c] = mul_abs(y[e][c], a[c].value); });
 
+    // With the last digit, b^e = (y3 y2 a^(e / 2))^2 y3 y1 a^(e % 2): all but three steps can be done before a is known.
     std::array<umint, K> x;
     std::array<unsigned, K> passed;
     each([&](auto c) __attribute__((always_inline)) {
-        const umint y32 = mul_abs(y[3][c], y[2][c]);
-        x[c] = mul_abs(mul_abs(y[3][c], y32), mul_abs(y32, y[1][c]));
+        const umint root = mul_abs(mul_abs(y[3][c], y[2][c]), (e & 2) != 0 ? a[c].value : one);
+        const umint rest = mul_abs(mul_abs(y[3][c], y[1][c]), (e & 1) != 0 ? a[c].value : one);
+        x[c] = mul_abs(mul_abs(root, root), rest);
         passed[c] = unsigned{x[c] == one} | unsigned{x[c] == minus_one};
     });
     for (mint i = 1; i < k; ++i) {
