@@ -2,10 +2,13 @@
 """Runs the commands shown in the documentation and compares what they print with what is shown.
 
     check_console_blocks.py FOLDER-OF-KESH-HOST [--update] PAGE...
+    check_console_blocks.py --shell PROGRAM PAGE...
 
 A block that opens with ```console holds commands, each on a line that begins with "$ ", followed by what it prints.
-Only commands of kesh-host and ./run, also at the end of a pipe, are run. Times differ from run to run, so "(2.06 s)" equals any time; a line "..."
-stands for any number of lines.
+Times differ from run to run, so "(2.06 s)" equals any time; a line "..." stands for any number of lines.
+
+Without a shell only calls of kesh-host are run, also at the end of a pipe. With one every command is, as PROGRAM COMMAND,
+in the order of the pages; commands other than kesh-host must succeed besides.
 """
 import os
 import re
@@ -29,13 +32,21 @@ def matches(shown, seen):
     return bool(seen) and normalised(shown[0]) == normalised(seen[0]) and matches(shown[1:], seen[1:])
 
 
-def run(command, folder):
-    environment = dict(os.environ, PATH=folder + os.pathsep + os.environ["PATH"], NO_COLOR="1", COLUMNS="100")
-    command = re.sub(r"^\./run\b", "kesh-host", command)
+def runner(folder):
+    """Runs a command with kesh-host of that folder: (lines printed, exit status)."""
+    environment = dict(os.environ, PATH=folder + os.pathsep + os.environ["PATH"])
+    return lambda command: finished(["bash", "-c", command], environment, limit=300)
+
+
+def finished(words, environment, limit):
     done = subprocess.run(
-        ["bash", "-c", command], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-        stderr=subprocess.STDOUT, text=True, timeout=300)
-    return done.stdout.splitlines()
+        words, env=dict(environment, NO_COLOR="1", COLUMNS="100"), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT, text=True, errors="replace", timeout=limit)
+    return done.stdout.splitlines(), done.returncode
+
+
+def calls_host(command):
+    return re.search(r"(^|\| )(\S+=\S* )*kesh-host\b", command) is not None
 
 
 def blocks(lines):
@@ -68,29 +79,38 @@ def main():
     update = "--update" in arguments
     if update:
         arguments.remove("--update")
+    through_shell = arguments[:1] == ["--shell"]
+    if through_shell:
+        arguments.pop(0)
     if len(arguments) < 2:
         sys.exit(__doc__)
-    folder, pages = os.path.abspath(arguments[0]), arguments[1:]
+    program, pages = os.path.abspath(arguments[0]), arguments[1:]
+    run = (lambda command: finished([program, command], os.environ, limit=7200)) if through_shell else runner(program)
     wrong = ran = 0
     for page in pages:
         with open(page, encoding="utf-8") as file:
             lines = file.read().split("\n")
-        for start, block in reversed(list(blocks(lines))):
+        renewed = []
+        for start, block in blocks(lines):
             fresh = []
             for command, shown in commands(block):
-                if not re.search(r"(^|\| )(\S+=\S* )*(kesh-host|\./run)\b", command):
+                if not through_shell and not calls_host(command):
                     fresh += ["$ " + command, *shown]
                     continue
                 ran += 1
-                seen = run(command, folder)
+                seen, status = run(command)
                 fresh += ["$ " + command, *(seen if update and "..." not in shown else shown)]
-                if not matches(shown, seen) and not update:
+                failed = status != 0 and not calls_host(command)
+                if through_shell:
+                    print(f"{page}: $ {command}", flush=True)
+                if (failed or not matches(shown, seen)) and not update:
                     wrong += 1
-                    print(f"{page}: $ {command}\n  shown:\n    " + "\n    ".join(shown) + "\n  seen:\n    " +
-                          "\n    ".join(seen))
-            if update:
-                lines[start:start + len(block)] = fresh
+                    print(f"{page}: $ {command}\n  shown:\n    " + "\n    ".join(shown) + f"\n  seen, with status {status}:\n    " +
+                          "\n    ".join(seen[-100:]), flush=True)
+            renewed.append((start, len(block), fresh))
         if update:
+            for start, length, fresh in reversed(renewed):
+                lines[start:start + length] = fresh
             with open(page, "w", encoding="utf-8") as file:
                 file.write("\n".join(lines))
     print(f"{ran} commands run, {wrong} print something else than shown")
