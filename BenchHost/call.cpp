@@ -125,8 +125,7 @@ bool is_untouched(const Export& entry, const ResultStorage& storage) {
     return storage.boolean == low;
 }
 
-void check_result_slot(const Export& entry, int code, const ResultStorage& storage) {
-    const bool written = !is_untouched(entry, storage);
+void check_result_slot(const Export& entry, int code, bool written) {
     if (code != LIBRARY_NO_ERROR && written) {
         host().breaches.report(fmt::format("{} returned {} and wrote its result slot all the same", entry.name, code));
     } else if (code == LIBRARY_NO_ERROR && written && entry.result == Kind::none) {
@@ -140,6 +139,7 @@ void check_result_slot(const Export& entry, int code, const ResultStorage& stora
 bool call_lifecycle(const Library& library, const Export& entry, TableChoice table, Outcome& outcome) {
     if (entry.name == "VelmoraLibrary_getVersion") {
         outcome.result = library.symbol<mint (*)()>("VelmoraLibrary_getVersion")();
+        outcome.wrote_result = true;
         return true;
     }
     if (entry.name == "VelmoraLibrary_initialize") {
@@ -212,15 +212,18 @@ Outcome call_export(const Library& library, const Export& entry, const std::vect
         outcome.exception_type = type == nullptr ? "a foreign exception" : demangled(type->name());
         outcome.exception_text = "(not derived from std::exception)";
     }
+    outcome.wrote_result = !is_untouched(entry, storage);
     if (outcome.status != Status::exception) {
-        check_result_slot(entry, outcome.code, storage);
-        if (outcome.status == Status::ok && !is_untouched(entry, storage)) outcome.result = read_result(entry, storage);
-    } else if (!is_untouched(entry, storage)) {
+        check_result_slot(entry, outcome.code, outcome.wrote_result);
+        if (outcome.status == Status::ok && outcome.wrote_result) outcome.result = read_result(entry, storage);
+    } else if (outcome.wrote_result && !host().faults.planned("UTF8String_disown")) {
+        // A string goes back to the host when its result stands, so that fault alone comes later.
         host().breaches.report(
             fmt::format("{} left by an exception and wrote its result slot all the same", entry.name));
     }
     // A failed count keeps the string it was given: the host takes it back. After a success it must have come back.
-    if (slots.take_back_strings() > 0 && outcome.status == Status::ok) {
+    outcome.kept_strings = slots.take_back_strings();
+    if (outcome.kept_strings > 0 && outcome.status == Status::ok) {
         host().breaches.report(fmt::format("{} succeeded without handing back its string argument", entry.name));
     }
     return outcome;

@@ -42,8 +42,10 @@ struct Outcome {
     std::string exception_type;
     std::string exception_text;
     double seconds = 0;
-    std::optional<Task> task;  ///< the task that did the count, or that was given one
-    std::size_t pieces = 1;    ///< into how many calls the host split the range
+    std::optional<Task> task;      ///< the task that did the count, or that was given one
+    std::size_t pieces = 1;        ///< into how many calls the host split the range
+    bool wrote_result = false;     ///< the result slot was written, whatever came of the call
+    std::size_t kept_strings = 0;  ///< string arguments that the library did not hand back
     std::vector<std::string> breaches;
 
     void add_breaches(const std::vector<std::string>& more) {

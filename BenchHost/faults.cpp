@@ -13,20 +13,25 @@
 namespace bench_host {
 
 const std::vector<FaultSlot>& fault_slots() {
+    static const std::vector<std::string_view> code = {"code", "throw", "throw-int", "slow"};
+    static const std::vector<std::string_view> null = {"null", "throw", "throw-int", "slow"};
+    static const std::vector<std::string_view> nothing = {"throw", "throw-int", "slow"};
     static const std::vector<FaultSlot> slots = {
-        {"MTensor_new", "code, throw"},
-        {"MTensor_getInteger", "code, throw"},
-        {"MTensor_getIntegerData", "null, throw"},
-        {"AbortQ", "code"},
-        {"createAsynchronousTaskWithoutThread", "code, throw"},
-        {"createDataStore", "null, throw"},
-        {"DataStore_addInteger", "throw"},
-        {"DataStore_addReal", "throw"},
-        {"DataStore_addString", "throw"},
-        {"raiseAsyncEvent", "throw"},
-        {"raiseAsyncEvent:Status", "throw"},
-        {"raiseAsyncEvent:Result", "throw"},
-        {"raiseAsyncEvent:Error", "throw"},
+        {"UTF8String_disown", nothing},
+        {"MTensor_new", code},
+        {"MTensor_getInteger", code},
+        {"MTensor_getIntegerData", null},
+        {"AbortQ", code},
+        {"createAsynchronousTaskWithoutThread", code},
+        {"createDataStore", null},
+        {"DataStore_addInteger", nothing},
+        {"DataStore_addReal", nothing},
+        {"DataStore_addString", nothing},
+        {"raiseAsyncEvent", nothing},
+        {"raiseAsyncEvent:Status", nothing},
+        {"raiseAsyncEvent:Result", nothing},
+        {"raiseAsyncEvent:Error", nothing},
+        {"removeAsynchronousTask", code},
     };
     return slots;
 }
@@ -62,7 +67,8 @@ void FaultPlan::add(std::string_view text) {
     const std::size_t equals = text.find('=');
     if (equals == std::string_view::npos) {
         throw std::invalid_argument(fmt::format(
-            "--fail {}: '=' is missing; write SLOT=CODE, SLOT=null or SLOT=throw, each with an optional @K", text));
+            "--fail {}: '=' is missing; write SLOT=CODE, or =null, =throw, =throw-int, =slow, each with an optional @K",
+            text));
     }
     const FaultSlot& slot = find_slot(text.substr(0, equals), text);
     std::string_view what = text.substr(equals + 1);
@@ -72,43 +78,54 @@ void FaultPlan::add(std::string_view text) {
         fault.only_call = read_number(what.substr(at + 1), text);
         what = what.substr(0, at);
     }
+    static const std::map<std::string_view, Fault::Kind> words = {{"null", Fault::Kind::null},
+                                                                  {"throw", Fault::Kind::exception},
+                                                                  {"throw-int", Fault::Kind::other_exception},
+                                                                  {"slow", Fault::Kind::delay}};
     std::string_view form = "code";
-    if (what == "null" || what == "throw") {
+    if (const auto word = words.find(what); word != words.end()) {
         form = what;
-        fault.kind = what == "null" ? Fault::Kind::null : Fault::Kind::exception;
+        fault.kind = word->second;
     } else {
         fault.code = read_number(what, text);
     }
-    if (slot.forms.find(form) == std::string_view::npos) {
-        throw std::invalid_argument(fmt::format("--fail {}: {} takes {}", text, slot.name, slot.forms));
+    if (std::find(slot.forms.begin(), slot.forms.end(), form) == slot.forms.end()) {
+        throw std::invalid_argument(
+            fmt::format("--fail {}: {} takes {}", text, slot.name, fmt::join(slot.forms, ", ")));
     }
     const std::lock_guard lock(mutex_);
-    entries_[std::string(slot.name)] = Entry{fault, 0};
+    faults_[std::string(slot.name)] = fault;
 }
 
 std::optional<Fault> FaultPlan::on_call(std::string_view slot) {
     const std::lock_guard lock(mutex_);
-    const auto found = entries_.find(slot);
-    if (found == entries_.end()) return std::nullopt;
-    Entry& entry = found->second;
-    ++entry.calls;
-    if (entry.fault.only_call != 0 && entry.fault.only_call != entry.calls) return std::nullopt;
-    return entry.fault;
+    const std::int64_t call = ++calls_[std::string(slot)];
+    const auto found = faults_.find(slot);
+    if (found == faults_.end()) return std::nullopt;
+    const Fault& fault = found->second;
+    if (fault.only_call != 0 && fault.only_call != call) return std::nullopt;
+    return fault;
 }
 
 bool FaultPlan::planned(std::string_view slot) const {
     const std::lock_guard lock(mutex_);
-    return entries_.find(slot) != entries_.end();
+    return faults_.find(slot) != faults_.end();
 }
 
 bool FaultPlan::any() const {
     const std::lock_guard lock(mutex_);
-    return !entries_.empty();
+    return !faults_.empty();
+}
+
+std::map<std::string, std::int64_t, std::less<>> FaultPlan::calls() const {
+    const std::lock_guard lock(mutex_);
+    return calls_;
 }
 
 void FaultPlan::clear() {
     const std::lock_guard lock(mutex_);
-    entries_.clear();
+    faults_.clear();
+    calls_.clear();
 }
 
 }  // namespace bench_host

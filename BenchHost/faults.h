@@ -14,9 +14,15 @@
 
 namespace bench_host {
 
-/** What one `--fail SLOT=WHAT[@K]` asks for. */
+/** What one `--fail SLOT=WHAT[@K]` asks for: "SLOT=5", "=null", "=throw", "=throw-int", "=slow". */
 struct Fault {
-    enum class Kind { code, null, exception };
+    enum class Kind {
+        code,             ///< returns the code
+        null,             ///< returns a null pointer
+        exception,        ///< throws a std::runtime_error
+        other_exception,  ///< throws an int
+        delay             ///< does its work, 0.2 s late
+    };
 
     Kind kind = Kind::code;
     std::int64_t code = 0;
@@ -27,7 +33,7 @@ struct Fault {
 class FaultPlan {
   public:
     /**
-     * Adds "SLOT=CODE", "SLOT=null" or "SLOT=throw", each with an optional "@K".
+     * Adds "SLOT=CODE", "SLOT=null", "SLOT=throw", "SLOT=throw-int" or "SLOT=slow", each with an optional "@K".
      * The slot "raiseAsyncEvent:Result" means raiseAsyncEvent for events of that name alone.
      * @throws std::invalid_argument with one line that names the slots and forms there are.
      */
@@ -41,23 +47,22 @@ class FaultPlan {
 
     bool any() const;
 
-    /** Forgets all faults (the prompt sets them anew with every line). */
+    /** How often each slot was called since the last clear(). */
+    std::map<std::string, std::int64_t, std::less<>> calls() const;
+
+    /** Forgets all faults and calls (the prompt sets them anew with every line). */
     void clear();
 
   private:
-    struct Entry {
-        Fault fault;
-        std::int64_t calls = 0;
-    };
-
     mutable std::mutex mutex_;
-    std::map<std::string, Entry, std::less<>> entries_;
+    std::map<std::string, Fault, std::less<>> faults_;
+    std::map<std::string, std::int64_t, std::less<>> calls_;
 };
 
-/** The slots that faults may name, with the forms each takes ("code", "null", "throw"), for help and messages. */
+/** The slots that faults may name, with the forms each takes ("code", "null", "throw", ...), for help and messages. */
 struct FaultSlot {
     std::string_view name;
-    std::string_view forms;
+    std::vector<std::string_view> forms;
 };
 const std::vector<FaultSlot>& fault_slots();
 

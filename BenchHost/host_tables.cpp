@@ -7,7 +7,9 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <chrono>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "host.h"
@@ -136,18 +138,30 @@ std::array<PlainSlot, further_slots> further_traps(std::index_sequence<I...>) {
     return slots;
 }
 
-/** Answers the planned fault's code, throws for a planned exception; nothing when the call is to do its work. */
+/**
+ * Answers the planned fault's code, throws for a planned exception, waits for a planned delay; nothing when the call is
+ * to do its work.
+ */
 std::optional<Fault> planned_fault(std::string_view slot) {
-    auto fault = host().faults.on_call(slot);
-    if (fault && fault->kind == Fault::Kind::exception) {
-        throw std::runtime_error(fmt::format("injected into {}", slot));
+    const auto fault = host().faults.on_call(slot);
+    if (!fault) return fault;
+    switch (fault->kind) {
+        case Fault::Kind::exception:
+            throw std::runtime_error(fmt::format("injected into {}", slot));
+        case Fault::Kind::other_exception:
+            throw 42;
+        case Fault::Kind::delay:
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            return std::nullopt;
+        default:
+            return fault;
     }
-    return fault;
 }
 
 // ---- strings and tensors
 
 void string_disown(char* text) {
+    planned_fault("UTF8String_disown");
     if (!host().strings.hand_back(text))
         host().breaches.report("UTF8String_disown was given a string that is not lent to the library");
 }
@@ -288,7 +302,10 @@ void store_add_named_string(DataStore store, char*, char* text) {
 }
 
 mint remove_task(mint task) {
-    return host().tasks.remove(task);
+    // The code alone goes wrong: what a host did not remove it would never hear of again.
+    const auto fault = planned_fault("removeAsynchronousTask");
+    const mint removed = host().tasks.remove(task);
+    return fault ? fault->code : removed;
 }
 
 // ---- the tables

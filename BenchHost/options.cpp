@@ -101,7 +101,7 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
 
     const std::string faults = "Faults";
     app->add_option("--fail", options.faults,
-                    "make a callback fail: SLOT=CODE, SLOT=null or SLOT=throw, with @K only its K-th call")
+                    "make a callback fail: SLOT=CODE, or =null, =throw, =throw-int, =slow; with @K only its K-th call")
         ->type_name("FAULT")
         ->take_all()
         ->expected(1)
@@ -168,6 +168,7 @@ const std::vector<CommandWord>& command_words() {
         {"plot", "plot KIND ...",
          "curves in the terminal, or as SVG or PNG with --svg FILE, --png FILE; KIND is pi, gaps, twins or events",
          false},
+        {"faults", "faults [EXPORT...]", "every callback goes wrong in every way, and what comes of it", false},
         {"tasks", "tasks", "the asynchronous tasks and what became of them", true},
         {"stop", "stop", "ends the task that is counting now (Ctrl-C does it while you wait for one)", true},
         {"wait", "wait [ID]", "waits for a task, or for all, with a progress bar", true},
@@ -252,7 +253,8 @@ std::string help_text(unsigned width) {
         text += help_entry("   " + name, option->get_description(), option_column, width);
     }
     text += "\nSlots of --fail, and the forms they take:\n";
-    for (const FaultSlot& slot : fault_slots()) text += fmt::format("   {:<38} {}\n", slot.name, slot.forms);
+    for (const FaultSlot& slot : fault_slots())
+        text += fmt::format("   {:<38} {}\n", slot.name, fmt::join(slot.forms, ", "));
     text += "\nExamples:\n" + example_lines("kesh-host ", width);
     return text + "\n" + wrapped(fmt::format("{} In a shell, write '*' and brackets in quotes.", integers), width, 0) +
            "\n" +

@@ -15,6 +15,7 @@
 #include "arguments.h"
 #include "event_log.h"
 #include "exit_codes.h"
+#include "fault_campaign.h"
 #include "host.h"
 #include "host_tables.h"
 #include "interrupts.h"
@@ -170,6 +171,7 @@ int Session::execute(const Options& options, bool at_prompt) {
         if (name == "help") return help(options, rest, at_prompt);
         if (name == "version") return print(version_text()), exit_ok;
         if (name == "plot") return draw_plot(library_, options, rest, look(options), progress_look(options));
+        if (name == "faults") return faults(rest, at_prompt);
         if (at_prompt) {
             if (name == "tasks") return print(tasks_text(host().tasks.list(), look(options))), exit_ok;
             if (name == "stop") return Caller(library_, progress_look(options)).stop_task(), exit_ok;
@@ -195,6 +197,15 @@ int Session::help(const Options& options, const std::vector<std::string>& words,
         if (word.name == words[0]) return print(fmt::format("{}\n  {}\n", word.usage, word.meaning)), exit_ok;
     }
     throw BadInput(unknown_name(words[0]));
+}
+
+int Session::faults(const std::vector<std::string>& words, bool at_prompt) {
+    // Every case begins in a process in which nothing has been called.
+    if (at_prompt) throw BadInput("'faults' works on the command line only: kesh-host faults");
+    for (const std::string& word : words) {
+        if (find_export(word) == nullptr) throw BadInput(unknown_name(word));
+    }
+    return print(fault_page(library_, words)), exit_ok;
 }
 
 int Session::show(const Options& options, const Outcome& outcome) {

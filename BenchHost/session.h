@@ -51,6 +51,7 @@ class Session {
     int wait(const Options& options, const std::vector<std::string>& words);
     int set(const std::vector<std::string>& words);
     int help(const Options& options, const std::vector<std::string>& words, bool at_prompt);
+    int faults(const std::vector<std::string>& words, bool at_prompt);
     int show(const Options& options, const Outcome& outcome);
     int bad_input(const Options& options, const std::string& message) const;
     void show_events(const Options& options, const std::vector<Event>& events);

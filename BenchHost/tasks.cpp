@@ -75,7 +75,7 @@ void TaskBoard::add(DataStore store, EventValue value, bool named) {
 
 void TaskBoard::discard(DataStore store) {
     const std::lock_guard lock(mutex_);
-    open_stores_.erase(store);
+    discarded_stores_ += open_stores_.erase(store);
 }
 
 void TaskBoard::check_payload(const Task& task, std::string_view name, const st_DataStore& store) const {
@@ -309,6 +309,11 @@ void TaskBoard::keep_events(bool keep) {
 std::size_t TaskBoard::open_stores() const {
     const std::lock_guard lock(mutex_);
     return open_stores_.size();
+}
+
+std::size_t TaskBoard::discarded_stores() const {
+    const std::lock_guard lock(mutex_);
+    return discarded_stores_;
 }
 
 }  // namespace bench_host

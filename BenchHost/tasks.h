@@ -123,6 +123,8 @@ class TaskBoard {
 
     /** DataStores created and not handed over: 0 whenever no event is being raised. */
     std::size_t open_stores() const;
+    /** DataStores that an injected exception kept from being handed over. */
+    std::size_t discarded_stores() const;
 
   private:
     void breach(const std::string& what) const;
@@ -143,6 +145,7 @@ class TaskBoard {
     mint last_counted_ = 0;
     double latest_percent_ = 0;
     std::size_t status_total_ = 0;
+    std::size_t discarded_stores_ = 0;
     bool late_status_expected_ = false;
     bool missing_store_tolerated_ = false;
     bool keep_events_ = false;

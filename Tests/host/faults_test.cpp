@@ -31,6 +31,23 @@ TEST(Faults, EveryCallOrOneCall) {
     EXPECT_FALSE(plan.on_call("MTensor_new"));
 }
 
+TEST(Faults, EveryWayToFail) {
+    FaultPlan plan;
+    plan.add("AbortQ=throw-int");
+    plan.add("UTF8String_disown=slow@3");
+    plan.add("removeAsynchronousTask=throw");
+    EXPECT_EQ(plan.on_call("AbortQ")->kind, Fault::Kind::other_exception);
+    EXPECT_FALSE(plan.on_call("UTF8String_disown"));
+    EXPECT_FALSE(plan.on_call("UTF8String_disown"));
+    EXPECT_EQ(plan.on_call("UTF8String_disown")->kind, Fault::Kind::delay);
+    EXPECT_EQ(plan.on_call("removeAsynchronousTask")->kind, Fault::Kind::exception);
+    EXPECT_FALSE(plan.on_call("MTensor_new"));
+    EXPECT_EQ(plan.calls()["UTF8String_disown"], 3);
+    EXPECT_EQ(plan.calls()["MTensor_new"], 1) << "calls count without a fault too";
+    plan.clear();
+    EXPECT_TRUE(plan.calls().empty());
+}
+
 TEST(Faults, EventsByName) {
     FaultPlan plan;
     plan.add("raiseAsyncEvent:Result=throw");
@@ -54,6 +71,6 @@ TEST_P(BadFault, IsRefusedInOneLine) {
 INSTANTIATE_TEST_SUITE_P(Forms, BadFault,
                          testing::Values("MTensor_new", "MTensor_new=", "MTensor_new=x", "MTensor_new=5@",
                                          "MTensor_new=5@x", "Nothing=5", "MTensor_new=null", "createDataStore=5",
-                                         "DataStore_addReal=1"));
+                                         "DataStore_addReal=1", "AbortQ=null", "AbortQ=throw-", "UTF8String_disown=1"));
 
 }  // namespace
