@@ -103,25 +103,25 @@ inline bool processor_has_adx() noexcept {
     ROW(6, t6, t7, t0, t1, t2, t3, t4, t5) \
     ROW(7, t7, t0, t1, t2, t3, t4, t5, t6)
 
-/// A row of the product and a row of the reduction, after which t0 is 0 and free: (t1, ..., t4, t5) is the new
-/// accumulator. t4, the top limb, is at most 1 before the pair, and so is t5 after it.
+/// (t0, ..., t4) += source rdx; t5, zero before or the carry of a row before, takes the carry.
+#define KESH_FULL_ROW4(source, t0, t1, t2, t3, t4, t5) \
+    "xorl %k[lo], %k[lo]\n\t"                          \
+    KESH_STEP(source, 0, t0, t1)                       \
+    KESH_STEP(source, 8, t1, t2)                       \
+    KESH_STEP(source, 16, t2, t3)                      \
+    KESH_STEP(source, 24, t3, t4)                      \
+    "movl $0, %k[lo]\n\t"                              \
+    "adcx %[lo], %[" #t4 "]\n\t"                       \
+    "adox %[lo], %[" #t5 "]\n\t"                       \
+    "adcx %[lo], %[" #t5 "]\n\t"
+
+/// A row of the product and a row of the reduction. t5 is zero before; t0 is zero afterwards and takes its place.
 #define KESH_ROW_PAIR4(i, t0, t1, t2, t3, t4, t5) \
     "movq " #i "*8(%[b]), %%rdx\n\t"              \
-    KESH_ROW4(a, t0, t1, t2, t3, t5)              \
+    KESH_FULL_ROW4(a, t0, t1, t2, t3, t4, t5)     \
     "movq %[" #t0 "], %%rdx\n\t"                  \
     "imulq %[k0], %%rdx\n\t"                      \
-    "addq %[" #t5 "], %[" #t4 "]\n\t"             \
-    "movl $0, %k[" #t5 "]\n\t"                    \
-    "adcq $0, %[" #t5 "]\n\t"                     \
-    "xorl %k[lo], %k[lo]\n\t"                     \
-    KESH_STEP(m, 0, t0, t1)                       \
-    KESH_STEP(m, 8, t1, t2)                       \
-    KESH_STEP(m, 16, t2, t3)                      \
-    KESH_STEP(m, 24, t3, t4)                      \
-    "movl $0, %k[lo]\n\t"                         \
-    "adcx %[lo], %[" #t4 "]\n\t"                  \
-    "adox %[lo], %[" #t5 "]\n\t"                  \
-    "adcx %[lo], %[" #t5 "]\n\t"
+    KESH_FULL_ROW4(m, t0, t1, t2, t3, t4, t5)
 
 /// (t0, ..., t9) += the eight limbs at `offset` of the operands, times rdx.
 #define KESH_FULL_ROW8(offset, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)         \
@@ -196,13 +196,20 @@ inline void montgomery_product4(umint* r, const umint* a, const umint* b, const 
                      KESH_ROW_PAIR4(1, t1, t2, t3, t4, t5, t0)
                      KESH_ROW_PAIR4(2, t2, t3, t4, t5, t0, t1)
                      KESH_ROW_PAIR4(3, t3, t4, t5, t0, t1, t2)
+                     // (t4, t5, t0, t1) below the top limb t2 less m, unless that is negative
+                     "movq %[t4], %[lo]\n\t"   "subq (%[m]), %[lo]\n\t"
+                     "movq %[t5], %[hi]\n\t"   "sbbq 8(%[m]), %[hi]\n\t"
+                     "movq %[t0], %%rdx\n\t"   "sbbq 16(%[m]), %%rdx\n\t"
+                     "movq %[t1], %[t3]\n\t"   "sbbq 24(%[m]), %[t3]\n\t"
+                     "sbbq $0, %[t2]\n\t"
+                     "cmovncq %[lo], %[t4]\n\t" "cmovncq %[hi], %[t5]\n\t"
+                     "cmovncq %%rdx, %[t0]\n\t" "cmovncq %[t3], %[t1]\n\t"
                      : [t0] "+&r"(t0), [t1] "+&r"(t1), [t2] "+&r"(t2), [t3] "+&r"(t3), [t4] "+&r"(t4),
                        [t5] "+&r"(t5), [lo] "=&r"(low), [hi] "=&r"(high)
                      : [a] "r"(a), [b] "r"(b), [m] "r"(m), [k0] "m"(k0)
                      : "rdx", "cc", "memory");
     // clang-format on
-    const umint t[4] = {t4, t5, t0, t1};
-    subtract_modulus_once<4>(r, t, t2, m);
+    r[0] = t4, r[1] = t5, r[2] = t0, r[3] = t1;
 }
 
 /// What the rows of montgomery_product8 read, behind one pointer: registers for three there are not.
@@ -246,6 +253,7 @@ inline void montgomery_product8(umint* r, const umint* a, const umint* b, const 
 #undef KESH_PRODUCT_ROW8
 #undef KESH_REDUCTION_ROW8
 #undef KESH_EIGHT_ROWS
+#undef KESH_FULL_ROW4
 #undef KESH_ROW_PAIR4
 #undef KESH_FULL_ROW8
 #undef KESH_ROW_PAIR8
