@@ -32,8 +32,9 @@ std::string gnuplot_script(const Plot& plot, Picture kind, const std::string& pa
         "set output {}\nset title {} noenhanced\nset xlabel {} noenhanced\nset ylabel {} noenhanced\nset grid\nset key "
         "left top noenhanced\n",
         quoted(path), quoted(plot.title), quoted(plot.x_label), quoted(plot.y_label));
-    script += "set format x '%.10g'\nset format y '%.10g'\n";
-    if (plot.bars) script += "set style fill solid 0.6\nset boxwidth 1.6\nset key off\n";
+    // Room at the right for half of the last number.
+    script += "set format x '%.10g'\nset format y '%.10g'\nset rmargin 7\n";
+    if (plot.bars) script += "set style fill solid 0.6\nset boxwidth 1.6\nset key off\nset xrange [0:]\n";
     for (std::size_t i = 0; i < plot.curves.size(); ++i) {
         script += fmt::format("$curve{} << END\n", i);
         for (const Curve::Point& point : plot.curves[i].points)
@@ -41,8 +42,10 @@ std::string gnuplot_script(const Plot& plot, Picture kind, const std::string& pa
         script += "END\n";
     }
     for (std::size_t i = 0; i < plot.curves.size(); ++i) {
-        script += fmt::format("{}$curve{} using 1:2 with {} title {}", i == 0 ? "plot " : ", ", i,
-                              plot.bars ? "boxes" : "lines linewidth 2", quoted(plot.curves[i].name));
+        // Where a curve covers the first, that one shows through the dashes.
+        const char* look = plot.bars ? "boxes" : (i == 0 ? "lines linewidth 2" : "lines linewidth 2 dashtype 2");
+        script += fmt::format("{}$curve{} using 1:2 with {} title {}", i == 0 ? "plot " : ", ", i, look,
+                              quoted(plot.curves[i].name));
     }
     return script + "\n";
 }

@@ -105,6 +105,8 @@ TEST(HostPages, PlotsInTheTerminalAndAsFiles) {
     EXPECT_EQ(drawn.code, 0) << drawn.errors;
     EXPECT_THAT(file_text(svg), AllOf(HasSubstr("<svg"), HasSubstr("Gaps between neighbouring primes")));
     EXPECT_THAT(file_text(png), StartsWith("\x89PNG"));
+    EXPECT_EQ(run_host({"plot", "pi", "10^4", "--svg", svg}).code, 0);
+    EXPECT_THAT(file_text(svg), AllOf(HasSubstr("pi(x)"), HasSubstr("x / ln x"), HasSubstr("Li(x)")));
     std::remove(svg.c_str());
     std::remove(png.c_str());
     EXPECT_EQ(run_host({"plot", "pi", "100", "--svg", "/nonexistent/x.svg"}).code, 2);
