@@ -12,6 +12,8 @@
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <regex>
+#include <set>
 #include <sstream>
 
 #include "host/process.h"
@@ -55,6 +57,28 @@ TEST(HostPages, EveryOptionAndCommandIsInTheManPageAndTheManual) {
         EXPECT_THAT(man, HasSubstr(command));
         EXPECT_THAT(manual, HasSubstr(std::string("`") + command));
     }
+}
+
+/** What the pattern's first group matches in the file, each match once. */
+std::set<std::string> names_in(const std::string& path, const std::string& pattern) {
+    const std::string text = file_text(path);
+    const std::regex expression(pattern);
+    std::set<std::string> names;
+    for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end; ++match)
+        names.insert((*match)[1]);
+    return names;
+}
+
+TEST(HostPages, EveryErrorCodeAndBuildOptionHasALine) {
+    const auto codes = names_in(KESH_SOURCE_DIR "/HostInterface/VelmoraLibrary.h", "(LIBRARY_[A-Z_]+) = ");
+    EXPECT_EQ(codes.size(), 8U);
+    const std::string interface_page = file_text(KESH_SOURCE_DIR "/docs/host-interface.md");
+    for (const std::string& code : codes) EXPECT_THAT(interface_page, HasSubstr('`' + code + '`'));
+
+    const auto options = names_in(KESH_SOURCE_DIR "/CMakeLists.txt", "(?:option|set)\\((KESH_[A-Z]+) ");
+    EXPECT_GE(options.size(), 5U);
+    const std::string building_page = file_text(KESH_SOURCE_DIR "/docs/building.md");
+    for (const std::string& option : options) EXPECT_THAT(building_page, HasSubstr('`' + option + '`'));
 }
 
 TEST(HostPages, CompletionInTheShell) {
