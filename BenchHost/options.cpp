@@ -122,6 +122,16 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
         ->type_name("N")
         ->check(CLI::Range(2, 10000))
         ->group(plots);
+
+    const std::string endurance = "Endurance";
+    app->add_option("--minutes", options.endurance.minutes, "how long 'endure' goes on; 0 for one round of calls")
+        ->type_name("N")
+        ->check(CLI::Range(0.0, 1e6))
+        ->group(endurance);
+    app->add_option("--load", options.endurance.load, "share of the time that 'endure' spends in calls, up to 1")
+        ->type_name("X")
+        ->check(CLI::Range(0.01, 1.0))
+        ->group(endurance);
     return app;
 }
 
@@ -169,6 +179,7 @@ const std::vector<CommandWord>& command_words() {
          "curves in the terminal, or as SVG or PNG with --svg FILE, --png FILE; KIND is pi, gaps, twins or events",
          false},
         {"faults", "faults [EXPORT...]", "every callback goes wrong in every way, and what comes of it", false},
+        {"endure", "endure", "half an hour of mixed calls, every answer checked; see --minutes", false},
         {"tasks", "tasks", "the asynchronous tasks and what became of them", true},
         {"stop", "stop", "ends the task that is counting now (Ctrl-C does it while you wait for one)", true},
         {"wait", "wait [ID]", "waits for a task, or for all, with a progress bar", true},

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "caller.h"
+#include "endurance.h"
 #include "terminal.h"
 
 namespace bench_host {
@@ -43,6 +44,8 @@ struct Options {
     std::string svg;
     std::string png;
     unsigned points = 0;
+
+    EnduranceLook endurance;
 };
 
 /**

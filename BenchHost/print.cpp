@@ -148,6 +148,12 @@ std::string tensor_table(std::span<const mint> values, const PrintLook& look) {
     return text;
 }
 
+std::string answer_text(const Outcome& outcome) {
+    if (const auto* tensor = std::get_if<TensorResult>(&outcome.result))
+        return fmt::format("{{{}}}", fmt::join((*tensor)->data(), ", "));
+    return std::holds_alternative<std::monostate>(outcome.result) ? "" : plain_result(outcome);
+}
+
 std::string result_text(const Outcome& outcome, const PrintLook& look) {
     if (outcome.status == Status::submitted) {
         return look.quiet ? fmt::format("{}\n", outcome.task->id)

@@ -24,6 +24,9 @@ struct PrintLook {
 /** What the call came to, for standard output: empty when it failed. Ends with a line end unless empty. */
 std::string result_text(const Outcome& outcome, const PrintLook& look);
 
+/** The bare answer in one line, as in the table of exports: 25, {2, 3, 5}. Empty without one. */
+std::string answer_text(const Outcome& outcome);
+
 /** Why there is no result, for standard error: empty when there is one. */
 std::string failure_text(const Outcome& outcome, const Style& style);
 

@@ -13,6 +13,7 @@
 
 #include "Shared/kernel/kernel.h"
 #include "arguments.h"
+#include "endurance.h"
 #include "event_log.h"
 #include "exit_codes.h"
 #include "fault_campaign.h"
@@ -171,6 +172,7 @@ int Session::execute(const Options& options, bool at_prompt) {
         if (name == "help") return help(options, rest, at_prompt);
         if (name == "version") return print(version_text()), exit_ok;
         if (name == "plot") return draw_plot(library_, options, rest, look(options), progress_look(options));
+        if (name == "endure") return endure(library_, options.endurance);
         if (name == "faults") return faults(rest, at_prompt);
         if (at_prompt) {
             if (name == "tasks") return print(tasks_text(host().tasks.list(), look(options))), exit_ok;

@@ -258,6 +258,13 @@ void TaskBoard::tolerate_missing_store(bool tolerated) {
     missing_store_tolerated_ = tolerated;
 }
 
+void TaskBoard::forget_ended() {
+    const std::lock_guard lock(mutex_);
+    std::erase_if(tasks_, [this](const auto& entry) {
+        return entry.second.state == TaskState::removed && entry.first != last_counted_;
+    });
+}
+
 std::optional<Task> TaskBoard::find(mint id) const {
     const std::lock_guard lock(mutex_);
     const auto found = tasks_.find(id);

@@ -104,6 +104,9 @@ class TaskBoard {
     /** Events after an injected fault may lack what the fault took away. */
     void tolerate_missing_store(bool tolerated);
 
+    /** Forgets the tasks that are removed, but for the last, which may still see late events. */
+    void forget_ended();
+
     std::optional<Task> find(mint id) const;
     std::vector<Task> list() const;
     std::size_t running() const;

@@ -1,9 +1,8 @@
-#include <dirent.h>
-
 #include <stdexcept>
 #include <thread>
 
 #include "counting/counting.h"
+#include "support/threads.h"
 
 namespace kesh::test {
 namespace {
@@ -17,15 +16,6 @@ class Tasks : public CountingTest {
         return number;
     }
 };
-
-/** The threads of this process. */
-int thread_count() {
-    int count = 0;
-    DIR* const folder = opendir("/proc/self/task");
-    while (const dirent* const entry = readdir(folder)) count += entry->d_name[0] == '.' ? 0 : 1;
-    closedir(folder);
-    return count;
-}
 
 TEST_F(Tasks, CreateGivesNewIdsWhateverIsPassed) {
     const IntegerCall first = call_integer("PrimeCount_CreateTask", {});
@@ -95,7 +85,7 @@ TEST_F(Tasks, TwoSubmitsRunOneAfterTheOther) {
 
 TEST_F(Tasks, ABurstOfAThousand) {
     report_of(submit("PrimeCount_SubmitPrimePi", power_of_ten(10)));
-    const int threads_before = thread_count();
+    const long threads_before = thread_count();
     std::vector<mint> tasks;
     for (mint i = 0; i < 1000; ++i) {
         switch (i % 3) {
@@ -114,10 +104,7 @@ TEST_F(Tasks, ABurstOfAThousand) {
         EXPECT_EQ(report_of(task).name, "Result");
         EXPECT_EQ(number_of(task, "Result"), 1u);
     }
-    for (int wait = 0; wait < 1000 && thread_count() > threads_before; ++wait) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    EXPECT_LE(thread_count(), threads_before);
+    EXPECT_TRUE(wait_for_threads(threads_before));
 }
 
 // --- stopping ---------------------------------------------------------------------------------------------------

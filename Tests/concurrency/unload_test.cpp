@@ -1,0 +1,86 @@
+/**
+ * @file   unload_test.cpp
+ * @brief  dlclose, when nothing runs and while a task counts.
+ *
+ * The installed primecount and primesieve cannot be unloaded (they define names that are unique in a process), and what
+ * they hold on to stays with them: this library too. dlclose then takes nothing away from a running task. Where it does
+ * unload, a task's code would vanish under it, and a host has to wait for its tasks first.
+ */
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "concurrency/inert_host.h"
+#include "counting/counting.h"
+#include "support/threads.h"
+
+namespace kesh::test {
+namespace {
+
+void* open_library() {
+    void* const handle = dlopen(KESH_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
+    EXPECT_NE(handle, nullptr) << dlerror();
+    return handle;
+}
+
+bool is_mapped() {
+    void* const handle = dlopen(KESH_LIBRARY_PATH, RTLD_NOW | RTLD_NOLOAD);
+    if (handle != nullptr) dlclose(handle);
+    return handle != nullptr;
+}
+
+mint call(void* handle, const char* name, std::vector<mint> arguments) {
+    std::vector<MArgument> slots(arguments.size());
+    for (size_t i = 0; i < slots.size(); ++i) slots[i].integer = &arguments[i];
+    mint answer = 0;
+    MArgument result;
+    result.integer = &answer;
+    const auto function = reinterpret_cast<Export>(dlsym(handle, name));
+    EXPECT_EQ(function(inert_host(), static_cast<mint>(slots.size()), slots.data(), result), 0) << name;
+    return answer;
+}
+
+TEST(Unload, OpenedAndClosedAgainAndAgain) {
+    for (int round = 0; round < 50; ++round) {
+        void* const handle = open_library();
+        EXPECT_EQ(call(handle, "PrimeSieve_CountPrimes", {0, 1000}), 168);
+        EXPECT_EQ(call(handle, "PrimeCount_PrimePi", {1'000'000}), 78498);
+        EXPECT_EQ(dlclose(handle), 0);
+    }
+}
+
+TEST(Unload, AfterTheTasksHaveEnded) {
+    for (int round = 0; round < 10; ++round) {
+        void* const handle = open_library();
+        const long threads = thread_count();
+        const int removed = tasks_removed;
+        call(handle, "PrimeCount_SubmitPrimePi", {1, power_of_ten(11)});
+        while (tasks_removed == removed) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        // The thread still has a few instructions of the library before it when its task has been removed.
+        ASSERT_TRUE(wait_for_threads(threads));
+        EXPECT_EQ(last_result, pi_of_power_of_ten[11]);
+        EXPECT_EQ(dlclose(handle), 0);
+    }
+}
+
+TEST(Unload, WhileATaskCounts) {
+    EXPECT_EQ(dlclose(open_library()), 0);
+    if (!is_mapped()) GTEST_SKIP() << "this primecount lets the library be unloaded";
+    for (int round = 0; round < 5; ++round) {
+        void* handle = open_library();
+        const int removed = tasks_removed;
+        call(handle, "PrimeCount_SubmitPrimePi", {1, power_of_ten(13)});
+        std::this_thread::sleep_for(std::chrono::milliseconds(3 * round));
+        EXPECT_EQ(dlclose(handle), 0);
+        while (tasks_removed == removed) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        EXPECT_EQ(last_result, pi_of_power_of_ten[13]) << "the task went on to its result";
+        handle = open_library();
+        EXPECT_EQ(call(handle, "PrimeCount_PrimePi", {1'000'000}), 78498);
+        EXPECT_EQ(dlclose(handle), 0);
+    }
+}
+
+}  // namespace
+}  // namespace kesh::test

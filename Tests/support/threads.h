@@ -1,0 +1,27 @@
+/**
+ * @file   threads.h
+ * @brief  The threads of this process, to wait for the end of those that the library detached.
+ */
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <iterator>
+#include <thread>
+
+namespace kesh::test {
+
+inline long thread_count() {
+    const std::filesystem::directory_iterator threads("/proc/self/task");
+    return std::distance(begin(threads), end(threads));
+}
+
+/** Waits until there are no more threads than that; false when it takes longer than ten seconds. A task's thread ends a
+ * moment after the task was removed. */
+inline bool wait_for_threads(long count) {
+    for (int wait = 0; wait < 1000 && thread_count() > count; ++wait)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return thread_count() <= count;
+}
+
+}  // namespace kesh::test
