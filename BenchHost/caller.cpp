@@ -221,8 +221,7 @@ Outcome Caller::wait_for_task(mint id, const CallSettings& settings) const {
 }
 
 bool Caller::install_status_callback() const {
-    // A task leaves its progress callback installed, and its start forgets a pending stop request. A count of nothing
-    // does both at no cost.
+    // A task leaves its progress callback installed. A count of nothing does so at no cost.
     const mint id = create_task();
     host().tasks.submit(id, "progress callback", false);
     if (call_export(library_, "PrimeCount_SubmitPrimePi", {id, 0}).status != Status::ok) {
@@ -234,8 +233,13 @@ bool Caller::install_status_callback() const {
 
 Outcome Caller::call_under_status(const Export& entry, const std::vector<ArgumentValue>& arguments,
                                   const CallSettings& settings) const {
-    // While other tasks run the callback is theirs.
-    if (host().tasks.running() > 0 || !install_status_callback()) return call_plainly(entry, arguments, settings);
+    if (host().tasks.running() > 0 || !install_status_callback()) {
+        // While other tasks run the callback is theirs, and this count's reports arrive among those of a task.
+        host().tasks.expect_late_status(true);
+        Outcome outcome = call_plainly(entry, arguments, settings);
+        host().tasks.expect_late_status(false);
+        return outcome;
+    }
 
     const InterruptScope scope(presses_for_stoppable);
     const StopCondition stop(settings);
@@ -260,10 +264,7 @@ Outcome Caller::call_under_status(const Export& entry, const std::vector<Argumen
         outcome = call_export(library_, entry, arguments, settings.table);
     }
     host().tasks.expect_late_status(false);
-    if (stop_sent) {
-        if (!outcome.good()) outcome.status = Status::stopped;
-        install_status_callback();  // forgets the stop request, which would end the next count that is no task
-    }
+    if (stop_sent && !outcome.good()) outcome.status = Status::stopped;
     return outcome;
 }
 

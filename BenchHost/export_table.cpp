@@ -15,8 +15,7 @@ namespace {
 constexpr std::string_view count_error = "6 on a wrong number of arguments";
 constexpr std::string_view sieve_errors =
     "6 on a wrong number of arguments; primesieve's exceptions pass through. A negative bound is taken as its 64-bit "
-    "pattern, "
-    "2^63 or more, and starts a very long count";
+    "pattern, 2^63 or more; where b is far above a that starts a very long count";
 constexpr std::string_view algorithm_errors = "6 on a wrong number of arguments; primecount's exceptions pass through";
 constexpr std::string_view submit_errors =
     "6 on a wrong number of arguments, and no thread is started; a failed or stopped count raises \"Error\" with "
@@ -301,8 +300,8 @@ std::vector<Export> make_table() {
          .sentence = "The primes from {0} to {1} add up to {r}.",
          .errors =
              "6 on a wrong number of arguments; a sum above 2^64 - 1 wraps. a = 0 starts at the top of the 64-bit "
-             "range "
-             "(a - 1 wraps) and throws \"cannot generate primes > 2^64\"; b = 2^64 - 1, or -1, gives 0 (b + 1 wraps)",
+             "range (a - 1 wraps), b from 2^64 - 59 to 2^64 - 2 walks past the last 64-bit prime, and both throw \"cannot "
+             "generate primes > 2^64\"; b = 2^64 - 1, or -1, gives 0 (b + 1 wraps) for a up to 2^64 - 59",
          .cost = "O((b - a) log log b) plus O(sqrt(b)) to start, one thread",
          .example = {"10^6", "2*10^6"},
          .example_result = "105363426899",

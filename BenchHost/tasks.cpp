@@ -93,7 +93,7 @@ void TaskBoard::check_payload(const Task& task, std::string_view name, const st_
             breach(fmt::format("event \"Status\" of task {} carries no real number", task.id));
         } else if (!(*percent >= 0 && *percent <= 100)) {
             breach(fmt::format("event \"Status\" of task {} carries {}, which is no percentage", task.id, *percent));
-        } else if (*percent < task.percent && task.state == TaskState::counting) {
+        } else if (*percent < task.percent && task.state == TaskState::counting && !late_status_expected_) {
             breach(fmt::format("the progress of task {} fell from {:.3f} to {:.3f}", task.id, task.percent, *percent));
         }
     } else if (name == "Result") {

@@ -98,7 +98,8 @@ class TaskBoard {
     void withdraw(mint id);
     /**
      * Status events to a task that has ended are in order while a call runs that installs no progress callback of its
-     * own: the last task's stays in force. Otherwise they are a breach.
+     * own: the last task's stays in force. So are falling percentages then, from two counts that report to one task.
+     * Otherwise both are a breach.
      */
     void expect_late_status(bool expected);
     /** Events after an injected fault may lack what the fault took away. */

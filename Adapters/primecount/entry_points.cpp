@@ -36,12 +36,12 @@ using kesh::counting::RunningCount;
  * Whether primecount's calls arrive at the interposed functions, found out by one small count.
  *
  * They do not where something else in the process has loaded libprimecount before this library: its calls were bound
- * then. Counts are left alone in that case, without progress and without a way to end them. The same holds where the
+ * then. Its counts are left alone in that case, without progress and without a way to end them. The same holds where the
  * libprimecount found at run time works differently from the one that the library was built with.
  */
 bool hooks_reach_primecount() {
     static const bool reached = [] {
-        RunningCount probe(RunningCount::Reporting::off);
+        RunningCount probe(RunningCount::Purpose::probe);
         return primecount::pi(int64_t{300'000'000}, 1) == 16'252'325 && probe.saw_all_hooks();
     }();
     return reached;
@@ -62,7 +62,6 @@ auto supervised(Count count) {
 int64_t count_by_slices(RunningCount& running, int64_t x) {
     // Each slice begins by sieving the primes up to its end's root, so the slice has to be much longer than that.
     const auto slice = std::max<int64_t>(2'000'000'000, 30 * static_cast<int64_t>(std::sqrt(static_cast<double>(x))));
-    primesieve::set_num_threads(primecount::get_num_threads());
     uint64_t count = 0;
     for (int64_t low = 0;; low += slice) {
         running.report(100 * static_cast<double>(low) / static_cast<double>(x));

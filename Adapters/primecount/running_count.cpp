@@ -24,8 +24,12 @@ thread_local RunningCount* called = nullptr;
 thread_local RunningCount* served = nullptr;
 thread_local std::optional<uint64_t> requests_when_withdrawn;
 
-/** The requests made up to now, or up to the calling thread's last withdrawal, are none of the new count's. */
-uint64_t requests_before_count() {
+/**
+ * The requests made up to now, or up to the calling thread's last withdrawal, are none of the new count's. A count of
+ * the adapter's own uses no withdrawal up: the count that it comes before must not lose a request made meanwhile.
+ */
+uint64_t requests_before_count(RunningCount::Purpose purpose) {
+    if (purpose == RunningCount::Purpose::probe) return 0;
     const uint64_t requests = requests_when_withdrawn.value_or(end_requests.load());
     requests_when_withdrawn.reset();
     return requests;
@@ -33,9 +37,9 @@ uint64_t requests_before_count() {
 
 }  // namespace
 
-RunningCount::RunningCount(Reporting reporting)
-    : reporting_(reporting),
-      requests_at_start_(requests_before_count()),
+RunningCount::RunningCount(Purpose purpose)
+    : purpose_(purpose),
+      requests_at_start_(requests_before_count(purpose)),
       next_(nullptr),
       outer_called_(called),
       outer_served_(served) {
@@ -91,6 +95,7 @@ RunningCount* RunningCount::served_here() noexcept {
 }
 
 bool RunningCount::ended() const noexcept {
+    if (purpose_ == Purpose::probe) return false;
     return ended_.load(std::memory_order_acquire) || end_requests.load(std::memory_order_relaxed) != requests_at_start_;
 }
 
@@ -171,7 +176,7 @@ void RunningCount::report(double percent) noexcept {
 
 void RunningCount::call_back(double percent) noexcept {
     const Callback callback = installed_callback.load();
-    if (callback == nullptr || reporting_ == Reporting::off) return;
+    if (callback == nullptr || purpose_ == Purpose::probe) return;
     percent_ = std::max(percent_, percent);
     has_reported_ = true;
     try {

@@ -44,9 +44,10 @@ class RunningCount {
         all_hooks = (1u << 9) - 1
     };
 
-    enum class Reporting { on, off };
+    /** A probe reports nothing and is not ended: its answer tells whether the hooks work. */
+    enum class Purpose { count, probe };
 
-    explicit RunningCount(Reporting reporting = Reporting::on);
+    explicit RunningCount(Purpose purpose = Purpose::count);
     ~RunningCount();
     RunningCount(const RunningCount&) = delete;
     RunningCount& operator=(const RunningCount&) = delete;
@@ -112,7 +113,7 @@ class RunningCount {
     double phase_fraction(int64_t low) const noexcept;
     void call_back(double percent) noexcept;
 
-    const Reporting reporting_;
+    const Purpose purpose_;
     const uint64_t requests_at_start_;
     std::atomic<bool> ended_{false};
     std::exception_ptr failure_;

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "primecount_adapter.h"
+#include "running_count.h"
 
 namespace {
 
@@ -130,6 +131,18 @@ TEST_F(Adapter, ARequestMadeWhileNothingRunsEndsNothing) {
     primecount::set_exitcall(true);
     primecount::set_exitcall(false);
     EXPECT_EQ(primecount::pi(x12), pi12);
+}
+
+TEST(RunningCount, AProbeIsNeitherEndedNorUsesAWithdrawalUp) {
+    using kesh::counting::RunningCount;
+    RunningCount::withdraw_requests();
+    {
+        RunningCount probe(RunningCount::Purpose::probe);
+        RunningCount::request_end();
+        EXPECT_FALSE(probe.ended());
+    }
+    const RunningCount count;
+    EXPECT_TRUE(count.ended()) << "the request came after the withdrawal, while the probe ran";
 }
 
 TEST_F(Adapter, ARequestBetweenWithdrawalAndCountIsNotLost) {

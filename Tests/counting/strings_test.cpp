@@ -52,11 +52,14 @@ TEST_F(Strings, WrongArgumentCounts) {
         char* result = nullptr;
         MArgument slot;
         slot.utf8string = &result;
-        EXPECT_EQ(Library::instance().get("PrimeCount_ExprPrimePi")(host.data(), arity, nullptr, slot),
+        EXPECT_EQ(Library::instance().get("PrimeCount_ExprPrimePi")(nullptr, arity, nullptr, slot),
                   LIBRARY_FUNCTION_ERROR);
         EXPECT_EQ(result, nullptr);
     }
     EXPECT_STREQ(first.text, "25");
+    // The table of the successful call is still the one that is asked.
+    EXPECT_EQ(call_integer("PrimeCount_LMO", {power_of_ten(13)}).result, pi_of_power_of_ten[13]);
+    EXPECT_GT(host.abort_calls, 0);
 }
 
 TEST_F(Strings, TheTextIsHandedBackAfterAResult) {

@@ -229,6 +229,20 @@ TEST_F(Synchronous, TheLastTableIsAsked) {
     EXPECT_EQ(host.abort_calls, 0);
 }
 
+TEST_F(Synchronous, CoprimeKeepsTableAndCallback) {
+    static std::atomic<int> asked{0};
+    st_VelmoraLibraryData other = host.table;
+    other.AbortQ = []() -> mint {
+        ++asked;
+        return 0;
+    };
+    EXPECT_EQ(call_integer("PrimeCount_PrimePi", {10}, &other).result, 4);
+    EXPECT_EQ(count("PrimeCount_Coprime", {100, 3}), 26);
+    EXPECT_EQ(count("PrimeCount_LMO", {power_of_ten(13)}), pi_of_power_of_ten[13]);
+    EXPECT_GT(asked, 0);
+    EXPECT_EQ(host.abort_calls, 0);
+}
+
 TEST_F(Synchronous, WithoutATableNobodyIsAsked) {
     EXPECT_EQ(call_integer("PrimeCount_PrimePi", {power_of_ten(14)}, nullptr).result, pi_of_power_of_ten[14]);
     EXPECT_EQ(call_integer("PrimeCount_Meissel", {power_of_ten(13)}, nullptr).result, pi_of_power_of_ten[13]);

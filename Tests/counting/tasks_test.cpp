@@ -188,12 +188,33 @@ TEST_F(Tasks, ProgressOfLaterCountsGoesToTheLastTask) {
     EXPECT_EQ(host.abort_calls, 0);
 }
 
+TEST_F(Tasks, EventsOfTwoCountsDoNotOverlap) {
+    expect_breaches = true;  // both report to the one task, whose percentages may fall
+    std::atomic<bool> building{false}, overlapped{false};
+    host.before("createDataStore", [&] {
+        if (building.exchange(true)) overlapped = true;
+    });
+    host.before("raiseAsyncEvent", [&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        building = false;
+    });
+    const mint task = submit("PrimeCount_SubmitPrimePi", power_of_ten(15));
+    ASSERT_TRUE(wait_for_progress(task));
+    EXPECT_EQ(call_integer("PrimeCount_LMO", {power_of_ten(13)}).result, pi_of_power_of_ten[13]);
+    EXPECT_EQ(integer_of(report_of(task)), pi_of_power_of_ten[15]);
+    EXPECT_FALSE(overlapped);
+}
+
 TEST_F(Tasks, TheTaskIsRemovedThroughTheTableItWasSubmittedWith) {
-    static std::atomic<int> removed{0};
+    static std::atomic<int> removed{0}, results_raised{0};
     st_VelmoraIOLibrary_Functions io = host.io;
     io.removeAsynchronousTask = [](mint task) {
         ++removed;
         return TestHost::instance().io.removeAsynchronousTask(task);
+    };
+    io.raiseAsyncEvent = [](mint task, char* name, DataStore store) {
+        if (std::string(name) == "Result") ++results_raised;
+        TestHost::instance().io.raiseAsyncEvent(task, name, store);
     };
     st_VelmoraLibraryData data = host.table;
     data.ioLibraryFunctions = &io;
@@ -203,6 +224,7 @@ TEST_F(Tasks, TheTaskIsRemovedThroughTheTableItWasSubmittedWith) {
     EXPECT_EQ(call_integer("PrimeCount_PrimePi", {10}).result, 4);  // events go through the ordinary table from here
     EXPECT_EQ(integer_of(report_of(task)), pi_of_power_of_ten[14]);
     EXPECT_EQ(removed, 1);
+    EXPECT_EQ(results_raised, 0) << "\"Result\" goes through the table of the last call";
 }
 
 // --- faults of the host -----------------------------------------------------------------------------------------

@@ -127,6 +127,13 @@ TYPED_TEST(WideEdges, DivisionByMachineIntegers) {
     EXPECT_TRUE(this->ones / -1 == 1) << "-1 stands for 2^N - 1";
     T a(100);
     EXPECT_TRUE((a /= T(7)) == 14 && (a %= T(5)) == 4);
+    T b(100);
+    EXPECT_TRUE((b /= 7) == 14);
+    EXPECT_TRUE(T(100) / 4294967298UL == 0 && T(100) / 4294967296L == 0) << "a divisor is not narrowed to an int";
+    EXPECT_TRUE(this->ones / ~umint{0} == this->ones / T(~umint{0}));
+    EXPECT_TRUE(this->ones / -7 == 1 && T(100) / -7 == 0) << "-7 stands for 2^N - 7";
+    EXPECT_TRUE(T(1) * -1 == T(~umint{0})) << "the factor on the right is a limb";
+    EXPECT_TRUE(-1 * T(1) == this->ones) << "the one on the left is not";
 }
 
 TYPED_TEST(WideEdges, PreparedDivisors) {

@@ -18,6 +18,11 @@ TEST(FirstCall, MayRace) {
     std::barrier start(threads);
     std::vector<int> wrong(threads, 0);
     ASSERT_TRUE(kesh::primes_small.empty());
+    const umint even[2] = {2, 1};
+    mbool prime = -1;
+    ASSERT_EQ(KESH_PrimeQ(even, 2, &prime), 1);
+    ASSERT_EQ(prime, 0);
+    ASSERT_TRUE(kesh::primes_small.empty()) << "an even number is told without the table";
     {
         std::vector<std::jthread> all;
         for (std::size_t i = 0; i < threads; ++i) {

@@ -108,6 +108,16 @@ TEST(PrimeSumInterval, BothEndsAreIncluded) {
     EXPECT_EQ(value("PrimeSieve_PrimeSumInterval", {10, 1}), 0);
 }
 
+TEST(PrimeSumInterval, TheWalkEndsWithTheLast64BitPrime) {
+    const mint last = -59;  // 2^64 - 59
+    EXPECT_EQ(value("PrimeSieve_PrimeSumInterval", {last, last - 1}), 0);
+    expect_beyond_the_top("PrimeSieve_PrimeSumInterval", {last, last});
+    expect_beyond_the_top("PrimeSieve_PrimeSumInterval", {last, -2});
+    // b = -1 ends the walk before its first step, if there is a first step.
+    EXPECT_EQ(value("PrimeSieve_PrimeSumInterval", {last, -1}), 0);
+    expect_beyond_the_top("PrimeSieve_PrimeSumInterval", {last + 1, -1});
+}
+
 TEST(PrimeSumInterval, ZeroWrapsToTheTopOfTheRange) {
     expect_beyond_the_top("PrimeSieve_PrimeSumInterval", {0, 10});
 }

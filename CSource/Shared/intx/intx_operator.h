@@ -2,7 +2,8 @@
 /// @brief  Operators, conversions and text of the fixed-width integers: the header to include to use them.
 ///
 /// Arithmetic is modulo 2^N and never throws. A machine-integer operand is first widened as the constructors do, so a
-/// negative one stands for its sign-extended value: x == -1 holds only for x = 2^N - 1.
+/// negative one stands for its sign-extended value: x == -1 holds only for x = 2^N - 1. The one exception is the factor on
+/// the right of a product, which is a limb: x * -1 is x * (2^64 - 1).
 #pragma once
 
 #include <algorithm>
@@ -181,8 +182,13 @@ constexpr T operator*(int a, T b) noexcept {
     return b *= T(a);
 }
 /// Precondition: b != 0; a negative b stands for its sign-extended value.
-template <wide_word T>
-constexpr T operator/(T a, int b) noexcept {
+template <wide_word T, std::integral I>
+constexpr T& operator/=(T& a, I b) noexcept {
+    return a /= T(b);
+}
+/// Precondition: b != 0; a negative b stands for its sign-extended value.
+template <wide_word T, std::integral I>
+constexpr T operator/(T a, I b) noexcept {
     return a /= T(b);
 }
 

@@ -125,8 +125,7 @@ KESH_IFMA_INLINE Vector<n> lanes_up(const Vector<n>& a) noexcept {
 }
 
 /// Carries what lanes hold above 52 bits into the lanes above. After one step a lane exceeds its digit by a small carry
-/// at most; what that sets off is found for all lanes at once by an addition of bit masks: a lane that overflows sends
-/// a carry up, and a lane of all ones passes one on, as a carry runs through the bits of an integer.
+/// at most, after two only where such a carry met a digit of all ones.
 template <int n>
 KESH_IFMA_INLINE Vector<n> carry_step(const Vector<n>& a) noexcept {
     const __m512i mask = _mm512_set1_epi64(static_cast<long long>(digit_mask));

@@ -28,7 +28,8 @@ enum class Level {
 [[nodiscard]] Level level() noexcept;
 
 /// For tests and benchmarks: from now on use the kernels of `wanted`. Returns false, and changes nothing, when the
-/// processor lacks it. Calls of kernels in progress on other threads finish at the level they began with.
+/// processor lacks it. Calls in progress on other threads may change level between
+/// kernels, with the same results.
 bool force(Level wanted) noexcept;
 
 /// "portable", "adx" or "ifma".
