@@ -233,6 +233,7 @@ Outcome call_export(const Library& library, std::string_view name, const std::ve
     const Export* entry = find_export(name);
     if (entry == nullptr) throw std::logic_error(fmt::format("no export {}", name));
     std::vector<ArgumentValue> arguments;
+    arguments.reserve(integers.size());
     for (const mint value : integers)
         arguments.push_back({.kind = Kind::integer, .typed = std::to_string(value), .value = value});
     return call_export(library, *entry, arguments, TableChoice::full);

@@ -97,7 +97,7 @@ class Parser {
         if (!accept("**") && !accept("^")) return base;
         const cpp_int exponent = signed_power();
         if (exponent < 0) fail("the exponent is negative");
-        if (base == 0 || base == 1) return exponent == 0 ? cpp_int(1) : base;
+        if (base.is_zero() || base == 1) return exponent == 0 ? cpp_int(1) : base;
         if (base == -1) return (exponent & 1) != 0 ? base : cpp_int(1);
         if (exponent > max_bits || (bit_length(base) - 1) * static_cast<unsigned>(exponent) > max_bits) {
             fail(fmt::format("the value passes {} bits", max_bits));

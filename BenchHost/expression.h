@@ -20,7 +20,8 @@
 
 namespace bench_host {
 
-using boost::multiprecision::cpp_int;
+/// Without expression templates: an operation returns its value, and nothing refers to its operands afterwards.
+using cpp_int = boost::multiprecision::number<boost::multiprecision::cpp_int_backend<>, boost::multiprecision::et_off>;
 
 /** Text that is no integer expression. what() is one line: what is wrong and what would be right. */
 class ExpressionError : public std::runtime_error {

@@ -405,11 +405,13 @@ VelmoraLibraryData library_data_without_io() {
 }
 
 std::string_view slot_name(std::size_t slot) {
-    return slot >= 1 && slot <= slot_names.size() ? slot_names[slot - 1] : "a further slot";
+    if (slot < 1 || slot > slot_names.size()) return "a further slot";
+    return slot_names[slot - 1];
 }
 
 std::string_view io_slot_name(std::size_t slot) {
-    return slot >= 1 && slot <= io_slot_names.size() ? io_slot_names[slot - 1] : "a further slot";
+    if (slot < 1 || slot > io_slot_names.size()) return "a further slot";
+    return io_slot_names[slot - 1];
 }
 
 }  // namespace bench_host

@@ -38,14 +38,20 @@ std::string verdict_text(const NumberJob& job, bool prime) {
     return prime ? job.look.style.green("prime") : "not prime";
 }
 
+std::vector<cpp_int> read_candidates(const std::vector<std::string>& words) {
+    std::vector<cpp_int> values;
+    values.reserve(words.size());
+    for (const std::string& word : words) values.push_back(read_candidate(word));
+    return values;
+}
+
 /** Numbers shorter than this stand in a column. */
 constexpr std::size_t column_width = 24;
 
 }  // namespace
 
 int test_numbers(const NumberJob& job, const std::vector<std::string>& words) {
-    std::vector<cpp_int> values;
-    for (const std::string& word : words) values.push_back(read_candidate(word));
+    const std::vector<cpp_int> values = read_candidates(words);
     Json results = Json::array();
     const Stopwatch whole;
     for (std::size_t i = 0; i < words.size(); ++i) {
@@ -81,8 +87,7 @@ int test_numbers(const NumberJob& job, const std::vector<std::string>& words) {
 int walk_from_numbers(const NumberJob& job, const std::vector<std::string>& words) {
     if (job.options.next && job.options.previous) throw BadInput("--next and --previous exclude each other");
     const bool upwards = job.options.next;
-    std::vector<cpp_int> values;
-    for (const std::string& word : words) values.push_back(read_candidate(word));
+    const std::vector<cpp_int> values = read_candidates(words);
     int code = exit_ok;
     for (std::size_t i = 0; i < words.size(); ++i) {
         const Stopwatch watch;

@@ -56,7 +56,11 @@ std::string utf8(unsigned code) {
 class Canvas {
   public:
     Canvas(unsigned columns, unsigned rows, bool braille)
-        : columns_(columns), rows_(rows), braille_(braille), dots_(columns * rows, 0), curves_(columns * rows, 0) {}
+        : columns_(columns),
+          rows_(rows),
+          braille_(braille),
+          dots_(std::size_t{columns} * rows, 0),
+          curves_(dots_.size(), 0) {}
 
     unsigned dot_columns() const {
         return braille_ ? columns_ * 2 : columns_;
@@ -126,7 +130,7 @@ void draw_line(Canvas& canvas, const Curve& curve, unsigned index, const Scale& 
         const auto& to = curve.points[i];
         const double steps = std::max({1.0, std::abs(static_cast<double>(x(to.x)) - x(from.x)),
                                        std::abs(static_cast<double>(y(to.y)) - y(from.y))});
-        for (double step = 0; step <= steps; ++step) {
+        for (unsigned step = 0; step <= static_cast<unsigned>(steps); ++step) {
             const double part = step / steps;
             canvas.dot(x(from.x + part * (to.x - from.x)), y(from.y + part * (to.y - from.y)), index);
         }

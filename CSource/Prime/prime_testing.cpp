@@ -161,10 +161,11 @@ int KESH_RT_PrimeQ(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgu
     if (Argc != 1) return LIBRARY_FUNCTION_ERROR;
     MTensor tensor = *Args[0].tensor;
     // The element read tells the host's verdict on the tensor: it gets no place to put an element, and len is the
-    // position that it may set. Volatile, since a compiler that knew the pointer to be null would remove the call that
-    // follows.
+    // position that it may set. The empty assembly keeps from the compiler that the pointer is null: it would remove
+    // the call that follows.
     mint len;
-    mint* volatile limbs = nullptr;
+    mint* limbs = nullptr;
+    asm("" : "+r"(limbs));
     const int error = libData->MTensor_getInteger(tensor, &len, limbs);
     if (error != LIBRARY_NO_ERROR) return error;
     if (KESH_PrimeQ(reinterpret_cast<const umint*>(limbs), len, &r) == 0) return LIBRARY_FUNCTION_ERROR;

@@ -33,6 +33,7 @@ struct fastdiv_data<T, unsigned long> {
     unsigned long m;  ///< the divisor
     mint s;           ///< floor(log2 m)
 
+    // cppcheck-suppress uninitMemberVar ; init() follows
     fastdiv_data() = default;
     constexpr explicit fastdiv_data(const unsigned long& _m) noexcept {
         init(_m);
@@ -88,6 +89,7 @@ struct fastdiv2x1<unsigned long, unsigned long> {
     std::uint16_t s;      ///< leading zero bits of m
     std::uint16_t size;   ///< reserved
 
+    // cppcheck-suppress uninitMemberVar ; init() follows
     fastdiv2x1() = default;
     constexpr explicit fastdiv2x1(unsigned long _m) noexcept : size(0) {
         init(_m);

@@ -161,6 +161,7 @@ struct mp_mont_data {
         math_right_shift_equal(sum, 1);
         if (c != 0) {
             T top;
+            // cppcheck-suppress compareBoolExpressionWithInt ; no comparison: it closes the template arguments
             math_left_shift(T(1), width_v<T> - 1, top);
             sum |= top;
         }

@@ -358,7 +358,7 @@ constexpr void math_divmod_series(const T& lo, const T& hi, const T& d, T& q, T&
                                   division_steps* steps = nullptr) noexcept {
     const T zero(0);
     const mint s = math_count_trailing_zeros(d);
-    if (s + math_count_leading_zeros(d) == width_v<T> - 1) {
+    if (s + 1 + math_count_leading_zeros(d) == width_v<T>) {
         if (steps != nullptr) steps->taken = division_steps::path::power_of_two;
         T quotient(lo), multiple(lo);
         if (s != 0) {

@@ -163,8 +163,8 @@ KESH_IFMA_INLINE void products(Vector<n> (&r)[count], const Vector<n> (&a)[count
     Vector<n> acc[count], next[count];
     for (int c = 0; c < count; ++c) {
         const __m512i b = _mm512_broadcastq_epi64(_mm512_castsi512_si128(first[c].part[0]));
-        acc[c] = add_low<n>({}, a[c], b);
-        next[c] = add_high<n>({}, a[c], b);
+        acc[c] = add_low<n>(Vector<n>{}, a[c], b);
+        next[c] = add_high<n>(Vector<n>{}, a[c], b);
     }
 #pragma GCC unroll 32
     for (int i = 1; i <= digits<n>; ++i) {
@@ -176,7 +176,7 @@ KESH_IFMA_INLINE void products(Vector<n> (&r)[count], const Vector<n> (&a)[count
             if (i < digits<n>) {
                 const __m512i b = _mm512_set1_epi64(static_cast<long long>(digit[c][i]));
                 acc[c] = add<n>(add_low<n>(add_low<n>(next[c], a[c], b), mu, q), moved);
-                next[c] = add_high<n>(add_high<n>({}, a[c], b), mu, q);
+                next[c] = add_high<n>(add_high<n>(Vector<n>{}, a[c], b), mu, q);
             } else {
                 acc[c] = add<n>(add_low<n>(next[c], mu, q), moved);
                 r[c] = add<n>(acc[c], lanes_up<n>(add_high<n>({}, mu, q)));

@@ -53,8 +53,9 @@ noexcept {
     const umint zero[n] = {};
     subtract<n>(r1, zero, m);
     if ((m[n - 1] >> 63) != 0) return;
-    uintx_t<64 * n> quotient, remainder;
-    math_divmod(uintx_t<64 * n>(r1, n), uintx_t<64 * n>(m, n), quotient, remainder);
+    using Word = uintx_t<MINT_BITS * n>;
+    Word quotient, remainder;
+    math_divmod(Word(r1, n), Word(m, n), quotient, remainder);
     for (int i = 0; i < n; ++i) r1[i] = remainder.limb[i];
 }
 

@@ -66,8 +66,10 @@ constexpr std::size_t count_groups() {
 
 constexpr auto make_primes() {
     std::array<Prime, prime_count> table{};
-    for (std::size_t i = 0; i < prime_count; ++i)
-        table[i] = {umint{0} - math_mod_inv_2(primes[i]), ~umint{0} / primes[i]};
+    for (std::size_t i = 0; i < prime_count; ++i) {
+        table[i].inverse = umint{0} - math_mod_inv_2(primes[i]);
+        table[i].largest_multiple = ~umint{0} / primes[i];
+    }
     return table;
 }
 
