@@ -313,6 +313,11 @@ TEST(SignedResidue, SquaresAgreeWithProductsOneAfterAnother) {
     }
 }
 
+/// The engine's headers ask the processor by themselves, since they are used without the library.
+TEST(Levels, TheEngineAndTheLibraryFindTheSameProcessor) {
+    EXPECT_EQ(processor_has_adx(), supported_level() >= Level::adx);
+}
+
 TEST(Levels, ForceRefusesWhatTheProcessorLacks) {
     const Level top = supported_level();
     EXPECT_EQ(level(), top);

@@ -26,6 +26,7 @@ struct SignedModulus {
     umint g[5];
     umint x1;
 
+    // cppcheck-suppress uninitMemberVar ; g and x1 are room, written before they are read
     explicit SignedModulus(const Modulus<4>& modulus) noexcept {
         for (int i = 0; i < 4; ++i) m[i] = modulus.m[i];
         // A Newton step from -1/m mod 2^64.
