@@ -225,7 +225,7 @@ std::vector<Planned> faults_of(const FaultSlot& slot, std::int64_t calls) {
     std::vector<std::int64_t> hit;
     for (std::int64_t k = 1; k <= std::min<std::int64_t>(calls, 3); ++k) hit.push_back(k);
     std::vector<Planned> list;
-    const auto add = [&](std::string what, std::string_view form, mint left_position = 0) {
+    const auto add = [&](const std::string& what, std::string_view form, mint left_position = 0) {
         for (const std::int64_t k : hit)
             list.push_back({what,
                             {fmt::format("{}={}@{}", name, form, k), TableChoice::full, left_position},

@@ -20,8 +20,8 @@ from collections import Counter
 PROGRAMS = [
     (r"Tools/kesh\.", ["contract_test", "sieve_test"]),
     (r"Prime/prime_data\.h", ["tables_test", "primality64_test"]),
-    (r"Prime/prime_sieve\.cpp", ["sieve_test", "kesh-host"]),
-    (r"Prime/prime_count\.cpp", ["counting_test", "kesh-host"]),
+    (r"Prime/prime_sieve\.cpp", ["contract_test", "sieve_test", "kesh-host"]),
+    (r"Prime/prime_count\.cpp", ["contract_test", "counting_test", "kesh-host"]),
     (r"Prime/small_primes\.", ["primality_first_call_test", "primality_test"]),
     (r"Prime/prime_testing\.", ["primality64_test", "primality_test"]),
     (r"Shared/jacobi\.h", ["primality_test"]),
