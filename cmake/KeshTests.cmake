@@ -19,7 +19,9 @@ function(kesh_add_test name)
         KESH_LIBRARY_PATH="$<TARGET_FILE:VelmoraKesh>"
         KESH_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
     add_dependencies(${name} VelmoraKesh)
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "-*Long_*" PROPERTIES TIMEOUT 600 ENVIRONMENT "${KESH_TEST_ENVIRONMENT}")
+    # As the command that tests run under: of a list in PROPERTIES only the first variable would arrive.
+    set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "env;${KESH_TEST_ENVIRONMENT}")
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "-*Long_*" PROPERTIES TIMEOUT 600)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "*Long_*" TEST_LIST ${name}_LONG
-        PROPERTIES LABELS long TIMEOUT 5400 ENVIRONMENT "${KESH_TEST_ENVIRONMENT}")
+        PROPERTIES LABELS long TIMEOUT 5400)
 endfunction()
