@@ -240,7 +240,7 @@ std::string help_text(unsigned width) {
     RawFlags raw;
     const auto app = make_app(options, raw);
     std::string text =
-        "kesh-host calls the exports of libVelmoraKesh.so by name, as the host system would.\n\n"
+        "kesh-host calls the exports of libVelmoraKesh.so by name, as a host would.\n\n"
         "Usage: kesh-host [OPTIONS] EXPORT [ARGUMENTS...]   one call\n"
         "       kesh-host [OPTIONS] COMMAND [ARGUMENTS...]  one of the commands below\n"
         "       kesh-host [OPTIONS]                         a prompt, or lines of a pipe\n\n"
