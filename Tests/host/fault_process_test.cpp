@@ -69,6 +69,23 @@ TEST(HostFaults, LifecycleTakesANullTable) {
     EXPECT_THAT(run_host({"PrimeCount_PrimePi", "100", "--null-io", "-q"}).output, "25\n");
 }
 
+TEST(HostFaults, TheCampaignForOneExport) {
+    const Finished run = run_host({"faults", "KESH_RT_PrimeQ"});
+    EXPECT_EQ(run.code, 0);
+    EXPECT_THAT(run.output,
+                AllOf(HasSubstr("returns 0, position 17 | code 6, no result"), testing::Not(HasSubstr("breach:"))));
+    EXPECT_EQ(run_host({"faults", "NoExport"}).code, 2);
+    EXPECT_EQ(run_host({}, {.input = "faults\n", .environment = {}, .signal = 0, .signal_when = ""}).code, 2)
+        << "every case begins in a fresh process";
+}
+
+TEST(HostFaults, EnduranceTellsWrongAnswers) {
+    EXPECT_EQ(run_host({"endure", "--minutes", "-1"}).code, 2);
+    const Finished run = run_host({"endure", "--minutes", "0", "--fail", "MTensor_new=5"});
+    EXPECT_THAT(run.output, HasSubstr("WRONG: PrimeSieve_ListPrimes gave a failure instead of {101, "));
+    EXPECT_EQ(run.code, 1);
+}
+
 TEST(HostFaults, BadFaultsAreOneLine) {
     for (const Arguments& fault :
          {Arguments{"--fail", "MTensor=5"}, Arguments{"--fail", "MTensor_new"}, Arguments{"--leave-length", "17"},
