@@ -18,16 +18,22 @@ verdict check_products(const operands<T>& s) {
     mpn_copyi(limbs_of(expected_hi), expected + n, n);
     math_mul(s.a, s.b, lo, hi);
     KESH_AGREE(same(lo, expected_lo) && same(hi, expected_hi), "math_mul (full)");
+    // Each form starts from other values, or one that does nothing would agree.
+    lo = hi = s.c;
     math_mul(s.b, s.a, lo, hi);
     KESH_AGREE(same(lo, expected_lo) && same(hi, expected_hi), "math_mul (full), operands exchanged");
+    lo = hi = s.c;
     math_mul(s.a, s.b, lo);
     KESH_AGREE(same(lo, expected_lo), "math_mul (low half)");
     if constexpr (wide_word<T>) {
+        lo = hi = s.c;
         math_mul_recursive(s.a, s.b, lo, hi);
         KESH_AGREE(same(lo, expected_lo) && same(hi, expected_hi), "math_mul_recursive");
+        lo = hi = s.c;
         math_mul_low_recursive(s.a, s.b, lo);
         KESH_AGREE(same(lo, expected_lo), "math_mul_low_recursive");
         // The form for every processor, which the dispatch hides on newer ones.
+        lo = hi = s.c;
         kernel::detail::full_product_outlined<limbs_v<T>>(lo.limb, hi.limb, s.a.limb, s.b.limb);
         KESH_AGREE(same(lo, expected_lo) && same(hi, expected_hi), "full_product_columns");
         KESH_AGREE(s.a * s.b == expected_lo && (lo = s.a, lo *= s.b) == expected_lo, "*");
