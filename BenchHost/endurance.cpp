@@ -119,6 +119,7 @@ class Endurance {
 
     mint number(std::string_view name, const std::vector<mint>& arguments) {
         std::vector<std::string> words;
+        words.reserve(arguments.size());
         for (const mint argument : arguments) words.push_back(std::to_string(argument));
         const Outcome outcome = call(name, words);
         const mint* value = std::get_if<mint>(&outcome.result);
