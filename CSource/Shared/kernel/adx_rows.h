@@ -123,6 +123,8 @@ inline bool processor_has_adx() noexcept {
     "imulq %[k0], %%rdx\n\t"                      \
     KESH_FULL_ROW4(m, t0, t1, t2, t3, t4, t5)
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the offsets are text for the assembler
+
 /// (t0, ..., t9) += the eight limbs at `offset` of the operands, times rdx.
 #define KESH_FULL_ROW8(offset, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)         \
     "xorl %k[lo], %k[lo]\n\t"                                                  \
@@ -134,6 +136,8 @@ inline bool processor_has_adx() noexcept {
     "adcx %[lo], %[" #t8 "]\n\t"                                               \
     "adox %[lo], %[" #t9 "]\n\t"                                               \
     "adcx %[lo], %[" #t9 "]\n\t"
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 /// A row of the product and a row of the reduction. t9 is zero before; t0 is zero afterwards and takes its place.
 #define KESH_ROW_PAIR8(i, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)              \
@@ -154,6 +158,9 @@ inline void multiply_add8(umint* lo, umint* hi, const umint* addend, const umint
     umint t0 = addend[0], t1 = addend[1], t2 = addend[2], t3 = addend[3];
     umint t4 = addend[4], t5 = addend[5], t6 = addend[6], t7 = addend[7];
     umint low, high;
+#if defined(__clang_analyzer__)  // does not see that the assembly writes through its pointers
+    for (int i = 0; i < 8; ++i) lo[i] = 0;
+#endif
     __asm__ volatile(KESH_EIGHT_ROWS(KESH_PRODUCT_ROW8)
                      : KESH_ACCUMULATORS8
                      : [z] "r"(lo), [a] "r"(a), [b] "m"(b)
