@@ -225,8 +225,7 @@ int endure(const Library& library, const EnduranceLook& look) {
             std::this_thread::sleep_for(200ms);
             first = holdings();
             warm = true;
-        }
-        if (warm && rounds % 2 == 0) {
+        } else if (warm && rounds % 2 == 0) {
             most.memory_mib = std::max(most.memory_mib, now.memory_mib);
             most.descriptors = std::max(most.descriptors, now.descriptors);
             most.threads = std::max(most.threads, now.threads);
