@@ -130,7 +130,8 @@ TEST(HostPrompt, InterruptEndsTheWaitingForAQueuedTask) {
     TerminalHost host({"--color", "never"});
     ASSERT_TRUE(host.expect("kesh> "));
     host.type("PrimeCount_PrimePi 10^18 --async\r");
-    ASSERT_TRUE(host.expect("task 1"));
+    ASSERT_TRUE(host.expect("task 1:"));
+    ASSERT_TRUE(host.expect("kesh (1 running)> ")) << host.recent();  // what is typed before the prompt is back may be lost
     host.type("PrimeCount_PrimePi 10^17\r");
     ASSERT_TRUE(host.expect("queued")) << host.recent();
     host.type(interrupt);
