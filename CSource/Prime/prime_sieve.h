@@ -12,7 +12,10 @@
 
 #include "Tools/kesh.h"
 
-/** (n): the n-th prime, counted from 0; primesieve's rules hold for n <= 0. O(n log n log log n) at most: the sieve runs to the n-th prime. */
+/**
+ * (n): the n-th prime, counted from 0; primesieve's rules hold for n <= 0. O(n log n log log n) at most: the sieve runs to
+ * the n-th prime.
+ */
 KESH_EXPORT int PrimeSieve_NthPrime(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);
 
 /** (a, b): the number of primes in [a, b]; 0 where a > b. */

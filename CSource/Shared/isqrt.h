@@ -44,10 +44,10 @@ constexpr void math_isqrt(std::uint64_t a, std::uint64_t& s, std::uint64_t& r) n
 /// ss = floor(sqrt(aa)), rr = aa - ss^2, for every aa whose most significant limb, after aa is shifted left by an even
 /// count until its top two bits are not both 0, is below 2^64 - 1. Above that the estimate of the innermost level is
 /// 2^64 and passes up as it is: at N = 128 an aa of 2^128 - 2^64 or more gives ss = 2^64, rr = aa (the square wraps to
-/// 0 and is accepted), at the wider widths ss and rr are unspecified. There is deliberately no guard: it
-/// would cost every call a comparison at each level, and what it misses, squares of which the square test then says no, does
-/// not reach a verdict: the primality test asks for squares only after base 2, which such a square does not pass unless
-/// every prime of its root is a Wieferich prime.
+/// 0 and is accepted), at the wider widths ss and rr are unspecified. There is deliberately no guard: it would
+/// cost every call a comparison at each level, and the squares that the square test misses without it do not reach a
+/// verdict: the primality test asks for squares only after base 2, which a square does not pass unless every prime of its
+/// root is a Wieferich prime.
 /// Cost: one half-width root, one division and one low-half product per level. ss and rr may alias aa.
 template <wide_word T>
 constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {

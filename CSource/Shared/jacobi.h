@@ -146,11 +146,11 @@ constexpr bool is_nonsquare_residue(umint r) noexcept {
 
 }  // namespace detail
 
-/// True only when n is a perfect square, and for every one within the exact range of math_isqrt; beyond it, from 256 bits
-/// up, squares such as (2^89 - 1)^2 are missed, as that function keeps its estimate there. s receives its root when n passes
-/// the residue filters and is left as it was when a filter rejects n. Cost: for all but one in a thousand random
-/// non-squares one product by a reciprocal, which the first call at each width prepares (safe on several threads); else one
-/// wide square root.
+/// True exactly when n is a perfect square, within the exact range of math_isqrt; beyond it, from 256 bits up, squares
+/// such as (2^89 - 1)^2 are missed, as that function keeps its estimate there. s receives its root when n passes the
+/// residue filters and is left as it was when a filter rejects n. Cost: for all but one in a thousand random
+/// non-squares one product by a reciprocal, which the first call at each width prepares (safe on several threads);
+/// else one wide square root.
 template <wide_word T>
 bool isSquare(const T& n, T& s) noexcept {
     if (detail::is_nonsquare_mod_128(n.limb[0] & 127)) return false;

@@ -28,8 +28,7 @@ enum class Level {
 [[nodiscard]] Level level() noexcept;
 
 /// For tests and benchmarks: from now on use the kernels of `wanted`. Returns false, and changes nothing, when the
-/// processor lacks it. Calls in progress on other threads may change level between
-/// kernels, with the same results.
+/// processor lacks it. Calls in progress on other threads may change level between kernels, with the same results.
 bool force(Level wanted) noexcept;
 
 /// "portable", "adx" or "ifma".
