@@ -4,7 +4,9 @@
  *
  * The model: every submitted task receives "Status" events, then one "Result" with the right count or one "Error",
  * then it is removed; events of two tasks never mix; a sequence without a stop and without a count that takes the
- * callback over has no "Error".
+ * callback over has no "Error". One thing may come outside of a task's run: the callback is the process's, so a worker
+ * that starts during a synchronous count takes that count's progress over, and the rest of it goes out as "Status" of
+ * the last task, even after its removal.
  */
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -59,6 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     host.reset();
     std::map<mint, mint> expected;
     bool undisturbed = true;
+    bool counted_synchronously = false;
 
     const int operations = input.ConsumeIntegralInRange(0, 12);
     for (int i = 0; i < operations; ++i) {
@@ -77,6 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 break;
             case 3: {
                 undisturbed = false;
+                counted_synchronously = true;
                 host.abort = input.ConsumeBool();
                 const auto call = kesh::test::call_integer("PrimeCount_PrimePi", {count.argument});
                 if (call.code == LIBRARY_NO_ERROR) {
@@ -97,6 +101,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     enum { before, counting, reported } state = before;
     size_t removed = 0;
     for (const Event& event : host.events()) {
+        const bool reported_already = state == reported || (state == before && removed > 0);
+        if (counted_synchronously && reported_already && event.task == current && event.name == "Status") continue;
         if (state == before) current = event.task;
         require(event.task == current);
         if (event.removal) {
