@@ -67,16 +67,16 @@ Function* original(const char* mangled_name) {
 }
 
 /**
- * One request for work. The owner of the balancer, if it is a count of ours, learns of it and may end; nested counts
- * end with it. `take` asks the original balancer and returns whether there was work, `low` is where it begins.
+ * One request for work. The owner of the balancer, if it is a count of ours, learns of it and may end. `take` asks the
+ * original balancer and returns whether there was work, `low` is where it begins.
+ *
+ * A nested count runs to its end, also where the whole is to end: the A and C formulas look primes up by the number
+ * that it gives them, and a wrong one leads out of the tables. It takes milliseconds where the whole is one of 64 bits.
  */
 template <typename Take>
 bool hand_out(const void* balancer, RunningCount::Hook hook, const int64_t& low, Take take) {
     RunningCount* const owner = RunningCount::enlist(balancer);
-    if (owner == nullptr) {
-        const RunningCount* const served = RunningCount::served_here();
-        return (served == nullptr || !served->ended()) && take();
-    }
+    if (owner == nullptr) return take();
     owner->saw(hook);
     if (!owner->ended() && take() && owner->begin_item(low)) return true;
     RunningCount::stop_serving();

@@ -90,10 +90,6 @@ RunningCount* RunningCount::enlist(const void* balancer) noexcept {
     return nullptr;
 }
 
-RunningCount* RunningCount::served_here() noexcept {
-    return served;
-}
-
 bool RunningCount::ended() const noexcept {
     if (purpose_ == Purpose::probe) return false;
     return ended_.load(std::memory_order_acquire) || end_requests.load(std::memory_order_relaxed) != requests_at_start_;

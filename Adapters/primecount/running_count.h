@@ -18,7 +18,7 @@ namespace kesh::counting {
  * primecount hands out parallel work through load balancers. A balancer that the calling thread builds belongs to its
  * count; threads find the count by the balancer's address when they ask it for their first item, and serve the count
  * until it has no more for them. Counts that primecount runs inside a work item (for pi of the item's low end) are
- * nested: they are cut short with the whole, but their share of the work is not reported.
+ * nested: their share of the work is not reported, and they run to their end, since the item relies on their number.
  *
  * Nothing here throws in a thread that serves: an exception must not leave an OpenMP region. Running out of work ends
  * every phase instead, and the calling thread throws once it is outside.
@@ -64,9 +64,6 @@ class RunningCount {
      * nested counts and of other users of primecount.
      */
     static RunningCount* enlist(const void* balancer) noexcept;
-
-    /** The count for which this thread is working; null where there is none. */
-    static RunningCount* served_here() noexcept;
 
     /** Whether the count is to end. */
     bool ended() const noexcept;

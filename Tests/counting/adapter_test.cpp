@@ -91,6 +91,22 @@ TEST_F(Adapter, ATrueResultEndsTheCount) {
     EXPECT_EQ(primecount::pi(x14), pi14);
 }
 
+/** Inside a work item primecount counts for itself, and looks primes up by the number: it must be right at any time. */
+TEST_F(Adapter, NestedCountsRunToTheirEndAlsoWhenTheWholeIsToEnd) {
+    using Count = int64_t(int64_t, int);
+    static auto* const nested = reinterpret_cast<Count*>(dlsym(RTLD_DEFAULT, "_ZN10primecount10pi_noprintEli"));
+    ASSERT_NE(nested, nullptr);
+    static std::vector<int64_t> numbers;
+    numbers.clear();
+    primecount::set_callback([](double) {
+        primecount::set_exitcall(true);
+        numbers.push_back(nested(x12, 1));
+        return false;
+    });
+    EXPECT_THROW(primecount::pi(x14), primecount::primecount_error);
+    EXPECT_EQ(numbers, std::vector<int64_t>{pi12});
+}
+
 TEST_F(Adapter, CountsEndInEveryPhase) {
     // After the last phase an n-th prime would go on by sieving its way from a worthless pi(x).
     static double threshold = 0;
