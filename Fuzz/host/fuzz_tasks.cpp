@@ -1,129 +1,208 @@
 /**
  * @file   fuzz_tasks.cpp
- * @brief  Random sequences of task operations and synchronous counts against a model of the task states.
+ * @brief  Random sequences of task operations and counts on the host's thread against a model of the task states.
  *
- * The model: every submitted task receives "Status" events, then one "Result" with the right count or one "Error",
- * then it is removed; events of two tasks never mix; a sequence without a stop and without a count that takes the
- * callback over has no "Error". One thing may come outside of a task's run: the callback is the process's, so a worker
- * that starts during a synchronous count takes that count's progress over, and the rest of it goes out as "Status" of
- * the last task, even after its removal.
+ * The model: every submitted task receives "Status" events, then one "Result" with the right answer or one "Error",
+ * then it is removed; events of two tasks never mix. "Error" comes of a count that cannot succeed, of a stop request
+ * and of an abort, and a request ends one task at most, of those that were there when it was made. One thing may come outside
+ * of a task's run: the callback is the process's, so a worker that starts during a count on the host's thread takes that
+ * count's progress over, and the rest of it goes out as "Status" of the last task, even after its removal.
  */
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdlib>
 #include <map>
+#include <optional>
+#include <string>
 #include <thread>
 
 #include "support/test_host.h"
 
 namespace {
 
+using kesh::test::call_integer;
 using kesh::test::Event;
 using kesh::test::Library;
 using kesh::test::TestHost;
+using kesh::test::unwritten;
 
 void require(bool condition) {
     if (!condition) std::abort();
 }
 
+/** pi(x) and the n-th prime (OEIS A006880, A006988), both for the same argument; no prime has the number 0. */
 struct Count {
     mint argument;
     mint pi;
     mint prime;
 };
 
-/** pi(n) and the n-th prime: OEIS A006880 and A006988. */
 constexpr Count counts[] = {
-    {10, 4, 29}, {1000, 168, 7919}, {1'000'000, 78498, 15485863}, {100'000'000, 5761455, 2038074743},
-    {1'000'000'000'0, 455052511, 252097800623},
+    {0, 0, -1},
+    {10, 4, 29},
+    {1000, 168, 7919},
+    {1'000'000, 78498, 15485863},
+    {1'000'000'000, 50847534, 22801763489},
+    {100'000'000'000, 4118054813, 2760727302517},
+    {1'000'000'000'000, 37607912018, 29996224275833},
 };
 
-mint submit(const char* name, mint argument) {
-    mint id = 0;
-    MArgument result;
-    result.integer = &id;
-    Library::instance().get("PrimeCount_CreateTask")(TestHost::instance().data(), 0, nullptr, result);
-    MArgument slots[2];
-    slots[0].integer = &id;
-    slots[1].integer = &argument;
-    mint untouched = kesh::test::unwritten;
-    result.integer = &untouched;
-    require(Library::instance().get(name)(TestHost::instance().data(), 2, slots, result) == LIBRARY_NO_ERROR);
-    require(untouched == kesh::test::unwritten);
-    return id;
-}
+const char* const not_numbers[] = {"", "x", "1x", "999999999999999999999999999999999999999999"};
+
+struct Task {
+    /** Empty: the count cannot succeed. */
+    std::optional<std::variant<mint, std::string>> answer;
+    bool may_fail = false;
+};
+
+class Sequence {
+  public:
+    explicit Sequence(FuzzedDataProvider& input) : input_(input) {
+        // The progress of no earlier sequence's last task is to go on here.
+        call_integer("PrimeCount_PrimePi", {10});
+        host_.reset();
+    }
+
+    void run() {
+        for (int rest = input_.ConsumeIntegralInRange(0, 12); rest > 0; --rest) operate();
+        for (const auto& [id, task] : tasks_) require(host_.wait_for_removal(id));
+        check_events();
+    }
+
+  private:
+    void operate() {
+        const int operation = input_.ConsumeIntegralInRange(0, 9);
+        const Count& count = input_.PickValueInArray(counts);
+        switch (operation) {
+            case 0:
+                return submit("PrimeCount_SubmitPrimePi", count.argument, {{count.pi}});
+            case 1:
+                if (count.prime < 0) return submit("PrimeCount_SubmitPrime", count.argument, {{}});
+                return submit("PrimeCount_SubmitPrime", count.argument, {{count.prime}});
+            case 2:
+                return submit_text(std::to_string(count.argument), {{std::to_string(count.pi)}});
+            case 3:
+                return submit_text(input_.PickValueInArray(not_numbers), {{}});
+            case 4:
+                require(call_integer("PrimeCount_StopTask", {}).code == LIBRARY_NO_ERROR);
+                return may_end_a_task();
+            case 5:
+                return count_here("PrimeCount_PrimePi", count.argument, count.pi);
+            case 6:
+                return count_here("PrimeCount_Prime", count.argument, count.prime);
+            case 7:
+                // Without a callback of its own: under whichever is installed.
+                counted_here_ = true;
+                require(call_integer("PrimeCount_LMO", {count.argument}).result == count.pi);
+                return;
+            case 8:
+                require(call_integer("PrimeCount_SubmitPrimePi", {1}).code == LIBRARY_FUNCTION_ERROR);
+                require(call_integer("PrimeCount_CreateTask", {1, 2, 3}).code == LIBRARY_NO_ERROR);
+                return;
+            default:
+                std::this_thread::sleep_for(std::chrono::milliseconds(input_.ConsumeIntegralInRange(0, 30)));
+        }
+    }
+
+    void submit(const char* name, mint argument, Task task) {
+        const mint id = call_integer("PrimeCount_CreateTask", {}).result;
+        const auto call = call_integer(name, {id, argument});
+        require(call.code == LIBRARY_NO_ERROR && call.result == unwritten);
+        tasks_.emplace(id, std::move(task));
+    }
+
+    void submit_text(const std::string& text, Task task) {
+        mint id = call_integer("PrimeCount_CreateTask", {}).result;
+        char* argument = host_.new_string(text);
+        MArgument slots[2];
+        slots[0].integer = &id;
+        slots[1].utf8string = &argument;
+        const auto submit = Library::instance().get("PrimeCount_SubmitExprPrimePi");
+        require(submit(host_.data(), 2, slots, MArgument{}) == LIBRARY_NO_ERROR);
+        require(!host_.disowned().empty() && host_.disowned().back() == argument);
+        tasks_.emplace(id, std::move(task));
+    }
+
+    void count_here(const char* name, mint argument, mint answer) {
+        const bool abort = input_.ConsumeBool();
+        counted_here_ = true;
+        host_.abort = abort ? 1 : 0;
+        const auto call = call_integer(name, {argument});
+        host_.abort = 0;
+        if (call.code == LIBRARY_NO_ERROR) {
+            require(call.result == answer);
+        } else {
+            require(call.code == LIBRARY_FUNCTION_ERROR && call.result == unwritten && (abort || answer < 0));
+        }
+        if (!abort) return;
+        // The running task asks for an abort as well from here on; the next one no longer does. Before, an earlier
+        // count may have left the question behind, and with it ended one more.
+        may_end_a_task();
+        may_end_a_task();
+    }
+
+    void may_end_a_task() {
+        ++ends_;
+        for (auto& [id, task] : tasks_) task.may_fail = true;
+    }
+
+    void check_events() {
+        enum { before, counting, reported } state = before;
+        mint current = 0;
+        mreal percent = 0;
+        size_t removed = 0;
+        size_t ended = 0;
+        for (const Event& event : host_.events()) {
+            const bool reported_already = state == reported || (state == before && removed > 0);
+            if (counted_here_ && reported_already && event.task == current && event.name == "Status") continue;
+            if (state == before) {
+                current = event.task;
+                percent = 0;
+            }
+            require(event.task == current);
+            if (event.removal) {
+                require(state == reported);
+                state = before;
+                ++removed;
+                continue;
+            }
+            require(state != reported && event.values.size() == 1);
+            const Task& task = tasks_.at(event.task);
+            if (event.name == "Status") {
+                const mreal next = std::get<mreal>(event.values[0]);
+                require(next >= 0 && next <= 100 && (counted_here_ || next >= percent));
+                percent = next;
+                state = counting;
+                continue;
+            }
+            state = reported;
+            if (event.name == "Result") {
+                require(task.answer.has_value());
+                if (const auto* const text = std::get_if<std::string>(&*task.answer)) {
+                    require(std::get<std::string>(event.values[0]) == *text);
+                } else {
+                    require(std::get<mint>(event.values[0]) == std::get<mint>(*task.answer));
+                }
+            } else {
+                require(event.name == "Error" && std::get<std::string>(event.values[0]) == "$Failed");
+                require(!task.answer.has_value() || task.may_fail);
+                ended += task.answer.has_value() ? 1 : 0;
+            }
+        }
+        require(removed == tasks_.size() && state == before && ended <= ends_ && host_.open_data_stores() == 0);
+    }
+
+    FuzzedDataProvider& input_;
+    TestHost& host_ = TestHost::instance();
+    std::map<mint, Task> tasks_;
+    bool counted_here_ = false;
+    size_t ends_ = 0;
+};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzedDataProvider input(data, size);
-    TestHost& host = TestHost::instance();
-    host.reset();
-    std::map<mint, mint> expected;
-    bool undisturbed = true;
-    bool counted_synchronously = false;
-
-    const int operations = input.ConsumeIntegralInRange(0, 12);
-    for (int i = 0; i < operations; ++i) {
-        const Count& count = input.PickValueInArray(counts);
-        switch (input.ConsumeIntegralInRange(0, 4)) {
-            case 0:
-                expected[submit("PrimeCount_SubmitPrimePi", count.argument)] = count.pi;
-                break;
-            case 1:
-                if (count.argument > 1'000'000'000) break;
-                expected[submit("PrimeCount_SubmitPrime", count.argument)] = count.prime;
-                break;
-            case 2:
-                undisturbed = false;
-                require(kesh::test::call_integer("PrimeCount_StopTask", {}).code == LIBRARY_NO_ERROR);
-                break;
-            case 3: {
-                undisturbed = false;
-                counted_synchronously = true;
-                host.abort = input.ConsumeBool();
-                const auto call = kesh::test::call_integer("PrimeCount_PrimePi", {count.argument});
-                if (call.code == LIBRARY_NO_ERROR) {
-                    require(call.result == count.pi);
-                } else {
-                    require(call.code == LIBRARY_FUNCTION_ERROR && call.result == kesh::test::unwritten);
-                }
-                host.abort = 0;
-                break;
-            }
-            default:
-                std::this_thread::sleep_for(std::chrono::milliseconds(input.ConsumeIntegralInRange(0, 5)));
-        }
-    }
-    for (const auto& [id, value] : expected) require(host.wait_for_removal(id));
-
-    mint current = 0;
-    enum { before, counting, reported } state = before;
-    size_t removed = 0;
-    for (const Event& event : host.events()) {
-        const bool reported_already = state == reported || (state == before && removed > 0);
-        if (counted_synchronously && reported_already && event.task == current && event.name == "Status") continue;
-        if (state == before) current = event.task;
-        require(event.task == current);
-        if (event.removal) {
-            require(state == reported);
-            state = before;
-            ++removed;
-            continue;
-        }
-        require(state != reported);
-        require(event.values.size() == 1);
-        if (event.name == "Status") {
-            state = counting;
-            require(std::holds_alternative<mreal>(event.values[0]));
-        } else if (event.name == "Result") {
-            require(std::get<mint>(event.values[0]) == expected.at(event.task));
-            state = reported;
-        } else {
-            require(event.name == "Error" && std::get<std::string>(event.values[0]) == "$Failed" && !undisturbed);
-            state = reported;
-        }
-    }
-    require(removed == expected.size() && state == before && host.open_data_stores() == 0);
+    Sequence(input).run();
     return 0;
 }

@@ -1,13 +1,15 @@
 /**
  * @file   fuzz_primality.cpp
- * @brief  Any limbs into KESH_PrimeQ, at the length they come in and with zero limbs on top: the verdict is GMP's.
+ * @brief  Any limbs into KESH_PrimeQ, at every length that holds them: the verdict is GMP's. And at lengths that are none.
  *
  * The first byte chooses what becomes of the number x that the others spell: x itself, the next prime, x^2, or
  * x (k (x - 1) + 1) with x made prime, the shape of most strong pseudoprimes.
  */
 #include <gmpxx.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <vector>
 
@@ -38,11 +40,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::array<uint64_t, 16> limbs{};
     size_t count = 0;
     mpz_export(limbs.data(), &count, -1, sizeof(uint64_t), 0, 0, n.get_mpz_t());
-    for (const size_t length : {(bits + 63) / 64, size_t{16}}) {
+    for (size_t length = std::max<size_t>((bits + 63) / 64, 1); length <= limbs.size(); ++length) {
         // Storage of just this length, so that a look beyond it is seen.
         const std::vector<uint64_t> given(limbs.begin(), limbs.begin() + static_cast<std::ptrdiff_t>(length));
         int prime = -1;
         if (KESH_PrimeQ(given.data(), static_cast<int64_t>(length), &prime) != 1 || prime != expected) std::abort();
+    }
+    for (const int64_t length : {int64_t{0}, int64_t{17}, static_cast<int64_t>(limbs[0] | 1ULL << 63), INT64_MAX}) {
+        int prime = -1;
+        if (KESH_PrimeQ(limbs.data(), length, &prime) != 0 || prime != -1) std::abort();
     }
     return 0;
 }
