@@ -151,6 +151,7 @@ TEST_F(Strings, NegativeNumberAsTask) {
 TEST_F(Strings, ResultsOfTasksStayReadable) {
     // A host may read the pointer long after the event: the library never releases it.
     static std::vector<const char*> results;
+    results.clear();
     st_VelmoraIOLibrary_Functions io = host.io;
     io.DataStore_addString = [](DataStore store, char* text) {
         results.push_back(text);

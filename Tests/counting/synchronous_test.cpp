@@ -217,7 +217,8 @@ TEST_F(Synchronous, WrongArgumentCountKeepsTheTable) {
 }
 
 TEST_F(Synchronous, TheLastTableIsAsked) {
-    static std::atomic<int> asked{0};
+    static std::atomic<int> asked;
+    asked = 0;
     st_VelmoraLibraryData other = host.table;
     other.AbortQ = []() -> mint {
         ++asked;
@@ -261,8 +262,8 @@ TEST_F(Synchronous, CountsFromSeveralThreadsAtOnce) {
 }
 
 TEST_F(Synchronous, ACallbackMayCount) {
-    static std::atomic<int> depth{0};
-    host.before("AbortQ", [] {
+    std::atomic<int> depth{0};
+    host.before("AbortQ", [&depth] {
         if (depth++ == 0) {
             EXPECT_EQ(count("PrimeCount_PrimePi", {power_of_ten(11)}), pi_of_power_of_ten[11]);
         }

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "host/process.h"
 
 namespace {
@@ -16,6 +18,19 @@ using testing::Not;
 
 constexpr const char* interrupt = "\x03";
 constexpr const char* end_of_input = "\x04";
+
+/**
+ * Leaves with Ctrl-D; the exit code. The prompt is written a moment before the terminal hands on every key. Lines typed
+ * before are kept, but this key the terminal would take itself: it is typed again where nothing comes of it.
+ */
+int leave(TerminalHost& host) {
+    int code = -1;
+    for (int i = 0; i < 12 && code == -1; ++i) {
+        host.type(end_of_input);
+        code = host.wait(std::chrono::seconds(5));
+    }
+    return code;
+}
 
 TEST(HostScript, LinesOfAPipe) {
     const Finished run = run_host({}, {.input = "# a comment\n\nPrimeSieve_NthPrime 100\nPrimeSieve_CountTwins[0, "
@@ -76,15 +91,15 @@ TEST(HostPrompt, CallsCompletionAndHelp) {
     ASSERT_TRUE(host.expect("PrimeSieve_CountSextuplets")) << host.recent();
     host.type("Tw\t0 1000\r");
     ASSERT_TRUE(host.expect("35")) << host.recent();
+    ASSERT_TRUE(host.expect("kesh> "));
     host.type("?KESH_RT_PrimeQ\r");
     ASSERT_TRUE(host.expect("limbs as {low"));
+    ASSERT_TRUE(host.expect("kesh> "));
     host.type("PrimeSieve_NthPrim 1\r");
     ASSERT_TRUE(host.expect("did you mean\r\nPrimeSieve_NthPrime "))
         << "broken where the terminal ends" << host.recent();
-    // Before the prompt stands, the terminal itself would take the key.
     ASSERT_TRUE(host.expect("kesh> "));
-    host.type(end_of_input);
-    EXPECT_EQ(host.wait(), 0);
+    EXPECT_EQ(leave(host), 0);
 }
 
 TEST(HostPrompt, HistoryBringsBackTheLastLine) {
@@ -130,8 +145,9 @@ TEST(HostPrompt, InterruptEndsTheWaitingForAQueuedTask) {
     TerminalHost host({"--color", "never"});
     ASSERT_TRUE(host.expect("kesh> "));
     host.type("PrimeCount_PrimePi 10^18 --async\r");
-    ASSERT_TRUE(host.expect("task 1:"));
-    ASSERT_TRUE(host.expect("kesh (1 running)> ")) << host.recent();  // what is typed before the prompt is back may be lost
+    // Waiting tasks have no order: the second may be first unless the first already counts.
+    ASSERT_TRUE(host.expect("task 1 Status")) << host.recent();
+    ASSERT_TRUE(host.expect("kesh (1 running)> ")) << host.recent();
     host.type("PrimeCount_PrimePi 10^17\r");
     ASSERT_TRUE(host.expect("queued")) << host.recent();
     host.type(interrupt);
@@ -140,8 +156,8 @@ TEST(HostPrompt, InterruptEndsTheWaitingForAQueuedTask) {
     host.type("stop\r");
     ASSERT_TRUE(host.expect("task 1 Error")) << host.recent();
     ASSERT_TRUE(host.expect("task 2 Status")) << "its turn has come" << host.recent();
-    host.type(end_of_input);
-    EXPECT_EQ(host.wait(), 0);
+    ASSERT_TRUE(host.expect("kesh (1 running)> ")) << host.recent();
+    EXPECT_EQ(leave(host), 0);
 }
 
 TEST(HostPrompt, ASieveIsLeftWithTheSecondInterrupt) {
@@ -168,9 +184,8 @@ TEST(HostPrompt, EventsPrintAsTheyCome) {
     host.type("PrimeCount_PrimePi 10^18 --async\r");
     ASSERT_TRUE(host.expect("task 3:"));
     ASSERT_TRUE(host.expect("kesh (1 running)> ")) << host.recent();
-    host.type(end_of_input);
-    ASSERT_TRUE(host.expect("stopping 1 task")) << host.recent();
-    EXPECT_EQ(host.wait(), 0);
+    EXPECT_EQ(leave(host), 0);
+    EXPECT_TRUE(host.expect("stopping 1 task")) << host.recent();
 }
 
 TEST(HostPrompt, ColourIsLeftOutWhereItIsNotWanted) {
