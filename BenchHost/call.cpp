@@ -196,6 +196,11 @@ Outcome call_export(const Library& library, const Export& entry, const std::vect
     ResultStorage storage{.pattern = untouched};
     MArgument result{};
     result.integer = &storage.integer;
+    // One progress callback serves the process: a count that installs none reports to the last task, and one that
+    // installs its own loses it to the next task that begins to count.
+    const bool reports_to_task =
+        entry.route == Route::status || (entry.route == Route::as_task && host().tasks.running() > 0);
+    if (reports_to_task) host().tasks.expect_late_status(true);
     try {
         outcome.code = function(table_of(table), slots.count(), slots.data(), result);
         outcome.seconds = watch.seconds();
@@ -212,6 +217,7 @@ Outcome call_export(const Library& library, const Export& entry, const std::vect
         outcome.exception_type = type == nullptr ? "a foreign exception" : demangled(type->name());
         outcome.exception_text = "(not derived from std::exception)";
     }
+    if (reports_to_task) host().tasks.expect_late_status(false);
     outcome.wrote_result = !is_untouched(entry, storage);
     if (outcome.status != Status::exception) {
         check_result_slot(entry, outcome.code, outcome.wrote_result);

@@ -235,17 +235,13 @@ Outcome Caller::call_under_status(const Export& entry, const std::vector<Argumen
                                   const CallSettings& settings) const {
     if (host().tasks.running() > 0 || !install_status_callback()) {
         // While other tasks run the callback is theirs, and this count's reports arrive among those of a task.
-        host().tasks.expect_late_status(true);
-        Outcome outcome = call_plainly(entry, arguments, settings);
-        host().tasks.expect_late_status(false);
-        return outcome;
+        return call_plainly(entry, arguments, settings);
     }
 
     const InterruptScope scope(presses_for_stoppable);
     const StopCondition stop(settings);
     const std::size_t reports_before = host().tasks.latest_status().second;
     bool stop_sent = false;
-    host().tasks.expect_late_status(true);
     Outcome outcome;
     {
         ProgressLine::Source source;
@@ -263,7 +259,6 @@ Outcome Caller::call_under_status(const Export& entry, const std::vector<Argumen
         const ProgressLine line(look_for(settings), call_text(entry, arguments), source);
         outcome = call_export(library_, entry, arguments, settings.table);
     }
-    host().tasks.expect_late_status(false);
     if (stop_sent && !outcome.good()) outcome.status = Status::stopped;
     return outcome;
 }

@@ -12,12 +12,15 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <sstream>
+#include <stdexcept>
+#include <string_view>
+#include <thread>
 #include <utility>
 
 #include "caller.h"
@@ -33,6 +36,9 @@ using namespace std::chrono_literals;
 /** No case takes more than a few seconds; one that is still running then is ended, and its outcome says so. */
 constexpr int time_limit_ms = 60'000;
 
+/** Of each callback the first calls go wrong, one at a time, up to this one; "often" means at least so many. */
+constexpr std::int64_t last_call_hit = 3;
+
 /** What was called before, and has left its progress callback installed. */
 enum class Before { nothing, count, task };
 
@@ -41,6 +47,7 @@ struct Call {
     const Export* entry = nullptr;
     std::vector<std::string> words;
     Before before = Before::nothing;
+    bool reports = false;  ///< it is long enough for its progress to be reported often, and has a callback for that
 
     std::string text() const {
         std::string label = fmt::format("`{}({})`", entry->name, fmt::join(words, ", "));
@@ -65,8 +72,9 @@ struct Result {
 };
 
 /**
- * The calls of one export: its example, or where callbacks are involved calls of every length. The long counts report
- * progress often enough for a third report to be hit, the short ones report a result only, the last ones fail.
+ * The calls of one export: its example, or where callbacks are involved calls of every length. The first is a long
+ * count that reports progress far more often than is needed, at most once in 10 ms, so that a faster machine still has
+ * a third report to be hit; the short ones report a result only, the last ones fail.
  */
 std::vector<Call> calls_of(const Export& entry) {
     const std::string_view name = entry.name;
@@ -80,15 +88,37 @@ std::vector<Call> calls_of(const Export& entry) {
     if (name == "PrimeCount_SubmitExprPrimePi") arguments = {{"1", "3*10^13"}, {"1", "100"}, {"1", "no number"}};
     if (entry.route == Route::status) {
         if (name == "PrimeCount_PrimeSieve") arguments = {{"5*10^9"}};
-        if (name == "PrimeCount_Meissel") arguments = {{"10^13"}};
-        if (arguments[0][0] == "10^9" && name != "PrimeCount_Coprime") arguments = {{"2*10^12"}};
+        if (name == "PrimeCount_Meissel") arguments = {{"2*10^13"}};
+        if (name == "PrimeCount_DelegliseRivat" || name == "PrimeCount_LMO" || name == "PrimeCount_Lehmer")
+            arguments = {{"10^13"}};
         befores = {Before::nothing, Before::count, Before::task};
     }
+    const bool installs = entry.route == Route::as_task || name.starts_with("PrimeCount_Submit");
+    // The partial sieve function reports nothing, and Legendre's formula is little else.
+    const bool silent = name == "PrimeCount_Coprime" || name == "PrimeCount_Legendre";
     std::vector<Call> calls;
     for (const Before before : befores) {
-        for (const auto& words : arguments) calls.push_back({&entry, words, before});
+        const bool reports = installs || (before != Before::nothing && !silent);
+        for (const auto& words : arguments) calls.push_back({&entry, words, before, reports && words == arguments[0]});
     }
     return calls;
+}
+
+/** What the call answers, where that is known: its export's example, pi(n) or the n-th prime; else nothing. */
+std::string_view known_answer(const Call& call) {
+    using Answers = std::map<std::string_view, std::string_view>;
+    static const Answers counts = {{"100", "25"},
+                                   {"5*10^9", "234954223"},
+                                   {"10^13", "346065536839"},
+                                   {"2*10^13", "675895909271"},
+                                   {"3*10^13", "1000121668853"}};
+    static const Answers primes = {{"25", "97"}, {"10^12", "29996224275833"}};
+    const Export& entry = *call.entry;
+    if (std::equal(call.words.begin(), call.words.end(), entry.example.begin(), entry.example.end()))
+        return entry.example_result;
+    const Answers& answers = entry.name.ends_with("Prime") ? primes : counts;
+    const auto found = answers.find(call.words.back());
+    return found == answers.end() ? "" : found->second;
 }
 
 /** "Result, removed": "Status" events come as time passes, and are only named where something is wrong with them. */
@@ -104,15 +134,23 @@ std::string events_in_short(const std::vector<Event>& events) {
 
 /** The child process: where its pipe is, and what is known of its call when another thread of it terminates. */
 int result_pipe = -1;
+std::thread::id calling_thread;
 std::optional<Outcome> finished_call;
+std::atomic<bool> call_is_over = false;  ///< finished_call is there, and stays as it is
 
-/** Ends the child process with all that is known by now. */
-[[noreturn]] void report(const std::string& end) {
-    std::string text = "during the call";
+/** What is known by now, as the lines that the parent process reads. */
+struct Account {
+    std::string outcome = "during the call";
+    std::string numbers;  ///< answer, "Status" events, calls of each callback
+};
+
+Account account() {
+    Account now;
     std::string answer;
     const std::vector<Event> events = host().tasks.take_events();
-    if (finished_call) {
+    if (call_is_over) {
         const Outcome& outcome = *finished_call;
+        std::string& text = now.outcome;
         text = outcome.status == Status::exception ? fmt::format("throws {}", outcome.exception_type)
                                                    : fmt::format("code {}", outcome.code);
         text += outcome.wrote_result ? ", result" : ", no result";
@@ -123,20 +161,50 @@ std::optional<Outcome> finished_call;
         if (outcome.status == Status::submitted || names != "none") text += "; events: " + names;
         if (host().tasks.open_stores() + host().tasks.discarded_stores() > 0) text += "; DataStore not handed over";
         Outcome whole = outcome;
-        if (whole.task) whole.task = host().tasks.find(whole.task->id);
-        const auto json = to_json(whole);
-        for (const auto& holder : {json, json.value("task", nlohmann::ordered_json())}) {
-            if (holder.contains("result") && holder["result"].is_object()) answer += holder["result"]["value"].dump();
+        if (const auto task = whole.task ? host().tasks.find(whole.task->id) : std::nullopt; task && task->result) {
+            if (const auto* number = std::get_if<mint>(&*task->result)) whole.result = *number;
+            if (const auto* digits = std::get_if<std::string>(&*task->result)) whole.result = *digits;
         }
+        answer = answer_text(whole);
         whole.add_breaches(host().breaches.take());
         for (const std::string& breach : whole.breaches) text += "; breach: " + breach;
     }
-    text += fmt::format(
-        "{}\n{}\n{}\n", end, answer,
-        std::count_if(events.begin(), events.end(), [](const Event& event) { return event.name == "Status"; }));
-    for (const auto& [slot, number] : host().faults.calls()) text += fmt::format("{} {}\n", slot, number);
+    now.numbers = fmt::format("{}\n{}\n", answer, std::count_if(events.begin(), events.end(), [](const Event& event) {
+                                  return event.name == "Status";
+                              }));
+    for (const auto& [slot, number] : host().faults.calls()) now.numbers += fmt::format("{} {}\n", slot, number);
+    return now;
+}
+
+/** Ends the child process. */
+[[noreturn]] void report(const Account& now, std::string_view end) {
+    const std::string text = fmt::format("{}{}\n{}", now.outcome, end, now.numbers);
     const ssize_t written = write(result_pipe, text.data(), text.size());
     _exit(written == static_cast<ssize_t>(text.size()) ? 0 : 1);
+}
+
+[[noreturn]] void report_terminate() {
+    // A worker may fail before the export that started it has returned, and its outcome is to be told all the same.
+    if (std::this_thread::get_id() != calling_thread) {
+        for (int wait = 0; wait < 1000 && !call_is_over; ++wait) std::this_thread::sleep_for(10ms);
+    }
+    report(account(), "; std::terminate");
+}
+
+/**
+ * Whether the library still counts. The task comes first: it clears what PrimeCount_StopTask may have asked for, which
+ * a count on this thread would heed.
+ */
+bool usable(const Caller& caller) {
+    CallSettings settings;
+    settings.bare = true;
+    const std::size_t breaches = host().breaches.total();
+    const Outcome begun = caller.call(*find_export("PrimeCount_SubmitPrimePi"), {"new", "100"}, settings);
+    if (begun.status != Status::submitted || !host().tasks.wait_removed(begun.task->id, 30s)) return false;
+    const std::optional<EventValue> raised = host().tasks.find(begun.task->id)->result;
+    const Outcome counted = caller.call(*find_export("PrimeCount_PrimePi"), {"100"}, settings);
+    return raised == EventValue(mint{25}) && counted.result == ResultValue(mint{25}) &&
+           host().breaches.total() == breaches;
 }
 
 /** Makes the call in this process, which ends with it. */
@@ -144,7 +212,8 @@ std::optional<Outcome> finished_call;
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
     if (std::freopen("/dev/null", "w", stderr) == nullptr) _exit(1);
-    std::set_terminate([] { report("; std::terminate"); });
+    calling_thread = std::this_thread::get_id();
+    std::set_terminate(report_terminate);
 
     const Caller caller(library, {});
     CallSettings settings;
@@ -160,7 +229,6 @@ std::optional<Outcome> finished_call;
     if (call.before == Before::task) {
         make("PrimeCount_SubmitPrimePi", {"1", "10"});
         host().tasks.wait_removed(1, 10min);
-        host().tasks.expect_late_status(true);
     }
 
     host().faults.clear();
@@ -169,9 +237,12 @@ std::optional<Outcome> finished_call;
     host().tasks.keep_events(true);
     settings.table = fault.table;
     finished_call = caller.call(*call.entry, call.words, settings);
+    call_is_over = true;
     // Longer than the time limit: a task that is not removed shows as that.
     if (finished_call->status == Status::submitted) host().tasks.wait_removed(1, 10min);
-    report("");
+    const Account now = account();
+    host().faults.clear();
+    report(now, usable(caller) ? "" : "; unusable after");
 }
 
 /** Runs the case in a child process. */
@@ -223,7 +294,7 @@ struct Planned {
 std::vector<Planned> faults_of(const FaultSlot& slot, std::int64_t calls) {
     const std::string name(slot.name);
     std::vector<std::int64_t> hit;
-    for (std::int64_t k = 1; k <= std::min<std::int64_t>(calls, 3); ++k) hit.push_back(k);
+    for (std::int64_t k = 1; k <= std::min(calls, last_call_hit); ++k) hit.push_back(k);
     std::vector<Planned> list;
     const auto add = [&](const std::string& what, std::string_view form, mint left_position = 0) {
         for (const std::int64_t k : hit)
@@ -240,12 +311,15 @@ std::vector<Planned> faults_of(const FaultSlot& slot, std::int64_t calls) {
         if (form != "code") continue;
         if (name == "AbortQ") {
             add("returns 1", "1");
+            add("returns -1", "-1");
+            add("returns 2^32", "4294967296");
         } else if (name == "createAsynchronousTaskWithoutThread" || name == "removeAsynchronousTask") {
             add("returns -1", "-1");
         } else {
             for (const std::string_view code : {"1", "3", "77"}) add(fmt::format("returns code {}", code), code);
         }
     }
+    if (name == "MTensor_new") add("returns 0 and a null tensor", "0");
     if (name == "MTensor_getInteger") {
         add("returns 0, position 0", "0", 0);
         add("returns 0, position 17", "0", 17);
@@ -268,7 +342,8 @@ std::string calls_in_short(const std::map<std::string, std::int64_t>& calls) {
     std::vector<std::string> names;
     for (const auto& [slot, number] : calls) {
         // Counted under the event's name as well.
-        if (slot != "raiseAsyncEvent") names.push_back(fmt::format("`{}`{}", slot, number < 3 ? "" : " often"));
+        if (slot != "raiseAsyncEvent")
+            names.push_back(fmt::format("`{}`{}", slot, number < last_call_hit ? "" : " often"));
     }
     return names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "));
 }
@@ -278,7 +353,7 @@ std::string compared(Result result, const Result& usual, const std::string& slot
     // A crash takes the numbers with it.
     if (!result.calls.empty() && result.calls[slot] < planned.at) return "the call was not made";
     const bool during_progress =
-        usual.status_events >= 3 && planned.throws &&
+        usual.status_events >= last_call_hit && planned.throws &&
         (slot == "createDataStore" || slot == "DataStore_addReal" || slot.ends_with(":Status"));
     if (during_progress && result.status_events != planned.at - 1)
         result.outcome += fmt::format("; {} Status events instead of {}", result.status_events, planned.at - 1);
@@ -297,9 +372,30 @@ the export, whether the result slot was written, the events of the task that are
 host as it does after a success: a string argument that was kept, a tensor that was made and not returned, a DataStore that
 was made and not handed over with an event. "After a count" and "after a task" say whose progress callback was still
 installed. Two outcomes are ends of the process: `std::terminate`, when an exception leaves a thread, and `crash`, when a
-null pointer from the host is followed. All other slots of the two tables are traps, and a call to one would be a breach,
-as would be any event out of order: the table has none.
+null pointer from the host is followed. After every other case the library is asked for pi(100), as a task and on the
+host's thread, and an outcome would end in "unusable after" if it did not answer 25. All other slots of the two tables
+are traps, and a call to one would be a breach, as would be any event out of order. The table has none of these.
 )";
+
+/**
+ * What comes of the call when nothing goes wrong: the answer is held against the known one.
+ * @throws std::runtime_error when its progress is not reported often enough for the faults that are planned
+ */
+Result baseline(const Library& library, const Call& call) {
+    Result result = run_apart(library, call, {});
+    const std::int64_t reports = std::max(result.calls["AbortQ"], result.calls["raiseAsyncEvent:Status"]);
+    std::erase_if(result.calls, [](const auto& made) { return made.second == 0; });
+    if (call.reports && reports < last_call_hit) {
+        throw std::runtime_error(
+            fmt::format("{} reported its progress {} times and not the {} times that its rows need: "
+                        "this machine needs a longer count there",
+                        call.text(), reports, last_call_hit));
+    }
+    const std::string_view known = known_answer(call);
+    if (!known.empty() && result.answer != known)
+        result.outcome += fmt::format("; answer {} instead of {}", result.answer, known);
+    return result;
+}
 
 std::string table_row(const Cells& cells, const std::vector<std::string>& calls) {
     return fmt::format("| {} | {} |\n", fmt::join(cells, " | "), fmt::join(calls, ", "));
@@ -321,7 +417,7 @@ std::string fault_page(const Library& library, const std::vector<std::string>& e
     Groups without_table;
     std::size_t cases = 0;
     for (const Call& call : calls) {
-        const Result& result = usual.emplace_back(run_apart(library, call, {}));
+        const Result& result = usual.emplace_back(baseline(library, call));
         add_to(without_fault, {calls_in_short(result.calls), result.outcome}, call.text());
         if (call.before != Before::nothing) continue;
         for (const auto& [name, table] :

@@ -17,6 +17,7 @@ namespace bench_host {
  * some faults end the process by design: an exception that leaves a thread, a null pointer that the host promised not
  * to hand out. `kesh-host faults > docs/fault-outcomes.md` renews the page; a test holds the two together.
  * Precondition: nothing has been called yet in this process.
+ * @throws std::runtime_error when a count is over before it has reported its progress often enough
  */
 std::string fault_page(const Library& library, const std::vector<std::string>& exports);
 

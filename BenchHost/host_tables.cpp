@@ -167,7 +167,10 @@ void string_disown(char* text) {
 }
 
 int tensor_new(mint type, mint rank, const mint* dimensions, MTensor* out) {
-    if (const auto fault = planned_fault("MTensor_new")) return static_cast<int>(fault->code);
+    if (const auto fault = planned_fault("MTensor_new")) {
+        *out = nullptr;
+        return static_cast<int>(fault->code);
+    }
     return host().tensors.create(type, rank, dimensions, out);
 }
 
@@ -175,30 +178,6 @@ bool good_handle(MTensor tensor, std::string_view slot) {
     if (host().tensors.lives(tensor)) return true;
     host().breaches.report(fmt::format("{} was given a handle that is no living tensor", slot));
     return false;
-}
-
-void tensor_free(MTensor tensor) {
-    if (good_handle(tensor, "MTensor_free")) host().tensors.release(tensor);
-}
-
-int tensor_clone(MTensor tensor, MTensor* out) {
-    return host().tensors.clone(tensor, out);
-}
-
-mint tensor_share_count(MTensor tensor) {
-    return good_handle(tensor, "MTensor_shareCount") ? tensor->share_count : 0;
-}
-
-void tensor_disown(MTensor tensor) {
-    if (good_handle(tensor, "MTensor_disown") && tensor->share_count > 0) --tensor->share_count;
-}
-
-void tensor_disown_all(MTensor tensor) {
-    if (good_handle(tensor, "MTensor_disownAll")) tensor->share_count = 0;
-}
-
-int tensor_set_integer(MTensor tensor, mint* position, mint value) {
-    return host().tensors.set_integer(tensor, position, value);
 }
 
 int tensor_get_integer(MTensor tensor, mint* position, mint* out) {
@@ -209,22 +188,6 @@ int tensor_get_integer(MTensor tensor, mint* position, mint* out) {
         return static_cast<int>(fault->code);
     }
     return host().tensors.get_integer(tensor, position, out);
-}
-
-mint tensor_get_rank(MTensor tensor) {
-    return good_handle(tensor, "MTensor_getRank") ? static_cast<mint>(tensor->dimensions.size()) : 0;
-}
-
-const mint* tensor_get_dimensions(MTensor tensor) {
-    return good_handle(tensor, "MTensor_getDimensions") ? tensor->dimensions.data() : nullptr;
-}
-
-mint tensor_get_type(MTensor tensor) {
-    return good_handle(tensor, "MTensor_getType") ? MType_Integer : 0;
-}
-
-mint tensor_get_flattened_length(MTensor tensor) {
-    return good_handle(tensor, "MTensor_getFlattenedLength") ? tensor->length : 0;
 }
 
 mint* tensor_get_integer_data(MTensor tensor) {
@@ -261,14 +224,6 @@ void raise_event(mint task, char* name, DataStore payload) {
     host().tasks.raise(task, name, payload);
 }
 
-mbool task_alive(mint task) {
-    return host().tasks.alive(task) ? 1 : 0;
-}
-
-mbool task_started(mint task) {
-    return host().tasks.started(task) ? 1 : 0;
-}
-
 DataStore create_store() {
     if (planned_fault("createDataStore")) return nullptr;
     return host().tasks.create_store();
@@ -276,29 +231,17 @@ DataStore create_store() {
 
 void store_add_integer(DataStore store, mint value) {
     planned_fault_with(store, "DataStore_addInteger");
-    host().tasks.add(store, value, false);
+    host().tasks.add(store, value);
 }
 
 void store_add_real(DataStore store, mreal value) {
     planned_fault_with(store, "DataStore_addReal");
-    host().tasks.add(store, value, false);
+    host().tasks.add(store, value);
 }
 
 void store_add_string(DataStore store, char* text) {
     planned_fault_with(store, "DataStore_addString");
-    host().tasks.add(store, std::string(text), false);
-}
-
-void store_add_named_integer(DataStore store, char*, mint value) {
-    host().tasks.add(store, value, true);
-}
-
-void store_add_named_real(DataStore store, char*, mreal value) {
-    host().tasks.add(store, value, true);
-}
-
-void store_add_named_string(DataStore store, char*, char* text) {
-    host().tasks.add(store, std::string(text), true);
+    host().tasks.add(store, std::string(text));
 }
 
 mint remove_task(mint task) {
@@ -318,23 +261,23 @@ FullIoTable make_io_table() {
     st_VelmoraIOLibrary_Functions& slots = table.declared;
     slots.createAsynchronousTaskWithoutThread = create_task;
     slots.raiseAsyncEvent = raise_event;
-    slots.asynchronousTaskAliveQ = task_alive;
-    slots.asynchronousTaskStartedQ = task_started;
     slots.createDataStore = create_store;
     slots.DataStore_addInteger = store_add_integer;
     slots.DataStore_addReal = store_add_real;
     slots.DataStore_addString = store_add_string;
-    slots.DataStore_addNamedInteger = store_add_named_integer;
-    slots.DataStore_addNamedReal = store_add_named_real;
-    slots.DataStore_addNamedString = store_add_named_string;
     slots.removeAsynchronousTask = remove_task;
     KESH_HOST_IO_TRAP(createAsynchronousTaskWithThread);
+    KESH_HOST_IO_TRAP(asynchronousTaskAliveQ);
+    KESH_HOST_IO_TRAP(asynchronousTaskStartedQ);
     KESH_HOST_IO_TRAP(DataStore_addComplex);
     KESH_HOST_IO_TRAP(DataStore_addMTensor);
     KESH_HOST_IO_TRAP(DataStore_addMRawArray);
     KESH_HOST_IO_TRAP(DataStore_addMImage);
     KESH_HOST_IO_TRAP(DataStore_addDataStore);
+    KESH_HOST_IO_TRAP(DataStore_addNamedInteger);
+    KESH_HOST_IO_TRAP(DataStore_addNamedReal);
     KESH_HOST_IO_TRAP(DataStore_addNamedComplex);
+    KESH_HOST_IO_TRAP(DataStore_addNamedString);
     KESH_HOST_IO_TRAP(DataStore_addNamedMTensor);
     KESH_HOST_IO_TRAP(DataStore_addNamedMRawArray);
     KESH_HOST_IO_TRAP(DataStore_addNamedMImage);
@@ -348,27 +291,27 @@ FullTable make_table(VelmoraIOLibrary_Functions io) {
     st_VelmoraLibraryData& slots = table.declared;
     slots.UTF8String_disown = string_disown;
     slots.MTensor_new = tensor_new;
-    slots.MTensor_free = tensor_free;
-    slots.MTensor_clone = tensor_clone;
-    slots.MTensor_shareCount = tensor_share_count;
-    slots.MTensor_disown = tensor_disown;
-    slots.MTensor_disownAll = tensor_disown_all;
-    slots.MTensor_setInteger = tensor_set_integer;
     slots.MTensor_getInteger = tensor_get_integer;
-    slots.MTensor_getRank = tensor_get_rank;
-    slots.MTensor_getDimensions = tensor_get_dimensions;
-    slots.MTensor_getType = tensor_get_type;
-    slots.MTensor_getFlattenedLength = tensor_get_flattened_length;
     slots.MTensor_getIntegerData = tensor_get_integer_data;
     slots.AbortQ = abort_q;
     slots.VersionNumber = VelmoraLibraryVersion;
     slots.ioLibraryFunctions = io;
+    KESH_HOST_TRAP(MTensor_free);
+    KESH_HOST_TRAP(MTensor_clone);
+    KESH_HOST_TRAP(MTensor_shareCount);
+    KESH_HOST_TRAP(MTensor_disown);
+    KESH_HOST_TRAP(MTensor_disownAll);
+    KESH_HOST_TRAP(MTensor_setInteger);
     KESH_HOST_TRAP(MTensor_setReal);
     KESH_HOST_TRAP(MTensor_setComplex);
     KESH_HOST_TRAP(MTensor_setMTensor);
     KESH_HOST_TRAP(MTensor_getReal);
     KESH_HOST_TRAP(MTensor_getComplex);
     KESH_HOST_TRAP(MTensor_getMTensor);
+    KESH_HOST_TRAP(MTensor_getRank);
+    KESH_HOST_TRAP(MTensor_getDimensions);
+    KESH_HOST_TRAP(MTensor_getType);
+    KESH_HOST_TRAP(MTensor_getFlattenedLength);
     KESH_HOST_TRAP(MTensor_getRealData);
     KESH_HOST_TRAP(MTensor_getComplexData);
     KESH_HOST_TRAP(Message);

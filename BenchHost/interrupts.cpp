@@ -1,13 +1,16 @@
 /**
  * @file   interrupts.cpp
- * @brief  A signal handler over two lock-free counters.
+ * @brief  A signal handler over two lock-free counters, and a descriptor that wakes whoever waits for a key.
  */
 #include "interrupts.h"
 
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
 
 #include "host.h"
 
@@ -20,9 +23,14 @@ std::atomic<int> leave_at = 0;  ///< 0: never
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
 Host* handled_host = nullptr;
+int wake_fd = -1;
 
 void on_interrupt(int) {
     const int seen = presses.fetch_add(1) + 1;
+    const int saved_errno = errno;
+    constexpr std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t woken = write(wake_fd, &one, sizeof one);
+    errno = saved_errno;
     const int limit = leave_at;
     if (limit == 0) return;
     handled_host->abort_requested = true;
@@ -37,10 +45,11 @@ void on_interrupt(int) {
 
 void install_interrupt_handler() {
     handled_host = &host();
+    wake_fd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
     struct sigaction action {};
     action.sa_handler = on_interrupt;
     sigemptyset(&action.sa_mask);
-    // No SA_RESTART: a prompt that waits for a key has to notice.
+    // No SA_RESTART: whatever waits has to notice.
     sigaction(SIGINT, &action, nullptr);
 }
 
@@ -61,6 +70,12 @@ int interrupts_seen() {
 
 void clear_interrupts() {
     presses = 0;
+    std::uint64_t writes = 0;
+    [[maybe_unused]] const ssize_t emptied = read(wake_fd, &writes, sizeof writes);
+}
+
+int interrupt_fd() {
+    return wake_fd;
 }
 
 }  // namespace bench_host

@@ -25,4 +25,7 @@ class InterruptScope {
 int interrupts_seen();
 void clear_interrupts();
 
+/** Readable from the first press on until the next clear: whichever thread the signal reached, a poll wakes up. */
+int interrupt_fd();
+
 }  // namespace bench_host

@@ -118,8 +118,8 @@ class LineReader {
         std::mbstate_t state{};
         for (;;) {
             if (interrupts_seen() > 0) return 0;
-            pollfd waits[] = {{STDIN_FILENO, POLLIN, 0}, {host().tasks.event_fd(), POLLIN, 0}};
-            if (poll(waits, 2, -1) < 0) {
+            pollfd waits[] = {{STDIN_FILENO, POLLIN, 0}, {host().tasks.event_fd(), POLLIN, 0}, {interrupt_fd(), POLLIN, 0}};
+            if (poll(waits, std::size(waits), -1) < 0) {
                 if (errno == EINTR) continue;
                 return -1;
             }

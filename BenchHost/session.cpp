@@ -207,7 +207,11 @@ int Session::faults(const std::vector<std::string>& words, bool at_prompt) {
     for (const std::string& word : words) {
         if (find_export(word) == nullptr) throw BadInput(unknown_name(word));
     }
-    return print(fault_page(library_, words)), exit_ok;
+    try {
+        return print(fault_page(library_, words)), exit_ok;
+    } catch (const std::runtime_error& error) {
+        return print_error(fmt::format("kesh-host: {}\n", error.what())), exit_call_failed;
+    }
 }
 
 int Session::show(const Options& options, const Outcome& outcome) {

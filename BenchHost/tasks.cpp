@@ -60,7 +60,7 @@ DataStore TaskBoard::create_store() {
     return handle;
 }
 
-void TaskBoard::add(DataStore store, EventValue value, bool named) {
+void TaskBoard::add(DataStore store, EventValue value) {
     const std::lock_guard lock(mutex_);
     const auto found = open_stores_.find(store);
     if (found == open_stores_.end()) {
@@ -70,7 +70,7 @@ void TaskBoard::add(DataStore store, EventValue value, bool named) {
                    : "a value was added to a DataStore that is not open: handed over before, or never created");
         return;
     }
-    found->second->entries.push_back({named, std::move(value)});
+    found->second->values.push_back(std::move(value));
 }
 
 void TaskBoard::discard(DataStore store) {
@@ -79,13 +79,12 @@ void TaskBoard::discard(DataStore store) {
 }
 
 void TaskBoard::check_payload(const Task& task, std::string_view name, const st_DataStore& store) const {
-    const auto& entries = store.entries;
-    if (entries.size() != 1) {
-        breach(fmt::format("event \"{}\" of task {} carries {} values instead of one", name, task.id, entries.size()));
+    if (store.values.size() != 1) {
+        breach(fmt::format("event \"{}\" of task {} carries {} values instead of one", name, task.id,
+                           store.values.size()));
         return;
     }
-    if (entries[0].named) breach(fmt::format("event \"{}\" of task {} carries a named value", name, task.id));
-    const EventValue& value = entries[0].value;
+    const EventValue& value = store.values[0];
     const std::string* text = std::get_if<std::string>(&value);
     if (name == "Status") {
         const mreal* percent = std::get_if<mreal>(&value);
@@ -93,7 +92,7 @@ void TaskBoard::check_payload(const Task& task, std::string_view name, const st_
             breach(fmt::format("event \"Status\" of task {} carries no real number", task.id));
         } else if (!(*percent >= 0 && *percent <= 100)) {
             breach(fmt::format("event \"Status\" of task {} carries {}, which is no percentage", task.id, *percent));
-        } else if (*percent < task.percent && task.state == TaskState::counting && !late_status_expected_) {
+        } else if (*percent < task.percent && task.state == TaskState::counting && !task.shared) {
             breach(fmt::format("the progress of task {} fell from {:.3f} to {:.3f}", task.id, task.percent, *percent));
         }
     } else if (name == "Result") {
@@ -112,6 +111,7 @@ void TaskBoard::check_order(Task& task, std::string_view name) {
         breach(fmt::format("task {} raised an event of unknown name \"{}\"", task.id, name));
         return;
     }
+    const bool late_status = name == "Status" && late_status_expected_ && task.id == last_counted_;
     switch (task.state) {
         case TaskState::created:
             breach(fmt::format("event \"{}\" of task {}, which was never given a count", name, task.id));
@@ -128,11 +128,12 @@ void TaskBoard::check_order(Task& task, std::string_view name) {
         case TaskState::counting:
             break;
         case TaskState::reported:
+            if (late_status) break;
             breach(fmt::format("event \"{}\" of task {} after its \"{}\"", name, task.id,
                                task.failed ? "Error" : "Result"));
             break;
         case TaskState::removed:
-            if (name == "Status" && late_status_expected_ && task.id == last_counted_) break;
+            if (late_status) break;
             breach(fmt::format("event \"{}\" of task {} after its removal", name, task.id));
             break;
     }
@@ -187,7 +188,7 @@ void TaskBoard::raise(mint id, std::string_view name, DataStore store) {
     check_order(task, name);
     if (payload) check_payload(task, name, *payload);
     std::optional<EventValue> value;
-    if (payload && !payload->entries.empty()) value = std::move(payload->entries[0].value);
+    if (payload && !payload->values.empty()) value = std::move(payload->values[0]);
     apply(task, name, value);
     publish(
         {std::chrono::duration<double>(Task::Clock::now() - origin_).count(), id, std::string(name), std::move(value)});
@@ -218,18 +219,6 @@ mint TaskBoard::remove(mint id) {
     return id;
 }
 
-bool TaskBoard::alive(mint id) const {
-    const std::lock_guard lock(mutex_);
-    const auto found = tasks_.find(id);
-    return found != tasks_.end() && found->second.state != TaskState::removed;
-}
-
-bool TaskBoard::started(mint id) const {
-    const std::lock_guard lock(mutex_);
-    const auto found = tasks_.find(id);
-    return found != tasks_.end() && found->second.state != TaskState::created;
-}
-
 bool TaskBoard::submit(mint id, std::string what, bool result_is_text) {
     const std::lock_guard lock(mutex_);
     const auto found = tasks_.find(id);
@@ -251,6 +240,7 @@ void TaskBoard::withdraw(mint id) {
 void TaskBoard::expect_late_status(bool expected) {
     const std::lock_guard lock(mutex_);
     late_status_expected_ = expected;
+    for (auto& [id, task] : tasks_) task.shared = task.shared || (expected && task.running());
 }
 
 void TaskBoard::tolerate_missing_store(bool tolerated) {

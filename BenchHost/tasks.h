@@ -3,7 +3,7 @@
  * @brief  Asynchronous tasks and DataStores as the host sees them, with the event protocol checked at every step.
  *
  * A task is created, given a count, raises any number of "Status" events, exactly one "Result" or "Error", and is
- * removed. Each event brings a DataStore that holds exactly one unnamed value and is handed over once. Counts run one
+ * removed. Each event brings a DataStore that holds exactly one value and is handed over once. Counts run one
  * at a time.
  */
 #pragma once
@@ -28,11 +28,7 @@
 /** The record behind a DataStore handle. */
 struct st_DataStore {
     using Value = std::variant<mint, mreal, std::string>;
-    struct Entry {
-        bool named = false;
-        Value value;
-    };
-    std::vector<Entry> entries;
+    std::vector<Value> values;
 };
 
 namespace bench_host {
@@ -63,6 +59,7 @@ struct Task {
     std::optional<double> first_percent;
     std::optional<EventValue> result;
     bool failed = false;  ///< "Error" arrived
+    bool shared = false;  ///< a count on the host's thread may have reported to it as well
     Clock::time_point submitted;
     Clock::time_point started;  ///< first event
     Clock::time_point ended;    ///< removal
@@ -83,13 +80,11 @@ class TaskBoard {
     // What the library calls.
     mint create();
     DataStore create_store();
-    void add(DataStore store, EventValue value, bool named);
+    void add(DataStore store, EventValue value);
     /** A DataStore whose event an injected exception cut short goes back to the host. */
     void discard(DataStore store);
     void raise(mint id, std::string_view name, DataStore store);
     mint remove(mint id);
-    bool alive(mint id) const;
-    bool started(mint id) const;
 
     // What the host does.
     /** A count is about to be submitted to the task; false when there is no such task or it has had one. */
@@ -97,9 +92,10 @@ class TaskBoard {
     /** The submission failed: the task goes back to `created`. */
     void withdraw(mint id);
     /**
-     * Status events to a task that has ended are in order while a call runs that installs no progress callback of its
-     * own: the last task's stays in force. So are falling percentages then, from two counts that report to one task.
-     * Otherwise both are a breach.
+     * A count on the host's thread is about to report to the last task that counted, or has ended: it may run under
+     * that task's progress callback. Status events after the report and the removal of the task are in order until the
+     * count ends, and falling percentages, from two counts that report to one task, until the tasks that run beside it
+     * have ended too. Otherwise both are a breach.
      */
     void expect_late_status(bool expected);
     /** Events after an injected fault may lack what the fault took away. */

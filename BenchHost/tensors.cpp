@@ -73,20 +73,4 @@ int TensorStore::get_integer(MTensor tensor, const mint* position, mint* out) co
     return LIBRARY_NO_ERROR;
 }
 
-int TensorStore::set_integer(MTensor tensor, const mint* position, mint value) {
-    if (!lives(tensor)) return LIBRARY_TYPE_ERROR;
-    mint* found = position == nullptr ? nullptr : element(tensor, position);
-    if (found == nullptr) return LIBRARY_DIMENSION_ERROR;
-    *found = value;
-    return LIBRARY_NO_ERROR;
-}
-
-int TensorStore::clone(MTensor tensor, MTensor* out) {
-    if (!lives(tensor)) return LIBRARY_TYPE_ERROR;
-    const int code =
-        create(MType_Integer, static_cast<mint>(tensor->dimensions.size()), tensor->dimensions.data(), out);
-    if (code == LIBRARY_NO_ERROR) std::copy_n(tensor->values.get(), tensor->length, (*out)->values.get());
-    return code;
-}
-
 }  // namespace bench_host

@@ -17,7 +17,6 @@ struct st_MTensor {
     std::vector<mint> dimensions;
     std::unique_ptr<mint[]> values;
     mint length = 0;
-    mint share_count = 0;
 
     std::span<mint> data() const {
         return {values.get(), static_cast<std::size_t>(length)};
@@ -45,8 +44,6 @@ class TensorStore {
      * LIBRARY_TYPE_ERROR for a handle that is not a living tensor.
      */
     int get_integer(MTensor tensor, const mint* position, mint* out) const;
-    int set_integer(MTensor tensor, const mint* position, mint value);
-    int clone(MTensor tensor, MTensor* out);
 
   private:
     mint* element(MTensor tensor, const mint* position) const;

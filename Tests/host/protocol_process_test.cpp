@@ -82,4 +82,16 @@ TEST(HostProtocolMore, TheHostGoesOn) {
     EXPECT_THAT(run.output, AllOf(HasSubstr("Result 25"), HasSubstr("7\n")));
 }
 
+/** The second task takes the progress callback over, and the rest of the third count goes out as its progress. */
+TEST(HostProtocolMore, ACountBesideTasksBreaksNothing) {
+    const Finished run = run_host({}, {.input = "PrimeCount_PrimePi 10^12 --async\nPrimeCount_PrimePi 10^12 --async\n"
+                                                "PrimeCount_PrimePi 3*10^14 --bare\n",
+                                       .environment = {},
+                                       .signal = 0,
+                                       .signal_when = ""});
+    EXPECT_EQ(run.code, 0) << run.errors;
+    EXPECT_THAT(run.errors, testing::Not(HasSubstr("BREACH")));
+    EXPECT_THAT(run.output, HasSubstr("9287441600280"));
+}
+
 }  // namespace
