@@ -162,6 +162,8 @@ TEST_F(Leaks, SynchronousCountsLeaveNothing) {
                   EXPECT_EQ(call_integer("PrimeCount_Prime", {0}).code, LIBRARY_FUNCTION_ERROR);
                   EXPECT_EQ(call_integer("PrimeCount_Coprime", {1'000'000, 10}).code, 0);
                   EXPECT_EQ(call_integer("PrimeCount_PrimePi", {}).code, LIBRARY_FUNCTION_ERROR);
+                  const mint threads = call_integer("PrimeCount_GetThreads", {}).result;
+                  EXPECT_EQ(call_integer("PrimeCount_SetThreads", {threads}).result, threads);
               }),
               0);
 }
@@ -199,6 +201,7 @@ TEST_F(Leaks, PrimalityLeavesNothing) {
                       mbool answer = 0;
                       EXPECT_EQ(prime_q(limbs, length, &answer), 1);
                   }
+                  EXPECT_EQ(call_integer("KESH_RT_PrimeQ", {1}).code, LIBRARY_FUNCTION_ERROR);
               }),
               0);
 }
