@@ -1,7 +1,7 @@
 /**
  * @file   endurance.h
  * @brief  Mixed calls of every export for as long as you like, every answer checked, and the process's memory,
- *         descriptors and threads watched: they are to stay as they were.
+ *         descriptors and threads watched: they are to stay as they were (memory in runs of five minutes and more).
  */
 #pragma once
 

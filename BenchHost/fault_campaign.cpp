@@ -72,9 +72,9 @@ struct Result {
 };
 
 /**
- * The calls of one export: its example, or where callbacks are involved calls of every length. The first is a long
- * count that reports progress far more often than is needed, at most once in 10 ms, so that a faster machine still has
- * a third report to be hit; the short ones report a result only, the last ones fail.
+ * The calls of one export: its example, or where callbacks are involved calls of every length. The first is a count so
+ * long that a faster machine, too, makes the third report to be hit: they come 10 ms apart at least. The short ones
+ * report a result only, the last ones fail.
  */
 std::vector<Call> calls_of(const Export& entry) {
     const std::string_view name = entry.name;
@@ -191,10 +191,7 @@ Account account() {
     report(account(), "; std::terminate");
 }
 
-/**
- * Whether the library still counts. The task comes first: it clears what PrimeCount_StopTask may have asked for, which
- * a count on this thread would heed.
- */
+/** Whether the library still counts, in a task and on this thread. */
 bool usable(const Caller& caller) {
     CallSettings settings;
     settings.bare = true;

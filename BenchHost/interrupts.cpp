@@ -70,6 +70,10 @@ int interrupts_seen() {
 
 void clear_interrupts() {
     presses = 0;
+    empty_interrupt_fd();
+}
+
+void empty_interrupt_fd() {
     std::uint64_t writes = 0;
     [[maybe_unused]] const ssize_t emptied = read(wake_fd, &writes, sizeof writes);
 }

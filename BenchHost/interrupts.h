@@ -28,4 +28,7 @@ void clear_interrupts();
 /** Readable from the first press on until the next clear: whichever thread the signal reached, a poll wakes up. */
 int interrupt_fd();
 
+/** For who finds it readable and no press: the clear came between the two in another thread's handler. */
+void empty_interrupt_fd();
+
 }  // namespace bench_host

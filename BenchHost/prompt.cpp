@@ -118,12 +118,14 @@ class LineReader {
         std::mbstate_t state{};
         for (;;) {
             if (interrupts_seen() > 0) return 0;
-            pollfd waits[] = {{STDIN_FILENO, POLLIN, 0}, {host().tasks.event_fd(), POLLIN, 0}, {interrupt_fd(), POLLIN, 0}};
+            pollfd waits[] = {
+                {STDIN_FILENO, POLLIN, 0}, {host().tasks.event_fd(), POLLIN, 0}, {interrupt_fd(), POLLIN, 0}};
             if (poll(waits, std::size(waits), -1) < 0) {
                 if (errno == EINTR) continue;
                 return -1;
             }
             if (waits[1].revents != 0) reader->show_events();
+            if (waits[2].revents != 0 && interrupts_seen() == 0) empty_interrupt_fd();
             if (waits[0].revents == 0) continue;
             char byte = 0;
             const ssize_t got = ::read(STDIN_FILENO, &byte, 1);

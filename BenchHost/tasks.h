@@ -92,8 +92,8 @@ class TaskBoard {
     /** The submission failed: the task goes back to `created`. */
     void withdraw(mint id);
     /**
-     * A count on the host's thread is about to report to the last task that counted, or has ended: it may run under
-     * that task's progress callback. Status events after the report and the removal of the task are in order until the
+     * True: a count on the host's thread is about to begin, and may report to the last task that counted, under whose
+     * progress callback it may run; false: it has ended. Status events after the report and the removal of the task are in order until the
      * count ends, and falling percentages, from two counts that report to one task, until the tasks that run beside it
      * have ended too. Otherwise both are a breach.
      */

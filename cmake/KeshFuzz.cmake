@@ -1,7 +1,7 @@
 # kesh_add_fuzzer(name SOURCES a.cpp ... [LIBRARIES lib ...] [CORPUS folder] [RUNS n] [SECONDS n])
 #   A libFuzzer target, and two CTest entries for it. The short one replays the committed corpus and goes on from a fixed
-#   seed to RUNS (10000) inputs in all: it guards what is known, and must not fail a change by chance. The one with the
-#   label "long" seeks for SECONDS (600). What a run finds new stays in the build folder, never in the tree.
+#   seed to RUNS (10000) inputs in all: it guards what is known and, as far as threads allow, does the same every time.
+#   The one with the label "long" seeks for SECONDS (600). What a run finds new stays in the build folder, never in the tree.
 add_custom_target(fuzzers)
 function(kesh_add_fuzzer name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "CORPUS;RUNS;SECONDS" "SOURCES;LIBRARIES")

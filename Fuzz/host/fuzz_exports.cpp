@@ -2,9 +2,9 @@
  * @file   fuzz_exports.cpp
  * @brief  Every host export with any number of arguments and any values that keep the call short.
  *
- * A call comes out in one of the ways that the arguments allow: code 6 for a wrong count, the host's code where the host
- * failed, an exception where the dependency throws, else code 0 and, up to a million, the answer of a sieve of our own.
- * The result slot is written with code 0 only. The texts, tasks and limbs that exports take have fuzz targets of their own.
+ * A call comes out in one of the ways that the arguments allow: code 6 for a wrong count, the host's code where the
+ * host failed, an exception where the dependency throws, else code 0 and, up to a million, the answer of a sieve of our
+ * own. The result slot is written with code 0 only. Texts, tasks and limbs have fuzz targets of their own.
  */
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -31,12 +31,13 @@ void require(bool condition) {
 using Answer = std::optional<mint>;
 using Arguments = std::vector<mint>;
 
-constexpr mint home = 1'000'000;
+/** Up to here the sieve below knows every answer. */
+constexpr mint sieved = 1'000'000;
 
-/** The primes a little beyond home, from the sieve of Eratosthenes. */
+/** The primes a little beyond that, from the sieve of Eratosthenes. */
 const std::vector<mint>& primes() {
     static const std::vector<mint> list = [] {
-        constexpr size_t end = home + 1000;
+        constexpr size_t end = sieved + 1000;
         std::vector<bool> composite(end);
         std::vector<mint> found;
         for (size_t n = 2; n < end; ++n) {
@@ -49,9 +50,9 @@ const std::vector<mint>& primes() {
     return list;
 }
 
-bool at_home(const Arguments& arguments) {
+bool in_sieve(const Arguments& arguments) {
     for (const mint n : arguments) {
-        if (n < 0 || n > home) return false;
+        if (n < 0 || n > sieved) return false;
     }
     return true;
 }
@@ -66,13 +67,13 @@ mint prime(mint index) {
 }
 
 Answer count(const Arguments& n) {
-    if (!at_home(n)) return {};
+    if (!in_sieve(n)) return {};
     return std::max<mint>(0, below(n[1] + 1) - below(n[0]));
 }
 
 /** Groups of primes p + d, d out of one of the patterns, that lie in the range. */
 Answer groups(const Arguments& n, const std::vector<std::vector<mint>>& patterns) {
-    if (!at_home(n)) return {};
+    if (!in_sieve(n)) return {};
     mint found = 0;
     for (mint i = below(n[0]); i < below(n[1] + 1); ++i) {
         for (const std::vector<mint>& pattern : patterns) {
@@ -104,38 +105,38 @@ Answer sextuplets(const Arguments& n) {
 }
 
 Answer prime_count(const Arguments& n) {
-    if (n[0] > home) return {};
+    if (n[0] > sieved) return {};
     return n[0] < 2 ? 0 : below(n[0] + 1);
 }
 Answer nth(const Arguments& n) {
     return prime(std::max<mint>(n[0], 1));  // primesieve takes the prime number 0 for the first
 }
 Answer next(const Arguments& n) {
-    if (!at_home(n)) return {};
+    if (!in_sieve(n)) return {};
     return prime(below(n[0] + 1) + 1);
 }
 Answer previous(const Arguments& n) {
-    if (!at_home(n)) return {};
+    if (!in_sieve(n)) return {};
     return prime(below(n[0]));
 }
 Answer kth_next(const Arguments& n) {
-    if (!at_home(n) || n[1] < 1 || below(n[0] + 1) + n[1] > below(home)) return {};
+    if (!in_sieve(n) || n[1] < 1 || below(n[0] + 1) + n[1] > below(sieved)) return {};
     return prime(below(n[0] + 1) + n[1]);
 }
 Answer kth_previous(const Arguments& n) {
-    if (!at_home(n) || n[1] < 1) return {};
+    if (!in_sieve(n) || n[1] < 1) return {};
     return prime(below(n[0]) - n[1] + 1);
 }
 Answer sum(const Arguments& n) {
-    if (!at_home(n)) return {};
+    if (!in_sieve(n)) return {};
     return std::accumulate(primes().begin(), primes().begin() + below(n[0]), mint{0});
 }
 Answer interval_sum(const Arguments& n) {
-    if (!at_home(n) || n[1] < n[0]) return {};
+    if (!in_sieve(n) || n[1] < n[0]) return {};
     return *sum({n[1] + 1}) - *sum({n[0]});
 }
 Answer coprime(const Arguments& n) {
-    if (!at_home(n) || n[1] < 0) return {};
+    if (!in_sieve(n) || n[1] < 0) return {};
     mint left = 0;
     for (mint m = 1; m <= n[0] && n[0] <= 10'000; ++m) {
         bool free = true;
@@ -179,7 +180,7 @@ const std::vector<Target>& targets() {
         {"PrimeSieve_PreviousPrime", 1, Target::point, trillion, previous},
         {"PrimeSieve_NextKthPrime", 2, Target::index, trillion, kth_next},
         {"PrimeSieve_PreviousKthPrime", 2, Target::index, trillion, kth_previous},
-        {"PrimeSieve_PrimeSum", 1, Target::point, home, sum},
+        {"PrimeSieve_PrimeSum", 1, Target::point, sieved, sum},
         {"PrimeSieve_PrimeSumInterval", 2, Target::range, trillion, interval_sum},
         {"PrimeSieve_ListPrimes", 2, Target::range, trillion, count},
         {"PrimeSieve_ListNPrimes", 1, Target::point, 70'000, [](const Arguments& n) { return Answer(n[0]); },
@@ -248,7 +249,7 @@ class Call {
     void choose_arguments() {
         const int given = input_.ConsumeBool() ? std::max(target_.count, 0) : input_.ConsumeIntegralInRange(0, 4);
         const bool far = input_.ConsumeBool();
-        const mint most = far ? target_.largest : std::min(target_.largest, home);
+        const mint most = far ? target_.largest : std::min(target_.largest, sieved);
         for (int i = 0; i < given; ++i) arguments_.push_back(input_.ConsumeIntegralInRange<mint>(0, most));
         if (right_count() && given == 1 && !target_.edges.empty() && input_.ConsumeBool()) {
             at_edge_ = true;
@@ -290,7 +291,7 @@ class Call {
             require(list.size() == static_cast<size_t>(*length));
             for (size_t i = 0; i < list.size(); ++i) require(list[i] == prime(first + static_cast<mint>(i) + 1));
         }
-        // Farther out primes keep their low 32 bits: odd they are.
+        // Farther out primes keep their low 32 bits: they are odd all the same.
         for (const mint p : list) require(p == 2 || p % 2 != 0);
     }
 

@@ -4,9 +4,9 @@
  *
  * The model: every submitted task receives "Status" events, then one "Result" with the right answer or one "Error",
  * then it is removed; events of two tasks never mix. "Error" comes of a count that cannot succeed, of a stop request
- * and of an abort, and a request ends one task at most, of those that were there when it was made. One thing may come outside
- * of a task's run: the callback is the process's, so a worker that starts during a count on the host's thread takes that
- * count's progress over, and the rest of it goes out as "Status" of the last task, even after its removal.
+ * and of an abort, and a request ends one task at most, of those that were there when it was made. One thing may come
+ * outside of a task's run: the callback is the process's, so a worker that starts during a count on the host's thread
+ * takes that count's progress over, and the rest of it goes out as "Status" of the last task, even after its removal.
  */
 #include <fuzzer/FuzzedDataProvider.h>
 

@@ -1,6 +1,6 @@
 /**
  * @file   fuzz_primality.cpp
- * @brief  Any limbs into KESH_PrimeQ, at every length that holds them: the verdict is GMP's. And at lengths that are none.
+ * @brief  Any limbs into KESH_PrimeQ, at every length that holds them, against GMP; and at lengths that are none.
  *
  * The first byte chooses what becomes of the number x that the others spell: x itself, the next prime, x^2, or
  * x (k (x - 1) + 1) with x made prime, the shape of most strong pseudoprimes.

@@ -162,7 +162,8 @@ bool TerminalHost::expect(const std::string& text, std::chrono::seconds limit) {
 
 int TerminalHost::wait(std::chrono::seconds limit) {
     const auto end = Clock::now() + limit;
-    while (Clock::now() < end) {
+    for (bool last_look = false; !last_look;) {
+        last_look = Clock::now() >= end;
         int status = 0;
         if (waitpid(pid_, &status, WNOHANG) == pid_) {
             while (read_some(std::chrono::milliseconds(0)) && screen_.size() < 1'000'000) {

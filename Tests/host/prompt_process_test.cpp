@@ -21,7 +21,7 @@ constexpr const char* end_of_input = "\x04";
 
 /**
  * Leaves with Ctrl-D; the exit code. The prompt is written a moment before the terminal hands on every key. Lines typed
- * before are kept, but this key the terminal would take itself: it is typed again where nothing comes of it.
+ * before are kept, but Ctrl-D the terminal itself would take: it is typed again where nothing comes of it.
  */
 int leave(TerminalHost& host) {
     int code = -1;
