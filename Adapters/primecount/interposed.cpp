@@ -71,8 +71,8 @@ Function* original(const char* mangled_name) {
  * original balancer and returns whether there was work, `low` is where it begins.
  *
  * A nested count runs to its end, also where the whole is to end: the A and C formulas look primes up by the number
- * that it gives them, and a wrong one leads out of the tables. It takes milliseconds where the whole is one of 64 bits,
- * and longer the farther beyond.
+ * that it gives them, and a wrong one leads out of the tables. It takes some hundredths of a second at most where
+ * the whole is one of 64 bits, and longer the farther beyond.
  */
 template <typename Take>
 bool hand_out(const void* balancer, RunningCount::Hook hook, const int64_t& low, Take take) {

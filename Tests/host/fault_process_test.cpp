@@ -75,8 +75,7 @@ TEST(HostFaults, TheCampaignForOneExport) {
     EXPECT_THAT(run.output,
                 AllOf(HasSubstr("returns 0, position 17 | code 6, no result"), testing::Not(HasSubstr("breach:"))));
     EXPECT_EQ(run_host({"faults", "NoExport"}).code, 2);
-    EXPECT_EQ(run_host({}, {.input = "faults\n", .environment = {}, .signal = 0, .signal_when = ""}).code, 2)
-        << "every case begins in a fresh process";
+    EXPECT_EQ(run_host({}, {.input = "faults\n"}).code, 2) << "every case begins in a fresh process";
 }
 
 TEST(HostFaults, EnduranceTellsWrongAnswers) {
@@ -100,15 +99,15 @@ TEST(HostFaults, BadFaultsAreOneLine) {
 }
 
 TEST(HostInterrupt, EndsATaskAndItsBar) {
-    const Finished run = run_host({"PrimeCount_PrimePi", "10^18", "--progress"},
-                                  {.input = "", .environment = {}, .signal = SIGINT, .signal_when = "%"});
+    const Finished run =
+        run_host({"PrimeCount_PrimePi", "10^18", "--progress"}, {.signal = SIGINT, .signal_when = "%"});
     EXPECT_EQ(run.code, 130);
     EXPECT_THAT(run.errors, HasSubstr("stopped: PrimeCount_PrimePi(10^18)"));
 }
 
 TEST(HostInterrupt, EndsACallInPieces) {
-    const Finished run = run_host({"PrimeSieve_CountPrimes", "0", "10^13", "--progress"},
-                                  {.input = "", .environment = {}, .signal = SIGINT, .signal_when = "%"});
+    const Finished run =
+        run_host({"PrimeSieve_CountPrimes", "0", "10^13", "--progress"}, {.signal = SIGINT, .signal_when = "%"});
     EXPECT_EQ(run.code, 130);
     EXPECT_THAT(run.errors, HasSubstr("stopped: PrimeSieve_CountPrimes(0, 10^13)"));
 }

@@ -74,12 +74,10 @@ TEST(HostPrimality, Neighbours) {
 TEST(HostPrimality, APipeOfNumbers) {
     std::string numbers = "# candidates\n\n";
     for (int i = 1; i <= 10000; ++i) numbers += std::to_string(i) + "\n";
-    const Finished run =
-        run_host({"KESH_PrimeQ", "-", "-q"}, {.input = numbers, .environment = {}, .signal = 0, .signal_when = ""});
+    const Finished run = run_host({"KESH_PrimeQ", "-", "-q"}, {.input = numbers});
     EXPECT_EQ(run.code, 0);
     EXPECT_THAT(run.output, StartsWith("10000 numbers, 1229 prime  ("));
-    const Finished lines = run_host({"KESH_PrimeQ", "-", "--json"},
-                                    {.input = "7\r\n2^89-1\nx\n", .environment = {}, .signal = 0, .signal_when = ""});
+    const Finished lines = run_host({"KESH_PrimeQ", "-", "--json"}, {.input = "7\r\n2^89-1\nx\n"});
     EXPECT_EQ(lines.code, 2);
     std::istringstream objects(lines.output);
     std::vector<json> parsed;

@@ -23,10 +23,10 @@ struct Finished {
 
 /** What to give a process besides its arguments. */
 struct Surroundings {
-    std::string input;                               ///< standard input
-    std::map<std::string, std::string> environment;  ///< set on top of the test's own
-    int signal = 0;                                  ///< sent once `signal_when` has appeared on standard error
-    std::string signal_when;
+    std::string input = {};                               ///< standard input
+    std::map<std::string, std::string> environment = {};  ///< set on top of the test's own
+    int signal = 0;                                       ///< sent once `signal_when` has appeared on standard error
+    std::string signal_when = {};
 };
 
 /** Runs kesh-host to its end. */

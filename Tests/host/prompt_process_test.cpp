@@ -34,18 +34,13 @@ int leave(TerminalHost& host) {
 
 TEST(HostScript, LinesOfAPipe) {
     const Finished run = run_host({}, {.input = "# a comment\n\nPrimeSieve_NthPrime 100\nPrimeSieve_CountTwins[0, "
-                                                "10^6]\nPrimeCount_ExprPrimePi(\"1000\")\nquit\nnonsense\n",
-                                       .environment = {},
-                                       .signal = 0,
-                                       .signal_when = ""});
+                                                "10^6]\nPrimeCount_ExprPrimePi(\"1000\")\nquit\nnonsense\n"});
     EXPECT_EQ(run.code, 0);
     EXPECT_THAT(run.output, AllOf(HasSubstr("541\n"), HasSubstr("8169\n"), HasSubstr("168\n")));
 }
 
 TEST(HostScript, TheWorstLineDecidesTheExitCode) {
-    const auto code = [](const char* lines) {
-        return run_host({}, {.input = lines, .environment = {}, .signal = 0, .signal_when = ""}).code;
-    };
+    const auto code = [](const char* lines) { return run_host({}, {.input = lines}).code; };
     EXPECT_EQ(code("PrimeSieve_NthPrime 100\nnonsense\nPrimeSieve_NthPrime 100\n"), 2);
     EXPECT_EQ(code("PrimeSieve_ListNPrimes -1\nPrimeSieve_NthPrime 100\n"), 1);
     EXPECT_EQ(code("PrimeSieve_NthPrime 'x\n"), 2);
@@ -53,10 +48,7 @@ TEST(HostScript, TheWorstLineDecidesTheExitCode) {
 
 TEST(HostScript, TasksRunInTurnAndAreWaitedFor) {
     const Finished run = run_host({}, {.input = "PrimeCount_PrimePi 10^12 --async\nPrimeCount_Prime 10^9 "
-                                                "--async\nPrimeCount_ExprPrimePi 1000 --async\ntasks\n",
-                                       .environment = {},
-                                       .signal = 0,
-                                       .signal_when = ""});
+                                                "--async\nPrimeCount_ExprPrimePi 1000 --async\ntasks\n"});
     EXPECT_EQ(run.code, 0);
     EXPECT_THAT(run.output,
                 AllOf(HasSubstr("task 3: PrimeCount_ExprPrimePi(1000)"), HasSubstr("task 1 Result 37607912018"),
@@ -64,19 +56,13 @@ TEST(HostScript, TasksRunInTurnAndAreWaitedFor) {
 }
 
 TEST(HostScript, ACallInTheForegroundSwallowsNoOtherTasksResult) {
-    const Finished run = run_host({}, {.input = "PrimeCount_PrimePi 10^12 --async\nPrimeSieve_CountPrimes 0 4*10^9\n",
-                                       .environment = {},
-                                       .signal = 0,
-                                       .signal_when = ""});
+    const Finished run = run_host({}, {.input = "PrimeCount_PrimePi 10^12 --async\nPrimeSieve_CountPrimes 0 4*10^9\n"});
     EXPECT_THAT(run.output, HasSubstr("task 1 Result 37607912018"));
 }
 
 TEST(HostScript, SettingsHoldForTheLinesAfterThem) {
-    const Finished run =
-        run_host({}, {.input = "set quiet on\nPrimeSieve_NthPrime 4\nset quiet off\nset nonsense on\nset json maybe\n",
-                      .environment = {},
-                      .signal = 0,
-                      .signal_when = ""});
+    const Finished run = run_host(
+        {}, {.input = "set quiet on\nPrimeSieve_NthPrime 4\nset quiet off\nset nonsense on\nset json maybe\n"});
     EXPECT_EQ(run.output, "7\n");
     EXPECT_THAT(run.errors, AllOf(HasSubstr("'nonsense' cannot be set"), HasSubstr("'maybe' is neither on nor off")));
 }

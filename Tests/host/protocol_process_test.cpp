@@ -74,10 +74,7 @@ TEST(HostProtocolMore, TheHostGoesOn) {
     const Finished run =
         run_host({"--library", KESH_ROGUE_LIBRARY},
                  {.input = "PrimeSieve_NextPrime 1\nPrimeSieve_CountPrimes 0 1\nPrimeCount_SubmitPrimePi new 0\n"
-                           "VelmoraLibrary_getVersion -q\n",
-                  .environment = {},
-                  .signal = 0,
-                  .signal_when = ""});
+                           "VelmoraLibrary_getVersion -q\n"});
     EXPECT_EQ(run.code, 4);
     EXPECT_THAT(run.output, AllOf(HasSubstr("Result 25"), HasSubstr("7\n")));
 }
@@ -85,10 +82,7 @@ TEST(HostProtocolMore, TheHostGoesOn) {
 /** The second task takes the progress callback over, and the rest of the third count goes out as its progress. */
 TEST(HostProtocolMore, ACountBesideTasksBreaksNothing) {
     const Finished run = run_host({}, {.input = "PrimeCount_PrimePi 10^12 --async\nPrimeCount_PrimePi 10^12 --async\n"
-                                                "PrimeCount_PrimePi 3*10^14 --bare\n",
-                                       .environment = {},
-                                       .signal = 0,
-                                       .signal_when = ""});
+                                                "PrimeCount_PrimePi 3*10^14 --bare\n"});
     EXPECT_EQ(run.code, 0) << run.errors;
     EXPECT_THAT(run.errors, testing::Not(HasSubstr("BREACH")));
     EXPECT_THAT(run.output, HasSubstr("9287441600280"));
