@@ -11,7 +11,6 @@
 #include <array>
 #include <atomic>
 #include <cassert>
-#include <limits>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -116,10 +115,7 @@ class shared_blocks {
 
 bool bad_arguments(const umint* n, mint len, mint count, const std::uint8_t* verdicts) {
     if (len < 1 || len > 16 || count < 0) return true;
-    if (count == 0) return false;
-    // No array is longer; next_ above must not overflow either.
-    constexpr mint limbs = std::numeric_limits<mint>::max() / static_cast<mint>(sizeof(umint)) - (1 << 20);
-    return n == nullptr || verdicts == nullptr || count > limbs / len;
+    return count > 0 && (n == nullptr || verdicts == nullptr || count > longest_array / len);
 }
 
 }  // namespace

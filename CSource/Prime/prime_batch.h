@@ -5,6 +5,8 @@
  */
 #pragma once
 
+#include <limits>
+
 #include "Shared/intx/intx_types.h"
 #include "Tools/kesh.h"
 #include "kesh_prime.h"
@@ -24,6 +26,10 @@ constexpr mint block_size(mint len) {
  * Preconditions: 1 <= len <= 16, 0 <= count <= largest_block.
  */
 void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts);
+
+/** No array has more limbs; a thousand blocks fewer, so that counting beyond the end cannot overflow. */
+inline constexpr mint longest_array =
+    std::numeric_limits<mint>::max() / static_cast<mint>(sizeof(umint)) - 1000 * largest_block;
 
 /** len without the zero limbs on top, at least 1. */
 inline mint significant_limbs(const umint* n, mint len) {

@@ -118,12 +118,12 @@ class WordLanes {
     [[nodiscard]] unsigned end(Row x) const noexcept {
         unsigned passed = 0;
         each([&](auto c) __attribute__((always_inline)) {
-            passed |= (unsigned{x[c] == one_[c]} | unsigned{x[c] == m_[c] - one_[c]}) << c;
+            passed |= (unsigned{x[c] == one_[c]} | unsigned{x[c] == m_[c] - one_[c]}) << c();
         });
         for (unsigned i = 1; i < k_; ++i) {
             each([&](auto c) __attribute__((always_inline)) {
                 x[c] = word_mont_mul(x[c], x[c], m_[c], inverse_[c]);  // here the sign counts
-                passed |= (unsigned{x[c] == m_[c] - one_[c]} & unsigned{i < squarings_left_[c]}) << c;
+                passed |= (unsigned{x[c] == m_[c] - one_[c]} & unsigned{i < squarings_left_[c]}) << c();
             });
         }
         return passed;
