@@ -93,7 +93,7 @@ TEST(NextPrime, OfEverySmallNumber) {
 }
 
 TEST(NextPrime, PreviousOfEverySmallNumber) {
-    for (unsigned long n : {0, 1, 2}) {
+    for (const unsigned long n : {0UL, 1UL, 2UL}) {
         EXPECT_EQ(previous(n, 1), std::nullopt);
         EXPECT_EQ(previous(n, 16), std::nullopt);
     }
@@ -207,7 +207,7 @@ TEST(NextPrimes, FromZeroAreThePrimes) {
 
 TEST(NextPrimes, EveryCountAndSize) {
     std::mt19937_64 random(34);
-    for (const unsigned bits : {40, 63, 64, 65, 128, 200, 500}) {
+    for (const unsigned bits : {40U, 63U, 64U, 65U, 128U, 200U, 500U}) {
         const std::int64_t len = (bits + 64) / 64;
         const mpz_class n = kesh_test::random_number(bits, random);
         const std::int64_t most = bits <= 64 ? 3000 : 60;
