@@ -20,8 +20,8 @@ bool only_digits(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-/** Whether the text may be read in milliseconds: powers, shifts and products grow before the parser can refuse them,
- * and a count of 2^63 and more sets up large tables before its first progress. */
+/** Whether the count takes milliseconds: one of 2^63 and more, which powers, shifts and products soon reach, sets up
+ * large tables before its first progress. */
 bool quick(const std::string& text) {
     if (text.find_first_of("^eE*<") != std::string::npos) return false;
     const auto digits = std::count_if(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
