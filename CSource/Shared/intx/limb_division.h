@@ -57,6 +57,19 @@ constexpr umint divide_two_limbs(umint high, umint low, umint d, umint v, umint&
     return rest;
 }
 
+/// q[0 .. n-1] = a / d, returns the remainder. shift = the leading zero bits of d, reciprocal that of d << shift. q may be a.
+/// Precondition: d != 0.
+template <std::size_t n>
+constexpr umint divide_by_limb(umint* q, const umint* a, umint d, mint shift, umint reciprocal) noexcept {
+    const umint divisor = d << shift;
+    umint rest = a[n - 1] >> 1 >> (MINT_BITS - 1 - shift);
+    for (std::size_t i = n; i-- > 0;) {
+        const umint below = i > 0 ? a[i - 1] >> 1 >> (MINT_BITS - 1 - shift) : 0;
+        rest = divide_two_limbs(rest, (a[i] << shift) | below, divisor, reciprocal, q[i]);
+    }
+    return rest >> shift;
+}
+
 /// A divisor of two limbs or more, by its top two, d1 and d0, with d1's top bit set: v = floor((2^192 - 1) / (d1 2^64 +
 /// d0)) - 2^64.
 struct reciprocal {
