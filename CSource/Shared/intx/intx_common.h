@@ -530,32 +530,51 @@ constexpr void math_divmod_series(const T& lo, const T& hi, const T& d, T& q, T&
     detail::divide_by_series(lo, high, d, q, r, steps);
 }
 
+namespace detail {
+
+/// q = u / d, r = the remainder, for the numerator u of `count` limbs, N/64 or twice as many; of the quotient the low N bits.
+/// u has a limb to spare and is lost. A zero divisor gives q = 0, r = the low N bits of u.
+template <std::size_t count, wide_word T>
+constexpr void divide_significant_limbs(umint* u, const T& d, T& q, T& r) noexcept {
+    constexpr std::size_t limbs = T::limbs;
+    const std::size_t n = significant_limbs(d.limb, limbs);
+    if (n == 1) {
+        umint digits[count];
+        const mint s = math_count_leading_zeros(d.limb[0]);
+        const umint rest = divide_by_limb<count>(digits, u, d.limb[0], s, reciprocal_of_limb(d.limb[0] << s));
+        for (std::size_t i = 0; i < limbs; ++i) q.limb[i] = digits[i];
+        r = T(rest);
+        return;
+    }
+    std::size_t length = significant_limbs(u, count);
+    if (n == 0 || length < n) {
+        for (std::size_t i = 0; i < limbs; ++i) r.limb[i] = u[i];
+        q = T(0);
+        return;
+    }
+    // Normalised: the divisor's top bit set, the numerator shifted with it, into one limb more if need be.
+    umint v[limbs], digits[count + 1];
+    const mint s = math_count_leading_zeros(d.limb[n - 1]);
+    shift_limbs_left(v, d.limb, n, s);
+    u[length] = shift_limbs_left(u, u, length, s);
+    if (u[length] != 0) ++length;
+    digits[length - n] = divide_limbs(digits, u, length, v, n);
+    for (std::size_t i = 0; i < limbs; ++i) q.limb[i] = i <= length - n ? digits[i] : 0;
+    shift_limbs_right(r.limb, u, n, s);
+    for (std::size_t i = n; i < limbs; ++i) r.limb[i] = 0;
+}
+
+}  // namespace detail
+
 /// The same quotient and remainder as math_divmod_series, limb by limb (Knuth, The Art of Computer Programming
 /// 2, 4.3.1, algorithm D). A zero divisor returns q = 0, r = lo. Cost: n limb products for each limb of the quotient, n
 /// the significant limbs of d, and one hardware division.
 template <wide_word T>
 constexpr void math_divmod_schoolbook(const T& lo, const T& hi, const T& d, T& q, T& r) noexcept {
-    constexpr std::size_t limbs = T::limbs;
-    umint u[2 * limbs + 1], v[limbs], digits[2 * limbs + 1];
-    for (std::size_t i = 0; i < limbs; ++i) u[i] = lo.limb[i];
-    for (std::size_t i = 0; i < limbs; ++i) u[limbs + i] = hi.limb[i];
-    const std::size_t n = detail::significant_limbs(d.limb, limbs);
-    std::size_t length = detail::significant_limbs(u, 2 * limbs);
-    T quotient(0), remainder(0);
-    if (n == 0 || length < n) {
-        remainder = lo;
-    } else {
-        // Normalised: the divisor's top bit set, the numerator shifted with it, into one limb more if need be.
-        const mint s = math_count_leading_zeros(d.limb[n - 1]);
-        detail::shift_limbs_left(v, d.limb, n, s);
-        u[length] = detail::shift_limbs_left(u, u, length, s);
-        if (u[length] != 0) ++length;
-        digits[length - n] = detail::divide_limbs(digits, u, length, v, n);
-        for (std::size_t i = 0; i < limbs && i <= length - n; ++i) quotient.limb[i] = digits[i];
-        detail::shift_limbs_right(remainder.limb, u, n, s);
-    }
-    q = quotient;
-    r = remainder;
+    umint u[2 * T::limbs + 1];
+    for (std::size_t i = 0; i < T::limbs; ++i) u[i] = lo.limb[i];
+    for (std::size_t i = 0; i < T::limbs; ++i) u[T::limbs + i] = hi.limb[i];
+    detail::divide_significant_limbs<2 * T::limbs>(u, T(d), q, r);
 }
 
 /// For the 2N-bit numerator hi * 2^N + lo: r = the remainder modulo d, q = the quotient modulo 2^N (its low N bits when
@@ -576,10 +595,16 @@ constexpr void math_divmod(const T& lo, const T& hi, const T& d, T& q, T& r) noe
     math_divmod_imp(lo, hi, d, q, r);
 }
 
-/// One-word numerator: n = q * d + r, 0 <= r < d.
+/// One-word numerator: n = q * d + r, 0 <= r < d. The bits of the two-word form with hi = 0.
 template <engine_word T>
 constexpr void math_divmod(const T& n, const T& d, T& q, T& r) noexcept {
-    math_divmod_imp(n, T(0), d, q, r);
+    if constexpr (wide_word<T>) {
+        umint u[T::limbs + 1];
+        for (std::size_t i = 0; i < T::limbs; ++i) u[i] = n.limb[i];
+        detail::divide_significant_limbs<T::limbs>(u, T(d), q, r);
+    } else {
+        math_divmod_imp(n, T(0), d, q, r);
+    }
 }
 
 // --------------------------------------------------------------------------------------------------------------------
