@@ -83,8 +83,8 @@ bool PrimeQ(u64 n, const base_tables& tables);
 /**
  * Selfridge's parameters for the Lucas test: the first D of 5, -7, 9, -11, ... with (D/n) = -1, P = 1, Q = (1 - D)/4.
  * symbol(D) is the Jacobi symbol (D/n). Returns 0, leaving the parameters unset, when the search proves n composite,
- * else 1. A square n has no such D: the test for squares comes after the sixth candidate, which few n reach. A square
- * beyond the exact range of math_isqrt would search on; none gets here, since none passes base 2 (see there).
+ * else 1. A square n has no such D: the test for squares, which is exact, ends the search after the sixth candidate,
+ * which few n reach.
  */
 template <wide_word T, class Symbol>
 int selfridge_parameters(const T& n, Symbol symbol, mint& D, mint& P, mint& Q) {

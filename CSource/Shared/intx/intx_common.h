@@ -10,7 +10,7 @@
 #include <cassert>
 #include <utility>
 
-#include "Shared/intx/intx_gcc.h"
+#include "Shared/intx/limb_division.h"
 #include "Shared/kernel/product.h"
 
 namespace kesh {
@@ -271,6 +271,19 @@ constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
         kernel::low_product<T::limbs>(lo.limb, a.limb, b.limb);
 }
 
+namespace detail {
+
+/// hi:lo = a^2, of n limbs each. lo and hi must not overlap a.
+template <std::size_t n>
+inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
+    if constexpr (n == 1)
+        math_mul(*a, *a, *lo, *hi);
+    else
+        kernel::full_product<n>(lo, hi, a, a);
+}
+
+}  // namespace detail
+
 /// a * b + c0 + cc * 2^64 = r + ret * 2^N + co * 2^(N+64), where ret is the returned limb: the pair (c0, cc) goes in at
 /// the bottom and the pair (ret, co) comes out at the top in the same format, so that calls chain from low to high. cc
 /// is 0 or 1; on a wide value co is always 0. r may alias a.
@@ -388,91 +401,29 @@ constexpr void math_divmod_series(const T& lo, const T& hi, const T& d, T& q, T&
     detail::divide_by_series(lo, high, d, q, r, steps);
 }
 
-namespace detail {
-
-/// Limbs of a up to its most significant non-zero one; 0 for a = 0.
-constexpr std::size_t significant_limbs(const umint* a, std::size_t count) noexcept {
-    while (count > 0 && a[count - 1] == 0) --count;
-    return count;
-}
-
-/// u[0 .. n] -= digit * v[0 .. n-1]; returns the borrow, 1 when digit was one too large.
-constexpr std::uint8_t subtract_multiple(umint* u, const umint* v, std::size_t n, umint digit) noexcept {
-    umint carry = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        const umint2 product = static_cast<umint2>(digit) * v[i] + carry;
-        carry = static_cast<umint>(product >> MINT_BITS) + math_subborrow(0, u[i], static_cast<umint>(product), u[i]);
-    }
-    return math_subborrow(0, u[n], carry, u[n]);
-}
-
-/// One digit of the quotient: u[0 .. n] becomes its remainder by the normalised v[0 .. n-1], n >= 2.
-/// Precondition: u[1 .. n] < v. The estimate from the top two limbs of u and the top one of v is at most 2 too large,
-/// and at most 1, rarely, once the next limb of each has been looked at.
-constexpr umint next_quotient_limb(umint* u, const umint* v, std::size_t n) noexcept {
-    umint digit = ~umint{0}, rest = 0;
-    bool rest_fits = true;
-    if (u[n] < v[n - 1]) {
-        math_divmod(u[n - 1], u[n], v[n - 1], digit, rest);
-    } else {
-        rest_fits = math_addcarry(0, u[n - 1], v[n - 1], rest) == 0;
-    }
-    while (rest_fits && static_cast<umint2>(digit) * v[n - 2] > ((static_cast<umint2>(rest) << MINT_BITS) | u[n - 2])) {
-        --digit;
-        rest_fits = math_addcarry(0, rest, v[n - 1], rest) == 0;
-    }
-    if (subtract_multiple(u, v, n, digit) != 0) {
-        --digit;
-        std::uint8_t carry = 0;
-        for (std::size_t i = 0; i < n; ++i) carry = math_addcarry(carry, u[i], v[i], u[i]);
-        u[n] += carry;
-    }
-    return digit;
-}
-
-}  // namespace detail
-
 /// The same quotient and remainder as math_divmod_series, limb by limb (Knuth, The Art of Computer Programming
-/// 2, 4.3.1, algorithm D). A zero divisor returns q = 0, r = lo. Cost: one hardware division and n limb products for
-/// each limb of the quotient, n the significant limbs of d.
+/// 2, 4.3.1, algorithm D). A zero divisor returns q = 0, r = lo. Cost: n limb products for each limb of the quotient, n
+/// the significant limbs of d, and one hardware division.
 template <wide_word T>
 constexpr void math_divmod_schoolbook(const T& lo, const T& hi, const T& d, T& q, T& r) noexcept {
     constexpr std::size_t limbs = T::limbs;
-    umint u[2 * limbs + 1], v[limbs] = {};
+    umint u[2 * limbs + 1], v[limbs], digits[2 * limbs + 1];
     for (std::size_t i = 0; i < limbs; ++i) u[i] = lo.limb[i];
     for (std::size_t i = 0; i < limbs; ++i) u[limbs + i] = hi.limb[i];
-    u[2 * limbs] = 0;
     const std::size_t n = detail::significant_limbs(d.limb, limbs);
-    const std::size_t length = detail::significant_limbs(u, 2 * limbs);
+    std::size_t length = detail::significant_limbs(u, 2 * limbs);
     T quotient(0), remainder(0);
     if (n == 0 || length < n) {
         remainder = lo;
-    } else if (n == 1) {
-        umint rest = 0;
-        for (std::size_t i = length; i-- > 0;) {
-            umint digit = 0;
-            math_divmod(u[i], rest, d.limb[0], digit, rest);
-            if (i < limbs) quotient.limb[i] = digit;
-        }
-        remainder.limb[0] = rest;
     } else {
-        // Normalised: the divisor's top bit set, the numerator shifted with it into one limb more.
+        // Normalised: the divisor's top bit set, the numerator shifted with it, into one limb more if need be.
         const mint s = math_count_leading_zeros(d.limb[n - 1]);
-        const auto joined = [s](umint high, umint low) {
-            return s == 0 ? high : (high << s) | (low >> (MINT_BITS - s));
-        };
-        for (std::size_t i = length; i > 0; --i) u[i] = joined(u[i], u[i - 1]);
-        u[0] <<= s;
-        for (std::size_t i = n - 1; i > 0; --i) v[i] = joined(d.limb[i], d.limb[i - 1]);
-        v[0] = d.limb[0] << s;
-
-        for (std::size_t j = length - n + 1; j-- > 0;) {
-            const umint digit = detail::next_quotient_limb(u + j, v, n);
-            if (j < limbs) quotient.limb[j] = digit;
-        }
-        for (std::size_t i = 0; i < n; ++i) {
-            remainder.limb[i] = s == 0 ? u[i] : (u[i] >> s) | (u[i + 1] << (MINT_BITS - s));
-        }
+        detail::shift_limbs_left(v, d.limb, n, s);
+        u[length] = detail::shift_limbs_left(u, u, length, s);
+        if (u[length] != 0) ++length;
+        digits[length - n] = detail::divide_limbs(digits, u, length, v, n);
+        for (std::size_t i = 0; i < limbs && i <= length - n; ++i) quotient.limb[i] = digits[i];
+        detail::shift_limbs_right(remainder.limb, u, n, s);
     }
     q = quotient;
     r = remainder;
