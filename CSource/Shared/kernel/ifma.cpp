@@ -223,7 +223,7 @@ KESH_IFMA void from_internal(umint* r, const Vector<n>& a, const Vector<n>& mu, 
     reduce_once<n>(x, t + 1, top, modulus.m);
     for (int i = 0; i < n; ++i) scale[i] = modulus.r1[i];
     for (int i = 0; i < 64 - digit_bits; ++i) double_if<n>(scale, 1, modulus.m);
-    Portable::mul<n>(r, scale, x, modulus);
+    reduced_mul<n, Portable>(r, scale, x, modulus);
 }
 
 template <int n>
@@ -283,7 +283,7 @@ KESH_IFMA void ifma_lucas_ladder(umint* l, umint* h, const umint* a, const umint
 
 template <int n>
 const Routines<n>& ifma_routines() noexcept {
-    if constexpr (n == 2) {
+    if constexpr (n != 4 && n != 8 && n != 16) {
         return adx_routines<n>();
     } else if constexpr (n == 4) {
         // A single row of digits waits for its reduction longer than four limbs do; two side by side do not.
@@ -297,9 +297,8 @@ const Routines<n>& ifma_routines() noexcept {
     }
 }
 
-template const Routines<2>& ifma_routines<2>() noexcept;
-template const Routines<4>& ifma_routines<4>() noexcept;
-template const Routines<8>& ifma_routines<8>() noexcept;
-template const Routines<16>& ifma_routines<16>() noexcept;
+#define KESH_INSTANCE(n) template const Routines<n>& ifma_routines<n>() noexcept;
+KESH_FOR_EACH_WIDTH(KESH_INSTANCE)
+#undef KESH_INSTANCE
 
 }  // namespace kesh::kernel
