@@ -10,6 +10,7 @@
 
 #include "Shared/kernel/adx.h"
 #include "Shared/kernel/portable.h"
+#include "Shared/kernel/signed_residue.h"
 #include "kernels/skewed.h"
 
 namespace kesh::kernel {
@@ -355,6 +356,34 @@ TYPED_TEST(Products, PowersBeginWithADivision) {
         const Doublings<static_cast<int>(n)> y(modulus, exponent.data());
         const mpz_class expected = (mpz_class(2) << (64 * n + (e >> y.bits_left()))) % m;
         ASSERT_EQ(to_mpz(std::to_array(y.value)), expected) << "2^" << e << " mod " << m;
+    }
+}
+
+TEST(SignedResidue, SquaresAgreeWithProductsOneAfterAnother) {
+    if (supported_level() < Level::adx) GTEST_SKIP() << "this processor has no adx";
+    Skewed random{20261121};
+    for (int i = 0; i < 20000; ++i) {
+        const Limbs<4> m = random.modulus<4>();
+        const Modulus<4> modulus(m.data());
+        const mpz_class last = to_mpz(m) - 1;
+        // 0 becomes -m after a squaring; m - 1 and its neighbours have the largest squares.
+        Limbs<4> expected = i % 8 == 0   ? Limbs<4>{}
+                            : i % 8 == 1 ? from_mpz<4>(last)
+                                         : from_mpz<4>(to_mpz(random.limbs<4>()) % (last + 1));
+        SignedModulus workspace(modulus);
+        SignedResidue x(expected.data());
+        for (int step = 0; step < 20; ++step) {
+            x.square(workspace);
+            mont_sqr<4>(expected.data(), expected.data(), modulus);
+            if (random.below(4) == 0) {
+                const int j = static_cast<int>(random.below(64));
+                x.halve(j, workspace);
+                halve<4>(expected.data(), j, modulus.m, modulus.k);
+            }
+            Limbs<4> residue{};
+            x.store(residue.data(), workspace);
+            ASSERT_EQ(residue, expected) << "mod " << to_mpz(m) << " after " << step;
+        }
     }
 }
 
