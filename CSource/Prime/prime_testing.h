@@ -57,6 +57,9 @@ int sprp(const mp_mont_data<T>& M, const std::type_identity_t<T>& n, std::type_i
 /** Primality of n <= 1,048,577 by one look at a bitmap; 1 is not prime. Larger odd n lie outside the bitmap. */
 bool isPrime(std::uint32_t n);
 
+/** That bitmap: bit k, counted from bit 0 of the first word, tells whether 2 k + 3 is prime. */
+std::span<const std::uint32_t> odd_prime_bitmap();
+
 /** Primality of any 32-bit n: the bitmap, or trial division and one strong test to a hashed base. */
 bool PrimeQ(std::uint32_t n);
 
@@ -86,8 +89,8 @@ bool PrimeQ(u64 n, const base_tables& tables);
 /**
  * Selfridge's parameters for the Lucas test: the first D of 5, -7, 9, -11, ... with (D/n) = -1, P = 1, Q = (1 - D)/4.
  * symbol(D) is the Jacobi symbol (D/n). Returns 0, leaving the parameters unset, when the search proves n composite,
- * else 1. A square n has no such D: the test for squares comes after the sixth candidate, which few n reach. A square
- * beyond the exact range of math_isqrt would search on; none gets here, since none passes base 2 (see there).
+ * else 1. A square n has no such D: the test for squares, which is exact, ends the search after the sixth candidate,
+ * which few n reach.
  */
 template <wide_word T, class Symbol>
 int selfridge_parameters(const T& n, Symbol symbol, mint& D, mint& P, mint& Q) {
