@@ -181,7 +181,7 @@ cpp_int parse_integer(std::string_view text) {
 
 unsigned bit_length(const cpp_int& value) {
     if (value == 0) return 0;
-    return boost::multiprecision::msb(value < 0 ? cpp_int(-value) : value) + 1;
+    return static_cast<unsigned>(boost::multiprecision::msb(value < 0 ? cpp_int(-value) : value)) + 1;
 }
 
 std::vector<std::uint64_t> to_limbs(const cpp_int& value) {

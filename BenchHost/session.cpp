@@ -13,6 +13,7 @@
 
 #include "Shared/kernel/kernel.h"
 #include "arguments.h"
+#include "counting_reach.h"
 #include "endurance.h"
 #include "event_log.h"
 #include "exit_codes.h"
@@ -118,6 +119,7 @@ std::string Session::version_text() const {
          {std::pair{"primesieve", "primesieve_version"}, std::pair{"primecount", "primecount_version"}}) {
         if (const auto version = library_.dependency_version(function)) text += fmt::format("{} {}\n", name, *version);
     }
+    if (const std::string silent = why_counts_are_silent(library_); !silent.empty()) text += silent + "\n";
     // The library chooses by the same code, which is compiled into both.
     return text + fmt::format("kernels of the wide primality tests: {}\n",
                               kesh::kernel::name(kesh::kernel::supported_level()));

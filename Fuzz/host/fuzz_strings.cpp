@@ -6,8 +6,10 @@
  */
 #include <algorithm>
 #include <cstdlib>
+#include <iomanip>
 #include <string>
 
+#include "show.h"
 #include "support/test_host.h"
 
 namespace {
@@ -40,6 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // As the host hands it over: up to the first NUL.
     const std::string text = std::string(reinterpret_cast<const char*>(data), size).c_str();
     if (size > 80 || !quick(text)) return 0;
+    kesh::fuzz::show("PrimeCount_ExprPrimePi ", std::quoted(text));
     // Small numbers are counted to the end, to know the answer; the others end in the count, or out of its range.
     const bool small = only_digits(text) && text.size() < 9;
     host.abort = small ? 0 : 1;

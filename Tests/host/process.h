@@ -43,9 +43,9 @@ class TerminalHost {
 
     void type(const std::string& keys);
     /** Reads until the text has appeared after what was last expected; false when it does not in time. */
-    bool expect(const std::string& text, std::chrono::seconds limit = std::chrono::seconds(60));
+    bool expect(const std::string& text, std::chrono::seconds limit = std::chrono::minutes(20));
     /** Waits for the end; the exit code, or -1 when it does not come. */
-    int wait(std::chrono::seconds limit = std::chrono::seconds(60));
+    int wait(std::chrono::seconds limit = std::chrono::minutes(20));
     /** The last of what has been written, for messages. */
     std::string recent() const {
         return screen_.substr(screen_.size() > 500 ? screen_.size() - 500 : 0);
