@@ -24,6 +24,8 @@ struct Finished {
 /** What to give a process besides its arguments. */
 struct Surroundings {
     std::string input = {};                               ///< standard input
+    std::string input_file = {};                          ///< standard input is this file instead
+    std::string output_file = {};                         ///< standard output goes to this file
     std::map<std::string, std::string> environment = {};  ///< set on top of the test's own
     int signal = 0;                                       ///< sent once `signal_when` has appeared on standard error
     std::string signal_when = {};
