@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 
+#include "counting_reach.h"
 #include "host.h"
 #include "interrupts.h"
 #include "pieces.h"
@@ -73,6 +74,8 @@ mint Caller::create_task() const {
 Outcome Caller::call(const Export& entry, const std::vector<std::string>& words, const CallSettings& settings) const {
     const std::vector<ArgumentValue> arguments = bind_arguments(entry, words, settings.unchecked);
     host().tasks.tolerate_missing_store(host().faults.planned("createDataStore"));
+
+    if (!settings.bare && !settings.unchecked) warn_of_silent_count(library_, entry, arguments);
 
     const bool submits = entry.family == Family::tasks && !entry.parameters.empty();
     Outcome outcome;

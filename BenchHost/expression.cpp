@@ -210,7 +210,7 @@ std::string to_decimal(const cpp_int& value) {
 
 unsigned bit_length(const cpp_int& value) {
     if (value == 0) return 0;
-    return boost::multiprecision::msb(value < 0 ? cpp_int(-value) : value) + 1;
+    return static_cast<unsigned>(boost::multiprecision::msb(value < 0 ? cpp_int(-value) : value)) + 1;
 }
 
 std::vector<std::uint64_t> to_limbs(const cpp_int& value) {

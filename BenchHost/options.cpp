@@ -5,6 +5,7 @@
 #include "options.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>

@@ -13,6 +13,7 @@
 
 #include "Shared/kernel/kernel.h"
 #include "arguments.h"
+#include "counting_reach.h"
 #include "endurance.h"
 #include "event_log.h"
 #include "exit_codes.h"
@@ -144,6 +145,7 @@ nlohmann::ordered_json Session::version_json() const {
         if (const auto version = library_.dependency_version((std::string(name) + "_version").c_str()))
             versions[name] = *version;
     }
+    if (const std::string silent = why_counts_are_silent(library_); !silent.empty()) versions["counts"] = silent;
     // The library chooses by the same code, which is compiled into both.
     versions["kernels"] = kesh::kernel::name(kesh::kernel::supported_level());
     return versions;
@@ -155,6 +157,8 @@ std::string Session::version_text() const {
     for (const auto& [name, value] : versions.items()) {
         if (name == "kernels") {
             text += fmt::format("kernels of the wide primality tests: {}\n", value.get<std::string>());
+        } else if (name == "counts") {
+            text += value.get<std::string>() + '\n';
         } else if (name == "interface_version") {
             text.insert(text.size() - 1, fmt::format(" (interface version {})", value.get<mint>()));
         } else {

@@ -5,6 +5,8 @@
 /// meets all of them. `ns` is the time for one number. GMP's test with 24 rounds is a Baillie-PSW test; FLINT's are
 /// n_is_prime for 64 bits and fmpz_is_probabprime_BPSW above. Benchmarks/report makes a table of the medians.
 
+#include <gmp.h>  // first: FLINT's header declares what takes a GMP integer only where GMP's header came before
+
 #include <benchmark/benchmark.h>
 #include <flint/fmpz.h>
 #include <flint/ulong_extras.h>

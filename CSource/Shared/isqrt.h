@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "Shared/intx/intx_operator.h"
+#include "Shared/intx/limb_division.h"
 
 namespace kesh {
 
@@ -44,19 +45,23 @@ constexpr void math_isqrt(std::uint64_t a, std::uint64_t& s, std::uint64_t& r) n
 /// ss = floor(sqrt(aa)), rr = aa - ss^2, for every aa whose most significant limb, after aa is shifted left by an even
 /// count until its top two bits are not both 0, is below 2^64 - 1. Above that the estimate of the innermost level is
 /// 2^64 and passes up as it is: at N = 128 an aa of 2^128 - 2^64 or more gives ss = 2^64, rr = aa (the square wraps to
-/// 0 and is accepted), at the wider widths ss and rr are unspecified. There is deliberately no guard: it would
-/// cost every call a comparison at each level, and the squares that the square test misses without it do not reach a
-/// verdict: the primality test asks for squares only after base 2, which a square does not pass unless every prime of its
-/// root is a Wieferich prime.
+/// 0 and is accepted), at the wider widths ss and rr are unspecified. There is deliberately no guard. This is the
+/// reference form of math_isqrt; math_isqrt_exact is right for every value.
 /// Cost: one half-width root, one division and one low-half product per level. ss and rr may alias aa.
 template <wide_word T>
-constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
+constexpr void math_isqrt_recursive(const T& aa, T& ss, T& rr) noexcept {
     using half = typename T::half_type;
     constexpr mint quarter_bits = T::bits / 4;
+    const auto root_of_half = [](const half& x, half& root, half& rest) {
+        if constexpr (T::bits == 128)
+            math_isqrt(x, root, rest);
+        else
+            math_isqrt_recursive(x, root, rest);
+    };
     const T a(aa);
     if (math_is_zero(a.hi())) {
         half s, r;
-        math_isqrt(a.lo(), s, r);
+        root_of_half(a.lo(), s, r);
         ss = T(s);
         rr = T(r);
         return;
@@ -66,7 +71,7 @@ constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
     const T normalised = a << c;
 
     half s1, r1;
-    math_isqrt(normalised.hi(), s1, r1);
+    root_of_half(normalised.hi(), s1, r1);
     half low_high_quarter(0);
     math_right_shift(normalised.lo(), quarter_bits, low_high_quarter);
     const T numerator = (T(r1) << quarter_bits) + T(low_high_quarter);
@@ -84,6 +89,129 @@ constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
     }
     ss = s;
     rr = a - square;
+}
+
+namespace detail {
+
+/// s[0] = floor(sqrt(u)) of the two limbs u, whose top two bits are not both 0; u[0] = the low limb of the remainder,
+/// its bit 64 is returned. The hardware's root of the top 52 bits is right to 51 bits, and one step of Newton's method
+/// in floating point brings it within 1.
+inline umint root_of_limbs_2(umint* s, umint* u) noexcept {
+    const umint2 a = (static_cast<umint2>(u[1]) << MINT_BITS) | u[0];
+    const double top = std::sqrt(static_cast<double>(static_cast<mint>(u[1] >> 12)));  // 2^-38 sqrt(a), below 2^26
+    // Less 2^11, as much as the rounding of `top` may add: `first` is not above the root, and at most 2^14 below it.
+    const umint first = (static_cast<umint>(static_cast<mint>(top * 0x1p37)) - 1024) << 1;
+    const umint2 rest = a - static_cast<umint2>(first) * first;
+    const double step = static_cast<double>(static_cast<mint>(rest >> 20)) / (top * 0x1p19);
+    umint root = first + static_cast<umint>(static_cast<mint>(step));
+    if (root < first) root = ~umint{0};
+    umint2 remainder = a - static_cast<umint2>(root) * root;
+    if (static_cast<umint2>(remainder + (umint2{1} << 66)) < (umint2{1} << 66)) {
+        remainder += 2 * static_cast<umint2>(root) - 1;
+        --root;
+    }
+    if (remainder > 2 * static_cast<umint2>(root)) {
+        remainder -= 2 * static_cast<umint2>(root) + 1;
+        ++root;
+    }
+    s[0] = root;
+    u[0] = static_cast<umint>(remainder);
+    return static_cast<umint>(remainder >> MINT_BITS);
+}
+
+/// s[0 .. n-1] = floor(sqrt(u)) of the 2 n limbs u, whose top two bits are not both 0; u[0 .. n-1] = the low limbs of
+/// the remainder, its bit 64 n is returned. Exact for every u: the quotient keeps the bit above its limbs.
+template <std::size_t n>
+inline umint root_of_limbs(umint* s, umint* u) noexcept {
+    if constexpr (n == 1) {
+        return root_of_limbs_2(s, u);
+    } else {
+        constexpr std::size_t h = n / 2;
+        umint* const s1 = s + h;
+        // The remainder r1 of the upper half is at most 2 s1; without s1 it fits its limbs.
+        umint q = root_of_limbs<h>(s1, u + n);
+        if (q != 0) subtract_from(u + n, s1, h);
+        q += divide_limbs(s, u + h, n, s1, h);
+        // The quotient by 2 s1 from that by s1; a dropped bit is worth s1 of the remainder.
+        const umint odd = s[0] & 1;
+        for (std::size_t i = 0; i + 1 < h; ++i) s[i] = (s[i] >> 1) | (s[i + 1] << (MINT_BITS - 1));
+        s[h - 1] = (s[h - 1] >> 1) | (q << (MINT_BITS - 1));
+        q >>= 1;
+        mint carry = odd != 0 ? add_to(u + h, s1, h) : 0;
+        umint square[n];
+        full_square<h>(square, square + h, s);
+        carry -= static_cast<mint>(q) + subtract_from(u, square, n);
+        if (carry < 0) {
+            // One too large: the remainder grows by 2 s - 1. A quotient of 2^(64 h) has q = 1 and the limbs 0.
+            umint above = q;
+            for (std::size_t i = 0; i < h; ++i) above = math_addcarry(0, s1[i], above, s1[i]);
+            umint twice = 0;
+            std::uint8_t c = 0;
+            for (std::size_t i = 0; i < n; ++i) {
+                c = math_addcarry(c, u[i], (s[i] << 1) | twice, u[i]);
+                twice = s[i] >> (MINT_BITS - 1);
+            }
+            carry += c + static_cast<mint>(twice + 2 * above);
+            std::uint8_t b = 1;
+            for (std::size_t i = 0; i < n; ++i) b = math_subborrow(b, u[i], 0, u[i]);
+            carry -= b;
+            b = 1;
+            for (std::size_t i = 0; i < n; ++i) b = math_subborrow(b, s[i], 0, s[i]);
+        }
+        return static_cast<umint>(carry);
+    }
+}
+
+}  // namespace detail
+
+/// ss = floor(sqrt(aa)), rr = aa - ss^2, exactly, for every value. ss and rr may alias aa. Cost: as math_isqrt.
+template <engine_word T>
+inline void math_isqrt_exact(const T& aa, T& ss, T& rr) noexcept {
+    if constexpr (!wide_word<T>) {
+        math_isqrt(aa, ss, rr);
+    } else {
+        if (math_is_zero(aa.hi())) {
+            typename T::half_type s, r;
+            math_isqrt_exact(aa.lo(), s, r);
+            ss = T(s);
+            rr = T(r);
+            return;
+        }
+        const T a(aa);
+        // An even shift, so that it can be undone on the root.
+        const mint c = math_count_leading_zeros(a) & ~mint{1};
+        T u = a << c, s(0);
+        const umint top = detail::root_of_limbs<T::limbs / 2>(s.limb, u.limb);
+        if (c == 0) {
+            for (std::size_t i = T::limbs / 2; i < T::limbs; ++i) u.limb[i] = 0;
+            u.limb[T::limbs / 2] = top;
+            rr = u;
+        } else {
+            s >>= c / 2;
+            T square;
+            math_mul(s, s, square);
+            rr = a - square;
+        }
+        ss = s;
+    }
+}
+
+/// ss = floor(sqrt(aa)), rr = aa - ss^2: the bits of math_isqrt_recursive, also at the top of the range, where both keep an
+/// estimate that is not the root. Cost: one half-width root, one division by half the width and one half-width square
+/// for each level. ss and rr may alias aa.
+template <wide_word T>
+constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
+    if (!std::is_constant_evaluated()) {
+        const std::size_t length = detail::significant_limbs(aa.limb, T::limbs);
+        // The level that takes the root is the narrowest that holds aa; the estimate is kept for a limb of ones at its top.
+        const mint shift = length == 0 ? 0 : math_count_leading_zeros(aa.limb[length - 1]) & ~mint{1};
+        const bool estimate_kept = length > 1 && (aa.limb[length - 1] << shift | (aa.limb[length - 2] >> 1 >> (MINT_BITS - 1 - shift))) == ~umint{0};
+        if (!estimate_kept) {
+            math_isqrt_exact(aa, ss, rr);
+            return;
+        }
+    }
+    math_isqrt_recursive(aa, ss, rr);
 }
 
 }  // namespace kesh

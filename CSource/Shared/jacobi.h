@@ -146,11 +146,10 @@ constexpr bool is_nonsquare_residue(umint r) noexcept {
 
 }  // namespace detail
 
-/// True exactly when n is a perfect square, within the exact range of math_isqrt; beyond it, from 256 bits up, squares
-/// such as (2^89 - 1)^2 are missed, as that function keeps its estimate there. s receives its root when n passes the
-/// residue filters and is left as it was when a filter rejects n. Cost: for all but one in a thousand random
-/// non-squares one product by a reciprocal, which the first call at each width prepares (safe on several threads);
-/// else one wide square root.
+/// True exactly when n is a perfect square. s receives the root of the largest square up to n when n passes the residue
+/// filters, and is left as it was when a filter rejects n. Cost: for all but one in a thousand random non-squares one
+/// product by a reciprocal, which the first call at each width prepares (safe on several threads); else one wide square
+/// root.
 template <wide_word T>
 bool isSquare(const T& n, T& s) noexcept {
     if (detail::is_nonsquare_mod_128(n.limb[0] & 127)) return false;
@@ -158,7 +157,7 @@ bool isSquare(const T& n, T& s) noexcept {
     const T q = n / mod;
     if (detail::is_nonsquare_residue(n.limb[0] - q.limb[0] * detail::square_filter_modulus)) return false;
     T rest;
-    math_isqrt(n, s, rest);
+    math_isqrt_exact(n, s, rest);
     return math_is_zero(rest);
 }
 

@@ -161,6 +161,54 @@ TEST(RunningCount, AProbeIsNeitherEndedNorUsesAWithdrawalUp) {
     EXPECT_TRUE(count.ended()) << "the request came after the withdrawal, while the probe ran";
 }
 
+/** Balancers are known by their address alone. */
+const int balancer = 0;
+
+TEST_F(Adapter, ACountWithinAnotherLeavesItsThreadAsItWas) {
+    using kesh::counting::RunningCount;
+    RunningCount outer;
+    EXPECT_EQ(RunningCount::called_here(), &outer);
+    { const RunningCount inner; }
+    EXPECT_EQ(RunningCount::called_here(), &outer);
+
+    // The same while the thread works on an item of the outer count, as a callback does that counts.
+    outer.begin_phase(RunningCount::Phase::ac, &balancer, 100);
+    ASSERT_EQ(RunningCount::enlist(&balancer), &outer);
+    {
+        RunningCount inner;
+        EXPECT_EQ(RunningCount::called_here(), &inner);
+    }
+    EXPECT_EQ(RunningCount::called_here(), nullptr) << "it serves the outer count";
+    EXPECT_EQ(RunningCount::enlist(&balancer), &outer);
+    RunningCount::stop_serving();
+    EXPECT_EQ(RunningCount::called_here(), &outer);
+}
+
+TEST_F(Adapter, NoPhaseBeginsAfterARequest) {
+    using kesh::counting::RunningCount;
+    RunningCount count;
+    count.begin_phase(RunningCount::Phase::ac, &balancer, 100);
+    RunningCount::request_end();
+    EXPECT_THROW(count.begin_phase(RunningCount::Phase::p2, &balancer, 100), primecount::primecount_error);
+}
+
+TEST_F(Adapter, ReportsNeverFallAndEndAtAHundred) {
+    using kesh::counting::RunningCount;
+    static std::vector<double> reports;
+    RunningCount::install_callback([](double percent) {
+        reports.push_back(percent);
+        return false;
+    });
+    RunningCount count;
+    for (const double percent : {50.0, 20.0, 60.0}) {
+        // A report comes only after a pause since the last one.
+        for (const size_t before = reports.size(); reports.size() == before;) count.report(percent);
+    }
+    count.finish();
+    RunningCount::install_callback(nullptr);
+    EXPECT_EQ(reports, (std::vector<double>{50, 50, 60, 100}));
+}
+
 TEST_F(Adapter, ARequestBetweenWithdrawalAndCountIsNotLost) {
     primecount::set_exitcall(false);
     std::thread([] { primecount::set_exitcall(true); }).join();
@@ -184,7 +232,7 @@ TEST_F(Adapter, ErrorsOfPrimecountPass) {
 
 TEST_F(Adapter, OtherUsersOfTheLibraryAreLeftAlone) {
     // Their calls go to libprimecount's own entry points, and its inner calls then pass through this program.
-    void* const library = dlopen("libprimecount.so.7", RTLD_NOW | RTLD_NOLOAD);
+    void* const library = dlopen(KESH_PRIMECOUNT_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
     ASSERT_NE(library, nullptr);
     const auto foreign_pi = reinterpret_cast<int64_t (*)(int64_t)>(dlsym(library, "_ZN10primecount2piEl"));
     const auto foreign_nth = reinterpret_cast<int64_t (*)(int64_t)>(dlsym(library, "_ZN10primecount9nth_primeEl"));

@@ -103,7 +103,8 @@ Finished run_host(const Arguments& arguments, const Surroundings& surroundings) 
     while (output.ends[0] >= 0 || errors.ends[0] >= 0) {
         std::array<pollfd, 3> waits = {pollfd{output.ends[0], POLLIN, 0}, pollfd{errors.ends[0], POLLIN, 0},
                                        pollfd{input.ends[1], POLLOUT, 0}};
-        if (poll(waits.data(), waits.size(), 120'000) <= 0) {
+        if (poll(waits.data(), waits.size(), static_cast<int>(std::chrono::milliseconds(surroundings.limit).count())) <=
+            0) {
             kill(pid, SIGKILL);
             break;
         }

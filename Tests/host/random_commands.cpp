@@ -275,7 +275,7 @@ int main(int argc, char** argv) {
     std::uint64_t wrong = 0;
     for (; tried < cases && (minutes == 0 || std::chrono::steady_clock::now() < end); ++tried) {
         const Case made = Generator(seed, first + tried).make();
-        const Finished run = run_host(made.arguments, {.input = made.input});
+        const Finished run = run_host(made.arguments, {.input = made.input, .limit = std::chrono::minutes(2)});
         const std::string fault = fault_of(made, run);
         if (fault.empty()) continue;
         ++wrong;

@@ -8,6 +8,8 @@
 #include <tuple>
 #include <type_traits>
 
+#include "Shared/kernel/adx.h"
+#include "Shared/kernel/portable.h"
 #include "Shared/kernel/signed_residue.h"
 #include "kernels/skewed.h"
 
@@ -19,23 +21,24 @@ using test::Limbs;
 using test::Skewed;
 using test::to_mpz;
 
-template <int n_, Level level_>
-struct Case {
-    static constexpr int n = n_;
-    static constexpr Level level = level_;
-};
-
-template <class C>
+template <class N>
 class Kernels : public testing::Test {
   protected:
-    static constexpr std::size_t limb_count = C::n;
+    static constexpr std::size_t limb_count = N::value;
 
-    void SetUp() override {
-        if (!force(C::level)) GTEST_SKIP() << "this processor has no " << name(C::level);
-        ASSERT_EQ(level(), C::level);
-    }
     void TearDown() override {
         force(supported_level());
+    }
+
+    /// Runs the body once with the kernels of each level that this processor has.
+    template <class Body>
+    static void at_every_level(Body body) {
+        for (Level wanted : {Level::portable, Level::adx, Level::ifma}) {
+            if (!force(wanted)) continue;
+            ASSERT_EQ(level(), wanted);
+            SCOPED_TRACE(name(wanted));
+            body();
+        }
     }
 
     static mpz_class radix() {
@@ -55,128 +58,140 @@ class Kernels : public testing::Test {
     }
 
     /// How often to repeat what costs one Montgomery product, and what costs one for each bit of the width.
-    static constexpr int product_repetitions = 100000;
-    static constexpr int power_repetitions = 9600 / C::n / C::n;
+    static constexpr int product_repetitions = 20000;
+    static constexpr int power_repetitions = static_cast<int>(9600 / limb_count / limb_count);
 
-    Skewed random{20240607 + 10 * limb_count + static_cast<std::uint64_t>(C::level)};
+    Skewed random{20240607 + 10 * limb_count};
 };
 
-using Cases = testing::Types<Case<2, Level::portable>, Case<4, Level::portable>, Case<8, Level::portable>,
-                             Case<16, Level::portable>, Case<2, Level::adx>, Case<4, Level::adx>, Case<8, Level::adx>,
-                             Case<16, Level::adx>, Case<2, Level::ifma>, Case<4, Level::ifma>, Case<8, Level::ifma>,
-                             Case<16, Level::ifma>>;
+template <int... n>
+using Widths = testing::Types<std::integral_constant<int, n>...>;
+using EveryWidth = Widths<2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16>;
 
-struct CaseName {
-    template <class C>
+struct WidthName {
+    template <class N>
     static std::string GetName(int) {
-        return std::to_string(64 * C::n) + "_" + name(C::level);
+        return std::to_string(64 * N::value);
     }
 };
 
-TYPED_TEST_SUITE(Kernels, Cases, CaseName);
+TYPED_TEST_SUITE(Kernels, EveryWidth, WidthName);
 
 TYPED_TEST(Kernels, ModulusHoldsTheFormOfOneAndTheNegatedInverse) {
-    constexpr std::size_t n = TypeParam::n;
+    constexpr int n = TypeParam::value;
     for (int i = 0; i < 1000; ++i) {
         const Limbs<n> m = this->random.template modulus<n>();
         const Modulus<n> modulus(m.data());
         EXPECT_EQ(to_mpz(std::to_array(modulus.m)), to_mpz(m));
         EXPECT_EQ(to_mpz(std::to_array(modulus.r1)), this->radix() % to_mpz(m));
         EXPECT_EQ(modulus.k * m[0], ~umint{0});
+        EXPECT_EQ(modulus.inverse, umint{0} - modulus.k);
+        EXPECT_EQ(to_mpz(std::to_array(modulus.zero)), 0);
+        EXPECT_EQ(to_mpz(std::to_array(modulus.complement)), this->radix() - to_mpz(m));
+        EXPECT_EQ(to_mpz(std::to_array(modulus.mu)) << 64, to_mpz(m) * mpz_class(modulus.k) + 1);
     }
 }
 
 TYPED_TEST(Kernels, ProductAndSquareAreTheResiduesOfTheReferenceForm) {
-    constexpr std::size_t n = TypeParam::n;
-    const mpz_class radix = this->radix();
-    for (int i = 0; i < this->product_repetitions; ++i) {
-        const Limbs<n> limbs = this->random.template modulus<n>();
-        const mpz_class m = to_mpz(limbs);
-        const Modulus<n> modulus(limbs.data());
-        const Limbs<n> a = this->random.template residue<n>(m), b = this->random.template residue<n>(m);
-        Limbs<n> product{}, square{};
-        mont_mul<n>(product.data(), a.data(), b.data(), modulus);
-        mont_sqr<n>(square.data(), a.data(), modulus);
-        // The residue below m whose product with R is a b: the only one, as R is prime to m.
-        const mpz_class x = to_mpz(a), y = to_mpz(b), p = to_mpz(product), s = to_mpz(square);
-        ASSERT_LT(p, m) << x << " * " << y << " mod " << m;
-        ASSERT_LT(s, m) << x << "^2 mod " << m;
-        ASSERT_EQ(p * radix % m, x * y % m) << x << " * " << y << " mod " << m;
-        ASSERT_EQ(s * radix % m, x * x % m) << x << "^2 mod " << m;
-    }
+    constexpr int n = TypeParam::value;
+    this->at_every_level([&] {
+        const mpz_class radix = this->radix();
+        for (int i = 0; i < this->product_repetitions; ++i) {
+            const Limbs<n> limbs = this->random.template modulus<n>();
+            const mpz_class m = to_mpz(limbs);
+            const Modulus<n> modulus(limbs.data());
+            const Limbs<n> a = this->random.template residue<n>(m), b = this->random.template residue<n>(m);
+            Limbs<n> product{}, square{};
+            mont_mul<n>(product.data(), a.data(), b.data(), modulus);
+            mont_sqr<n>(square.data(), a.data(), modulus);
+            // The residue below m whose product with R is a b: the only one, as R is prime to m.
+            const mpz_class x = to_mpz(a), y = to_mpz(b), p = to_mpz(product), s = to_mpz(square);
+            ASSERT_LT(p, m) << x << " * " << y << " mod " << m;
+            ASSERT_LT(s, m) << x << "^2 mod " << m;
+            ASSERT_EQ(p * radix % m, x * y % m) << x << " * " << y << " mod " << m;
+            ASSERT_EQ(s * radix % m, x * x % m) << x << "^2 mod " << m;
+        }
+    });
 }
 
 TYPED_TEST(Kernels, ResultMayBeAnOperand) {
-    constexpr std::size_t n = TypeParam::n;
-    for (int i = 0; i < 1000; ++i) {
-        const Limbs<n> limbs = this->random.template modulus<n>();
-        const mpz_class m = to_mpz(limbs);
-        const Modulus<n> modulus(limbs.data());
-        const Limbs<n> a = this->random.template residue<n>(m), b = this->random.template residue<n>(m);
-        Limbs<n> product{}, square{};
-        mont_mul<n>(product.data(), a.data(), b.data(), modulus);
-        mont_sqr<n>(square.data(), a.data(), modulus);
-        Limbs<n> x = a;
-        mont_mul<n>(x.data(), x.data(), b.data(), modulus);
-        EXPECT_EQ(x, product);
-        x = b;
-        mont_mul<n>(x.data(), a.data(), x.data(), modulus);
-        EXPECT_EQ(x, product);
-        x = a;
-        mont_mul<n>(x.data(), x.data(), x.data(), modulus);
-        EXPECT_EQ(x, square);
-        x = a;
-        mont_sqr<n>(x.data(), x.data(), modulus);
-        EXPECT_EQ(x, square);
-    }
+    constexpr int n = TypeParam::value;
+    this->at_every_level([&] {
+        for (int i = 0; i < 1000; ++i) {
+            const Limbs<n> limbs = this->random.template modulus<n>();
+            const mpz_class m = to_mpz(limbs);
+            const Modulus<n> modulus(limbs.data());
+            const Limbs<n> a = this->random.template residue<n>(m), b = this->random.template residue<n>(m);
+            Limbs<n> product{}, square{};
+            mont_mul<n>(product.data(), a.data(), b.data(), modulus);
+            mont_sqr<n>(square.data(), a.data(), modulus);
+            Limbs<n> x = a;
+            mont_mul<n>(x.data(), x.data(), b.data(), modulus);
+            EXPECT_EQ(x, product);
+            x = b;
+            mont_mul<n>(x.data(), a.data(), x.data(), modulus);
+            EXPECT_EQ(x, product);
+            x = a;
+            mont_mul<n>(x.data(), x.data(), x.data(), modulus);
+            EXPECT_EQ(x, square);
+            x = a;
+            mont_sqr<n>(x.data(), x.data(), modulus);
+            EXPECT_EQ(x, square);
+        }
+    });
 }
 
 TYPED_TEST(Kernels, Pow2IsThePowerInMontgomeryForm) {
-    constexpr std::size_t n = TypeParam::n;
-    for (int i = 0; i < this->power_repetitions; ++i) {
-        const Limbs<n> limbs = this->random.template modulus<n>();
-        const mpz_class m = to_mpz(limbs);
-        const Modulus<n> modulus(limbs.data());
-        Limbs<n> e = this->random.template limbs<n>();
-        if (i < 8) e = from_mpz<n>(mpz_class(i));
-        Limbs<n> x{};
-        pow2<n>(x.data(), e.data(), modulus);
-        mpz_class expected;
-        mpz_powm(expected.get_mpz_t(), mpz_class(2).get_mpz_t(), to_mpz(e).get_mpz_t(), m.get_mpz_t());
-        ASSERT_EQ(to_mpz(x), expected * this->radix() % m) << "2^" << to_mpz(e) << " mod " << m;
-    }
+    constexpr int n = TypeParam::value;
+    this->at_every_level([&] {
+        for (int i = 0; i < this->power_repetitions; ++i) {
+            const Limbs<n> limbs = this->random.template modulus<n>();
+            const mpz_class m = to_mpz(limbs);
+            const Modulus<n> modulus(limbs.data());
+            Limbs<n> e = this->random.template limbs<n>();
+            if (i < 8) e = from_mpz<n>(mpz_class(i));
+            Limbs<n> x{};
+            pow2<n>(x.data(), e.data(), modulus);
+            mpz_class expected;
+            mpz_powm(expected.get_mpz_t(), mpz_class(2).get_mpz_t(), to_mpz(e).get_mpz_t(), m.get_mpz_t());
+            ASSERT_EQ(to_mpz(x), expected * this->radix() % m) << "2^" << to_mpz(e) << " mod " << m;
+        }
+    });
 }
 
 TYPED_TEST(Kernels, LucasLadderHoldsTwoNeighboursOfTheSequence) {
-    constexpr std::size_t n = TypeParam::n;
-    for (int i = 0; i < this->power_repetitions; ++i) {
-        const Limbs<n> limbs = this->random.template modulus<n>();
-        const mpz_class m = to_mpz(limbs);
-        const Modulus<n> modulus(limbs.data());
-        const Limbs<n> a = this->random.template residue<n>(m);
-        Limbs<n> e = this->random.template limbs<n>();
-        if (i < 8) e = from_mpz<n>(mpz_class(i));
-        if (e == Limbs<n>{}) e[0] = 1;
-        Limbs<n> l{}, h{};
-        lucas_ladder<n>(l.data(), h.data(), a.data(), e.data(), modulus);
+    constexpr int n = TypeParam::value;
+    this->at_every_level([&] {
+        for (int i = 0; i < this->power_repetitions; ++i) {
+            const Limbs<n> limbs = this->random.template modulus<n>();
+            const mpz_class m = to_mpz(limbs);
+            const Modulus<n> modulus(limbs.data());
+            const Limbs<n> a = this->random.template residue<n>(m);
+            Limbs<n> e = this->random.template limbs<n>();
+            if (i < 8) e = from_mpz<n>(mpz_class(i));
+            if (e == Limbs<n>{}) e[0] = 1;
+            Limbs<n> l{}, h{};
+            lucas_ladder<n>(l.data(), h.data(), a.data(), e.data(), modulus);
 
-        const mpz_class exponent = to_mpz(e);
-        const mpz_class parameter = to_mpz(a) * this->inverse(this->radix(), m) % m;
-        mpz_class low = 2, high = parameter;
-        for (std::size_t bit = mpz_sizeinbase(exponent.get_mpz_t(), 2); bit-- > 0;) {
-            const mpz_class middle = this->modulo(low * high - parameter, m);
-            if (mpz_tstbit(exponent.get_mpz_t(), bit) == 0) {
-                low = this->modulo(low * low - 2, m);
-                high = middle;
-            } else {
-                high = this->modulo(high * high - 2, m);
-                low = middle;
+            const mpz_class exponent = to_mpz(e);
+            const mpz_class parameter = to_mpz(a) * this->inverse(this->radix(), m) % m;
+            mpz_class low = 2, high = parameter;
+            for (std::size_t bit = mpz_sizeinbase(exponent.get_mpz_t(), 2); bit-- > 0;) {
+                const mpz_class middle = this->modulo(low * high - parameter, m);
+                if (mpz_tstbit(exponent.get_mpz_t(), bit) == 0) {
+                    low = this->modulo(low * low - 2, m);
+                    high = middle;
+                } else {
+                    high = this->modulo(high * high - 2, m);
+                    low = middle;
+                }
             }
+            ASSERT_EQ(to_mpz(l), low * this->radix() % m)
+                << "V(" << exponent << ") of (" << parameter << ", 1) mod " << m;
+            ASSERT_EQ(to_mpz(h), high * this->radix() % m)
+                << "V(" << exponent << " + 1) of (" << parameter << ", 1) mod " << m;
         }
-        ASSERT_EQ(to_mpz(l), low * this->radix() % m) << "V(" << exponent << ") of (" << parameter << ", 1) mod " << m;
-        ASSERT_EQ(to_mpz(h), high * this->radix() % m)
-            << "V(" << exponent << " + 1) of (" << parameter << ", 1) mod " << m;
-    }
+    });
 }
 
 /// The textbook test: 2^d = 1 or 2^(d 2^j) = -1 for some j < s, where m - 1 = d 2^s.
@@ -195,34 +210,38 @@ bool strong_base2_by_gmp(const mpz_class& m) {
 }
 
 TYPED_TEST(Kernels, StrongBase2AgreesWithTheTextbook) {
-    constexpr std::size_t n = TypeParam::n;
-    const auto check = [](const mpz_class& m) {
-        const Modulus<n> modulus(from_mpz<n>(m).data());
-        const bool passes = strong_base2<n>(modulus);
-        EXPECT_EQ(passes, strong_base2_by_gmp(m)) << m;
-        return passes;
-    };
-    for (int i = 0; i < this->power_repetitions; ++i) {
-        const mpz_class m = to_mpz(this->random.template modulus<n>());
-        if (m > 3) check(m);
-    }
-    for (int i = 0; i < 10; ++i) {
-        mpz_class p = to_mpz(this->random.template limbs<n>()) >> 1;
-        mpz_nextprime(p.get_mpz_t(), p.get_mpz_t());
-        EXPECT_TRUE(p <= 3 || check(p)) << p;
-    }
-    // Every 2^p - 1 with p prime passes, prime or not, and so does every 2^(2^k) + 1, whose s is as large as it gets.
-    for (unsigned p : {67U, 127U, 251U, 509U, 1021U}) EXPECT_TRUE(p >= 64 * n || check((mpz_class(1) << p) - 1)) << p;
-    for (unsigned power : {64U, 128U, 256U, 512U})
-        EXPECT_TRUE(power >= 64 * n || check((mpz_class(1) << power) + 1)) << power;
-    // Strong pseudoprimes to base 2, and pseudoprimes to base 2 that are not strong ones.
-    for (unsigned strong : {2047U, 3277U, 4033U, 4681U, 8321U}) EXPECT_TRUE(check(strong)) << strong;
-    for (unsigned weak : {341U, 561U, 645U, 1105U, 1387U}) EXPECT_FALSE(check(weak)) << weak;
-    // m - 1 = 3 * 2^s and 5 * 2^s: a short power, then a long row of squarings.
-    for (mp_bitcnt_t s = 2; s + 3 < 64 * n; s += 7) {
-        check((mpz_class(3) << s) + 1);
-        check((mpz_class(5) << s) + 1);
-    }
+    constexpr int n = TypeParam::value;
+    this->at_every_level([&] {
+        const auto check = [](const mpz_class& m) {
+            const Modulus<n> modulus(from_mpz<n>(m).data());
+            const bool passes = strong_base2<n>(modulus);
+            EXPECT_EQ(passes, strong_base2_by_gmp(m)) << m;
+            return passes;
+        };
+        for (int i = 0; i < this->power_repetitions; ++i) {
+            const mpz_class m = to_mpz(this->random.template modulus<n>());
+            if (m > 3) check(m);
+        }
+        for (int i = 0; i < 10; ++i) {
+            mpz_class p = to_mpz(this->random.template limbs<n>()) >> 1;
+            mpz_nextprime(p.get_mpz_t(), p.get_mpz_t());
+            EXPECT_TRUE(p <= 3 || check(p)) << p;
+        }
+        // Every 2^p - 1 with p prime passes, prime or not, and so does every 2^(2^k) + 1, whose s is as large as it
+        // gets.
+        for (unsigned p : {67U, 127U, 251U, 509U, 1021U})
+            EXPECT_TRUE(p >= 64 * n || check((mpz_class(1) << p) - 1)) << p;
+        for (unsigned power : {64U, 128U, 256U, 512U})
+            EXPECT_TRUE(power >= 64 * n || check((mpz_class(1) << power) + 1)) << power;
+        // Strong pseudoprimes to base 2, and pseudoprimes to base 2 that are not strong ones.
+        for (unsigned strong : {2047U, 3277U, 4033U, 4681U, 8321U}) EXPECT_TRUE(check(strong)) << strong;
+        for (unsigned weak : {341U, 561U, 645U, 1105U, 1387U}) EXPECT_FALSE(check(weak)) << weak;
+        // m - 1 = 3 * 2^s and 5 * 2^s: a short power, then a long row of squarings.
+        for (mp_bitcnt_t s = 2; s + 3 < 64 * n; s += 7) {
+            check((mpz_class(3) << s) + 1);
+            check((mpz_class(5) << s) + 1);
+        }
+    });
 }
 
 /// U(m + 1) modulo m of the Lucas sequence (1, Q), by doubling U and V.
@@ -254,35 +273,90 @@ mpz_class lucas_u_by_gmp(const mpz_class& m, mint q) {
 }
 
 TYPED_TEST(Kernels, LucasConditionAgreesWithTheDefinition) {
-    constexpr std::size_t n = TypeParam::n;
-    int vanished = 0;
-    for (int i = 0; i < this->power_repetitions; ++i) {
-        mpz_class m = to_mpz(this->random.template modulus<n>());
-        if (i % 2 == 1) {
-            m >>= 2;
-            mpz_nextprime(m.get_mpz_t(), m.get_mpz_t());
-            if (m < 5) continue;
+    constexpr int n = TypeParam::value;
+    this->at_every_level([&] {
+        int vanished = 0;
+        for (int i = 0; i < this->power_repetitions; ++i) {
+            mpz_class m = to_mpz(this->random.template modulus<n>());
+            if (i % 2 == 1) {
+                m >>= 2;
+                mpz_nextprime(m.get_mpz_t(), m.get_mpz_t());
+                if (m < 5) continue;
+            }
+            const Modulus<n> modulus(from_mpz<n>(m).data());
+            for (mint q : {-1L, 2L, -3L, 5L, 4611686018427387847L, -4611686018427387847L}) {
+                if (gcd(m, mpz_class(q)) != 1) continue;
+                // The final comparison of the ladder is of D U(m + 1) with 0, which matters where m has a factor in
+                // common with D.
+                const mpz_class d = 1 - 4 * mpz_class(q);
+                const bool vanishes = this->modulo(d * lucas_u_by_gmp(m, q), m) == 0;
+                vanished += vanishes ? 1 : 0;
+                ASSERT_EQ(lucas_u_vanishes<n>(modulus, q), vanishes) << "Q = " << q << " mod " << m;
+            }
         }
-        const Modulus<n> modulus(from_mpz<n>(m).data());
-        for (mint q : {-1L, 2L, -3L, 5L, 4611686018427387847L, -4611686018427387847L}) {
-            if (gcd(m, mpz_class(q)) != 1) continue;
-            // The final comparison of the ladder is of D U(m + 1) with 0, which matters where m has a factor in common
-            // with D.
-            const mpz_class d = 1 - 4 * mpz_class(q);
-            const bool vanishes = this->modulo(d * lucas_u_by_gmp(m, q), m) == 0;
-            vanished += vanishes ? 1 : 0;
-            ASSERT_EQ(lucas_u_vanishes<n>(modulus, q), vanishes) << "Q = " << q << " mod " << m;
-        }
-    }
-    EXPECT_GT(vanished, 0);
+        EXPECT_GT(vanished, 0);
+    });
 }
 
 TYPED_TEST(Kernels, LucasConditionHoldsWhereQHasNoInverse) {
-    constexpr std::size_t n = TypeParam::n;
-    const mpz_class m = 7 * ((mpz_class(1) << (64 * n - 8)) + 1);
-    const Modulus<n> modulus(from_mpz<n>(m).data());
-    EXPECT_TRUE(lucas_u_vanishes<n>(modulus, 7));
-    EXPECT_TRUE(lucas_u_vanishes<n>(modulus, -14));
+    constexpr int n = TypeParam::value;
+    this->at_every_level([&] {
+        const mpz_class m = 7 * ((mpz_class(1) << (64 * n - 8)) + 1);
+        const Modulus<n> modulus(from_mpz<n>(m).data());
+        EXPECT_TRUE(lucas_u_vanishes<n>(modulus, 7));
+        EXPECT_TRUE(lucas_u_vanishes<n>(modulus, -14));
+    });
+}
+
+/// What the loops rely on: factors that are residues but not below m.
+template <std::size_t n, class Arithmetic>
+void expect_products_below_radix(std::uint64_t seed) {
+    Skewed random{seed + n};
+    const mpz_class radix = mpz_class(1) << (64 * n);
+    for (int i = 0; i < 20000; ++i) {
+        const Limbs<n> limbs = random.modulus<n>();
+        const mpz_class m = to_mpz(limbs);
+        const Modulus<n> modulus(limbs.data());
+        Limbs<n> a = random.limbs<n>(), b = random.below(2) == 0 ? random.limbs<n>() : random.residue<n>(radix);
+        if (random.below(4) == 0) a = random.residue<n>(radix);
+        Limbs<n> product{}, square{}, reduced{};
+        Arithmetic::mul(product.data(), a.data(), b.data(), modulus);
+        Arithmetic::sqr(square.data(), a.data(), modulus);
+        fully_reduce<n, Arithmetic>(reduced.data(), a.data(), modulus);
+        const mpz_class x = to_mpz(a), y = to_mpz(b);
+        ASSERT_EQ((to_mpz(product) * radix - x * y) % m, 0) << x << " * " << y << " mod " << m;
+        ASSERT_EQ((to_mpz(square) * radix - x * x) % m, 0) << x << "^2 mod " << m;
+        ASSERT_EQ(to_mpz(reduced), x % m) << x << " mod " << m;
+    }
+}
+
+template <class N>
+class Products : public testing::Test {};
+using WideWidths = Widths<3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16>;
+TYPED_TEST_SUITE(Products, WideWidths, WidthName);
+
+TYPED_TEST(Products, OfFactorsAboveTheModulusArePortablyBelowTheRadix) {
+    expect_products_below_radix<TypeParam::value, Portable>(1);
+}
+
+TYPED_TEST(Products, OfFactorsAboveTheModulusAreBelowTheRadixByAdx) {
+    if (supported_level() < Level::adx) GTEST_SKIP() << "this processor has no adx";
+    expect_products_below_radix<TypeParam::value, Adx>(2);
+}
+
+/// 2^(E + 1) R mod m by division, for every exponent that fits the first bits.
+TYPED_TEST(Products, PowersBeginWithADivision) {
+    constexpr std::size_t n = TypeParam::value;
+    Skewed random{7 + n};
+    for (umint e = 0; e < 4096; ++e) {
+        const Limbs<n> limbs = random.modulus<n>();
+        const mpz_class m = to_mpz(limbs);
+        const Modulus<n> modulus(limbs.data());
+        const Limbs<n> exponent{e};
+        const Doublings<static_cast<int>(n)> y(modulus, exponent.data());
+        const mpz_class expected = (mpz_class(2) << (64 * n + (e >> y.bits_left()))) % m;
+        ASSERT_EQ(to_mpz(std::to_array(y.value)), expected) << "2^" << e << " mod " << m;
+    }
 }
 
 TEST(SignedResidue, SquaresAgreeWithProductsOneAfterAnother) {

@@ -74,8 +74,7 @@ TYPED_TEST(Square, RandomNumbersAgreeWithGmp) {
     number_source source(32);
     const unsigned width = static_cast<unsigned>(T::bits);
     for (int i = 0; i < 20000; ++i) {
-        // The top is left out: there the square root has no guard.
-        const mpz_class n = source.of_bits(1 + static_cast<unsigned>(i) % (width - 1));
+        const mpz_class n = source.of_bits(1 + static_cast<unsigned>(i) % width);
         T s;
         ASSERT_EQ(kesh::isSquare(word_of<T>(n), s), mpz_perfect_square_p(n.get_mpz_t()) != 0) << n;
     }
@@ -113,22 +112,29 @@ TYPED_TEST(Square, ANonSquareThatPassesAllFiltersFallsToTheRoot) {
     EXPECT_EQ(mpz_of(s), root) << "the root of the square below";
 }
 
-TEST(SquareWidths, BeyondTheExactRangeOfTheRootSquaresAreMissed) {
-    // (2^j - 1)^2 for j > 64, moved to the top of 256 bits, begins with a limb of ones, where the root keeps its estimate. A
-    // guard there would cost every root a comparison at each level; no verdict depends on it, see below.
-    using T = kesh::uintx_t<256>;
-    for (int j : {64, 65, 89, 107, 127}) {
-        const T root = (T(1) << j) - 1;
-        T s;
-        EXPECT_EQ(kesh::isSquare(root * root, s), j <= 64) << j;
-        EXPECT_FALSE(kesh::PrimeQ(root * root)) << "base 2 has told before";
+TYPED_TEST(Square, SquaresJustBelowPowersOf4) {
+    // (2^k - 1)^2 begins with k - 1 ones. From k = 66 up math_isqrt keeps an estimate there that is no root.
+    using T = TypeParam;
+    for (unsigned k = 1; k <= static_cast<unsigned>(T::bits) / 2; ++k) {
+        for (unsigned distance : {1, 2, 3, 1000}) {
+            if (power_of_2(k) <= distance) continue;
+            const mpz_class root = power_of_2(k) - distance, square = root * root;
+            T s;
+            EXPECT_TRUE(kesh::isSquare(word_of<T>(square), s)) << root;
+            EXPECT_EQ(mpz_of(s), root);
+            EXPECT_FALSE(root > 1 && kesh::isSquare(word_of<T>(square - 1), s)) << root;
+            EXPECT_FALSE(kesh::isSquare(word_of<T>(square + 2 * root), s)) << root;
+        }
     }
-    using U = kesh::uintx_t<512>;
-    for (int j : {127, 255}) {
-        const U root = (U(1) << j) - 1;
-        U s;
-        EXPECT_FALSE(kesh::isSquare(root * root, s)) << j;
-        EXPECT_FALSE(kesh::PrimeQ(root * root));
+}
+
+TYPED_TEST(Square, TheParameterSearchEndsForSquaresJustBelowPowersOf4) {
+    // A square has no D with the symbol -1. A missed one would be searched for ever.
+    using T = TypeParam;
+    for (unsigned k = 2; k <= static_cast<unsigned>(T::bits) / 2; ++k) {
+        const mpz_class root = power_of_2(k) - 1;
+        kesh::mint D = 0, P = 0, Q = 0;
+        EXPECT_EQ(kesh::lucas_DPQ(word_of<T>(root * root), D, P, Q), 0) << k;
     }
 }
 

@@ -58,6 +58,17 @@ constexpr mint count_trailing_zeros(umint a) noexcept {
 
 }  // namespace portable
 
+namespace detail {
+
+/// Keeps a limb in a general register: code that the compiler moved to vectors would load, as vectors, limbs that were
+/// stored one by one a moment before, and the processor cannot forward such stores to the load but waits until they
+/// reach the cache.
+inline void keep_scalar(umint& limb) noexcept {
+    __asm__("" : "+r"(limb));
+}
+
+}  // namespace detail
+
 /// -1, 0 or 1 as a is below, equal to or above b.
 constexpr int math_compare(const umint& a, const umint& b) noexcept {
     return a < b ? -1 : a > b ? 1 : 0;

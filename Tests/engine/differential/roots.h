@@ -7,36 +7,36 @@
 
 namespace kesh::testing {
 
-/// True where the wide root is not the exact one: the normalised value begins with a limb of ones.
-template <wide_word T>
-bool root_out_of_range(const T& a) {
-    const mint shift = math_count_leading_zeros(a) & ~mint{1};
-    if (math_is_zero(a.hi())) {
-        if constexpr (T::bits == 128)
-            return false;
-        else
-            return root_out_of_range(a.hi() | a.lo());
-    }
-    if (T::bits == 128 && shift != 0) return false;  // undoing the shift brings the estimate back into range
-    return (a << shift).limb[T::limbs - 1] == ~umint{0};
-}
-
+/// math_isqrt has the bits of its reference form everywhere and those of GMP wherever the root of the reference form's
+/// innermost level fits its limb; math_isqrt_exact has those of GMP everywhere.
 template <engine_word T>
 verdict check_root_of(const operands<T>& s, const T& a) {
     T root, rest;
-    math_isqrt(a, root, rest);
-    if constexpr (wide_word<T>) {
-        if (root_out_of_range(a)) {
-            if (T::bits == 128) {
-                KESH_AGREE(root == power_of_two<T>(64) && rest == a, "math_isqrt at the top of the range");
-            }
-            return {};
-        }
-    }
     const mpz_class value = as_mpz(a);
     mpz_class expected_root, expected_rest;
     mpz_sqrtrem(expected_root.get_mpz_t(), expected_rest.get_mpz_t(), value.get_mpz_t());
-    KESH_AGREE(same(root, as_word<T>(expected_root)) && same(rest, as_word<T>(expected_rest)), "math_isqrt");
+    const T exact_root = as_word<T>(expected_root), exact_rest = as_word<T>(expected_rest);
+    math_isqrt(a, root, rest);
+    if constexpr (wide_word<T>) {
+        T reference_root, reference_rest;
+        math_isqrt_recursive(a, reference_root, reference_rest);
+        KESH_AGREE(same(root, reference_root) && same(rest, reference_rest), "math_isqrt");
+        const mint length = math_num_bits(a);
+        T top = a;
+        math_right_shift_equal(top, length < 64 ? 0 : (length + 1) / 2 * 2 - 64);
+        if (length <= 64 || top.limb[0] != ~umint{0}) {
+            KESH_AGREE(same(root, exact_root) && same(rest, exact_rest), "math_isqrt below the top of the range");
+        } else if (length > 126 && length <= 128) {
+            KESH_AGREE(root == power_of_two<T>(64) && rest == a, "math_isqrt at the top of the range");
+        }
+        math_isqrt_exact(a, root, rest);
+        KESH_AGREE(same(root, exact_root) && same(rest, exact_rest), "math_isqrt_exact");
+        root = a;
+        math_isqrt_exact(root, root, rest);
+        KESH_AGREE(same(root, exact_root) && same(rest, exact_rest), "math_isqrt_exact into its operand");
+    } else {
+        KESH_AGREE(same(root, exact_root) && same(rest, exact_rest), "math_isqrt");
+    }
     return {};
 }
 
