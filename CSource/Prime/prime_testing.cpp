@@ -78,6 +78,10 @@ const std::uint32_t* odd_prime_bitmap() {
     return odd_prime_bit;
 }
 
+std::span<const std::uint32_t> odd_prime_bitmap() {
+    return odd_prime_bit;
+}
+
 bool isPrime(std::uint32_t n) {
     if (n % 2 == 0) return n == 2;
     if (n == 1) return false;  // bit k of the map stands for 2k + 3, so 1 has none
