@@ -69,6 +69,7 @@ bool has_small_factor(u64 n) {
 }  // namespace
 
 bool isPrime(std::uint32_t n) {
+    KESH_REQUIRE(n <= bitmap_limit);
     if (n % 2 == 0) return n == 2;
     if (n == 1) return false;  // bit k of the map stands for 2k + 3, so 1 has none
     const std::uint32_t t = n - 3;
