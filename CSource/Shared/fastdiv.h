@@ -17,7 +17,7 @@ template <wide_word T>
 constexpr void math_magic_shift(const unsigned long& m, mint& s, T& magic) noexcept {
     assert((m & (m - 1)) != 0);
     s = math_num_bits(m) - 1;
-    T remainder;
+    T remainder(detail::unset);
     math_divmod_imp(T(m - 1), T(umint{1} << s), T(m), magic, remainder);
 }
 
@@ -52,24 +52,25 @@ struct fastdiv_data<T, unsigned long> {
 /// floor(n magic / 2^(N+s)) by one full product and a shift: the reference form of n / d.
 template <wide_word T>
 constexpr T math_fastdiv_product(const T& n, const fastdiv_data<T, unsigned long>& d) noexcept {
-    T lo, hi;
+    T lo(detail::unset), hi(detail::unset);
     math_mul(n, d.magic, lo, hi);
     math_right_shift_equal(hi, d.s);
     return hi;
 }
 
-/// n / m, see fastdiv_data for where it is exact: the bits of math_fastdiv_product. From 256 bits up limb by limb, with the
-/// reciprocal of the limb that the top of magic holds, instead of a product of the whole width: magic is 2^(N-65) times
-/// the reciprocal, rounded up, and 2^(N-65) exceeds m, so that the rounding does not reach the reciprocal. The product's
-/// quotient differs from the exact one, by 1, only for a remainder of m - 1: with e = magic m - 2^(N+s) it exceeds n / m
-/// by n e / (m 2^(N+s)) < 2 / m. That case is left to it.
+/// n / m, see fastdiv_data for where it is exact: the bits of math_fastdiv_product. From 256 bits up limb by limb, with
+/// the reciprocal of the limb that the top of magic holds, instead of a product of the whole width: magic is 2^(N-65)
+/// times the reciprocal, rounded up, and 2^(N-65) exceeds m, so that the rounding does not reach the reciprocal. The
+/// product's quotient differs from the exact one, by 1, only for a remainder of m - 1: with e = magic m - 2^(N+s) it
+/// exceeds n / m by n e / (m 2^(N+s)) < 2 / m. That case is left to it.
 template <wide_word T>
 constexpr T operator/(const T& n, const fastdiv_data<T, unsigned long>& d) noexcept {
     if constexpr (T::limbs > 2) {
         constexpr std::size_t top = T::limbs - 1;
         const umint reciprocal = (d.magic.limb[top] << 1) | (d.magic.limb[top - 1] >> (MINT_BITS - 1));
-        T quotient;
-        const umint rest = detail::divide_by_limb<T::limbs>(quotient.limb, n.limb, d.m, MINT_BITS - 1 - d.s, reciprocal);
+        T quotient(detail::unset);
+        const umint rest =
+            detail::divide_by_limb<T::limbs>(quotient.limb, n.limb, d.m, MINT_BITS - 1 - d.s, reciprocal);
         if (rest != d.m - 1) return quotient;
     }
     return math_fastdiv_product(n, d);
@@ -206,7 +207,7 @@ struct fastdiv2x1<unsigned long, unsigned long> {
 
 template <wide_word T>
 constexpr T operator/(const T& n, const fastdiv2x1<unsigned long, unsigned long>& p) noexcept {
-    T remainder, quotient;
+    T remainder(detail::unset), quotient(detail::unset);
     p.mod_quo(n, remainder, quotient);
     return quotient;
 }

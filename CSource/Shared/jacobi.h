@@ -55,7 +55,7 @@ constexpr int jacobi_at_full_width(const T& a, const T& n) noexcept {
     T x(a), y(n);
     // Invariant: the answer is j * (x/y), y odd.
     while (y != T(1)) {
-        T dropped, r;
+        T dropped(detail::unset), r(detail::unset);
         math_divmod_imp(x, T(0), y, dropped, r);
         x = y;
         y = r;
@@ -156,7 +156,7 @@ bool isSquare(const T& n, T& s) noexcept {
     static const fastdiv_data<T, unsigned long> mod(detail::square_filter_modulus);
     const T q = n / mod;
     if (detail::is_nonsquare_residue(n.limb[0] - q.limb[0] * detail::square_filter_modulus)) return false;
-    T rest;
+    T rest(detail::unset);
     math_isqrt_exact(n, s, rest);
     return math_is_zero(rest);
 }

@@ -19,7 +19,7 @@ namespace kesh {
 template <engine_word T>
 constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T& mprime, T& r1) noexcept {
     assert(thi < m);
-    T u, plo, phi, sum;
+    T u(detail::unset), plo(detail::unset), phi(detail::unset), sum(detail::unset);
     math_mul(tlo, mprime, u);
     math_mul(u, m, plo, phi);
     // The low word of the sum is 0 by the choice of u; only its carry matters.
@@ -40,7 +40,7 @@ constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& 
             return;
         }
     }
-    T tlo, thi;
+    T tlo(detail::unset), thi(detail::unset);
     math_mul(abar, bbar, tlo, thi);
     math_mont_reduce(tlo, thi, m, mprime, r);
 }
@@ -74,7 +74,7 @@ struct mp_mont_data {
         m = _m;
         mprime = math_mod_inv_2(m);
         const T zero(0);
-        T quotient, negated;
+        T quotient(detail::unset), negated(detail::unset);
         math_subborrow(0, zero, m, negated);
         math_divmod(negated, m, quotient, r1);
         math_divmod(zero, r1, m, quotient, r2);
@@ -101,7 +101,7 @@ struct mp_mont_data {
         math_mont_mul(a, r2, m, mprime, r);
     }
     [[nodiscard]] constexpr T toMontMod(const T& a) const noexcept {
-        T r;
+        T r(detail::unset);
         toMontMod(a, r);
         return r;
     }
@@ -111,7 +111,7 @@ struct mp_mont_data {
         math_mont_reduce(a, T(0), m, mprime, r);
     }
     [[nodiscard]] constexpr T fromMontMod(const T& a) const noexcept {
-        T r;
+        T r(detail::unset);
         fromMontMod(a, r);
         return r;
     }
@@ -120,20 +120,20 @@ struct mp_mont_data {
         math_mont_mul(a, b, m, mprime, r);
     }
     [[nodiscard]] constexpr T mul(const T& a, const T& b) const noexcept {
-        T r;
+        T r(detail::unset);
         mul(a, b, r);
         return r;
     }
 
     constexpr void add(const T& a, const T& b, T& r) const noexcept {
         assert(a < m && b < m);
-        T sum;
+        T sum(detail::unset);
         const std::uint8_t c = math_addcarry(0, a, b, sum);
         if (c != 0 || sum >= m) math_sub_equal_borrow(0, sum, m);
         r = sum;
     }
     [[nodiscard]] constexpr T add(const T& a, const T& b) const noexcept {
-        T r;
+        T r(detail::unset);
         add(a, b, r);
         return r;
     }
@@ -141,13 +141,13 @@ struct mp_mont_data {
     constexpr void sub(const T& a, const T& b, T& r) const noexcept {
         assert(a < m && b < m);
         const bool wraps = a < b;
-        T difference;
+        T difference(detail::unset);
         math_subborrow(0, a, b, difference);
         if (wraps) math_add_equal_carry(0, difference, m);
         r = difference;
     }
     [[nodiscard]] constexpr T sub(const T& a, const T& b) const noexcept {
-        T r;
+        T r(detail::unset);
         sub(a, b, r);
         return r;
     }
@@ -160,7 +160,7 @@ struct mp_mont_data {
         if ((a & T(1)) == T(1)) c = math_add_equal_carry(0, sum, m);
         math_right_shift_equal(sum, 1);
         if (c != 0) {
-            T top;
+            T top(detail::unset);
             // cppcheck-suppress compareBoolExpressionWithInt ; no comparison: it closes the template arguments
             math_left_shift(T(1), width_v<T> - 1, top);
             sum |= top;
@@ -168,7 +168,7 @@ struct mp_mont_data {
         r = sum;
     }
     [[nodiscard]] constexpr T div2(const T& a) const noexcept {
-        T r;
+        T r(detail::unset);
         div2(a, r);
         return r;
     }
@@ -191,10 +191,10 @@ struct mp_mont_data {
         return x;
     }
 
-    /// a^e in Montgomery form, e an ordinary integer, a^0 is one(). From the top, a window of bits at a time that begins
-    /// and ends with a 1: a product by an odd power of a for each, out of a table of them. (A. J. Menezes, P. C. van
-    /// Oorschot, S. A. Vanstone, Handbook of Applied Cryptography, 14.85.) Time depends on e. Cost: a squaring a bit, and
-    /// with windows of 2 to 6 bits for exponents of 24 to 1024 bits a product for 3 to 7 bits.
+    /// a^e in Montgomery form, e an ordinary integer, a^0 is one(). From the top, a window of bits at a time that
+    /// begins and ends with a 1: a product by an odd power of a for each, out of a table of them. (A. J. Menezes, P. C.
+    /// van Oorschot, S. A. Vanstone, Handbook of Applied Cryptography, 14.85.) Time depends on e. Cost: a squaring a
+    /// bit, and with windows of 2 to 6 bits for exponents of 24 to 1024 bits a product for 3 to 7 bits.
     [[nodiscard]] constexpr T pow(const T& a, const T& e) const noexcept {
         const mint length = math_num_bits(e);
         if (length < 10) return pow_binary(a, e);
