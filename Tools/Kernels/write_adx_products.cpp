@@ -77,7 +77,8 @@ class Size {
     /// and a flag.
     const Array z{"%rsp"}, finished{"%rsp", 2 * n};
     const std::string result_address = Array{"%rsp", 3 * n}[0], modulus_address = Array{"%rsp", 3 * n}[1],
-                      complement_address = Array{"%rsp", 3 * n}[2], corrected = Array{"%rsp", 3 * n}[3];
+                      complement_address = Array{"%rsp", 3 * n}[2], corrected = Array{"%rsp", 3 * n}[3],
+                      carry_into_high_half = Array{"%rsp", 3 * n}[4];
 
     [[nodiscard]] Array part(Part which) const {
         return {"%rdi", n * static_cast<int>(which)};
@@ -128,7 +129,7 @@ class Size {
     }
 
     [[nodiscard]] int frame() const {
-        return limb_size * (3 * n + 4);
+        return limb_size * (3 * n + 6);
     }
 
     [[nodiscard]] static Registers accumulators(int count) {
@@ -326,7 +327,11 @@ class Size {
                 if (j < in_memory || to.address != finished.address) line("movq", limb(j), to[j]);
             }
         };
-        each_limb(finished, [&](int j) { line(j == 0 ? "addq" : "adcq", z[n + j], limb(j)); });
+        if (low > 0) {
+            line("movq", carry_into_high_half, "%rax");
+            line("addq $-1, %rax");
+        }
+        each_limb(finished, [&](int j) { line(j == 0 && low == 0 ? "addq" : "adcq", z[n + j], limb(j)); });
         line("adcq $0, " + carry);
         line("movl", half(carry), "%eax");
         line("movq", complement_address, "%rbx");
@@ -382,20 +387,22 @@ class Size {
             line("movq", z[i], "%rdx");
             product_row(mu_high, sum, finished[i]);
         }
-        for (int i = 0; i < low; ++i) {
-            line("movq", finished[i], "%rax");
-            line(i == 0 ? "addq" : "adcq", "%rax", z[low + 1 + i]);
-        }
-        for (int i = 0; i < high; ++i) line("adcq", sum[static_cast<std::size_t>(i)], z[2 * low + 1 + i]);
+        // What it has now belongs to the high half of z, which has time.
+        for (int i = 0; i < high; ++i)
+            line(i == 0 ? "addq" : "adcq", sum[static_cast<std::size_t>(i)], z[2 * low + 1 + i]);
         for (int i = n + low + 1; i < 2 * n; ++i) line("adcq", "$0", z[i]);
         line("movl $0, %ebp");
         line("adcq $0, %rbp");
 
-        // Rows low ... n - 1.
-        // Limb n of z, where the strips are equal the last of these, is added in the end like all above it.
+        // Rows low ... n - 1 begin with what the upper strip finished, and with z below limb n. The carry into limb n waits.
         sum = accumulators(low + 1);
-        load({sum.begin(), sum.begin() + (high == low ? low : low + 1)}, z.from(low));
-        if (high == low) clear(sum.back());
+        load({sum.begin(), sum.begin() + (n - low)}, z.from(low));
+        for (int j = 1; j < n - low; ++j)
+            line(j == 1 ? "addq" : "adcq", finished[j - 1], sum[static_cast<std::size_t>(j)]);
+        line("movl $0, %eax");
+        line("adcq $0, %rax");
+        line("movq", "%rax", carry_into_high_half);
+        if (high == low) line("movq", finished[low - 1], sum.back());
         for (int i = low; i + 1 < n; ++i) quotient_row(mu_low, sum, z[i]);
         last_quotient(sum.front());
         line("movq", "%rdx", z[0]);
