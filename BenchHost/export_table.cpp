@@ -123,12 +123,13 @@ std::vector<Export> make_table() {
          .task_form = "PrimeCount_SubmitPrime"});
     add({.name = "PrimeCount_ExprPrimePi",
          .family = Family::counting,
-         .parameters = {{"x", Kind::text, "upper end of the count as digits; passed on as typed, primecount reads it"}},
+         .parameters = {{"x", Kind::text, "upper end of the count: an integer, or an expression such as 10^20"}},
          .result = Kind::text,
          .summary = "pi(x) for an x beyond 64 bits, digits in and digits out",
          .sentence = "There {r?is|are} {r} {r?prime|primes} up to {0}.",
-         .errors = "6 on a wrong number of arguments, on text that primecount does not read, for an x out of range "
-                   "and when the host aborts the count",
+         .errors =
+             "6 on a wrong number of arguments, on malformed text, for an x above 3.0258 10^31 or too large for the "
+             "memory (10^29 on 23 GiB), and when the host aborts the count",
          .cost = "O(x^(2/3) / log^2 x)",
          .stop = "as PrimeCount_PrimePi; beyond 64 bits minutes may pass between two questions",
          .example = {"1000000000000"},
@@ -215,7 +216,7 @@ std::vector<Export> make_table() {
     add({.name = "PrimeCount_SubmitExprPrimePi",
          .family = Family::tasks,
          .parameters = {{"task", Kind::task, "task id, or 'new' to create one"},
-                        {"x", Kind::text, "upper end of the count as digits; passed on as typed"}},
+                        {"x", Kind::text, "upper end of the count: an integer, or an expression such as 10^20"}},
          .result = Kind::none,
          .summary = "starts pi(x) for an x beyond 64 bits as task; the result is a string of digits",
          .sentence = "",
@@ -380,12 +381,11 @@ std::vector<Export> make_table() {
          .family = Family::primality,
          .parameters = {{"n", Kind::tensor, "limbs as {low, ..., high}, or an unsigned integer"}},
          .result = Kind::boolean,
-         .summary = "the host form of the test, taking the limbs from a tensor",
+         .summary = "cannot test a number: it calls KESH_PrimeQ, the function to use, without the limbs of its tensor",
          .sentence = "",
          .errors =
-             "6 on a wrong number of arguments; the code of MTensor_getInteger when that fails; otherwise 6 when the "
-             "position "
-             "that callback leaves is outside 1 to 16. It passes a null limb pointer on, so it has no other clean end",
+             "6 on a wrong number of arguments; the code of MTensor_getInteger when that fails; 6 when that leaves a "
+             "length outside 1 to 16; otherwise the process crashes, because the limb pointer is null",
          .cost = "constant",
          .example = {"7"},
          .example_result = ""});

@@ -15,7 +15,8 @@
 #include <memory>
 #include <string>
 
-#include "Prime/prime_testing.h"
+#include "Shared/kernel/kernel.h"
+#include "kesh_prime.h"
 #include "numbers.h"
 
 namespace {
@@ -63,7 +64,7 @@ void kesh_test(benchmark::State& state, const Row& row, Level level) {
         const std::size_t length = limb_count(row.bits);
         int primes = 0;
         for (std::size_t i = 0; i < row.limbs.size(); i += length) {
-            mbool prime = 0;
+            int prime = 0;
             KESH_PrimeQ(&row.limbs[i], static_cast<std::int64_t>(length), &prime);
             primes += prime;
         }

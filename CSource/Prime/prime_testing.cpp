@@ -79,6 +79,7 @@ std::span<const std::uint32_t> odd_prime_bitmap() {
 }
 
 bool isPrime(std::uint32_t n) {
+    KESH_REQUIRE(n <= bitmap_limit);
     if (n % 2 == 0) return n == 2;
     if (n == 1) return false;  // bit k of the map stands for 2k + 3, so 1 has none
     const std::uint32_t t = n - 3;

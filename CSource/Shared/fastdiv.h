@@ -15,7 +15,7 @@ namespace kesh {
 /// s = floor(log2 m), magic = ceil(2^(N+s) / m). Precondition: m odd and > 1 (for a power of two magic would be 2^N).
 template <wide_word T>
 constexpr void math_magic_shift(const unsigned long& m, mint& s, T& magic) noexcept {
-    assert((m & (m - 1)) != 0);
+    KESH_REQUIRE((m & 1) == 1 && m > 1);
     s = math_num_bits(m) - 1;
     T remainder(detail::unset);
     math_divmod_imp(T(m - 1), T(umint{1} << s), T(m), magic, remainder);
@@ -86,7 +86,7 @@ constexpr T operator*(const T& n, const fastdiv_data<T, unsigned long>& d) noexc
 /// Precondition: m != 0. The top of the dividend, 2^64 - 1 - d, is below d, so the quotient fits.
 constexpr void math_magic_shift(const unsigned long& m, std::uint16_t& s, unsigned long& d,
                                 unsigned long& magic) noexcept {
-    assert(m != 0);
+    KESH_REQUIRE(m != 0);
     const mint shift = math_count_leading_zeros(m);
     s = static_cast<std::uint16_t>(shift);
     d = m << shift;
@@ -144,6 +144,7 @@ struct fastdiv2x1<unsigned long, unsigned long> {
             r -= d;
         }
         quo = q1;
+        KESH_ENSURE(r >> s < m);
         return r >> s;
     }
     [[nodiscard]] constexpr unsigned long mod(unsigned long n0, unsigned long nhi) const noexcept {
@@ -193,14 +194,17 @@ struct fastdiv2x1<unsigned long, unsigned long> {
         return mulmod(a, b);
     }
     [[nodiscard]] constexpr unsigned long sub(unsigned long a, unsigned long b) const noexcept {
+        KESH_REQUIRE(a < m && b < m);
         return a >= b ? a - b : a - b + m;
     }
     /// a / 2; m odd. An odd a becomes even by adding m, and the sum of the halves does not overflow.
     [[nodiscard]] constexpr unsigned long div2(unsigned long a) const noexcept {
+        KESH_REQUIRE((m & 1) == 1 && a < m);
         return (a >> 1) + ((a & 1) != 0 ? (m >> 1) + 1 : 0);
     }
     /// a / b; 0 when b and m have a common factor. m odd.
     [[nodiscard]] constexpr unsigned long div(unsigned long a, unsigned long b) const noexcept {
+        KESH_REQUIRE((m & 1) == 1);
         return mulmod(a, math_invmod(getmod(b), m));
     }
 };

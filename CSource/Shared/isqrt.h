@@ -193,6 +193,7 @@ inline void math_isqrt_exact(const T& aa, T& ss, T& rr) noexcept {
             rr = a - square;
         }
         ss = s;
+        KESH_ENSURE(math_compare(rr, T(ss << 1)) <= 0);
     }
 }
 

@@ -7,7 +7,6 @@
 /// trailing reference parameters; a two-word value is passed as (low, high). Nothing here allocates or throws.
 #pragma once
 
-#include <cassert>
 #include <utility>
 
 #include "Shared/intx/limb_division.h"
@@ -211,7 +210,7 @@ inline void right_shift_flat(umint* r, const umint* a, mint count) noexcept {
 /// math_left_shift_recursive; the time does not depend on n.
 template <wide_word T>
 constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
-    assert(n >= 0);
+    KESH_REQUIRE(n >= 0);
     if (std::is_constant_evaluated() || __builtin_constant_p(n) || n >= T::bits) {
         math_left_shift_recursive(a, n, c);
     } else if constexpr (T::limbs == 2) {
@@ -249,6 +248,7 @@ constexpr void math_right_shift_equal(T& a, mint n) noexcept {
 /// rhi:rlo = the 2N-bit value hi:lo shifted left by n. Precondition: 0 <= n < N. Outputs may alias inputs.
 template <engine_word T>
 constexpr void math_left_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi) noexcept {
+    KESH_REQUIRE(0 <= n && n < width_v<T>);
     T low(lo), high(hi);
     if (n != 0) {
         T spill(0);
@@ -264,6 +264,7 @@ constexpr void math_left_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi)
 /// rhi:rlo = the 2N-bit value hi:lo shifted right by n. Precondition: 0 <= n < N. Outputs may alias inputs.
 template <engine_word T>
 constexpr void math_right_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi) noexcept {
+    KESH_REQUIRE(0 <= n && n < width_v<T>);
     T low(lo), high(hi);
     if (n != 0) {
         T spill(0);
@@ -362,7 +363,7 @@ constexpr void math_mul_low_recursive(const T& a, const T& b, T& lo) noexcept {
 /// lo and hi must be other objects than a and b: the limbs of the result are stored while the operands are still read.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
-    assert(&lo != &a && &lo != &b && &hi != &a && &hi != &b);
+    KESH_REQUIRE(&lo != &a && &lo != &b && &hi != &a && &hi != &b && &lo != &hi);
     if (std::is_constant_evaluated())
         math_mul_recursive(a, b, lo, hi);
     else
@@ -373,7 +374,7 @@ constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
 /// product of the low halves, as they do there. lo must be another object than a and b.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
-    assert(&lo != &a && &lo != &b);
+    KESH_REQUIRE(&lo != &a && &lo != &b);
     if (std::is_constant_evaluated()) {
         math_mul_low_recursive(a, b, lo);
         return;
@@ -410,6 +411,7 @@ inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
 /// of the one below, so that one chain of carries runs through all of them.
 template <wide_word T>
 constexpr umint math_mul_ui(unsigned char cc, umint c0, const T& a, umint b, unsigned char& co, T& r) noexcept {
+    KESH_REQUIRE(cc <= 1);
     co = 0;
     std::uint8_t carry = 0;
     umint below = c0, next = cc;  // the high half of a product is at most 2^64 - 2, so that cc fits on top of it
@@ -460,7 +462,7 @@ inline constexpr int correction_bound = 32;
 template <engine_word T>
 constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r, division_steps* steps) noexcept {
     const T zero(0);
-    const mint s = math_count_leading_zeros(d);
+    const mint s = math_count_leading_zeros(d) % width_v<T>;  // 0 for a zero divisor: nothing checks for one
     T nlo(detail::unset), nhi(detail::unset), x(detail::unset);
     math_left_shift(lo, hi, s, nlo, nhi);
     math_left_shift(d, s, x);
@@ -612,10 +614,11 @@ constexpr void math_divmod(const T& n, const T& d, T& q, T& r) noexcept {
 // Inverses
 // --------------------------------------------------------------------------------------------------------------------
 
-/// -a^(-1) modulo 2^64 for odd a (an even a yields a meaningless value).
+/// -a^(-1) modulo 2^64 for odd a. Precondition: a odd (an even a yields a meaningless value).
 /// Newton-Hensel: y = a + 2 is right modulo 4, because a (a + 2) = (a + 1)^2 - 1, and every step y (a y + 2) doubles
 /// the bits.
 constexpr umint math_mod_inv_2(const umint& a) noexcept {
+    KESH_REQUIRE((a & 1) == 1);
     umint y = a + 2;
     y *= a * y + 2;
     y *= a * y + 2;
@@ -800,6 +803,7 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
 /// most 1.45 N divisions with small quotients.
 template <engine_word T>
 constexpr T math_invmod_euclid(T u, T v) noexcept {
+    KESH_REQUIRE(!math_is_zero(v));
     if (math_compare(v, T(1)) == 0) return T(0);
     T x(1), y(0), a(u), b(v);
     int iter = 1;
@@ -823,8 +827,13 @@ constexpr T math_invmod_euclid(T u, T v) noexcept {
 /// Precondition: v != 0.
 template <engine_word T>
 constexpr T math_invmod(T u, T v) noexcept {
+    KESH_REQUIRE(!math_is_zero(v));
     if constexpr (wide_word<T>) {
-        if (!std::is_constant_evaluated()) return detail::inverse_by_lehmer(u, v);
+        if (!std::is_constant_evaluated()) {
+            const T inverse = detail::inverse_by_lehmer(u, v);
+            KESH_ENSURE(math_compare(inverse, v) < 0);
+            return inverse;
+        }
     }
     return math_invmod_euclid(u, v);
 }

@@ -550,7 +550,7 @@ noexcept {
 /// `value` as text: base 10, or base 16 with the prefix 0x and lower-case digits. Allocates the returned string.
 /// Precondition: base is 10 or 16.
 inline std::string to_string(const umint& value, int base = 10) {
-    assert(base == 10 || base == 16);
+    KESH_REQUIRE(base == 10 || base == 16);
     char text[24];
     std::snprintf(text, sizeof text, base == 16 ? "0x%lx" : "%lu", value);
     return text;
@@ -591,7 +591,7 @@ inline void write_chunk(char* text, const text_chunks& chunks, umint chunk) noex
 /// width, two limb products per limb and 19 digits.
 template <mint N>
 [[nodiscard]] std::string to_string(uintx_t<N> value, int base = 10) {
-    assert(base == 10 || base == 16);
+    KESH_REQUIRE(base == 10 || base == 16);
     std::size_t limbs = detail::significant_limbs(value.limb, uintx_t<N>::limbs);
     if (limbs <= 1) return to_string(value.limb[0], base);
     const detail::text_chunks chunks(static_cast<umint>(base));

@@ -13,6 +13,8 @@
 #include <string>
 #include <type_traits>
 
+#include "Shared/contract.h"
+
 namespace kesh {
 
 /// The machine integers of the host interface: counts, lengths and shift distances are `mint`, limbs are `umint`.
@@ -203,6 +205,7 @@ struct uintx_t {
 /// a's lowest `len` limbs = in[0 .. len-1]; the limbs above them keep their value. Precondition: 0 <= len <= limbs.
 template <mint N>
 constexpr void intx_from_array(uintx_t<N>& a, const umint* in, mint len) noexcept {
+    KESH_REQUIRE(0 <= len && len <= static_cast<mint>(uintx_t<N>::limbs));
     for (mint i = 0; i < len; ++i) a.limb[i] = in[i];
 }
 
