@@ -64,7 +64,8 @@ bool PrimeQ(std::uint32_t n);
 
 /**
  * Primality of any 64-bit n, exact over the whole range: trial division, then strong tests to base 2, to a
- * hashed base and, from 2^49 up, to a third base that the second one names. Base 2 goes ahead of the others and settles composites.
+ * hashed base and, from 2^49 up, to a third base that the second one names. Base 2 goes ahead of the others and settles
+ * composites.
  */
 bool PrimeQ(u64 n);
 
