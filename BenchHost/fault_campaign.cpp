@@ -5,6 +5,7 @@
 #include "fault_campaign.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/wait.h>

@@ -1,14 +1,17 @@
 # Writes the linker version script that makes exactly the listed symbols visible.
 #   kesh_write_export_script(OUTPUT list-file ...)
-# A list file has one symbol a line; blank lines and lines that begin with # are skipped.
+# A list file has one symbol a line; blank lines and lines that begin with # or [ are skipped.
 function(kesh_write_export_script output)
-    set(script "{\nglobal:\n")
+    set(all "")
     foreach(list_file IN LISTS ARGN)
         set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list_file}")
         file(STRINGS "${list_file}" symbols REGEX "^[A-Za-z_]")
-        foreach(symbol IN LISTS symbols)
-            string(APPEND script "    ${symbol};\n")
-        endforeach()
+        list(APPEND all ${symbols})
+    endforeach()
+    list(REMOVE_DUPLICATES all)
+    set(script "{\nglobal:\n")
+    foreach(symbol IN LISTS all)
+        string(APPEND script "    ${symbol};\n")
     endforeach()
     string(APPEND script "local:\n    *;\n};\n")
     file(CONFIGURE OUTPUT "${output}" CONTENT "${script}" @ONLY)

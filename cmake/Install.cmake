@@ -1,30 +1,70 @@
-# The library with the header for callers outside the host, the headers of the integer engine, and what finds them: a
-# CMake package with the targets VelmoraKesh::VelmoraKesh and VelmoraKesh::engine, and a pkg-config file for the library.
-install(TARGETS VelmoraKesh engine EXPORT VelmoraKeshTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES ${PROJECT_SOURCE_DIR}/include/kesh_prime.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-file(RELATIVE_PATH prefix_from_pc_file ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-configure_file(${PROJECT_SOURCE_DIR}/cmake/velmora-kesh.pc.in ${PROJECT_BINARY_DIR}/velmora-kesh.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/velmora-kesh.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/CSource/Shared DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velmora-kesh
-    FILES_MATCHING PATTERN "*.h" PATTERN "kernel" EXCLUDE)
-# Of the kernels, what the engine's headers include; the others belong to the library.
-foreach(header product columns adx_rows)
-    install(FILES ${PROJECT_SOURCE_DIR}/CSource/Shared/kernel/${header}.h
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velmora-kesh/Shared/kernel)
-endforeach()
-install(EXPORT VelmoraKeshTargets NAMESPACE VelmoraKesh:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/VelmoraKesh)
+# What is installed, in four components that are the four Debian packages: the library (runtime), what programs are built
+# with (development), the bench host (host) and the pages and examples (documentation).
+include(CMakePackageConfigHelpers)
+set(kesh_cmakedir ${CMAKE_INSTALL_LIBDIR}/cmake/VelmoraKesh)
+set(kesh_includedir ${CMAKE_INSTALL_INCLUDEDIR}/velmora-kesh)
+set(kesh_docdir ${CMAKE_INSTALL_DATAROOTDIR}/doc/velmora-kesh)
+
+# CMake's targets VelmoraKesh::VelmoraKesh, VelmoraKesh::engine and VelmoraKesh::host_interface.
+set_target_properties(kesh_engine PROPERTIES EXPORT_NAME engine)
+set_target_properties(kesh_host_interface PROPERTIES EXPORT_NAME host_interface)
+install(TARGETS VelmoraKesh kesh_engine kesh_host_interface EXPORT VelmoraKeshTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime)
+install(EXPORT VelmoraKeshTargets NAMESPACE VelmoraKesh:: DESTINATION ${kesh_cmakedir} COMPONENT development)
 file(WRITE ${PROJECT_BINARY_DIR}/VelmoraKeshConfig.cmake
     "include(\"\${CMAKE_CURRENT_LIST_DIR}/VelmoraKeshTargets.cmake\")\n")
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/VelmoraKeshConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/VelmoraKeshConfig.cmake ${PROJECT_BINARY_DIR}/VelmoraKeshConfigVersion.cmake
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/VelmoraKesh)
-# The documentation keeps the tree's layout, so that its links lead where they led. The host's headers stand apart from
-# the header for other callers: a host brings its own, and they serve those who write one.
-set(kesh_docdir ${CMAKE_INSTALL_DATAROOTDIR}/doc/velmora-kesh)
-install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${kesh_docdir})
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${kesh_docdir} RENAME copyright)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${kesh_docdir}
-    USE_SOURCE_PERMISSIONS)
-install(FILES ${PROJECT_SOURCE_DIR}/CSource/Shared/kernel/README.md DESTINATION ${kesh_docdir}/CSource/Shared/kernel)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/HostInterface DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velmora-kesh
+    DESTINATION ${kesh_cmakedir} COMPONENT development)
+
+# The same three for pkg-config, which finds the prefix from where the file is: the installed tree may be moved.
+file(RELATIVE_PATH prefix_from_pc_file ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+function(kesh_install_pc name description flags)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/velmora-kesh.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endfunction()
+kesh_install_pc(velmora-kesh "${PROJECT_DESCRIPTION}"
+    "Libs: -L\${libdir} -lVelmoraKesh\nCflags: -I\${includedir}")
+kesh_install_pc(velmora-kesh-engine "Fixed-width integers of up to 1024 bits and number theory on them, headers only"
+    "Cflags: -I\${includedir}/velmora-kesh")
+kesh_install_pc(velmora-kesh-host "Headers for a host that loads the Velmora Kesh library"
+    "Cflags: -I\${includedir}/velmora-kesh/HostInterface")
+
+# The header for callers outside the host. The host's headers are apart from it: a host brings its own, and they serve
+# those who write one. Of the kernels, what the engine's headers include; the others belong to the library.
+install(FILES ${PROJECT_SOURCE_DIR}/include/kesh_prime.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/include/KESH_PrimeQ.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/CSource/Shared DESTINATION ${kesh_includedir} COMPONENT development
+    FILES_MATCHING PATTERN "*.h" PATTERN "kernel" EXCLUDE)
+foreach(header product columns adx_rows)
+    install(FILES ${PROJECT_SOURCE_DIR}/CSource/Shared/kernel/${header}.h DESTINATION ${kesh_includedir}/Shared/kernel
+        COMPONENT development)
+endforeach()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/HostInterface DESTINATION ${kesh_includedir} COMPONENT development
     FILES_MATCHING PATTERN "*.h")
+
+# The documentation keeps the tree's layout, so that its links lead where they led.
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/LICENSE
+    DESTINATION ${kesh_docdir} COMPONENT documentation)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${kesh_docdir} COMPONENT documentation)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${kesh_docdir} COMPONENT documentation
+    USE_SOURCE_PERMISSIONS REGEX "examples/CMakeLists.txt$" EXCLUDE)
+install(FILES ${PROJECT_SOURCE_DIR}/CSource/Shared/kernel/README.md DESTINATION ${kesh_docdir}/CSource/Shared/kernel
+    COMPONENT documentation)
+
+if(TARGET kesh-host)
+    install(TARGETS kesh-host RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
+    install(FILES ${PROJECT_SOURCE_DIR}/BenchHost/kesh-host.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host)
+    install(FILES ${PROJECT_SOURCE_DIR}/BenchHost/kesh-host.bash
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kesh-host COMPONENT host)
+endif()
+
+if(PROJECT_IS_TOP_LEVEL)
+    install(CODE "
+        if(\"\$ENV{DESTDIR}\" STREQUAL \"\" AND CMAKE_INSTALL_PREFIX MATCHES \"^/usr(/local)?/?$\")
+            message(STATUS \"Run ldconfig (as root): it tells the loader of the new library. \"
+                \"What was installed is removed by: cmake --build ${PROJECT_BINARY_DIR} --target uninstall\")
+        endif()" COMPONENT runtime)
+    add_custom_target(uninstall
+        COMMAND ${CMAKE_COMMAND} -DBUILD=${PROJECT_BINARY_DIR} -P ${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake VERBATIM)
+endif()

@@ -1,7 +1,11 @@
-# kesh_add_test(name SOURCES a.cpp ... [LIBRARIES lib ...])
-#   A GoogleTest program. Tests whose name contains "Long_" get the CTest label "long": `./test` leaves them out,
-#   `./test --all` runs them. Every test finds the built library and the tree through compile definitions.
+# kesh_add_test(name SOURCES a.cpp ... [LIBRARIES lib ...] [FILTER pattern])
+#   A GoogleTest program, of which all tests run, or those that match `pattern`. Tests whose name contains "Long_" get
+#   the CTest label "long": `./test` leaves them out, `./test --all` runs them. Every test finds the built library and
+#   the tree through compile definitions.
 include(GoogleTest)
+
+# Seconds, for what hangs: a busy machine does not reach it.
+set(KESH_TEST_TIMEOUT 3600)
 
 # A request for more memory than there is must fail in the library as it does without a sanitizer.
 set(KESH_TEST_ENVIRONMENT
@@ -11,7 +15,7 @@ set(KESH_TEST_ENVIRONMENT
     LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/Tests/sanitizers/lsan.supp)
 
 function(kesh_add_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "FILTER" "SOURCES;LIBRARIES")
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} kesh_warnings GTest::gtest_main GTest::gmock)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
@@ -21,7 +25,7 @@ function(kesh_add_test name)
     add_dependencies(${name} VelmoraKesh)
     # As the command that tests run under: of a list in PROPERTIES only the first variable would arrive.
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "env;${KESH_TEST_ENVIRONMENT}")
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "-*Long_*" PROPERTIES TIMEOUT 600)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "${arg_FILTER}-*Long_*" PROPERTIES TIMEOUT ${KESH_TEST_TIMEOUT})
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "*Long_*" TEST_LIST ${name}_LONG
-        PROPERTIES LABELS long TIMEOUT 5400)
+        PROPERTIES LABELS long TIMEOUT 10800)
 endfunction()

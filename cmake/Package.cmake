@@ -1,22 +1,79 @@
-# The Debian package: `cpack -G DEB` in a build folder. What the files need is read off them by dpkg-shlibdeps, so a
-# package built against other versions of the dependencies asks for those.
+# The Debian packages: `cpack -G DEB` in a build folder writes one for each component. What their files need is read off
+# them by dpkg-shlibdeps, so packages built against other versions of the dependencies ask for those.
+#
+#   libvelmorakesh        the library
+#   libvelmorakesh-dev    headers, CMake and pkg-config files, manual of the C function
+#   velmora-kesh          kesh-host
+#   velmora-kesh-doc      pages and examples
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME velmora-kesh)
 set(CPACK_PACKAGE_CONTACT "The Velmora Kesh developers <developers@velmora-kesh.invalid>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "number-theoretic functions as a plug-in library, with a bench host")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-    "Exact counts of primes, sieving over the whole 64-bit range and primality
-of integers of up to 1024 bits, as a library that a host computing system
-loads into its process; kesh-host calls every function from a terminal.")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION math)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS gnuplot-nox)
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "bash-completion, g++, cmake, pkg-config")
 # Folders of a package are for their owner to write into, whatever the umask of the one who builds it.
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/compress_manual.cmake)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL runtime development documentation)
+if(TARGET kesh-host)
+    list(APPEND CPACK_COMPONENTS_ALL host)
+endif()
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SOURCE velmora-kesh)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(same_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+set(what_it_is
+    "Exact counts of primes, sieving over the whole 64-bit range and primality
+of integers of up to 1024 bits, as a library that a host computing system
+loads into its process.")
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvelmorakesh)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+# The trigger runs ldconfig once for all packages of an installation. cpack adds scripts that run it once more, except
+# where scripts of these names are given; of what is given it takes what exists, and says what does not.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+    ${PROJECT_SOURCE_DIR}/cmake/package/triggers ${PROJECT_SOURCE_DIR}/cmake/package/no/postinst
+    ${PROJECT_SOURCE_DIR}/cmake/package/no/postrm)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "number-theoretic functions as a plug-in library
+${what_it_is}")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvelmorakesh-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libvelmorakesh ${same_version}")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "velmora-kesh-doc, cmake, pkgconf")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "number-theoretic functions as a plug-in library - headers
+${what_it_is}
+.
+This package has the header of its primality test for C and C++, the integer
+engine of fixed widths of up to 1024 bits (headers only), and the headers for
+those who write a host.")
+
+set(CPACK_DEBIAN_HOST_PACKAGE_NAME velmora-kesh)
+set(CPACK_DEBIAN_HOST_PACKAGE_SECTION math)
+set(CPACK_DEBIAN_HOST_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_HOST_PACKAGE_DEPENDS "libvelmorakesh ${same_version}")
+set(CPACK_DEBIAN_HOST_PACKAGE_RECOMMENDS gnuplot-nox)
+set(CPACK_DEBIAN_HOST_PACKAGE_SUGGESTS "velmora-kesh-doc, bash-completion")
+set(CPACK_DEBIAN_HOST_DESCRIPTION "number-theoretic functions as a plug-in library - bench host
+${what_it_is}
+.
+This package has kesh-host, which calls every function from a terminal.")
+
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME velmora-kesh-doc)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SUGGESTS "libvelmorakesh-dev, g++")
+set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION "number-theoretic functions as a plug-in library - documentation
+${what_it_is}
+.
+This package has the pages on every part of it, and example programs.")
+
+# Run by cpack: before the components are staged, and on the staged files.
+set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/package/dependencies.cmake)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/package/complete.cmake)
+set(CPACK_KESH_SOURCE ${PROJECT_SOURCE_DIR})
+set(CPACK_KESH_PRIMECOUNT ${PRIMECOUNT_LIBRARY})
 include(CPack)

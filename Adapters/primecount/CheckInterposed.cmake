@@ -1,28 +1,46 @@
 # kesh_check_interposed(library list-file)
-#   Stops with a message where the library does not define one of the listed names, or reaches its own definition
-#   directly instead of through the procedure linkage table: interposing the name would then have no effect.
+#   Looks which generation of the list file the library is: it has to define that generation's names, and to reach them
+#   through the procedure linkage table, because interposing them would have no effect otherwise. Warns if it is none:
+#   counts then work without progress and without a way to end them.
 function(kesh_check_interposed library list_file)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list_file} ${library})
     find_program(KESH_READELF NAMES readelf llvm-readelf REQUIRED)
     execute_process(COMMAND ${CMAKE_NM} -D --defined-only ${library} OUTPUT_VARIABLE defined COMMAND_ERROR_IS_FATAL ANY)
     execute_process(COMMAND ${KESH_READELF} -rW ${library} OUTPUT_VARIABLE relocations COMMAND_ERROR_IS_FATAL ANY)
-    file(STRINGS ${list_file} symbols REGEX "^[A-Za-z_]")
-    set(missing "")
-    foreach(symbol IN LISTS symbols)
-        if(NOT defined MATCHES " [TW] ${symbol}\n")
-            list(APPEND missing "${symbol} (not defined)")
-        elseif(NOT relocations MATCHES "(JUMP_SLO|GLOB_DAT)[^\n]* ${symbol}[ \n]")
-            list(APPEND missing "${symbol} (not called through the procedure linkage table)")
+    # Square brackets group in CMake lists, so a section's name is told from a symbol before the lines become one.
+    file(READ ${list_file} text)
+    string(REGEX REPLACE "\\[([^]\n]*)\\]" "generation \\1" text "${text}")
+    string(REGEX REPLACE "#[^\n]*" "" text "${text}")
+    string(REGEX MATCHALL "[^\n]+" lines "${text}")
+
+    set(common_missing "")
+    set(generations "")
+    set(missing_of "common_missing")
+    foreach(line IN LISTS lines)
+        if(line MATCHES "^generation (.*)")
+            list(LENGTH generations number)
+            list(APPEND generations "${CMAKE_MATCH_1}")
+            set(missing_of missing_${number})
+            set(${missing_of} "${common_missing}")
+        elseif(NOT defined MATCHES " [TW] ${line}\n")
+            list(APPEND ${missing_of} "${line} (not defined)")
+        elseif(NOT relocations MATCHES "(JUMP_SLO|GLOB_DAT)[^\n]* ${line}[ \n]")
+            list(APPEND ${missing_of} "${line} (not called through the procedure linkage table)")
         endif()
     endforeach()
-    if(missing)
-        list(JOIN missing "\n  " missing)
-        message(FATAL_ERROR
-            "Progress and cancellation of prime counts interpose on functions of primecount 7.6, and "
-            "${library} differs:\n  ${missing}\n"
-            "Install primecount 7.6, or a version that has set_callback, set_exitcall and the one-argument pi_* "
-            "functions of its own; otherwise Adapters/primecount has to be brought up to this version.")
-    endif()
-    list(LENGTH symbols count)
-    message(STATUS "primecount: all ${count} interposed functions found in ${library}")
+
+    set(number 0)
+    set(report "")
+    foreach(generation IN LISTS generations)
+        if(NOT missing_${number})
+            message(STATUS "primecount: ${library} has the interposed functions of version ${generation}")
+            return()
+        endif()
+        list(JOIN missing_${number} "\n    " missing)
+        string(APPEND report "\n  version ${generation}:\n    ${missing}")
+        math(EXPR number "${number} + 1")
+    endforeach()
+    message(WARNING
+        "${library} is none of the generations of primecount that Adapters/primecount knows. Prime counts will have "
+        "no progress and cannot be ended. What each generation has and this library lacks:${report}")
 endfunction()

@@ -10,14 +10,16 @@
 #include <primesieve.hpp>
 #include <string>
 
+#include "expression.h"
+#include "interposed.h"
 #include "primecount_adapter.h"
 #include "running_count.h"
 
 // What libprimecount exports and its public header leaves out.
-__extension__ typedef __int128 int128_t;
+using kesh::counting::int128_t;
 namespace primecount {
 int64_t pi(int64_t x, int threads);
-std::string pi(const std::string& x, int threads);
+int128_t pi(int128_t x, int threads);
 int64_t nth_prime(int64_t n, int threads);
 int64_t phi(int64_t x, int64_t a, int threads, bool is_print);
 int64_t pi_meissel(int64_t x, int threads, bool is_print);
@@ -25,7 +27,6 @@ int64_t pi_legendre(int64_t x, int threads, bool is_print);
 int64_t pi_lehmer(int64_t x, int threads, bool is_print);
 int64_t pi_lmo_parallel(int64_t x, int threads, bool is_print);
 int64_t pi_deleglise_rivat(int64_t x, int threads);
-int128_t to_maxint(const std::string& expression);
 }  // namespace primecount
 
 namespace {
@@ -36,12 +37,13 @@ using kesh::counting::RunningCount;
  * Whether primecount's calls arrive at the interposed functions, found out by one small count.
  *
  * They do not where something else in the process has loaded libprimecount before this library: its calls were bound
- * then. Its counts are left alone in that case, without progress and without a way to end them. The same holds where the
- * libprimecount found at run time works differently from the one that the library was built with.
+ * then. Its counts are left alone in that case, without progress and without a way to end them. The same holds where
+ * the libprimecount found at run time works differently from the one that the library was built with.
  */
 bool hooks_reach_primecount() {
     static const bool reached = [] {
         RunningCount probe(RunningCount::Purpose::probe);
+        if (!kesh::counting::results_are_checked()) probe.saw(RunningCount::hook_check);
         return primecount::pi(int64_t{300'000'000}, 1) == 16'252'325 && probe.saw_all_hooks();
     }();
     return reached;
@@ -95,9 +97,11 @@ int64_t pi(int64_t x) {
     return supervised([=] { return pi(x, get_num_threads()); });
 }
 
-std::string pi(const std::string& x) {
-    if (to_maxint(x) < 2) return "0";
-    return supervised([&] { return pi(x, get_num_threads()); });
+// Read here: libprimecount 7 wraps modulo 2^128 while it reads, and libprimecount 8 reads no text.
+std::string pi(const std::string& text) {
+    const int128_t x = kesh::counting::evaluate(text);
+    if (x < 2) return "0";
+    return kesh::counting::to_decimal(supervised([=] { return pi(x, get_num_threads()); }));
 }
 
 int64_t nth_prime(int64_t n) {

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <primecount.hpp>
+#include <string>
 
 #ifndef KESH_PRIMECOUNT_HAS_HOOKS
 
@@ -31,6 +32,9 @@ void set_callback(bool (*callback)(double percent));
  * withdrawal on, so that a request which arrives between the two is not lost.
  */
 void set_exitcall(bool request);
+
+/** pi(x) of text as text. Version 8 reads no text itself. */
+std::string pi(const std::string& text);
 
 /** pi(x) by one algorithm, on `get_num_threads()` threads. 0 for x < 2. */
 int64_t pi_meissel(int64_t x);

@@ -14,6 +14,9 @@ using Clock = std::chrono::steady_clock;
 /** Reports are this far apart at least: often enough for a smooth bar, too seldom to be felt. */
 constexpr Clock::duration report_interval = std::chrono::milliseconds(10);
 
+/** A phase that hands out no more than this takes less than half a second on one thread. */
+constexpr double short_range = 40'000'000;
+
 // Process-wide, and without destructors: a detached thread may still count while the process exits.
 std::atomic<RunningCount::Callback> installed_callback{nullptr};
 std::atomic<uint64_t> end_requests{0};
@@ -140,6 +143,10 @@ double RunningCount::phase_fraction(int64_t low) const noexcept {
         default:
             return share;
     }
+}
+
+bool RunningCount::phase_is_long() const noexcept {
+    return limit_ > short_range;
 }
 
 bool RunningCount::begin_item(int64_t low) noexcept {

@@ -41,7 +41,8 @@ class RunningCount {
         hook_s2_work = 1u << 6,
         hook_pi = 1u << 7,
         hook_pi_nested = 1u << 8,
-        all_hooks = (1u << 9) - 1
+        hook_check = 1u << 9,  // from version 8
+        all_hooks = (1u << 10) - 1
     };
 
     /** A probe reports nothing and is not ended: its answer tells whether the hooks work. */
@@ -76,6 +77,12 @@ class RunningCount {
      * the work lies below dense_below. Throws if the count is to end.
      */
     void begin_phase(Phase phase, const void* balancer, int64_t limit, int64_t dense_below = 0);
+
+    /**
+     * Whether the phase hands out so long a range that its items have to be made shorter for a single thread. In a
+     * short one they end soon as they are, and shorter ones would cost up to a fifth of the time.
+     */
+    bool phase_is_long() const noexcept;
 
     /** This thread has been handed the item that begins at low. False where the count ends: the item is not done. */
     bool begin_item(int64_t low) noexcept;

@@ -1,10 +1,12 @@
 /**
  * @file   counting_benchmark.cpp
- * @brief  pi(x) as a task with progress events on, beside the plain call of libprimecount in a process of its own.
+ * @brief  pi(x) through the library, beside the plain call of libprimecount in a process of its own.
  *
- * The two are measured in turn, so that a change of the machine's pace meets both. The counters of each row give the
- * medians of both and their ratio, which is to stay below 1.01, and the ratio of the processor times, which a busy
- * machine disturbs less.
+ * The two are measured in turn, so that a change of the machine's pace meets both.
+ * PiWithProgress: a task with progress events on. The counters of each row give the medians of both and their ratio,
+ * which is to stay below 1.01, and the ratio of the processor times, which a busy machine disturbs less.
+ * OneThread: the call on one thread, 10^9 to 10^14. The counters give the least processor times of both and their
+ * ratio, which is to stay below 1.02.
  */
 #include <benchmark/benchmark.h>
 #include <sys/wait.h>
@@ -131,6 +133,33 @@ BENCHMARK(PiWithProgress)
     ->UseManualTime()
     ->Iterations(9)
     ->Unit(benchmark::kMillisecond);
+
+void OneThread(benchmark::State& state) {
+    mint x = 1;
+    for (int64_t k = 0; k < state.range(0); ++k) x *= 10;
+    call_integer("PrimeCount_SetThreads", {1});
+    call_integer("PrimeCount_PrimePi", {300'000'000});  // the first count finds out whether its hooks work
+    Peer peer;
+    peer.count(1, 300'000'000);
+    double ours = 1e9;
+    double theirs = 1e9;
+    for ([[maybe_unused]] auto _ : state) {
+        const Measured expected = peer.count(1, x);
+        const std::clock_t start = std::clock();
+        const mint result = call_integer("PrimeCount_PrimePi", {x}).result;
+        const double processor = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+        if (result != expected.result) state.SkipWithError("the two disagree");
+        state.SetIterationTime(processor);
+        ours = std::min(ours, processor);
+        theirs = std::min(theirs, expected.processor);
+    }
+    state.counters["library_s"] = ours;
+    state.counters["primecount_s"] = theirs;
+    state.counters["ratio"] = ours / theirs;
+}
+
+BENCHMARK(OneThread)->ArgName("k")->DenseRange(9, 11)->UseManualTime()->Iterations(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(OneThread)->ArgName("k")->DenseRange(12, 14)->UseManualTime()->Iterations(15)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

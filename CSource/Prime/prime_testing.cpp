@@ -9,6 +9,7 @@
 #include <initializer_list>
 
 #include "Prime/prime_data.h"
+#include "Prime/prime_word.h"
 #include "Shared/kernel/strong_word.h"
 
 namespace kesh {
@@ -16,9 +17,6 @@ namespace {
 
 /** Last number that the bitmap of odd primes knows. */
 constexpr std::uint32_t bitmap_limit = 1048577;
-
-/** From here on the hashed base alone does not clear its bucket and a third base is needed. */
-constexpr u64 third_base_from = u64{1} << 49;
 
 /** Multiplicative hash of the low 32 bits; a table of 2^k entries is indexed by its top k bits. */
 constexpr std::uint32_t hash(u64 n) {
@@ -48,25 +46,37 @@ struct exact_divisor {
 };
 
 /**
- * Whether n > 61 is even or a multiple of a prime up to 61. The tests are counted without a branch between them, each
- * by adding the carry of its comparison, and read their constants from memory: as 34 operands of 8 bytes in the
- * instructions they keep the processor's front end busy for longer than the multiplications take.
+ * Whether one of the primes divides n. The tests are counted without a branch between them, each by adding the carry of
+ * its comparison, and read their constants from memory: as operands of 8 bytes in the instructions they keep the
+ * processor's front end busy for longer than the multiplications take.
  */
-bool has_small_factor(u64 n) {
-    static constexpr std::array<exact_divisor, 17> divisors = {
-        exact_divisor{3},  exact_divisor{5},  exact_divisor{7},  exact_divisor{11}, exact_divisor{13},
-        exact_divisor{17}, exact_divisor{19}, exact_divisor{23}, exact_divisor{29}, exact_divisor{31},
-        exact_divisor{37}, exact_divisor{41}, exact_divisor{43}, exact_divisor{47}, exact_divisor{53},
-        exact_divisor{59}, exact_divisor{61}};
-    unsigned found = n % 2 == 0 ? 1 : 0;
+template <u64... primes>
+bool has_divisor_of(u64 n) {
+    static constexpr std::array<exact_divisor, sizeof...(primes)> divisors = {exact_divisor{primes}...};
+    unsigned found = 0;
     const exact_divisor* p = divisors.data();
-    asm("" : "+r"(p));  // else the compiler knows what is there
+    asm("" : "+r"(p));  // hides the table's contents from the compiler, which would turn them into immediates
 #pragma GCC unroll 17
     for (std::size_t i = 0; i < divisors.size(); ++i) found += p[i].divides(n) ? 1 : 0;
     return found != 0;
 }
 
 }  // namespace
+
+hashed_bases::hashed_bases(umint n) : second(hashed_base_64(n, prime_data64)), third(third_bases[second >> 13]) {}
+
+/*
+ * Up to 61 the tables of bases need it; the other primes cost a fortieth of a strong test and save it for a sixth of
+ * the numbers that get there.
+ */
+bool word_has_small_factor(umint n) {
+    return n % 2 == 0 || has_divisor_of<3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37, 41, 43, 47, 53, 59, 61>(n) ||
+           has_divisor_of<67, 71, 73, 79, 83, 89, 97, 101, 103, 107, 109, 113, 127, 131, 137, 139>(n);
+}
+
+std::span<const std::uint32_t> odd_prime_bitmap() {
+    return odd_prime_bit;
+}
 
 bool isPrime(std::uint32_t n) {
     KESH_REQUIRE(n <= bitmap_limit);
@@ -78,16 +88,16 @@ bool isPrime(std::uint32_t n) {
 
 bool PrimeQ(std::uint32_t n) {
     if (n <= bitmap_limit) return isPrime(n);
-    if (has_small_factor(n)) return false;
-    return kernel::strong_tests<1>(n, {hashed_base_32(n, prime_data32)});
+    if (word_has_small_factor(n)) return false;
+    return kernel::strong_test(n, hashed_base_32(n, prime_data32));
 }
 
 bool PrimeQ(u64 n) {
     if (n <= 0xFFFFFFFF) return PrimeQ(static_cast<std::uint32_t>(n));
-    if (has_small_factor(n)) return false;
-    const u64 b = hashed_base_64(n, prime_data64);
-    if (n < third_base_from) return kernel::strong_tests<2>(n, {2, b});
-    return kernel::strong_tests<3>(n, {2, b, third_bases[b >> 13]});
+    if (word_has_small_factor(n)) return false;
+    const hashed_bases bases(n);
+    if (n < third_base_from) return kernel::strong_tests_2_and<kernel::ShortWordPowerOf2, 1>(n, {bases.second});
+    return kernel::strong_tests_2_and<kernel::WordPowerOf2, 2>(n, {bases.second, bases.third});
 }
 
 namespace reference {

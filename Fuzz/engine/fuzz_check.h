@@ -11,11 +11,12 @@
 #include <cstring>
 
 #include "engine/differential/gmp.h"
+#include "show.h"
 
 namespace kesh::fuzz {
 
 template <engine_word T, class Check>
-void check_at(const std::uint8_t* data, std::size_t size, Check check) {
+void check_at(const char* name, const std::uint8_t* data, std::size_t size, Check check) {
     using testing::operands;
     static_assert(std::is_trivially_copyable_v<operands<T>>);
     operands<T> s{};
@@ -23,6 +24,10 @@ void check_at(const std::uint8_t* data, std::size_t size, Check check) {
     std::memcpy(static_cast<void*>(&s), data, std::min(size, sizeof s));
     s.count %= width_v<T> + 2;
     s.carry &= 1;
+    using testing::as_mpz;
+    if (showing())
+        show(name, " at ", width_v<T>, " bits, a = ", as_mpz(s.a), ", b = ", as_mpz(s.b), ", c = ", as_mpz(s.c),
+             ", d = ", as_mpz(s.d), ", limb = ", s.limb, ", count = ", s.count, ", carry = ", int{s.carry});
     const testing::verdict v = check(s);
     if (!v.empty()) {
         std::fprintf(stderr, "%s\n", v.c_str());
@@ -32,21 +37,21 @@ void check_at(const std::uint8_t* data, std::size_t size, Check check) {
 
 /// `check` is called with operands<T> of the chosen width, from 128 bits on.
 template <class Check>
-int run(const std::uint8_t* data, std::size_t size, Check check) {
+int run(const char* name, const std::uint8_t* data, std::size_t size, Check check) {
     if (size == 0) return 0;
     const std::uint8_t* const rest = data + 1;
     switch (data[0] % 4) {
         case 0:
-            check_at<uintx_t<128>>(rest, size - 1, check);
+            check_at<uintx_t<128>>(name, rest, size - 1, check);
             break;
         case 1:
-            check_at<uintx_t<256>>(rest, size - 1, check);
+            check_at<uintx_t<256>>(name, rest, size - 1, check);
             break;
         case 2:
-            check_at<uintx_t<512>>(rest, size - 1, check);
+            check_at<uintx_t<512>>(name, rest, size - 1, check);
             break;
         default:
-            check_at<uintx_t<1024>>(rest, size - 1, check);
+            check_at<uintx_t<1024>>(name, rest, size - 1, check);
             break;
     }
     return 0;
@@ -55,8 +60,8 @@ int run(const std::uint8_t* data, std::size_t size, Check check) {
 }  // namespace kesh::fuzz
 
 /// The fuzz target of the family whose checks `body` names; `s` holds the operands.
-#define KESH_FUZZ_TARGET(body)                                                             \
-    extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {    \
-        using namespace kesh::testing;                                                     \
-        return kesh::fuzz::run(data, size, [](const auto& s) -> verdict { return body; }); \
+#define KESH_FUZZ_TARGET(body)                                                                    \
+    extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {           \
+        using namespace kesh::testing;                                                            \
+        return kesh::fuzz::run(#body, data, size, [](const auto& s) -> verdict { return body; }); \
     }

@@ -2,9 +2,11 @@
 /// @brief  Any text into from_string: accepted exactly when GMP reads it as a number that fits, with the same value.
 
 #include <cstdlib>
+#include <iomanip>
 #include <string>
 
 #include "engine/differential/gmp.h"
+#include "show.h"
 
 namespace {
 
@@ -35,6 +37,7 @@ void check(const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
+    kesh::fuzz::show("from_string ", std::quoted(text));
     check<128>(text);
     check<1024>(text);
     return 0;

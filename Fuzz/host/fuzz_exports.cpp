@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "show.h"
 #include "support/test_host.h"
 
 namespace {
@@ -222,6 +223,7 @@ class Call {
         const int fault = input_.ConsumeBool() ? input_.ConsumeIntegralInRange(0, 7) : 0;
         host_.fail("MTensor_new", fault);
         host_.abort = input_.ConsumeBool();
+        show(fault);
         union {
             mint integer = unwritten;
             MTensor tensor;
@@ -261,6 +263,15 @@ class Call {
         // The sum's own wrap at 0 would walk at the top of the 64-bit range for seconds.
         if (name_ == "PrimeSieve_PrimeSumInterval" && arguments_[0] == 0) arguments_[0] = 1;
         if (arguments_[1] > arguments_[0] + 100'000) arguments_[1] = arguments_[0] + arguments_[1] % 100'000;
+    }
+
+    void show(int fault) const {
+        if (!kesh::fuzz::showing()) return;
+        std::cout << name_;
+        for (const mint n : arguments_) std::cout << ' ' << n;
+        if (fault != 0) std::cout << ", MTensor_new returns " << fault;
+        if (host_.abort != 0) std::cout << ", AbortQ returns 1";
+        std::cout << std::endl;
     }
 
     int call(mint* storage) {
@@ -310,6 +321,7 @@ void call_with_tensor(FuzzedDataProvider& input) {
     const int fault = input.ConsumeIntegralInRange(0, 7);
     TestHost::instance().fail("MTensor_getInteger", fault);
     std::vector<MArgument> slots(input.ConsumeIntegralInRange<size_t>(0, 3));
+    kesh::fuzz::show("KESH_RT_PrimeQ with ", slots.size(), " tensors, MTensor_getInteger returns ", fault);
     MTensor tensor = nullptr;
     for (MArgument& slot : slots) slot.tensor = &tensor;
     mbool answer = -1;

@@ -6,8 +6,10 @@
  */
 #include <algorithm>
 #include <cstdlib>
+#include <iomanip>
 #include <string>
 
+#include "show.h"
 #include "support/test_host.h"
 
 namespace {
@@ -20,8 +22,8 @@ bool only_digits(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-/** Whether the text may be read in milliseconds: powers, shifts and products grow before the parser can refuse them,
- * and a count of 2^63 and more sets up large tables before its first progress. */
+/** Whether the count takes milliseconds: one of 2^63 and more, which powers, shifts and products soon reach, sets up
+ * large tables before its first progress. */
 bool quick(const std::string& text) {
     if (text.find_first_of("^eE*<") != std::string::npos) return false;
     const auto digits = std::count_if(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -40,6 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // As the host hands it over: up to the first NUL.
     const std::string text = std::string(reinterpret_cast<const char*>(data), size).c_str();
     if (size > 80 || !quick(text)) return 0;
+    kesh::fuzz::show("PrimeCount_ExprPrimePi ", std::quoted(text));
     // Small numbers are counted to the end, to know the answer; the others end in the count, or out of its range.
     const bool small = only_digits(text) && text.size() < 9;
     host.abort = small ? 0 : 1;

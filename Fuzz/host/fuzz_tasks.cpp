@@ -11,15 +11,18 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdlib>
+#include <iomanip>
 #include <map>
 #include <optional>
 #include <string>
 #include <thread>
 
+#include "show.h"
 #include "support/test_host.h"
 
 namespace {
 
+using kesh::fuzz::show;
 using kesh::test::call_integer;
 using kesh::test::Event;
 using kesh::test::Library;
@@ -84,6 +87,7 @@ class Sequence {
             case 3:
                 return submit_text(input_.PickValueInArray(not_numbers), {{}});
             case 4:
+                show("stop");
                 require(call_integer("PrimeCount_StopTask", {}).code == LIBRARY_NO_ERROR);
                 return may_end_a_task();
             case 5:
@@ -93,19 +97,24 @@ class Sequence {
             case 7:
                 // Without a callback of its own: under whichever is installed.
                 counted_here_ = true;
+                show("count here: PrimeCount_LMO ", count.argument);
                 require(call_integer("PrimeCount_LMO", {count.argument}).result == count.pi);
                 return;
             case 8:
+                show("a submit with a missing argument, and a new task");
                 require(call_integer("PrimeCount_SubmitPrimePi", {1}).code == LIBRARY_FUNCTION_ERROR);
                 require(call_integer("PrimeCount_CreateTask", {1, 2, 3}).code == LIBRARY_NO_ERROR);
                 return;
             default:
-                std::this_thread::sleep_for(std::chrono::milliseconds(input_.ConsumeIntegralInRange(0, 30)));
+                const int milliseconds = input_.ConsumeIntegralInRange(0, 30);
+                show("wait ", milliseconds, " ms");
+                std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
         }
     }
 
     void submit(const char* name, mint argument, Task task) {
         const mint id = call_integer("PrimeCount_CreateTask", {}).result;
+        show("task ", id, ": ", name, ' ', argument);
         const auto call = call_integer(name, {id, argument});
         require(call.code == LIBRARY_NO_ERROR && call.result == unwritten);
         tasks_.emplace(id, std::move(task));
@@ -113,6 +122,7 @@ class Sequence {
 
     void submit_text(const std::string& text, Task task) {
         mint id = call_integer("PrimeCount_CreateTask", {}).result;
+        show("task ", id, ": PrimeCount_SubmitExprPrimePi ", std::quoted(text));
         char* argument = host_.new_string(text);
         MArgument slots[2];
         slots[0].integer = &id;
@@ -126,6 +136,7 @@ class Sequence {
     void count_here(const char* name, mint argument, mint answer) {
         const bool abort = input_.ConsumeBool();
         counted_here_ = true;
+        show("count here: ", name, ' ', argument, abort ? ", AbortQ returns 1" : "");
         host_.abort = abort ? 1 : 0;
         const auto call = call_integer(name, {argument});
         host_.abort = 0;

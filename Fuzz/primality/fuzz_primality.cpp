@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "kesh_prime.h"
+#include "show.h"
 
 namespace {
 
@@ -35,6 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const mpz_class n = number_of(data[0], data + 1, size - 1);
     const size_t bits = mpz_sizeinbase(n.get_mpz_t(), 2);
     if (bits > 1024) return 0;
+    kesh::fuzz::show("KESH_PrimeQ of ", n, ", ", bits, " bits, of shape ", data[0] % 4);
     const int expected = mpz_probab_prime_p(n.get_mpz_t(), 24) != 0 ? 1 : 0;
 
     std::array<uint64_t, 16> limbs{};

@@ -17,7 +17,7 @@ same() {
 }
 
 # --- names
-same exports "$(cat "$@" 2>/dev/null | grep -E '^[A-Za-z_]')" "$(nm -D --defined-only "$library" | awk '{print $NF}')"
+same exports "$(cat "$@" 2>/dev/null | grep -E '^[A-Za-z_]' | sort -u)" "$(nm -D --defined-only "$library" | awk '{print $NF}')"
 # A weak or unique name could be taken from another library, and a unique one would keep this one from being unloaded.
 kinds=$(nm -D --defined-only "$library" | awk '$2 != "T"')
 [[ -z $kinds ]] || fail "exports that are no plain functions: $kinds"

@@ -10,9 +10,11 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
+#include "expression.h"  // int128_t
 #include "primecount_adapter.h"
 #include "running_count.h"
 
@@ -161,6 +163,90 @@ TEST(RunningCount, AProbeIsNeitherEndedNorUsesAWithdrawalUp) {
     EXPECT_TRUE(count.ended()) << "the request came after the withdrawal, while the probe ran";
 }
 
+/** Balancers are known by their address alone. */
+const int balancer = 0;
+
+TEST_F(Adapter, ACountWithinAnotherLeavesItsThreadAsItWas) {
+    using kesh::counting::RunningCount;
+    RunningCount outer;
+    EXPECT_EQ(RunningCount::called_here(), &outer);
+    { const RunningCount inner; }
+    EXPECT_EQ(RunningCount::called_here(), &outer);
+
+    // The same while the thread works on an item of the outer count, as a callback does that counts.
+    outer.begin_phase(RunningCount::Phase::ac, &balancer, 100);
+    ASSERT_EQ(RunningCount::enlist(&balancer), &outer);
+    {
+        RunningCount inner;
+        EXPECT_EQ(RunningCount::called_here(), &inner);
+    }
+    EXPECT_EQ(RunningCount::called_here(), nullptr) << "it serves the outer count";
+    EXPECT_EQ(RunningCount::enlist(&balancer), &outer);
+    RunningCount::stop_serving();
+    EXPECT_EQ(RunningCount::called_here(), &outer);
+}
+
+TEST_F(Adapter, NoPhaseBeginsAfterARequest) {
+    using kesh::counting::RunningCount;
+    RunningCount count;
+    count.begin_phase(RunningCount::Phase::ac, &balancer, 100);
+    RunningCount::request_end();
+    EXPECT_THROW(count.begin_phase(RunningCount::Phase::p2, &balancer, 100), primecount::primecount_error);
+}
+
+/** The interposed function of this mangled name, as libprimecount calls it. */
+template <typename Function>
+Function* interposed(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_DEFAULT, name));
+}
+
+TEST_F(Adapter, StepsWithoutWorkItemsDoNotBeginAfterARequest) {
+    using Integer = int64_t;
+    auto* const s2_easy =
+        interposed<Integer(Integer, Integer, Integer, Integer, int, bool)>("_ZN10primecount7S2_easyEllllib");
+    ASSERT_NE(s2_easy, nullptr);
+    kesh::counting::RunningCount count;
+    const Integer leaves = s2_easy(1'000'000, 1'000, 1'000, 5, 1, false);
+    kesh::counting::RunningCount::request_end();
+    EXPECT_THROW(s2_easy(1'000'000, 1'000, 1'000, 5, 1, false), primecount::primecount_error) << leaves;
+}
+
+/** primecount 8 ends the process over a result that is too far from Li(x). */
+TEST_F(Adapter, AnEndedCountLeavesBeforeItsResultIsChecked) {
+    using kesh::counting::int128_t;
+    auto* const verify = interposed<void(std::string_view, int128_t, int128_t)>(
+        "_ZN10primecount10verify_pixESt17basic_string_viewIcSt11char_traitsIcEEnn");
+    ASSERT_NE(verify, nullptr);
+    const kesh::counting::RunningCount count;
+    kesh::counting::RunningCount::request_end();
+    EXPECT_THROW(verify("a count", 1'000'000, 1), primecount::primecount_error);
+}
+
+TEST_F(Adapter, OnlyLongPhasesAreCutFiner) {
+    kesh::counting::RunningCount count;
+    count.begin_phase(kesh::counting::RunningCount::Phase::ac, &balancer, 40'000'000);
+    EXPECT_FALSE(count.phase_is_long());
+    count.begin_phase(kesh::counting::RunningCount::Phase::p2, &balancer, 40'000'001);
+    EXPECT_TRUE(count.phase_is_long());
+}
+
+TEST_F(Adapter, ReportsNeverFallAndEndAtAHundred) {
+    using kesh::counting::RunningCount;
+    static std::vector<double> reports;
+    RunningCount::install_callback([](double percent) {
+        reports.push_back(percent);
+        return false;
+    });
+    RunningCount count;
+    for (const double percent : {50.0, 20.0, 60.0}) {
+        // A report comes only after a pause since the last one.
+        for (const size_t before = reports.size(); reports.size() == before;) count.report(percent);
+    }
+    count.finish();
+    RunningCount::install_callback(nullptr);
+    EXPECT_EQ(reports, (std::vector<double>{50, 50, 60, 100}));
+}
+
 TEST_F(Adapter, ARequestBetweenWithdrawalAndCountIsNotLost) {
     primecount::set_exitcall(false);
     std::thread([] { primecount::set_exitcall(true); }).join();
@@ -184,7 +270,7 @@ TEST_F(Adapter, ErrorsOfPrimecountPass) {
 
 TEST_F(Adapter, OtherUsersOfTheLibraryAreLeftAlone) {
     // Their calls go to libprimecount's own entry points, and its inner calls then pass through this program.
-    void* const library = dlopen("libprimecount.so.7", RTLD_NOW | RTLD_NOLOAD);
+    void* const library = dlopen(KESH_PRIMECOUNT_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
     ASSERT_NE(library, nullptr);
     const auto foreign_pi = reinterpret_cast<int64_t (*)(int64_t)>(dlsym(library, "_ZN10primecount2piEl"));
     const auto foreign_nth = reinterpret_cast<int64_t (*)(int64_t)>(dlsym(library, "_ZN10primecount9nth_primeEl"));

@@ -12,7 +12,7 @@ namespace kesh::test {
 namespace {
 
 TEST(Preloaded, CountsWorkWithoutProgressAndStop) {
-    ASSERT_NE(dlopen("libprimecount.so.7", RTLD_NOW | RTLD_LOCAL), nullptr) << dlerror();
+    ASSERT_NE(dlopen(KESH_PRIMECOUNT_LIBRARY, RTLD_NOW | RTLD_LOCAL), nullptr) << dlerror();
     TestHost& host = TestHost::instance();
     host.abort = 1;
     EXPECT_EQ(call_integer("PrimeCount_PrimePi", {power_of_ten(13)}).result, pi_of_power_of_ten[13]);

@@ -46,6 +46,27 @@ TEST_F(Strings, TextsThatFail) {
     EXPECT_TRUE(host.disowned().empty()) << "the text goes back to the host with a result only";
 }
 
+/** Modulo 2^128 each of these is an integer that can be counted to at once, or a negative one. */
+TEST_F(Strings, NumbersThatWouldWrapFail) {
+    for (const char* x : {"10^39", "1e100", "10^400", "2^128+100", " 340282366920938463463374607431768211556", "2^127",
+                          "1<<128", "0xffffffffffffffffffffffffffffffffff"}) {
+        EXPECT_EQ(call_string("PrimeCount_ExprPrimePi", x).code, LIBRARY_FUNCTION_ERROR) << x;
+    }
+    EXPECT_EQ(count("0-10^39"), "0");
+    EXPECT_EQ(count("10^400/10^395"), "9592") << "only the value has to be small";
+}
+
+TEST_F(Strings, BeyondTheLargestCountableNumber) {
+    EXPECT_EQ(call_string("PrimeCount_ExprPrimePi", "303*10^29").code, LIBRARY_FUNCTION_ERROR);
+}
+
+TEST_F(Strings, DeepNestingFails) {
+    const std::string x = std::string(100'000, '(') + "100" + std::string(100'000, ')');
+    EXPECT_EQ(call_string("PrimeCount_ExprPrimePi", x).code, LIBRARY_FUNCTION_ERROR);
+    EXPECT_EQ(count(std::string(5000, '(') + "100" + std::string(5000, ')')), "25");
+    EXPECT_EQ(report_of(submit("PrimeCount_SubmitExprPrimePi", x)).name, "Error");
+}
+
 TEST_F(Strings, WrongArgumentCounts) {
     const StringCall first = call_string("PrimeCount_ExprPrimePi", "100");
     for (const mint arity : {0, 2}) {
@@ -139,9 +160,9 @@ TEST_F(Strings, SubmitWithWrongArgumentCounts) {
 }
 
 TEST_F(Strings, TasksThatFail) {
-    for (const char* x : {"", "12a", "1e40"})
-        EXPECT_EQ(report_of(submit("PrimeCount_SubmitExprPrimePi", x)).name, "Error");
-    EXPECT_EQ(host.disowned().size(), 3u) << "a submitted text goes back whatever becomes of it";
+    for (const char* x : {"", "12a", "1e40", "10^39"})
+        EXPECT_EQ(report_of(submit("PrimeCount_SubmitExprPrimePi", x)).name, "Error") << x;
+    EXPECT_EQ(host.disowned().size(), 4u) << "a submitted text goes back whatever becomes of it";
 }
 
 TEST_F(Strings, NegativeNumberAsTask) {

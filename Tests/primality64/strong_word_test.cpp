@@ -127,23 +127,48 @@ TEST(StrongTest, WithoutAFactor2NothingIsSquared) {
     EXPECT_EQ(kesh::sprp<u64>(M, 11, 2, 3, 0), 0);
 }
 
-TEST(StrongTest, SideBySideEqualsOneAfterAnother) {
+TEST(StrongTest, ToOneBase) {
     for_odd_numbers([](u64 n, auto& random) {
-        const u64 last = std::min(n - 1, u64{0xFFFF});
-        const u64 b = random() % last + 1, c = random() % last + 1;
-        const bool to_2 = passes(n, 2), to_b = passes(n, b), to_c = passes(n, c), to_last = passes(n, last);
-        ASSERT_EQ(kesh::kernel::strong_tests<1>(n, {b}), to_b) << n;
-        ASSERT_EQ(kesh::kernel::strong_tests<2>(n, {2, b}), to_2 && to_b) << n;
-        ASSERT_EQ(kesh::kernel::strong_tests<3>(n, {2, b, c}), to_2 && to_b && to_c) << n;
-        ASSERT_EQ(kesh::kernel::strong_tests<3>(n, {c, last, b}), to_b && to_c && to_last) << n;
+        const u64 b = random() % std::min(n - 1, u64{0xFFFF}) + 1;
+        ASSERT_EQ(kesh::kernel::strong_test(n, b), passes(n, b)) << n << " to base " << b;
     });
+}
+
+TEST(StrongTest, Base2AndOthersEqualOneAfterAnother) {
+    using kesh::kernel::ShortWordPowerOf2, kesh::kernel::strong_tests_2_and, kesh::kernel::WordPowerOf2;
+    const auto expect_equal = [](u64 n, u64 b, u64 c) {
+        const bool to_2 = passes(n, 2), to_b = passes(n, b), to_c = passes(n, c);
+        ASSERT_EQ((strong_tests_2_and<WordPowerOf2, 1>(n, {b})), to_2 && to_b) << n << ' ' << b;
+        ASSERT_EQ((strong_tests_2_and<WordPowerOf2, 2>(n, {b, c})), to_2 && to_b && to_c) << n << ' ' << b << ' ' << c;
+        if (n >> 50 == 0) {
+            ASSERT_EQ((strong_tests_2_and<ShortWordPowerOf2, 1>(n, {b})), to_2 && to_b) << n << ' ' << b;
+        }
+    };
+    for_odd_numbers([&](u64 n, auto& random) {
+        if (n <= 1 << 18) return;
+        const u64 b = random() % 0xFFFF + 1, c = random() % 0xFFFF + 1;
+        expect_equal(n, b, c);
+        expect_equal(n, 0xFFFF, b);
+        // Primes nearby, and what is n times a power of two and one: both reach what composites leave out.
+        while (!kesh::reference::PrimeQ(n)) n = n > ~u64{0} - 100 ? n - 1000 : n + 2;
+        expect_equal(n, b, c);
+        for (int k = 1; k < 46; k += 3) {
+            if (n >> (63 - k) == 0) expect_equal((n << k) + 1, b, c);
+        }
+    });
+    for (u64 n : {u64{4759123141}, u64{3215031751}, u64{1122004669633}, u64{0x8000000000000001}}) {
+        // Two of them strong pseudoprimes to base 2; base 1 passes everywhere.
+        expect_equal(n, 1, 1);
+        expect_equal(n, 2, 7);
+        expect_equal(n, 7, 1);
+        expect_equal(n, 1, 7);
+    }
 }
 
 TEST(StrongTest, EveryBaseOfEverySmallNumber) {
     // Among them many that have b^(n-1) = 1 and fail for the sign of a square root of it only.
     for (u64 n = 3; n < 1200; n += 2) {
-        for (u64 b = 1; b < n; ++b)
-            ASSERT_EQ(kesh::kernel::strong_tests<1>(n, {b}), passes(n, b)) << n << " to base " << b;
+        for (u64 b = 1; b < n; ++b) ASSERT_EQ(kesh::kernel::strong_test(n, b), passes(n, b)) << n << " to base " << b;
     }
 }
 

@@ -33,10 +33,12 @@ TEST_F(Lists, SmallRanges) {
 }
 
 TEST_F(Lists, AnEmptyCollectionIsATensorOfLengthZero) {
-    for (const auto& call : {call_tensor("PrimeSieve_ListPrimes", {10, 1}), call_tensor("PrimeSieve_ListNPrimes", {0})}) {
-        EXPECT_EQ(call.code, LIBRARY_NO_ERROR);
-        ASSERT_NE(call.tensor, nullptr);
-        EXPECT_TRUE(call.tensor->data.empty());
+    const auto range = call_tensor("PrimeSieve_ListPrimes", {10, 1});
+    const auto first = call_tensor("PrimeSieve_ListNPrimes", {0});
+    for (const auto* call : {&range, &first}) {
+        EXPECT_EQ(call->code, LIBRARY_NO_ERROR);
+        ASSERT_NE(call->tensor, nullptr);
+        EXPECT_TRUE(call->tensor->data.empty());
     }
 }
 
@@ -61,10 +63,11 @@ TEST_F(Lists, TheLargestPrimeIsListed) {
 TEST_F(Lists, EveryHostErrorIsPassedOn) {
     for (int code = 1; code <= 7; ++code) {
         TestHost::instance().fail("MTensor_new", code);
-        for (const auto& call :
-             {call_tensor("PrimeSieve_ListPrimes", {0, 10}), call_tensor("PrimeSieve_ListNPrimes", {5})}) {
-            EXPECT_EQ(call.code, code);
-            EXPECT_EQ(call.tensor, nullptr);
+        const auto range = call_tensor("PrimeSieve_ListPrimes", {0, 10});
+        const auto first = call_tensor("PrimeSieve_ListNPrimes", {5});
+        for (const auto* call : {&range, &first}) {
+            EXPECT_EQ(call->code, code);
+            EXPECT_EQ(call->tensor, nullptr);
         }
     }
     EXPECT_EQ(TestHost::instance().tensors(), 0u);

@@ -1,21 +1,27 @@
 # Sourced by tests that need a Debian system on which nothing of this one was installed.
 
-# make_root FOLDER: the smallest Debian of this machine's own release and package source. Ends the test as skipped where
-# it cannot be had.
+# make_root FOLDER [SUITE]: the smallest Debian of a suite, else of this machine's own, from where this machine has its
+# packages. Ends the test as skipped where it cannot be had.
 make_root() {
-    local root=$1 source release log
+    local root=$1 suite own source log script
     [[ $(id -u) -eq 0 ]] || { echo "skipped: making a root takes root" >&2; exit 77; }
     command -v debootstrap >/dev/null || { echo "skipped: debootstrap is not installed" >&2; exit 77; }
-    release=$(. /etc/os-release && echo "$VERSION_CODENAME")
-    source=$(apt-get indextargets --format '$(REPO_URI)' "Created-By: Packages" "Codename: $release" | head -n 1)
+    own=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    suite=${2:-$own}
+    source=$(apt-get indextargets --format '$(REPO_URI)' "Created-By: Packages" "Codename: $own" | head -n 1)
     [[ -n $source ]] || { echo "skipped: no package source is known; apt-get update finds them" >&2; exit 77; }
+    # A suite that is younger than debootstrap is made like the one that never is released.
+    script=/usr/share/debootstrap/scripts/$suite
+    [[ -e $script ]] || script=/usr/share/debootstrap/scripts/sid
     rm -rf "$root"
     mkdir -p "$root"
     log=$root.log
-    debootstrap --variant=minbase "$release" "$root" "$source" >"$log" 2>&1 || { tail -n 20 "$log" >&2; return 1; }
-    # Its packages come from where this machine's come from.
-    rm -f "$root/etc/apt/sources.list"
-    cp -r /etc/apt/sources.list* /etc/apt/apt.conf.d "$root/etc/apt/"
+    debootstrap --variant=minbase "$suite" "$root" "$source" "$script" >"$log" 2>&1 || { tail -n 20 "$log" >&2; return 1; }
+    # Its packages come from where this machine's come from, by the same settings. A copy of a suite that is still in
+    # motion may be older than its index says that it may be.
+    echo "deb $source $suite main" >"$root/etc/apt/sources.list"
+    cp -r /etc/apt/apt.conf.d "$root/etc/apt/"
+    echo 'Acquire::Check-Valid-Until "false";' >"$root/etc/apt/apt.conf.d/99-any-age"
     cp /etc/resolv.conf /etc/hosts "$root/etc/"
 }
 

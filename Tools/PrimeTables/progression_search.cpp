@@ -50,8 +50,8 @@ void ProgressionSearch::searchBlock(const PrimeOrder& p, const Progression& cofa
 /// t does when the valuations differ, every t when ord_q divides step, and else one t in w = ord_q / gcd(ord_q, step).
 void ProgressionSearch::searchAll(const PrimeOrder& p, const Progression& cofactors, FermatFilter& filter) {
     const auto [first, step, members] = cofactors;
-    const auto push = [&, first = first, step = step](u64 t) {
-        const u64 m = first + t * step;
+    const auto push = [&](u64 t) {
+        const u64 m = cofactors.first + t * cofactors.step;
         if (m > 1) filter.push(p.prime * m, m);
     };
 

@@ -30,7 +30,7 @@ PROGRAMS = [
     (r"Shared/isqrt\.h|Shared/intx/", ["engine_test"]),
     (r"Shared/kernel/(product|columns|adx_rows)\.h", ["engine_test", "kernels_test"]),
     (r"Shared/kernel/(strong_word\.h|trial\.cpp)", ["primality64_test", "kernels_test"]),
-    (r"Shared/kernel/", ["kernels_test", "primality_test"]),
+    (r"Shared/kernel/", ["kernels_test", "kernels_model_test", "primality_test"]),
 ]
 ENGINE = ("engine_test", "engine_mont64_test", "tables_test")  # have nothing of the library
 UNITS = {  # which sources of these are worth a run

@@ -1,4 +1,5 @@
 /// Decimal digits of the square root of 2, from one integer square root evaluated by the compiler.
+///     c++ -std=c++20 engine_square_root.cpp $(pkg-config --cflags velmora-kesh-engine) -o engine_square_root
 
 #include <cstdio>
 

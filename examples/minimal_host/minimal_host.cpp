@@ -3,7 +3,8 @@
  * @brief  The least that a host needs to run one asynchronous count: load the library, hand over the two callback
  *         tables, create a task, submit, and receive the events.
  *
- *     minimal_host build/release/libVelmoraKesh.so 10000000000000000
+ *     c++ -std=c++20 -pthread minimal_host.cpp $(pkg-config --cflags velmora-kesh-host) -o minimal_host
+ *     ./minimal_host /usr/lib/x86_64-linux-gnu/libVelmoraKesh.so 10000000000000000
  */
 #include <dlfcn.h>
 

@@ -2,22 +2,9 @@
 /// @brief  The power and the ladder with 52-bit multiply-adds on eight lanes (AVX-512 IFMA). README.md derives the
 /// form.
 
-// The header of g++ 12 initialises a register with itself to mean "any value" and then warns of it (GCC bug 105593).
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-#else
-#include <immintrin.h>
-#endif
-
+#include "Shared/kernel/avx512.h"
 #include "Shared/kernel/portable.h"
 #include "Shared/kernel/routines.h"
-
-#define KESH_IFMA __attribute__((target("avx512f,avx512dq,avx512ifma,bmi2")))
-#define KESH_IFMA_INLINE __attribute__((target("avx512f,avx512dq,avx512ifma,bmi2"), always_inline)) inline
 
 namespace kesh::kernel {
 
@@ -30,6 +17,10 @@ constexpr umint digit_mask = (umint{1} << digit_bits) - 1;
 /// R is 2^(52 digits).
 template <int n>
 constexpr int digits = (64 * n + digit_bits) / digit_bits + 1;
+
+/// R' / (2^52 R) = 2^doublings, for R' = 2^(52 digits): 4 at 4 limbs, more at all other sizes.
+template <int n>
+constexpr int doublings = digit_bits*(digits<n> - 1) - 64 * n;
 
 /// 512-bit registers that hold those digits.
 template <int n>
@@ -137,6 +128,9 @@ KESH_IFMA_INLINE Vector<n> carry_step(const Vector<n>& a) noexcept {
     return add<n>(low, lanes_up<n>(high));
 }
 
+/// The digits of a number in lanes of any size. Two steps suffice unless a carry meets a digit of all ones, and then
+/// each further step moves that carry one lane up. Random numbers never need a third step. Moduli close to a power of 2
+/// do, since the residues of powers of 2 and of small quotients have rows of equal digits: README.md has figures.
 template <int n>
 KESH_IFMA_INLINE Vector<n> normalise(Vector<n> a) noexcept {
     a = carry_step<n>(carry_step<n>(a));
@@ -169,7 +163,7 @@ KESH_IFMA_INLINE void products(Vector<n> (&r)[count], const Vector<n> (&a)[count
 #pragma GCC unroll 32
     for (int i = 1; i <= digits<n>; ++i) {
         for (int c = 0; c < count; ++c) {
-            const __m512i q = _mm512_broadcastq_epi64(_mm512_castsi512_si128(acc[c].part[0]));
+            const __m512i q = low_52_bits(_mm512_broadcastq_epi64(_mm512_castsi512_si128(acc[c].part[0])));
             const __m512i carry = _mm512_maskz_srli_epi64(1, acc[c].part[0], digit_bits);
             Vector<n> moved = lanes_down<n>(acc[c]);
             moved.part[0] = _mm512_add_epi64(moved.part[0], carry);
@@ -203,20 +197,21 @@ Digits<n> make_mu(const Modulus<n>& modulus) noexcept {
     return mu;
 }
 
-/// The internal form of a residue a R: since 2^(52 digits) = 2^n 2^52 R, n doublings and a move by one digit.
+/// The internal form of a residue a R: doublings and a move by one digit.
 template <int n>
 Digits<n> to_internal(const umint* a, const Modulus<n>& modulus) noexcept {
     umint x[n];
     for (int i = 0; i < n; ++i) x[i] = a[i];
-    for (int i = 0; i < n; ++i) double_if<n>(x, 1, modulus.m);
+    for (int i = 0; i < doublings<n>; ++i) double_if<n>(x, 1, modulus.m);
     Digits<n> r;
     to_digits<n>(r, x, n, 1);
     return r;
 }
 
-/// The residue a R of an internal form: multiplied by 2^52 R it becomes a 2^52 R, less than 2^(64 n + 54); one row
-/// brings that below 2^(64 n), at a factor 2^(-64); and the last product with 2^12 R mod m restores the factors and
-/// ends below m.
+/// The residue a R of an internal form. The product with 2^52 R mod m is congruent to a 2^52 R. It is below
+/// (2^52 + 2^50) m: M = m k is below 2^52 m, and the operands below 4 * 2^(64 n + 52) and 2^52 m add at most 2^50 m (see
+/// the bounds in README.md). One row of 64 bits divides it by 2^64 and adds less than m, so that one subtraction makes
+/// it a residue, also of a small m. The last product with 2^12 R mod m restores the factors.
 template <int n>
 KESH_IFMA void from_internal(umint* r, const Vector<n>& a, const Vector<n>& mu, const Modulus<n>& modulus) noexcept {
     Digits<n> factor, product;
@@ -232,7 +227,7 @@ KESH_IFMA void from_internal(umint* r, const Vector<n>& a, const Vector<n>& mu, 
     reduce_once<n>(x, t + 1, top, modulus.m);
     for (int i = 0; i < n; ++i) scale[i] = modulus.r1[i];
     for (int i = 0; i < 64 - digit_bits; ++i) double_if<n>(scale, 1, modulus.m);
-    Portable::mul<n>(r, scale, x, modulus);
+    reduced_mul<n, Portable>(r, scale, x, modulus);
 }
 
 template <int n>
@@ -290,12 +285,15 @@ KESH_IFMA void ifma_lucas_ladder(umint* l, umint* h, const umint* a, const umint
 
 }  // namespace
 
+/// A single number of few digits waits for its reduction longer than its limbs do on two carry chains: about ten cycles
+/// a row and 35 at the end. Two numbers side by side fill each other's waiting time.
+constexpr int least_limbs_of_power = 7, least_limbs_of_ladder = 3;
+
 template <int n>
 const Routines<n>& ifma_routines() noexcept {
-    if constexpr (n == 2) {
+    if constexpr (n < least_limbs_of_ladder) {
         return adx_routines<n>();
-    } else if constexpr (n == 4) {
-        // A single row of digits waits for its reduction longer than four limbs do; two side by side do not.
+    } else if constexpr (n < least_limbs_of_power) {
         static const Routines<n> table = {adx_routines<n>().mont_mul, adx_routines<n>().mont_sqr,
                                           adx_routines<n>().pow2, ifma_lucas_ladder<n>};
         return table;
@@ -306,9 +304,8 @@ const Routines<n>& ifma_routines() noexcept {
     }
 }
 
-template const Routines<2>& ifma_routines<2>() noexcept;
-template const Routines<4>& ifma_routines<4>() noexcept;
-template const Routines<8>& ifma_routines<8>() noexcept;
-template const Routines<16>& ifma_routines<16>() noexcept;
+#define KESH_INSTANCE(n) template const Routines<n>& ifma_routines<n>() noexcept;
+KESH_FOR_EACH_WIDTH(KESH_INSTANCE)
+#undef KESH_INSTANCE
 
 }  // namespace kesh::kernel

@@ -3,6 +3,7 @@
 
 #include <cpuid.h>
 
+#include "Shared/kernel/avx512.h"
 #include "Shared/kernel/kernel.h"
 
 namespace kesh::kernel {
@@ -18,17 +19,10 @@ bool has_adx() noexcept {
     return (b & bmi2) != 0 && (b & adx) != 0;
 }
 
-/// The builtin also asks whether the operating system saves the 512-bit registers.
-bool has_ifma() noexcept {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
-           __builtin_cpu_supports("avx512ifma") != 0;
-}
-
 }  // namespace
 
 Level supported_level() noexcept {
-    static const Level found = !has_adx() ? Level::portable : !has_ifma() ? Level::adx : Level::ifma;
+    static const Level found = !has_adx() ? Level::portable : !processor_has_ifma() ? Level::adx : Level::ifma;
     return found;
 }
 

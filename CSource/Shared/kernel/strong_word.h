@@ -1,12 +1,14 @@
 /// @file   strong_word.h
-/// @brief  Strong probable-prime tests of one 64-bit number to several bases side by side, without branches on exponent bits.
+/// @brief  Strong probable-prime tests of one 64-bit number to several bases side by side, without branches on exponent
+/// bits.
 ///
-/// A strong test asks first whether b^e is 1 or -1 and then squares, so b^e is needed only up to its sign. A residue known up
-/// to sign saves a cycle of the twelve that a squaring in Montgomery form takes otherwise (word_mont_sqr_abs), and the multiplier
-/// is busy for two of the eleven, so that the squarings of three bases fit into little more than the time of one.
-/// The power is taken from the right with digits of two bits: while a runs through b^(4^i), the three accumulators y[1], y[2],
-/// y[3] collect the a whose digit is 1, 2, 3, off the critical path, and b^e = y1 * y2^2 * y3^3 (A. C. Yao, On the evaluation
-/// of powers, 1976). The bases are below 2^16, so the first digit needs no squarings: b^4 is a plain product.
+/// A strong test asks first whether b^e is 1 or -1 and then squares, so b^e is needed only up to its sign. A residue
+/// known up to sign saves a cycle of the twelve that a squaring in Montgomery form takes otherwise (word_mont_sqr_abs),
+/// and the multiplier is busy for two of the eleven, so that the squarings of three bases fit into little more than the
+/// time of one. The power is taken from the right with digits of two bits: while a runs through b^(4^i), the three
+/// accumulators y[1], y[2], y[3] collect the a whose digit is 1, 2, 3, off the critical path, and b^e = y1 * y2^2 *
+/// y3^3 (A. C. Yao, On the evaluation of powers, 1976). The bases are below 2^16, so the first digit needs no
+/// squarings: b^4 is a plain product.
 #pragma once
 
 #include <array>
@@ -18,8 +20,8 @@
 
 namespace kesh::kernel {
 
-/// m^(-1) modulo 2^64 for odd m. x = 3m xor 2 is right to 5 bits, so that y = 1 - m x is a multiple of 2^5, and m^(-1) is
-/// x / (1 - y) = x (1 + y) (1 + y^2) (1 + y^4) (1 + y^8) modulo y^16; the powers of y do not wait for the products.
+/// m^(-1) modulo 2^64 for odd m. x = 3m xor 2 is right to 5 bits, so that y = 1 - m x is a multiple of 2^5, and m^(-1)
+/// is x / (1 - y) = x (1 + y) (1 + y^2) (1 + y^4) (1 + y^8) modulo y^16; the powers of y do not wait for the products.
 constexpr umint word_inverse(umint m) noexcept {
     umint x = (3 * m) ^ 2, y = 1 - m * x;
     for (int step = 0; step < 3; ++step) {
@@ -30,8 +32,8 @@ constexpr umint word_inverse(umint m) noexcept {
 }
 
 /// x * y / 2^64 modulo m, below m, where inverse = m^(-1) modulo 2^64. Precondition: x * y < m * 2^64.
-/// With q the high limb of (x * y mod 2^64) * inverse * m the two products agree in their low limbs, so the result is the
-/// difference of the high limbs, plus m when that is negative. In assembly because a compiler is free to branch on
+/// With q the high limb of (x * y mod 2^64) * inverse * m the two products agree in their low limbs, so the result is
+/// the difference of the high limbs, plus m when that is negative. In assembly because a compiler is free to branch on
 /// that borrow, which no processor can predict.
 inline __attribute__((always_inline)) umint word_mont_mul(umint x, umint y, umint m, umint inverse) noexcept {
     umint high = x, low = y, lifted;
@@ -74,8 +76,9 @@ struct signless {
     umint low;    ///< value or -value modulo 2^64: has the same square modulo 2^64 and is known a cycle earlier
 };
 
-/// Replaces x by x^2 / 2^64 modulo m up to sign. What the next squaring waits for is low: low product 3 cycles, product by the
-/// inverse 3, high product 4, subtraction 1; the high product of x^2 and the choice of the sign have the time of the others.
+/// Replaces x by x^2 / 2^64 modulo m up to sign. What the next squaring waits for is low: low product 3 cycles, product
+/// by the inverse 3, high product 4, subtraction 1; the high product of x^2 and the choice of the sign have the time of
+/// the others.
 inline __attribute__((always_inline)) void word_mont_sqr_abs(signless& x, umint m, umint inverse) noexcept {
     umint scratch = x.value;
     __asm__(
@@ -96,66 +99,236 @@ inline __attribute__((always_inline)) void word_mont_sqr_abs(signless& x, umint 
         : "rdx", "cc");
 }
 
-/// True when odd n > 2 passes the strong probable-prime test to each of the K bases. Precondition: 0 < base < 2^16, base < n.
-/// Cost: about 64 dependent Montgomery products for a 64-bit n, whatever K is up to 3.
-template <std::size_t K>
-bool strong_tests(umint n, const std::array<umint, K>& bases) noexcept {
-    // Unrolled over the bases: the loop form would pass a and x through memory, whose latency is that of half a product.
-    const auto each = [](auto&& body) __attribute__((always_inline)) {
-        [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
-            (body(std::integral_constant<std::size_t, I>{}), ...);
-        }(std::make_index_sequence<K>{});
-    };
+/// x * 2^64 mod m, for x below m.
+inline umint times_r(umint x, umint m) noexcept {
+    umint quotient, remainder;
+    math_divmod(0, x, m, quotient, remainder);
+    return remainder;
+}
 
-    const umint inverse = word_inverse(n);
-    const auto mul_abs = [n, inverse](umint x, umint y) __attribute__((always_inline)) { return word_mont_mul_abs(x, y, n, inverse); };
+/// x * 2^d / 2^64 modulo m up to sign, for 0 <= d < 64.
+inline __attribute__((always_inline)) signless shift_mont(umint x, unsigned d, umint m, umint inverse) noexcept {
+    const umint high = (x >> 1) >> (63 - d);
+    const umint q = x * (inverse << d);
+    const umint part = static_cast<umint>((static_cast<umint2>(q) * m) >> 64);
+    const umint sign = umint{0} - umint{high < part};
+    return {((high - part) ^ sign) - sign, high - part};
+}
 
-    umint one = 0 - n;  // 2^64 mod n
-    if (one >= n) one %= n;
-    const umint minus_one = n - one;
-    umint unused, square;  // 2^128 mod n: a product by it brings a number into Montgomery form
-    math_divmod(0, one, n, unused, square);
+/// 64 + 64^2 + ... + 2^bits for a multiple of 6: makes of an exponent one whose digits of six bits count as d - 64, d =
+/// 0 ... 63.
+constexpr umint digit_offset(unsigned bits) noexcept {
+    return 0x1041041041041040 & ((umint{2} << bits) - 1);
+}
 
-    const mint k = math_count_trailing_zeros(n - 1);
-    umint e = (n - 1) >> k;
+/// An odd n > 2 in Montgomery form with R = 2^64, and what all strong tests of it share.
+struct WordModulus {
+    umint m;
+    umint inverse;  ///< 1/m mod 2^64
+    umint one;      ///< R mod m
+    mint k;         ///< m - 1 = e 2^k, e odd
+    umint e;
 
-    std::array<signless, K> a;
-    std::array<std::array<umint, K>, 4> y;
-    for (auto& accumulator : y) accumulator.fill(one);
-    each([&](auto c) __attribute__((always_inline)) {
-        assert(0 < bases[c] && bases[c] < n && bases[c] <= 0xFFFF);
-        y[e & 3][c] = mul_abs(bases[c], square);
-        const umint b2 = bases[c] * bases[c];
-        a[c].value = a[c].low = mul_abs(b2 * b2, square);
-    });
-
-    for (e >>= 2; e > 3; e >>= 2) {
-        auto& accumulator = y[e & 3];
-        const auto power = a;
-        // The squarings go first: they are what the loop waits for, the accumulators only have to keep up.
-        each([&](auto c) __attribute__((always_inline)) { word_mont_sqr_abs(a[c], n, inverse); });
-        each([&](auto c) __attribute__((always_inline)) { word_mont_sqr_abs(a[c], n, inverse); });
-        each([&](auto c) __attribute__((always_inline)) { accumulator[c] = mul_abs(accumulator[c], power[c].value); });
+    explicit WordModulus(umint n) noexcept
+        : m(n), inverse(word_inverse(n)), one(0 - n), k(math_count_trailing_zeros(n - 1)), e((n - 1) >> k) {
+        if (one >= n) one %= n;
     }
 
-    // With the last digit, b^e = (y3 y2 a^(e / 2))^2 y3 y1 a^(e % 2): all but three steps can be done before a is known.
-    std::array<umint, K> x;
+    [[nodiscard]] __attribute__((always_inline)) umint mul_abs(umint x, umint y) const noexcept {
+        return word_mont_mul_abs(x, y, m, inverse);
+    }
+    __attribute__((always_inline)) void square_abs(signless& x) const noexcept {
+        word_mont_sqr_abs(x, m, inverse);
+    }
+};
+
+/// body(0), ..., body(K - 1) with constants: a loop would pass what the chains hold through memory, whose latency is
+/// that of half a product.
+template <std::size_t K, class Body>
+inline __attribute__((always_inline)) void for_each_chain(Body&& body) noexcept {
+    [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
+        (body(std::integral_constant<std::size_t, I>{}), ...);
+    }
+    (std::make_index_sequence<K>{});
+}
+
+/// b^e up to sign for K bases b side by side, from the right.
+template <std::size_t K>
+class WordPowers {
+  public:
+    /// Precondition: 0 < base < 2^16, base < n.m, for each base.
+    __attribute__((always_inline)) WordPowers(const WordModulus& n, const std::array<umint, K>& bases) noexcept
+        : e_(n.e) {
+        const umint square = times_r(n.one, n.m);  // a product by it brings a number into Montgomery form
+        for (auto& accumulator : y_) accumulator.fill(n.one);
+        for_each_chain<K>([&](auto c) __attribute__((always_inline)) {
+            assert(0 < bases[c] && bases[c] < n.m && bases[c] <= 0xFFFF);
+            y_[e_ & 3][c] = n.mul_abs(bases[c], square);
+            const umint b2 = bases[c] * bases[c];
+            a_[c].value = a_[c].low = n.mul_abs(b2 * b2, square);
+        });
+        e_ >>= 2;
+    }
+
+    /// Whether a digit is left before the last one.
+    [[nodiscard]] bool unfinished() const noexcept {
+        return e_ > 3;
+    }
+
+    /// Takes a digit. The squarings go first: they are what the loop waits for, the accumulators only have to keep up.
+    __attribute__((always_inline)) void step(const WordModulus& n) noexcept {
+        auto& accumulator = y_[e_ & 3];
+        const auto power = a_;
+        for (int i = 0; i < 2; ++i) {
+            for_each_chain<K>([&](auto c) __attribute__((always_inline)) {
+                if constexpr (K == 1)
+                    n.square_abs(a_[c]);
+                else
+                    a_[c].value = n.mul_abs(a_[c].value, a_[c].value);
+            });
+        }
+        for_each_chain<K>([&](auto c) __attribute__((always_inline)) {
+            accumulator[c] = n.mul_abs(accumulator[c], power[c].value);
+        });
+        e_ >>= 2;
+    }
+
+    /// With the last digit, b^e = (y3 y2 a^(e / 2))^2 y3 y1 a^(e % 2): all but three steps can be done before a is
+    /// known.
+    [[nodiscard]] __attribute__((always_inline)) std::array<umint, K> finish(const WordModulus& n) const noexcept {
+        std::array<umint, K> x;
+        for_each_chain<K>([&](auto c) __attribute__((always_inline)) {
+            const umint root = n.mul_abs(n.mul_abs(y_[3][c], y_[2][c]), (e_ & 2) != 0 ? a_[c].value : n.one);
+            const umint rest = n.mul_abs(n.mul_abs(y_[3][c], y_[1][c]), (e_ & 1) != 0 ? a_[c].value : n.one);
+            x[c] = n.mul_abs(n.mul_abs(root, root), rest);
+        });
+        return x;
+    }
+
+  private:
+    umint e_;
+    std::array<signless, K> a_;
+    std::array<std::array<umint, K>, 4> y_;
+};
+
+/// 2^e up to sign, from the left with digits of six bits. A digit d counts as d - 64, because x * 2^d / 2^64 is one
+/// reduction of a shifted x, two multiplications where a product takes three; so the digits are those of e + 64 + 64^2
+/// + ... The top digit is at most 17, and the power begins with 2 to it. Precondition: n.m > 2^18.
+class WordPowerOf2 {
+  public:
+    __attribute__((always_inline)) explicit WordPowerOf2(const WordModulus& n) noexcept
+        : left_((static_cast<unsigned>(math_num_bits(n.e)) + 1) / 6 * 6) {
+        e_ = n.e + digit_offset(left_);
+        x_.value = x_.low = times_r(umint{1} << (e_ >> left_), n.m);
+    }
+
+    [[nodiscard]] bool unfinished() const noexcept {
+        return left_ != 0;
+    }
+
+    /// Takes a digit; calls work() twice on the way, which does not touch this power.
+    template <class Work>
+    __attribute__((always_inline)) void step(const WordModulus& n, Work&& work) noexcept {
+        for (int half = 0; half < 2; ++half) {
+            for (int i = 0; i < 3; ++i) n.square_abs(x_);
+            work();
+        }
+        left_ -= 6;
+        x_ = shift_mont(x_.value, static_cast<unsigned>(e_ >> left_) & 63, n.m, n.inverse);
+    }
+
+    [[nodiscard]] umint finish(const WordModulus&) const noexcept {
+        return x_.value;
+    }
+
+  private:
+    unsigned left_;  ///< bits of the exponent that are not done
+    umint e_;
+    signless x_;
+};
+
+/// The same for 2^18 < n.m < 2^50: a residue times 2^7 still has a square below 2^64 n.m, so that after every three
+/// squarings a digit of three bits is a shift.
+class ShortWordPowerOf2 {
+  public:
+    __attribute__((always_inline)) explicit ShortWordPowerOf2(const WordModulus& n) noexcept
+        : left_((static_cast<unsigned>(math_num_bits(n.e)) + 1) / 6 * 6) {
+        assert(n.m >> 50 == 0);
+        x_.value = x_.low = times_r(umint{1} << (n.e >> left_), n.m);
+    }
+
+    [[nodiscard]] bool unfinished() const noexcept {
+        return left_ != 0;
+    }
+
+    template <class Work>
+    __attribute__((always_inline)) void step(const WordModulus& n, Work&& work) noexcept {
+        for (int half = 0; half < 2; ++half) {
+            for (int i = 0; i < 3; ++i) n.square_abs(x_);
+            left_ -= 3;
+            const unsigned d = static_cast<unsigned>(n.e >> left_) & 7;
+            x_.value <<= d;
+            x_.low <<= d;
+            work();
+        }
+    }
+
+    [[nodiscard]] umint finish(const WordModulus& n) const noexcept {
+        return n.mul_abs(x_.value, n.one);
+    }
+
+  private:
+    unsigned left_;
+    signless x_;
+};
+
+/// Whether all of the powers x = b^e, up to sign, are those of a strong probable prime: x or one of its squares is 1 or
+/// -1, 1 only at first.
+template <std::size_t K>
+[[nodiscard]] __attribute__((always_inline)) inline bool end_strongly(const WordModulus& n,
+                                                                      std::array<umint, K> x) noexcept {
+    const umint minus_one = n.m - n.one;
     std::array<unsigned, K> passed;
-    each([&](auto c) __attribute__((always_inline)) {
-        const umint root = mul_abs(mul_abs(y[3][c], y[2][c]), (e & 2) != 0 ? a[c].value : one);
-        const umint rest = mul_abs(mul_abs(y[3][c], y[1][c]), (e & 1) != 0 ? a[c].value : one);
-        x[c] = mul_abs(mul_abs(root, root), rest);
-        passed[c] = unsigned{x[c] == one} | unsigned{x[c] == minus_one};
+    for_each_chain<K>([&](auto c) __attribute__((always_inline)) {
+        passed[c] = unsigned{x[c] == n.one} | unsigned{x[c] == minus_one};
     });
-    for (mint i = 1; i < k; ++i) {
-        each([&](auto c) __attribute__((always_inline)) {
-            x[c] = word_mont_mul(x[c], x[c], n, inverse);  // here the sign counts
+    for (mint i = 1; i < n.k; ++i) {
+        for_each_chain<K>([&](auto c) __attribute__((always_inline)) {
+            x[c] = word_mont_mul(x[c], x[c], n.m, n.inverse);  // here the sign counts
             passed[c] |= unsigned{x[c] == minus_one};
         });
     }
     unsigned all = 1;
-    each([&](auto c) __attribute__((always_inline)) { all &= passed[c]; });
+    for_each_chain<K>([&](auto c) __attribute__((always_inline)) { all &= passed[c]; });
     return all != 0;
+}
+
+/// True when odd n > 2 passes the strong probable-prime test to the base. Precondition: 0 < base < 2^16, base < n.
+inline bool strong_test(umint n, umint base) noexcept {
+    const WordModulus modulus(n);
+    WordPowers<1> power(modulus, {base});
+    while (power.unfinished()) power.step(modulus);
+    return end_strongly<1>(modulus, power.finish(modulus));
+}
+
+/// True when odd n passes the strong probable-prime tests to base 2 and to each of the K bases. Precondition: that of
+/// PowerOf2; 0 < base < 2^16. Base 2 sets the pace and decides for most composites; what its chain leaves of the
+/// multiplier goes to the other bases, four bits of theirs to six of its own, so that little is left to do for a prime
+/// afterwards.
+template <class PowerOf2, std::size_t K>
+bool strong_tests_2_and(umint n, const std::array<umint, K>& bases) noexcept {
+    const WordModulus modulus(n);
+    PowerOf2 power_of_2(modulus);
+    WordPowers<K> powers(modulus, bases);
+    while (power_of_2.unfinished()) {
+        power_of_2.step(
+            modulus, [&]() __attribute__((always_inline)) {
+                if (powers.unfinished()) powers.step(modulus);
+            });
+    }
+    if (!end_strongly<1>(modulus, {power_of_2.finish(modulus)})) return false;
+    while (powers.unfinished()) powers.step(modulus);
+    return end_strongly<K>(modulus, powers.finish(modulus));
 }
 
 }  // namespace kesh::kernel

@@ -1,0 +1,40 @@
+/// @file   avx512.h
+/// @brief  The AVX-512 instructions for the kernels: the compiler's intrinsics, and the attribute of functions that use
+/// them.
+///
+/// Kernels reach the intrinsics through this header only. Tests/kernels/model has a header of the same name whose
+/// intrinsics are functions in plain C++, and compiles the kernels' sources a second time with that one. So their
+/// tests run on every processor, and each lane is checked for overflow.
+#pragma once
+
+// The header of g++ 12 initialises a register with itself to mean "any value" and then warns of it (GCC bug 105593).
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+#else
+#include <immintrin.h>
+#endif
+
+#define KESH_IFMA __attribute__((target("avx512f,avx512dq,avx512ifma,bmi2")))
+#define KESH_IFMA_INLINE __attribute__((target("avx512f,avx512dq,avx512ifma,bmi2"), always_inline)) inline
+
+namespace kesh::kernel {
+
+/// Whether there are the instructions of KESH_IFMA functions. The builtin also asks whether the operating system saves
+/// the 512-bit registers.
+inline bool processor_has_ifma() noexcept {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
+           __builtin_cpu_supports("avx512ifma") != 0;
+}
+
+/// An operand of a multiply-add whose lanes may hold more than the 52 bits that count. The instruction ignores what is
+/// above them; the model accepts such lanes from here only.
+KESH_IFMA_INLINE __m512i low_52_bits(__m512i a) noexcept {
+    return a;
+}
+
+}  // namespace kesh::kernel

@@ -1,0 +1,15 @@
+/// @file   main.cpp
+/// @brief  Leaves out the vector kernels where the processor lacks their instructions: kernels_model_test runs them.
+
+#include <gtest/gtest.h>
+
+#include "Shared/kernel/kernel.h"
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    if (kesh::kernel::supported_level() < kesh::kernel::Level::ifma) {
+        const std::string filter = GTEST_FLAG_GET(filter);
+        GTEST_FLAG_SET(filter, filter + (filter.find('-') == std::string::npos ? "-*_ifma*" : ":*_ifma*"));
+    }
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,141 @@
+/// @file   avx512.cpp
+/// @brief  The model's instructions, lane by lane. Not inline: kernels unroll their rows, and would grow too large.
+
+#include "Shared/kernel/avx512.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace kesh::kernel {
+inline namespace model {
+
+namespace {
+
+[[noreturn]] void stop(const char* instruction, const char* what, umint a, umint b) noexcept {
+    std::fprintf(stderr, "%s %s: 0x%lx, 0x%lx\n", instruction, what, a, b);
+    std::abort();
+}
+
+umint checked_sum(const char* instruction, umint a, umint b) noexcept {
+    umint sum;
+    if (__builtin_add_overflow(a, b, &sum)) stop(instruction, "overflows", a, b);
+    return sum;
+}
+
+umint2 checked_product(const char* instruction, umint a, umint b) noexcept {
+    if (((a | b) >> 52) != 0) stop(instruction, "has an operand above 52 bits", a, b);
+    return static_cast<umint2>(a) * b;
+}
+
+umint checked_left_shift(const char* instruction, umint a, umint count) noexcept {
+    if (count > 63 || (a << count) >> count != a) stop(instruction, "loses bits", a, count);
+    return a << count;
+}
+
+void check_aligned(const char* instruction, const void* memory) noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(memory);
+    if (address % sizeof(__m512i) != 0) stop(instruction, "wants aligned memory", address, sizeof(__m512i));
+}
+
+/// The register whose lane i is f(i).
+template <class Function>
+__m512i lanes(Function f) noexcept {
+    __m512i r;
+    for (int i = 0; i < 8; ++i) r.lane[i] = f(i);
+    return r;
+}
+
+}  // namespace
+
+__m512i _mm512_load_si512(const void* memory) noexcept {
+    check_aligned("load", memory);
+    __m512i r;
+    std::memcpy(&r, memory, sizeof r);
+    return r;
+}
+
+void _mm512_store_si512(void* memory, const __m512i& a) noexcept {
+    check_aligned("store", memory);
+    std::memcpy(memory, &a, sizeof a);
+}
+
+__m512i _mm512_setzero_si512() noexcept {
+    return {};
+}
+
+__m512i _mm512_set1_epi64(long long a) noexcept {
+    return lanes([&](int) { return static_cast<umint>(a); });
+}
+
+__m128i _mm_cvtsi64_si128(long long a) noexcept {
+    return {{static_cast<umint>(a), 0}};
+}
+
+__m128i _mm512_castsi512_si128(const __m512i& a) noexcept {
+    return {{a.lane[0], a.lane[1]}};
+}
+
+__m512i _mm512_broadcastq_epi64(const __m128i& a) noexcept {
+    return lanes([&](int) { return a.lane[0]; });
+}
+
+__m512i _mm512_mask_blend_epi64(__mmask8 mask, const __m512i& a, const __m512i& b) noexcept {
+    return lanes([&](int i) { return ((mask >> i) & 1) != 0 ? b.lane[i] : a.lane[i]; });
+}
+
+__m512i _mm512_alignr_epi64(const __m512i& high, const __m512i& low, int count) noexcept {
+    return lanes([&](int i) { return i + count < 8 ? low.lane[i + count] : high.lane[i + count - 8]; });
+}
+
+__m512i _mm512_and_si512(const __m512i& a, const __m512i& b) noexcept {
+    return lanes([&](int i) { return a.lane[i] & b.lane[i]; });
+}
+
+__m512i _mm512_or_si512(const __m512i& a, const __m512i& b) noexcept {
+    return lanes([&](int i) { return a.lane[i] | b.lane[i]; });
+}
+
+__m512i _mm512_srli_epi64(const __m512i& a, unsigned count) noexcept {
+    return lanes([&](int i) { return a.lane[i] >> count; });
+}
+
+__m512i _mm512_maskz_srli_epi64(__mmask8 mask, const __m512i& a, unsigned count) noexcept {
+    return lanes([&](int i) { return ((mask >> i) & 1) != 0 ? a.lane[i] >> count : 0; });
+}
+
+__m512i _mm512_sll_epi64(const __m512i& a, const __m128i& count) noexcept {
+    return lanes([&](int i) { return checked_left_shift("sll", a.lane[i], count.lane[0]); });
+}
+
+__mmask8 _mm512_cmpgt_epu64_mask(const __m512i& a, const __m512i& b) noexcept {
+    unsigned mask = 0;
+    for (int i = 0; i < 8; ++i) mask |= (a.lane[i] > b.lane[i] ? 1U : 0U) << i;
+    return static_cast<__mmask8>(mask);
+}
+
+__m512i _mm512_add_epi64(const __m512i& a, const __m512i& b) noexcept {
+    return lanes([&](int i) { return checked_sum("add", a.lane[i], b.lane[i]); });
+}
+
+__m512i _mm512_madd52lo_epu64(const __m512i& acc, const __m512i& a, const __m512i& b) noexcept {
+    return lanes([&](int i) {
+        const umint2 product = checked_product("madd52lo", a.lane[i], b.lane[i]);
+        return checked_sum("madd52lo", acc.lane[i], static_cast<umint>(product) << 12 >> 12);
+    });
+}
+
+__m512i _mm512_madd52hi_epu64(const __m512i& acc, const __m512i& a, const __m512i& b) noexcept {
+    return lanes([&](int i) {
+        const umint2 product = checked_product("madd52hi", a.lane[i], b.lane[i]);
+        return checked_sum("madd52hi", acc.lane[i], static_cast<umint>(product >> 52));
+    });
+}
+
+__m512i low_52_bits(const __m512i& a) noexcept {
+    return lanes([&](int i) { return a.lane[i] << 12 >> 12; });
+}
+
+}  // namespace model
+}  // namespace kesh::kernel
