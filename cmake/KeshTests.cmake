@@ -4,6 +4,9 @@
 #   the tree through compile definitions.
 include(GoogleTest)
 
+# Seconds, for what hangs: a busy machine does not reach it.
+set(KESH_TEST_TIMEOUT 3600)
+
 # A request for more memory than there is must fail in the library as it does without a sanitizer.
 set(KESH_TEST_ENVIRONMENT
     ASAN_OPTIONS=allocator_may_return_null=1
@@ -22,7 +25,7 @@ function(kesh_add_test name)
     add_dependencies(${name} VelmoraKesh)
     # As the command that tests run under: of a list in PROPERTIES only the first variable would arrive.
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "env;${KESH_TEST_ENVIRONMENT}")
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "${arg_FILTER}-*Long_*" PROPERTIES TIMEOUT 600)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "${arg_FILTER}-*Long_*" PROPERTIES TIMEOUT ${KESH_TEST_TIMEOUT})
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "*Long_*" TEST_LIST ${name}_LONG
-        PROPERTIES LABELS long TIMEOUT 5400)
+        PROPERTIES LABELS long TIMEOUT 10800)
 endfunction()

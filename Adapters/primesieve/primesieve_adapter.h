@@ -1,12 +1,14 @@
 /**
  * @file   primesieve_adapter.h
- * @brief  The two services of primesieve whose meaning changed between its versions, in the form that the sieve
- *         exports rely on: placing an iterator strictly beside a number, and collecting primes into 32-bit elements.
+ * @brief  The services of primesieve in the form that the sieve exports rely on: placing an iterator strictly beside a
+ *         number, telling it how far a walk will go, and collecting primes into 32-bit elements.
  *
  * Everything else of primesieve is used directly.
  */
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -15,9 +17,34 @@
 
 namespace kesh::sieve {
 
+/**
+ * The distance within which the k-th prime beside x nearly always lies: 1.2 times the average one, and at least the
+ * largest gap between primes below 2^64, 1550.
+ *
+ * An iterator that expects to go on to 2^64 sieves some root of x at a time: 2 GB of primes for the one below 2^64. A
+ * hint changes no answer: the iterator goes on as before where it was too near.
+ */
+inline uint64_t expected_distance(uint64_t x, int64_t k) {
+    const double average = std::log(static_cast<double>(x) + 2);
+    const double distance = 1.2 * average * static_cast<double>(std::max<int64_t>(k, 0)) + 1550;
+    return distance < 0x1p63 ? static_cast<uint64_t>(distance) : uint64_t{1} << 63;
+}
+
+/** A stop hint for k primes above x. */
+inline uint64_t hint_above(uint64_t x, int64_t k) {
+    return x + std::min(expected_distance(x, k), std::numeric_limits<uint64_t>::max() - x);
+}
+
+/** A stop hint for k primes below x. */
+inline uint64_t hint_below(uint64_t x, int64_t k) {
+    return x - std::min(expected_distance(x, k), x);
+}
+
 /** True for iterators of primesieve before version 11, which have `skipto` with the strict meaning. */
 template <typename Iterator>
-concept has_skipto = requires(Iterator it, uint64_t x) { it.skipto(x, x); };
+concept has_skipto = requires(Iterator it, uint64_t x) {
+    it.skipto(x, x);
+};
 
 /**
  * Places the iterator so that the following `next_prime()` calls yield the primes > x in increasing order.

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "VelmoraIOLibraryFunctions.h"
 #include "primecount_adapter.h"
@@ -236,8 +237,9 @@ int PrimeCount_ExprPrimePi(VelmoraLibraryData libData, mint Argc, MArgument* Arg
         // The text goes back to the host only with a result; after a failure the host disposes of its argument itself.
         return LIBRARY_FUNCTION_ERROR;
     }
-    // The old result goes first, so that two never exist at once.
-    if (outstr != nullptr) delete[] outstr;
+    // The old result goes first, so that two never exist at once. Should there be no memory for the new one, the next call
+    // must not release it again.
+    delete[] std::exchange(outstr, nullptr);
     outstr = new char[m.length() + 1];
     copy_string(outstr, m);
     *Res.utf8string = outstr;

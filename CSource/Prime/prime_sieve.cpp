@@ -73,22 +73,25 @@ int PrimeSieve_CountSextuplets(VelmoraLibraryData /*libData*/, mint Argc, MArgum
 int PrimeSieve_NextPrime(VelmoraLibraryData /*libData*/, mint Argc, MArgument* Args, MArgument Res) {
     primesieve::iterator it(0, primesieve::get_max_stop());
     if (Argc != 1) return LIBRARY_FUNCTION_ERROR;
-    kesh::sieve::skipto_for_next(it, unsigned_argument(Args, 0), primesieve::get_max_stop());
+    const umint n = unsigned_argument(Args, 0);
+    kesh::sieve::skipto_for_next(it, n, kesh::sieve::hint_above(n, 1));
     return return_integer(Res, it.next_prime());
 }
 
 int PrimeSieve_PreviousPrime(VelmoraLibraryData /*libData*/, mint Argc, MArgument* Args, MArgument Res) {
     primesieve::iterator it(0, primesieve::get_max_stop());
     if (Argc != 1) return LIBRARY_FUNCTION_ERROR;
-    kesh::sieve::skipto_for_prev(it, unsigned_argument(Args, 0), primesieve::get_max_stop());
+    const umint n = unsigned_argument(Args, 0);
+    kesh::sieve::skipto_for_prev(it, n, kesh::sieve::hint_below(n, 1));
     return return_integer(Res, it.prev_prime());
 }
 
 int PrimeSieve_NextKthPrime(VelmoraLibraryData /*libData*/, mint Argc, MArgument* Args, MArgument Res) {
     primesieve::iterator it(0, primesieve::get_max_stop());
     if (Argc != 2) return LIBRARY_FUNCTION_ERROR;
-    kesh::sieve::skipto_for_next(it, unsigned_argument(Args, 0), primesieve::get_max_stop());
+    const umint n = unsigned_argument(Args, 0);
     const mint k = integer_argument(Args, 1);
+    kesh::sieve::skipto_for_next(it, n, kesh::sieve::hint_above(n, k));
     umint prime = 0;  // what k <= 0 gets: no prime is drawn
     for (mint i = 1; i <= k; ++i) prime = it.next_prime();
     return return_integer(Res, prime);
@@ -97,10 +100,14 @@ int PrimeSieve_NextKthPrime(VelmoraLibraryData /*libData*/, mint Argc, MArgument
 int PrimeSieve_PreviousKthPrime(VelmoraLibraryData /*libData*/, mint Argc, MArgument* Args, MArgument Res) {
     primesieve::iterator it(0, primesieve::get_max_stop());
     if (Argc != 2) return LIBRARY_FUNCTION_ERROR;
-    kesh::sieve::skipto_for_prev(it, unsigned_argument(Args, 0), primesieve::get_max_stop());
+    const umint n = unsigned_argument(Args, 0);
     const mint k = integer_argument(Args, 1);
+    kesh::sieve::skipto_for_prev(it, n, kesh::sieve::hint_below(n, k));
     umint prime = 0;  // what k <= 0 gets: no prime is drawn
-    for (mint i = 1; i <= k; ++i) prime = it.prev_prime();
+    for (mint i = 1; i <= k; ++i) {
+        prime = it.prev_prime();
+        if (prime == 0) break;  // below 2 the iterator yields 0 for ever
+    }
     return return_integer(Res, prime);
 }
 
@@ -118,8 +125,10 @@ int PrimeSieve_PrimeSumInterval(VelmoraLibraryData /*libData*/, mint Argc, MArgu
     if (Argc != 2) return LIBRARY_FUNCTION_ERROR;
     // Both ends wrap on purpose: the interval is the caller's to choose, and a guard for the two values that have no
     // predecessor or successor would make every other caller pay for them.
-    kesh::sieve::skipto_for_next(it, unsigned_argument(Args, 0) - 1, primesieve::get_max_stop());
-    const umint bound = unsigned_argument(Args, 1) + 1;
+    const umint b = unsigned_argument(Args, 1);
+    // The walk ends with the first prime above b.
+    kesh::sieve::skipto_for_next(it, unsigned_argument(Args, 0) - 1, kesh::sieve::hint_above(b, 1));
+    const umint bound = b + 1;
     umint sum = 0;
     for (umint prime = it.next_prime(); prime < bound; prime = it.next_prime()) sum += prime;
     return return_integer(Res, sum);

@@ -10,10 +10,12 @@
 #pragma once
 
 #include <algorithm>
-#include <cassert>
 #include <cstdlib>
 #include <iterator>
+#include <span>
 #include <type_traits>
+#include <utility>
+#include <variant>
 
 #include "Prime/small_primes.h"
 #include "Shared/jacobi.h"
@@ -53,6 +55,9 @@ int sprp(const mp_mont_data<T>& M, const std::type_identity_t<T>& n, std::type_i
 
 /** Primality of n <= 1,048,577 by one look at a bitmap; 1 is not prime. Larger odd n lie outside the bitmap. */
 bool isPrime(std::uint32_t n);
+
+/** That bitmap: bit k, counted from bit 0 of the first word, tells whether 2 k + 3 is prime. */
+std::span<const std::uint32_t> odd_prime_bitmap();
 
 /** Primality of any 32-bit n: the bitmap, or trial division and one strong test to a hashed base. */
 bool PrimeQ(std::uint32_t n);
@@ -175,33 +180,60 @@ class generic_steps {
 };
 
 /**
- * The same three steps, with the same verdicts, by the kernels that fit the processor. Precondition: n >= 2^64, as all
- * that PrimeQ tests at these widths.
+ * The same three steps, with the same verdicts, by the kernels that fit the processor and the limbs that n has: a value
+ * of nine limbs is not tested as one of sixteen. Precondition: n >= 2^64, as all that PrimeQ tests at these widths.
  */
 template <wide_word T>
 class kernel_steps {
   public:
     static bool has_small_factor(const T& n) {
-        return kernel::has_small_factor(n.limb);
+        return kernel::has_small_factor(significant_limbs(n));
     }
 
-    explicit kernel_steps(const T& n_) : n(n_), modulus(n.limb) {}
+    explicit kernel_steps(const T& n_) : n(n_), modulus(make_modulus<2>(n)) {}
 
     [[nodiscard]] bool passes_base_2() const {
-        return kernel::strong_base2(modulus);
+        return std::visit([](const auto& m) { return kernel::strong_base2(m); }, modulus);
     }
 
     [[nodiscard]] bool passes_lucas() const {
         const auto symbol = [this](mint d) {
-            return jacobi_of_small(d, kernel::mod_limb(n.limb, static_cast<umint>(std::abs(d))), n.limb[0]);
+            const umint rest = kernel::mod_limb(significant_limbs(n), static_cast<umint>(std::abs(d)));
+            return jacobi_of_small(d, rest, n.limb[0]);
         };
         mint D, P, Q;
-        return selfridge_parameters(n, symbol, D, P, Q) != 0 && kernel::lucas_u_vanishes(modulus, Q);
+        if (selfridge_parameters(n, symbol, D, P, Q) == 0) return false;
+        return std::visit([Q](const auto& m) { return kernel::lucas_u_vanishes(m, Q); }, modulus);
     }
 
   private:
+    static constexpr int limbs = static_cast<int>(T::limbs);
+
+    template <class Counts>
+    struct one_of;
+    template <int... less_2>
+    struct one_of<std::integer_sequence<int, less_2...>> {
+        using type = std::variant<kernel::Modulus<less_2 + 2>...>;
+    };
+    /** The modulus with its number of limbs, 2 to that of T. */
+    using any_modulus = typename one_of<std::make_integer_sequence<int, limbs - 1>>::type;
+
+    static std::span<const umint> significant_limbs(const T& value) {
+        std::size_t count = T::limbs;
+        while (count > 2 && value.limb[count - 1] == 0) --count;
+        return {value.limb, count};
+    }
+
+    template <int count>
+    static any_modulus make_modulus(const T& value) {
+        if constexpr (count < limbs) {
+            if (significant_limbs(value).size() > count) return make_modulus<count + 1>(value);
+        }
+        return any_modulus(std::in_place_type<kernel::Modulus<count>>, value.limb);
+    }
+
     T n;
-    kernel::Modulus<static_cast<int>(T::limbs)> modulus;
+    any_modulus modulus;
 };
 
 /**
@@ -210,7 +242,7 @@ class kernel_steps {
  */
 template <wide_word T, template <class> class Steps = generic_steps>
 int PrimeQ_BPSW(T n, [[maybe_unused]] mint strong_lucas) {
-    assert(strong_lucas == 0);
+    KESH_REQUIRE(strong_lucas == 0);
     if ((n.limb[0] & 1) == 0) return n == 2 ? 1 : 0;
     init_small_primes();
     if (Steps<T>::has_small_factor(n)) return 0;

@@ -5,13 +5,18 @@
 #include "Prime/small_primes.h"
 
 #include <algorithm>
+#include <bit>
 #include <mutex>
+#include <new>
+
+#include "Prime/prime_testing.h"
 
 namespace kesh {
 
 std::vector<small_prime> primes_small;
 
 std::vector<small_prime> gen_small_prime(mint limit) {
+    KESH_REQUIRE(limit <= SMALL_PRIMES_UPTO);
     constexpr mint root = 1000;           // floor(sqrt(SMALL_PRIMES_UPTO))
     constexpr mint segment_size = 32768;  // one byte a number: the first-level cache holds it
 
@@ -50,10 +55,31 @@ std::vector<small_prime> gen_small_prime(mint limit) {
     return primes;
 }
 
+std::vector<small_prime> small_primes_from_bitmap() {
+    std::vector<small_prime> primes;
+    primes.reserve(SMALL_PRIMES_COUNT);
+    primes.emplace_back(2UL);
+    std::uint32_t n = 3;  // what bit 0 of the word stands for
+    for (auto word = odd_prime_bitmap().begin(); n <= SMALL_PRIMES_UPTO; ++word, n += 64) {
+        for (std::uint32_t bits = *word; bits != 0; bits &= bits - 1) {
+            const std::uint32_t prime = n + 2 * static_cast<std::uint32_t>(std::countr_zero(bits));
+            if (prime > SMALL_PRIMES_UPTO) break;
+            primes.emplace_back(static_cast<unsigned long>(prime));
+        }
+    }
+    return primes;
+}
+
 void init_small_primes() {
     static std::once_flag built;
     std::call_once(built, [] {
-        if (primes_small.empty()) primes_small = gen_small_prime(SMALL_PRIMES_UPTO);
+        if (!primes_small.empty()) return;
+        try {
+            primes_small = small_primes_from_bitmap();
+        } catch (const std::bad_alloc&) {
+            // No verdict needs the table. Not left to the caller: an exception that passes through call_once makes the
+            // C library load another one for the unwinding, and without memory it ends the process instead.
+        }
     });
 }
 

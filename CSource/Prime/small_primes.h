@@ -15,9 +15,12 @@ using small_prime = fastdiv2x1<unsigned long, unsigned long>;
 /** The table's bound. */
 inline constexpr mint SMALL_PRIMES_UPTO = 1000000;
 
+/** The number of primes up to there. */
+inline constexpr std::size_t SMALL_PRIMES_COUNT = 78498;
+
 /**
- * The primes up to SMALL_PRIMES_UPTO in increasing order, 2 first: 78,498 entries once built, none before. Built by
- * init_small_primes() and never changed again.
+ * The primes up to SMALL_PRIMES_UPTO in increasing order, 2 first: SMALL_PRIMES_COUNT entries once built, none before.
+ * Built by init_small_primes() and never changed again.
  */
 extern std::vector<small_prime> primes_small;
 
@@ -28,8 +31,14 @@ extern std::vector<small_prime> primes_small;
 std::vector<small_prime> gen_small_prime(mint limit);
 
 /**
+ * The same primes up to SMALL_PRIMES_UPTO, read from the bitmap of the 64-bit test. What remains of the cost is the
+ * first touch of the table's pages: they are allocated once, where the sieve's table is moved as it grows.
+ */
+std::vector<small_prime> small_primes_from_bitmap();
+
+/**
  * Builds primes_small if it is not built yet. Threads that come first at the same time wait for the one that builds;
- * what any of them reads afterwards is the finished table.
+ * what any of them reads afterwards is the finished table, or for good the empty one if there was no memory for it.
  */
 void init_small_primes();
 
@@ -40,6 +49,7 @@ void init_small_primes();
  */
 template <wide_word T>
 int primeq_trial_division(T n, mint from, mint to) {
+    KESH_REQUIRE(0 <= from && to <= static_cast<mint>(primes_small.size()));
     for (mint i = from; i < to; ++i) {
         const small_prime& p = primes_small[static_cast<std::size_t>(i)];
         if ((n / p) * p == n) return n != p.m ? 0 : 1;

@@ -165,9 +165,9 @@ class HeldProgress {
             released_.wait(false);
         });
     }
-    /** Waits until a count is held; false when none is within two minutes. */
+    /** Waits until a count is held; false when none is within twenty minutes. */
     [[nodiscard]] bool wait() const {
-        for (int i = 0; i < 12'000 && !reached_; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        for (int i = 0; i < 120'000 && !reached_; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
         return reached_;
     }
     void release() {

@@ -5,7 +5,8 @@
     check_console_blocks.py --shell PROGRAM PAGE...
 
 A block that opens with ```console holds commands, each on a line that begins with "$ ", followed by what it prints.
-Times differ from run to run, so "(2.06 s)" equals any time; a line "..." stands for any number of lines.
+Times differ from run to run: "(2.06 s)" equals any time, and lines of progress, which a call prints every two seconds,
+are left out on both sides. A line "..." stands for any number of lines.
 
 Without a shell only calls of kesh-host are run, also at the end of a pipe. With one every command is, as PROGRAM COMMAND,
 in the order of the pages; commands other than kesh-host must succeed besides.
@@ -15,12 +16,18 @@ import re
 import subprocess
 import sys
 
-TIME = re.compile(r"\b\d+(\.\d+)? (µs|us|ms|s|min|h)\b")
-COUNT = re.compile(r"\b\d+ (progress reports|pieces)\b")
+TIME = re.compile(r"\b(\d+ h |\d+ min )?\d+(\.\d+)? (µs|us|ms|s|min|h)\b")
+COUNT = re.compile(r"\b\d+ (progress report|piece)s?\b")
+PROGRESS = re.compile(r".* [#\-█░]* +\d+\.\d %  TIME(, .*)?|[|/\\⠋⠙⠸⠴⠦⠧⠇⠏-] .*  TIME(, .*)?")
 
 
 def normalised(line):
-    return COUNT.sub(r"N \1", TIME.sub("TIME", line.rstrip()))
+    return COUNT.sub(r"N \1s", TIME.sub("TIME", line.rstrip()))
+
+
+def lasting(lines):
+    """The lines as they are on every machine: times and counts of reports normalised, progress left out."""
+    return [line for line in map(normalised, lines) if not PROGRESS.fullmatch(line)]
 
 
 def matches(shown, seen):
@@ -29,13 +36,13 @@ def matches(shown, seen):
         return not seen
     if shown[0] == "...":
         return any(matches(shown[1:], seen[skip:]) for skip in range(len(seen) + 1))
-    return bool(seen) and normalised(shown[0]) == normalised(seen[0]) and matches(shown[1:], seen[1:])
+    return bool(seen) and shown[0] == seen[0] and matches(shown[1:], seen[1:])
 
 
 def runner(folder):
     """Runs a command with kesh-host of that folder: (lines printed, exit status)."""
     environment = dict(os.environ, PATH=folder + os.pathsep + os.environ["PATH"])
-    return lambda command: finished(["bash", "-c", command], environment, limit=300)
+    return lambda command: finished(["bash", "-c", command], environment, limit=3600)
 
 
 def finished(words, environment, limit):
@@ -103,7 +110,7 @@ def main():
                 failed = status != 0 and not calls_host(command)
                 if through_shell:
                     print(f"{page}: $ {command}", flush=True)
-                if (failed or not matches(shown, seen)) and not update:
+                if (failed or not matches(lasting(shown), lasting(seen))) and not update:
                     wrong += 1
                     print(f"{page}: $ {command}\n  shown:\n    " + "\n    ".join(shown) + f"\n  seen, with status {status}:\n    " +
                           "\n    ".join(seen[-100:]), flush=True)

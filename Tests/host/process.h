@@ -23,9 +23,12 @@ struct Finished {
 
 /** What to give a process besides its arguments. */
 struct Surroundings {
-    std::string input = {};                               ///< standard input
-    std::map<std::string, std::string> environment = {};  ///< set on top of the test's own
-    int signal = 0;                                       ///< sent once `signal_when` has appeared on standard error
+    std::string input = {};                                 ///< standard input
+    std::string input_file = {};                            ///< standard input is this file instead
+    std::string output_file = {};                           ///< standard output goes to this file
+    std::map<std::string, std::string> environment = {};    ///< set on top of the test's own
+    std::chrono::seconds limit = std::chrono::minutes(20);  ///< of silence, after which it is killed
+    int signal = 0;                                         ///< sent once `signal_when` has appeared on standard error
     std::string signal_when = {};
 };
 
@@ -43,9 +46,9 @@ class TerminalHost {
 
     void type(const std::string& keys);
     /** Reads until the text has appeared after what was last expected; false when it does not in time. */
-    bool expect(const std::string& text, std::chrono::seconds limit = std::chrono::seconds(60));
+    bool expect(const std::string& text, std::chrono::seconds limit = std::chrono::minutes(20));
     /** Waits for the end; the exit code, or -1 when it does not come. */
-    int wait(std::chrono::seconds limit = std::chrono::seconds(60));
+    int wait(std::chrono::seconds limit = std::chrono::minutes(20));
     /** The last of what has been written, for messages. */
     std::string recent() const {
         return screen_.substr(screen_.size() > 500 ? screen_.size() - 500 : 0);

@@ -66,11 +66,12 @@ class Skewed {
         return r;
     }
 
-    /// An odd number above 1: of any of the patterns, near 2^(64 n), near 2^(64 n - 1) from either side, or small.
+    /// An odd number above 1: of any of the patterns, near 2^(64 n), near 2^(64 n - 1) from either side, near any power
+    /// of two from either side, or small.
     template <std::size_t n>
     Limbs<n> modulus() {
         Limbs<n> r = limbs<n>();
-        switch (below(6)) {
+        switch (below(8)) {
             case 0:
                 r.fill(~umint{0});
                 r[0] -= below(100);
@@ -88,6 +89,15 @@ class Skewed {
             case 3:
                 r.fill(0);
                 r[0] = below(2) == 0 ? 3 + below(100) : engine_();
+                break;
+            case 4: {
+                const umint k = 7 + below(64 * n - 7);
+                const umint offset = below(100);
+                r = from_mpz<n>((mpz_class(1) << k) + (below(2) == 0 ? mpz_class(offset) : -mpz_class(offset)));
+                break;
+            }
+            case 5:  // of n limbs, with any number of leading zeros
+                r[n - 1] = (r[n - 1] | umint{1} << 63) >> below(64);
                 break;
             default:
                 r[n - 1] |= umint{1} << 63;

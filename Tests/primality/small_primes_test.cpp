@@ -56,6 +56,20 @@ TEST(SmallPrimes, EveryLimitGivesThePrimesUpToIt) {
     }
 }
 
+TEST(SmallPrimes, TheBitmapGivesTheTableOfTheSieve) {
+    const std::vector<small_prime> sieved = kesh::gen_small_prime(kesh::SMALL_PRIMES_UPTO);
+    const std::vector<small_prime> read = kesh::small_primes_from_bitmap();
+    ASSERT_EQ(read.size(), sieved.size());
+    EXPECT_EQ(read.capacity(), read.size()) << "allocated once";
+    for (std::size_t i = 0; i < read.size(); ++i) {
+        ASSERT_EQ(read[i].m, sieved[i].m);
+        ASSERT_EQ(read[i].d, sieved[i].d);
+        ASSERT_EQ(read[i].s, sieved[i].s);
+        ASSERT_EQ(read[i].magic, sieved[i].magic);
+        ASSERT_EQ(read[i].size, sieved[i].size);
+    }
+}
+
 TEST(SmallPrimes, BuiltOnce) {
     kesh::init_small_primes();
     const small_prime* const first = primes_small.data();

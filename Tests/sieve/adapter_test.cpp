@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <stdexcept>
 #include <string>
 
@@ -55,6 +56,57 @@ TEST(SkipTo, Long_NeighboursAtTheTopOfTheRange) {
     EXPECT_EQ(next_after(18446744073709551556u), 18446744073709551557u);
     expect_none_after(18446744073709551557u);
     expect_none_after(max64 - 1);
+}
+
+TEST(Hints, LieBeyondTheWalkAndInRange) {
+    using kesh::sieve::hint_above;
+    using kesh::sieve::hint_below;
+    EXPECT_EQ(hint_above(0, 0), 1550u);
+    EXPECT_EQ(hint_above(max64 - 10, 1), max64);
+    EXPECT_EQ(hint_above(max64, 1), max64);
+    EXPECT_EQ(hint_below(0, 1), 0u);
+    EXPECT_EQ(hint_below(100, 1), 0u);
+    EXPECT_EQ(hint_below(1'000'000, 0), 998'450u);
+    EXPECT_EQ(hint_below(max64, 0), max64 - 1550);
+    EXPECT_EQ(hint_above(1'000'000, -5), hint_above(1'000'000, 0)) << "such a walk draws no prime";
+    EXPECT_EQ(hint_above(1000, std::numeric_limits<int64_t>::max()), (uint64_t{1} << 63) + 1000);
+    EXPECT_EQ(hint_above(max64, std::numeric_limits<int64_t>::max()), max64);
+    EXPECT_EQ(hint_below(max64, std::numeric_limits<int64_t>::max()), max64 >> 1);
+    // The walk from 10^12 to its 1000th prime neighbours is about 1000 ln 10^12 = 27,631 long.
+    EXPECT_GT(hint_above(1'000'000'000'000, 1000), 1'000'000'027'631u);
+    EXPECT_LT(hint_above(1'000'000'000'000, 1000), 1'000'000'040'000u);
+}
+
+/** The last of k primes of a walk; 0 where a walk downwards runs out of them. */
+uint64_t kth_above(uint64_t x, int64_t k, uint64_t stop_hint) {
+    primesieve::iterator it;
+    kesh::sieve::skipto_for_next(it, x, stop_hint);
+    uint64_t prime = 0;
+    for (int64_t i = 0; i < k; ++i) prime = it.next_prime();
+    return prime;
+}
+
+uint64_t kth_below(uint64_t x, int64_t k, uint64_t stop_hint) {
+    primesieve::iterator it;
+    kesh::sieve::skipto_for_prev(it, x, stop_hint);
+    uint64_t prime = 0;
+    for (int64_t i = 0; i < k; ++i) prime = it.prev_prime();
+    return prime;
+}
+
+TEST(Hints, ChangeNoAnswer) {
+    std::mt19937_64 random(14);
+    for (int i = 0; i < 1000; ++i) {
+        const uint64_t x = random() >> (24 + random() % 40);  // up to 2^40
+        const int64_t k = static_cast<int64_t>(random() % (i % 100 == 0 ? 100'000 : 30));
+        const uint64_t above = kth_above(x, k, max64);
+        const uint64_t below = kth_below(x, k, max64);
+        ASSERT_EQ(kth_above(x, k, kesh::sieve::hint_above(x, k)), above) << x << ' ' << k;
+        ASSERT_EQ(kth_below(x, k, kesh::sieve::hint_below(x, k)), below) << x << ' ' << k;
+        // Also one that the walk leaves behind.
+        ASSERT_EQ(kth_above(x, k, x + 2), above) << x << ' ' << k;
+        ASSERT_EQ(kth_below(x, k, x - x / 1000), below) << x << ' ' << k;
+    }
 }
 
 /** An iterator of an older primesieve, as far as the adapter touches it. */

@@ -1,17 +1,23 @@
 /**
  * @file   memory_test.cpp
- * @brief  What a list of primes costs in memory: 4 bytes a prime for the collection and the host's 8 for the tensor.
+ * @brief  What a list of primes costs in memory, 4 bytes a prime for the collection and the host's 8 for the tensor;
+ *         and what a neighbour of a large number costs.
  *
  * The program replaces operator new for the whole process, the library included, and records the peak. It is a
  * program of its own so that no other test's allocations are seen.
  */
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <vector>
 
 #include "support/test_host.h"
 
@@ -74,6 +80,37 @@ TEST(ListMemory, FourBytesAPrimeBesideTheTensor) {
     EXPECT_GE(bytes_per_prime, 12.0) << "the library's allocations were not seen";
     EXPECT_LE(bytes_per_prime, 12.6);
     EXPECT_LE(in_use - before, 8u * 5'761'455 + 65536) << "only the tensor outlives the call";
+}
+
+/** The largest resident size, in megabytes, of a copy of this process that runs the function. */
+template <typename Function>
+double resident_megabytes(Function function) {
+    const pid_t child = fork();
+    if (child == 0) _exit(function());
+    int status = -1;
+    rusage usage{};
+    EXPECT_EQ(wait4(child, &status, 0, &usage), child);
+    EXPECT_EQ(status, 0);
+    return static_cast<double>(usage.ru_maxrss) / 1000;
+}
+
+TEST(NeighbourMemory, AFewPrimesNeedNoSieveOfTheWholeRoot) {
+    kesh::test::TestHost::instance();
+    constexpr mint n18 = 1'000'000'000'000'000'000;
+    struct Call {
+        const char* name;
+        std::vector<mint> arguments;
+    };
+    const double idle = resident_megabytes([] { return 0; });
+    for (const Call& call :
+         {Call{"PrimeSieve_PreviousPrime", {-1}}, Call{"PrimeSieve_PreviousPrime", {n18}},
+          Call{"PrimeSieve_NextPrime", {n18}}, Call{"PrimeSieve_PreviousKthPrime", {n18, 1000}},
+          Call{"PrimeSieve_NextKthPrime", {n18, 1000}}, Call{"PrimeSieve_PrimeSumInterval", {n18, n18 + 2000}}}) {
+        const double megabytes =
+            resident_megabytes([&] { return kesh::test::call_integer(call.name, call.arguments).code; }) - idle;
+        std::printf("%s(%llu): %.1f MB\n", call.name, static_cast<unsigned long long>(call.arguments[0]), megabytes);
+        EXPECT_LT(megabytes, 36) << call.name;
+    }
 }
 
 }  // namespace

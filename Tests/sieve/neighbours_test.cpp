@@ -55,9 +55,24 @@ TEST(Neighbours, NoPrimeBelowTwo) {
     EXPECT_EQ(value("PrimeSieve_PreviousKthPrime", {10, 50}), 0);
 }
 
+TEST(Neighbours, AWalkEndsWhereThePrimesDo) {
+    // Drawing 2^63 - 1 zeros would take centuries.
+    EXPECT_EQ(value("PrimeSieve_PreviousKthPrime", {10, std::numeric_limits<mint>::max()}), 0);
+}
+
 TEST(Neighbours, TheTopOfTheRange) {
     EXPECT_EQ(value("PrimeSieve_PreviousPrime", {-1}), largest_prime);
     expect_beyond_the_top("PrimeSieve_NextPrime", {-1});
+}
+
+TEST(Neighbours, Near10To18) {
+    // Published: the primes beside 10^18 are 10^18 - 11 and 10^18 + 3, then + 9.
+    constexpr mint n = 1'000'000'000'000'000'000;
+    EXPECT_EQ(value("PrimeSieve_NextPrime", {n}), n + 3);
+    EXPECT_EQ(value("PrimeSieve_PreviousPrime", {n}), n - 11);
+    EXPECT_EQ(value("PrimeSieve_NextKthPrime", {n, 2}), n + 9);
+    EXPECT_EQ(value("PrimeSieve_PreviousKthPrime", {n + 9, 2}), n - 11);
+    EXPECT_EQ(value("PrimeSieve_PrimeSumInterval", {n, n + 9}), 2 * n + 12);
 }
 
 // Each step at the top of the range sieves with all primes below 2^32, which takes seconds.

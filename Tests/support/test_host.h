@@ -99,20 +99,22 @@ class TestHost {
         return stores_.size();
     }
 
-    /** Waits until the condition on the recorded events holds; false after the time given. */
+    /** Waits until the condition on the recorded events holds; false after the time given. The usual limit is for what
+     * must come: longer than any machine takes, so that only what never comes is missed. */
     bool wait_until(const std::function<bool(const std::vector<Event>&)>& condition,
-                    std::chrono::seconds limit = std::chrono::seconds(120)) {
+                    std::chrono::microseconds limit = std::chrono::minutes(20)) {
         std::unique_lock lock(mutex_);
         return arrived_.wait_for(lock, limit, [&] { return condition(events_); });
     }
 
-    bool wait_for_removal(mint task) {
-        return wait_until([task](const std::vector<Event>& events) {
+    bool wait_for_removal(mint task, std::chrono::microseconds limit = std::chrono::minutes(20)) {
+        const auto removed = [task](const std::vector<Event>& events) {
             for (const Event& event : events) {
                 if (event.removal && event.task == task) return true;
             }
             return false;
-        });
+        };
+        return wait_until(removed, limit);
     }
 
     void reset() {

@@ -13,7 +13,7 @@ class PrimalityEngine:
 
     def __init__(self, path):
         self.function = ctypes.CDLL(path).KESH_PrimeQ
-        self.function.argtypes = [ctypes.POINTER(ctypes.c_uint64), ctypes.c_int64, ctypes.POINTER(ctypes.c_int)]
+        self.function.argtypes = [ctypes.c_char_p, ctypes.c_int64, ctypes.POINTER(ctypes.c_int)]
         self.function.restype = ctypes.c_int
 
     def is_prime(self, n):
@@ -21,7 +21,7 @@ class PrimalityEngine:
         if n < 0:
             raise ValueError("a negative number")
         count = max(1, (n.bit_length() + 63) // 64)
-        limbs = (ctypes.c_uint64 * count)(*((n >> (64 * i)) & 0xFFFFFFFFFFFFFFFF for i in range(count)))
+        limbs = n.to_bytes(8 * count, "little")  # on a little-endian machine the limbs, least significant first
         prime = ctypes.c_int()
         if self.function(limbs, count, ctypes.byref(prime)) == 0:
             raise ValueError("more than 1024 bits")

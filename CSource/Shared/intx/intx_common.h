@@ -7,7 +7,6 @@
 /// trailing reference parameters; a two-word value is passed as (low, high). Nothing here allocates or throws.
 #pragma once
 
-#include <cassert>
 #include <utility>
 
 #include "Shared/intx/limb_division.h"
@@ -40,6 +39,21 @@ template <wide_word T>
 constexpr void math_or_equal(T& a, const T& b) noexcept {
     for (std::size_t i = 0; i < T::limbs; ++i) a.limb[i] |= b.limb[i];
 }
+
+namespace detail {
+
+/// Two limbs as the compiler's own integer, whose shifts have no branch and whose products no accumulator, and back.
+template <wide_word T>
+requires(T::limbs == 2) constexpr umint2 joined(const T& a) noexcept {
+    return (static_cast<umint2>(a.limb[1]) << MINT_BITS) | a.limb[0];
+}
+template <wide_word T>
+requires(T::limbs == 2) constexpr void split(umint2 value, T& a) noexcept {
+    a.limb[0] = static_cast<umint>(value);
+    a.limb[1] = static_cast<umint>(value >> MINT_BITS);
+}
+
+}  // namespace detail
 
 // --------------------------------------------------------------------------------------------------------------------
 // Addition and subtraction
@@ -81,10 +95,36 @@ constexpr std::uint8_t math_sub_equal_borrow(std::uint8_t c, T& a, const T& b) n
 // Shifts and bit counts
 // --------------------------------------------------------------------------------------------------------------------
 
-/// c = a << n; n >= N gives 0. Precondition: n >= 0. c may be the same object as a.
+/// c = a << n by recursion on halves: the reference form of math_left_shift, and the form for counts that the compiler
+/// knows.
 template <wide_word T>
-constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
-    assert(n >= 0);
+constexpr void math_left_shift_recursive(const T& a, mint n, T& c) noexcept;
+/// The same for c = a >> n.
+template <wide_word T>
+constexpr void math_right_shift_recursive(const T& a, mint n, T& c) noexcept;
+
+namespace detail {
+
+/// The reference form for a half that is wide itself, the limb's shift for a limb.
+template <engine_word H>
+constexpr void left_shift_half(const H& a, mint n, H& c) noexcept {
+    if constexpr (wide_word<H>)
+        math_left_shift_recursive(a, n, c);
+    else
+        math_left_shift(a, n, c);
+}
+template <engine_word H>
+constexpr void right_shift_half(const H& a, mint n, H& c) noexcept {
+    if constexpr (wide_word<H>)
+        math_right_shift_recursive(a, n, c);
+    else
+        math_right_shift(a, n, c);
+}
+
+}  // namespace detail
+
+template <wide_word T>
+constexpr void math_left_shift_recursive(const T& a, mint n, T& c) noexcept {
     using half = typename T::half_type;
     constexpr mint K = width_v<half>;
     if (n == 0) {
@@ -94,21 +134,18 @@ constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
     half lo(0), hi(0);
     if (n < K) {
         half spill(0);
-        math_left_shift(a.hi(), n, hi);
-        math_right_shift(a.lo(), K - n, spill);
+        detail::left_shift_half(a.hi(), n, hi);
+        detail::right_shift_half(a.lo(), K - n, spill);
         math_or_equal(hi, spill);
-        math_left_shift(a.lo(), n, lo);
+        detail::left_shift_half(a.lo(), n, lo);
     } else if (n < T::bits) {
-        math_left_shift(a.lo(), n - K, hi);
+        detail::left_shift_half(a.lo(), n - K, hi);
     }
     c = T(lo, hi);
 }
 
-/// c = a >> n, logical. A count that is N or more when read as unsigned (so also a negative one) writes nothing: c
-/// keeps its value. This differs from the left shift on purpose; no caller shifts by N or more. c may be the same
-/// object as a.
 template <wide_word T>
-constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
+constexpr void math_right_shift_recursive(const T& a, mint n, T& c) noexcept {
     using half = typename T::half_type;
     constexpr mint K = width_v<half>;
     if (static_cast<umint>(n) >= static_cast<umint>(T::bits)) return;
@@ -119,14 +156,83 @@ constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
     half lo(0), hi(0);
     if (n < K) {
         half spill(0);
-        math_right_shift(a.lo(), n, lo);
-        math_left_shift(a.hi(), K - n, spill);
+        detail::right_shift_half(a.lo(), n, lo);
+        detail::left_shift_half(a.hi(), K - n, spill);
         math_or_equal(lo, spill);
-        math_right_shift(a.hi(), n, hi);
+        detail::right_shift_half(a.hi(), n, hi);
     } else {
-        math_right_shift(a.hi(), n - K, lo);
+        detail::right_shift_half(a.hi(), n - K, lo);
     }
     c = T(lo, hi);
+}
+
+namespace detail {
+
+/// r = a << (64 whole + part), without a branch on the count: the limbs are read from a copy with as many zeros on the
+/// other side as the count asks for. Limbs are read one by one, since the processor cannot forward the copy's stores to
+/// wider loads across them. Preconditions: 0 <= count < 64 n. r may be a.
+template <std::size_t n>
+inline void left_shift_flat(umint* r, const umint* a, mint count) noexcept {
+    umint padded[2 * n] = {};
+    for (std::size_t i = 0; i < n; ++i) padded[n + i] = a[i];
+    const umint* const source = padded + n - static_cast<std::size_t>(count / MINT_BITS);
+    const mint part = count % MINT_BITS;
+    umint below = source[-1];
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < n; ++i) {
+        umint limb = source[i];
+        keep_scalar(limb);
+        r[i] = (limb << part) | (below >> 1 >> (MINT_BITS - 1 - part));
+        below = limb;
+    }
+}
+
+/// r = a >> count in the same way.
+template <std::size_t n>
+inline void right_shift_flat(umint* r, const umint* a, mint count) noexcept {
+    umint padded[2 * n] = {};
+    for (std::size_t i = 0; i < n; ++i) padded[i] = a[i];
+    const umint* const source = padded + static_cast<std::size_t>(count / MINT_BITS);
+    const mint part = count % MINT_BITS;
+    umint limb = source[0];
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < n; ++i) {
+        umint above = source[i + 1];
+        keep_scalar(above);
+        r[i] = (limb >> part) | (above << 1 << (MINT_BITS - 1 - part));
+        limb = above;
+    }
+}
+
+}  // namespace detail
+
+/// c = a << n; n >= N gives 0. Precondition: n >= 0. c may be the same object as a. The bits of
+/// math_left_shift_recursive; the time does not depend on n.
+template <wide_word T>
+constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
+    KESH_REQUIRE(n >= 0);
+    if (std::is_constant_evaluated() || __builtin_constant_p(n) || n >= T::bits) {
+        math_left_shift_recursive(a, n, c);
+    } else if constexpr (T::limbs == 2) {
+        detail::split(detail::joined(a) << n, c);
+    } else {
+        detail::left_shift_flat<T::limbs>(c.limb, a.limb, n);
+    }
+}
+
+/// c = a >> n, logical. A count that is N or more when read as unsigned (so also a negative one) writes nothing: c
+/// keeps its value. This differs from the left shift on purpose; no caller shifts by N or more. c may be the same
+/// object as a. The bits of math_right_shift_recursive; the time does not depend on n.
+template <wide_word T>
+constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
+    if (static_cast<umint>(n) >= static_cast<umint>(T::bits)) return;
+    if (std::is_constant_evaluated() || __builtin_constant_p(n)) {
+        math_right_shift_recursive(a, n, c);
+    } else if constexpr (T::limbs == 2) {
+        detail::split(detail::joined(a) >> n, c);
+    } else {
+        detail::right_shift_flat<T::limbs>(c.limb, a.limb, n);
+    }
 }
 
 /// a <<= n and a >>= n, with the same rules for counts out of range.
@@ -142,6 +248,7 @@ constexpr void math_right_shift_equal(T& a, mint n) noexcept {
 /// rhi:rlo = the 2N-bit value hi:lo shifted left by n. Precondition: 0 <= n < N. Outputs may alias inputs.
 template <engine_word T>
 constexpr void math_left_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi) noexcept {
+    KESH_REQUIRE(0 <= n && n < width_v<T>);
     T low(lo), high(hi);
     if (n != 0) {
         T spill(0);
@@ -157,6 +264,7 @@ constexpr void math_left_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi)
 /// rhi:rlo = the 2N-bit value hi:lo shifted right by n. Precondition: 0 <= n < N. Outputs may alias inputs.
 template <engine_word T>
 constexpr void math_right_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi) noexcept {
+    KESH_REQUIRE(0 <= n && n < width_v<T>);
     T low(lo), high(hi);
     if (n != 0) {
         T spill(0);
@@ -204,7 +312,8 @@ template <wide_word T>
 constexpr void math_mul_recursive(const T& a, const T& b, T& lo, T& hi) noexcept {
     using half = typename T::half_type;
     const half alo = a.lo(), ahi = a.hi(), blo = b.lo(), bhi = b.hi();
-    half c0, c1, d0, d1, h0, h1, l0, l1;
+    half c0(detail::unset), c1(detail::unset), d0(detail::unset), d1(detail::unset), h0(detail::unset),
+        h1(detail::unset), l0(detail::unset), l1(detail::unset);
     const auto product = [](const half& x, const half& y, half& xylo, half& xyhi) {
         if constexpr (T::bits == 128)
             math_mul(x, y, xylo, xyhi);
@@ -233,14 +342,14 @@ template <wide_word T>
 constexpr void math_mul_low_recursive(const T& a, const T& b, T& lo) noexcept {
     using half = typename T::half_type;
     const half alo = a.lo(), ahi = a.hi(), blo = b.lo(), bhi = b.hi();
-    half l0, l1;
+    half l0(detail::unset), l1(detail::unset);
     if constexpr (T::bits == 128) {
         math_mul(alo, blo, l0, l1);
         if ((ahi | bhi) != 0) l1 += ahi * blo + alo * bhi;
     } else {
         math_mul_recursive(alo, blo, l0, l1);
         if (!math_is_zero(ahi) || !math_is_zero(bhi)) {
-            half cross;
+            half cross(detail::unset);
             math_mul_low_recursive(alo, bhi, cross);
             math_add_equal_carry(0, l1, cross);
             math_mul_low_recursive(ahi, blo, cross);
@@ -254,21 +363,33 @@ constexpr void math_mul_low_recursive(const T& a, const T& b, T& lo) noexcept {
 /// lo and hi must be other objects than a and b: the limbs of the result are stored while the operands are still read.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
-    assert(&lo != &a && &lo != &b && &hi != &a && &hi != &b);
+    KESH_REQUIRE(&lo != &a && &lo != &b && &hi != &a && &hi != &b && &lo != &hi);
     if (std::is_constant_evaluated())
         math_mul_recursive(a, b, lo, hi);
     else
         kernel::full_product<T::limbs>(lo.limb, hi.limb, a.limb, b.limb);
 }
 
-/// lo = a * b modulo 2^N; the bits of math_mul_low_recursive. lo must be another object than a and b.
+/// lo = a * b modulo 2^N; the bits of math_mul_low_recursive. Operands whose high halves are both zero take the full
+/// product of the low halves, as they do there. lo must be another object than a and b.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
-    assert(&lo != &a && &lo != &b);
-    if (std::is_constant_evaluated())
+    KESH_REQUIRE(&lo != &a && &lo != &b);
+    if (std::is_constant_evaluated()) {
         math_mul_low_recursive(a, b, lo);
-    else
-        kernel::low_product<T::limbs>(lo.limb, a.limb, b.limb);
+        return;
+    }
+    if constexpr (T::limbs == 2) {
+        detail::split(detail::joined(a) * detail::joined(b), lo);
+    } else {
+        constexpr std::size_t h = T::limbs / 2;
+        umint high = 0;
+        for (std::size_t i = h; i < T::limbs; ++i) high |= a.limb[i] | b.limb[i];
+        if (high == 0)
+            kernel::full_product<h>(lo.limb, lo.limb + h, a.limb, b.limb);
+        else
+            kernel::low_product<T::limbs>(lo.limb, a.limb, b.limb);
+    }
 }
 
 namespace detail {
@@ -286,18 +407,29 @@ inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
 
 /// a * b + c0 + cc * 2^64 = r + ret * 2^N + co * 2^(N+64), where ret is the returned limb: the pair (c0, cc) goes in at
 /// the bottom and the pair (ret, co) comes out at the top in the same format, so that calls chain from low to high. cc
-/// is 0 or 1; on a wide value co is always 0. r may alias a.
+/// is 0 or 1; on a wide value co is always 0. r may alias a. Each limb is the low half of its product and the high half
+/// of the one below, so that one chain of carries runs through all of them.
 template <wide_word T>
 constexpr umint math_mul_ui(unsigned char cc, umint c0, const T& a, umint b, unsigned char& co, T& r) noexcept {
-    co = cc;
-    for (std::size_t i = 0; i < T::limbs; ++i) c0 = math_mul_ui(co, c0, a.limb[i], b, co, r.limb[i]);
-    return c0;
+    KESH_REQUIRE(cc <= 1);
+    co = 0;
+    std::uint8_t carry = 0;
+    umint below = c0, next = cc;  // the high half of a product is at most 2^64 - 2, so that cc fits on top of it
+#pragma GCC unroll 16
+    for (std::size_t i = 0; i < T::limbs; ++i) {
+        umint lo = 0, hi = 0;
+        math_mul(a.limb[i], b, lo, hi);
+        carry = math_addcarry(carry, lo, below, r.limb[i]);
+        below = hi + next;
+        next = 0;
+    }
+    return below + carry;
 }
 
 /// hi:lo = floor((ahi * 2^N + alo) * b / 2^N), the top 2N bits of the 3N-bit product. Outputs may alias inputs.
 template <wide_word T>
 constexpr void math_mul_21(const T& alo, const T& ahi, const T& b, T& lo, T& hi) noexcept {
-    T dropped, middle, low, high;
+    T dropped(detail::unset), middle(detail::unset), low(detail::unset), high(detail::unset);
     math_mul(alo, b, dropped, middle);
     math_mul(ahi, b, low, high);
     const std::uint8_t c = math_addcarry(0, middle, low, lo);
@@ -330,14 +462,14 @@ inline constexpr int correction_bound = 32;
 template <engine_word T>
 constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r, division_steps* steps) noexcept {
     const T zero(0);
-    const mint s = math_count_leading_zeros(d);
-    T nlo, nhi, x;
+    const mint s = math_count_leading_zeros(d) % width_v<T>;  // 0 for a zero divisor: nothing checks for one
+    T nlo(detail::unset), nhi(detail::unset), x(detail::unset);
     math_left_shift(lo, hi, s, nlo, nhi);
     math_left_shift(d, s, x);
     math_subborrow(0, zero, x, x);
 
     do {
-        T plo, phi, dropped, squared;
+        T plo(detail::unset), phi(detail::unset), dropped(detail::unset), squared(detail::unset);
         math_mul_21(nlo, nhi, x, plo, phi);
         const std::uint8_t c = math_add_equal_carry(0, nlo, plo);
         math_add_equal_carry(c, nhi, phi);
@@ -347,7 +479,7 @@ constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r
     } while (!math_is_zero(x));
 
     // The truncations only lower n, so the estimate is never too large and all corrections go upward.
-    T plo, phi, rlo, rhi;
+    T plo(detail::unset), phi(detail::unset), rlo(detail::unset), rhi(detail::unset);
     T estimate(nhi);
     math_mul(estimate, d, plo, phi);
     const std::uint8_t borrow = math_subborrow(0, lo, plo, rlo);
@@ -394,39 +526,58 @@ constexpr void math_divmod_series(const T& lo, const T& hi, const T& d, T& q, T&
     T high(hi);
     if (math_compare(hi, d) >= 0) {
         // Here hi >= d and d is no power of two, so neither path above applies to hi alone.
-        T dropped;
+        T dropped(detail::unset);
         detail::divide_by_series(hi, zero, d, dropped, high, nullptr);
         if (steps != nullptr) steps->high_word_reduced = true;
     }
     detail::divide_by_series(lo, high, d, q, r, steps);
 }
 
+namespace detail {
+
+/// q = u / d, r = the remainder, for the numerator u of `count` limbs, N/64 or twice as many; of the quotient the low N
+/// bits. u has a limb to spare and is lost. A zero divisor gives q = 0, r = the low N bits of u.
+template <std::size_t count, wide_word T>
+constexpr void divide_significant_limbs(umint* u, const T& d, T& q, T& r) noexcept {
+    constexpr std::size_t limbs = T::limbs;
+    const std::size_t n = significant_limbs(d.limb, limbs);
+    if (n == 1) {
+        umint digits[count];
+        const mint s = math_count_leading_zeros(d.limb[0]);
+        const umint rest = divide_by_limb<count>(digits, u, d.limb[0], s, reciprocal_of_limb(d.limb[0] << s));
+        for (std::size_t i = 0; i < limbs; ++i) q.limb[i] = digits[i];
+        r = T(rest);
+        return;
+    }
+    std::size_t length = significant_limbs(u, count);
+    if (n == 0 || length < n) {
+        for (std::size_t i = 0; i < limbs; ++i) r.limb[i] = u[i];
+        q = T(0);
+        return;
+    }
+    // Normalised: the divisor's top bit set, the numerator shifted with it, into one limb more if need be.
+    umint v[limbs], digits[count + 1];
+    const mint s = math_count_leading_zeros(d.limb[n - 1]);
+    shift_limbs_left(v, d.limb, n, s);
+    u[length] = shift_limbs_left(u, u, length, s);
+    if (u[length] != 0) ++length;
+    digits[length - n] = divide_limbs(digits, u, length, v, n);
+    for (std::size_t i = 0; i < limbs; ++i) q.limb[i] = i <= length - n ? digits[i] : 0;
+    shift_limbs_right(r.limb, u, n, s);
+    for (std::size_t i = n; i < limbs; ++i) r.limb[i] = 0;
+}
+
+}  // namespace detail
+
 /// The same quotient and remainder as math_divmod_series, limb by limb (Knuth, The Art of Computer Programming
 /// 2, 4.3.1, algorithm D). A zero divisor returns q = 0, r = lo. Cost: n limb products for each limb of the quotient, n
 /// the significant limbs of d, and one hardware division.
 template <wide_word T>
 constexpr void math_divmod_schoolbook(const T& lo, const T& hi, const T& d, T& q, T& r) noexcept {
-    constexpr std::size_t limbs = T::limbs;
-    umint u[2 * limbs + 1], v[limbs], digits[2 * limbs + 1];
-    for (std::size_t i = 0; i < limbs; ++i) u[i] = lo.limb[i];
-    for (std::size_t i = 0; i < limbs; ++i) u[limbs + i] = hi.limb[i];
-    const std::size_t n = detail::significant_limbs(d.limb, limbs);
-    std::size_t length = detail::significant_limbs(u, 2 * limbs);
-    T quotient(0), remainder(0);
-    if (n == 0 || length < n) {
-        remainder = lo;
-    } else {
-        // Normalised: the divisor's top bit set, the numerator shifted with it, into one limb more if need be.
-        const mint s = math_count_leading_zeros(d.limb[n - 1]);
-        detail::shift_limbs_left(v, d.limb, n, s);
-        u[length] = detail::shift_limbs_left(u, u, length, s);
-        if (u[length] != 0) ++length;
-        digits[length - n] = detail::divide_limbs(digits, u, length, v, n);
-        for (std::size_t i = 0; i < limbs && i <= length - n; ++i) quotient.limb[i] = digits[i];
-        detail::shift_limbs_right(remainder.limb, u, n, s);
-    }
-    q = quotient;
-    r = remainder;
+    umint u[2 * T::limbs + 1];
+    for (std::size_t i = 0; i < T::limbs; ++i) u[i] = lo.limb[i];
+    for (std::size_t i = 0; i < T::limbs; ++i) u[T::limbs + i] = hi.limb[i];
+    detail::divide_significant_limbs<2 * T::limbs>(u, T(d), q, r);
 }
 
 /// For the 2N-bit numerator hi * 2^N + lo: r = the remainder modulo d, q = the quotient modulo 2^N (its low N bits when
@@ -447,20 +598,27 @@ constexpr void math_divmod(const T& lo, const T& hi, const T& d, T& q, T& r) noe
     math_divmod_imp(lo, hi, d, q, r);
 }
 
-/// One-word numerator: n = q * d + r, 0 <= r < d.
+/// One-word numerator: n = q * d + r, 0 <= r < d. The bits of the two-word form with hi = 0.
 template <engine_word T>
 constexpr void math_divmod(const T& n, const T& d, T& q, T& r) noexcept {
-    math_divmod_imp(n, T(0), d, q, r);
+    if constexpr (wide_word<T>) {
+        umint u[T::limbs + 1];
+        for (std::size_t i = 0; i < T::limbs; ++i) u[i] = n.limb[i];
+        detail::divide_significant_limbs<T::limbs>(u, T(d), q, r);
+    } else {
+        math_divmod_imp(n, T(0), d, q, r);
+    }
 }
 
 // --------------------------------------------------------------------------------------------------------------------
 // Inverses
 // --------------------------------------------------------------------------------------------------------------------
 
-/// -a^(-1) modulo 2^64 for odd a (an even a yields a meaningless value).
+/// -a^(-1) modulo 2^64 for odd a. Precondition: a odd (an even a yields a meaningless value).
 /// Newton-Hensel: y = a + 2 is right modulo 4, because a (a + 2) = (a + 1)^2 - 1, and every step y (a y + 2) doubles
 /// the bits.
 constexpr umint math_mod_inv_2(const umint& a) noexcept {
+    KESH_REQUIRE((a & 1) == 1);
     umint y = a + 2;
     y *= a * y + 2;
     y *= a * y + 2;
@@ -475,7 +633,7 @@ constexpr umint math_mod_inv_2(const umint& a) noexcept {
 template <wide_word T>
 constexpr T math_mod_inv_2(const T& a) noexcept {
     const T y(math_mod_inv_2(a.lo()));
-    T t, r;
+    T t(detail::unset), r(detail::unset);
     math_mul(a, y, t);
     math_add_equal_carry(0, t, T(2));
     math_mul(y, t, r);
@@ -499,17 +657,158 @@ constexpr void multiply_small(const T& q, const T& y, T& z) noexcept {
 
 }  // namespace detail
 
+namespace detail {
+
+/// p a - q b on `limbs` limbs into r, for a difference that is not negative and fits. Preconditions: p, q < 2^63, p a -
+/// q b fits. r may be a or b.
+inline void combine_difference(umint* r, umint p, const umint* a, umint q, const umint* b, std::size_t limbs) noexcept {
+    __extension__ typedef __int128 signed2;
+    // The borrow stays between -q and p, so that no sum leaves 128 bits.
+    mint carry = 0;
+    umint carry_p = 0, carry_q = 0;
+    for (std::size_t i = 0; i < limbs; ++i) {
+        const umint2 plus = static_cast<umint2>(p) * a[i] + carry_p, minus = static_cast<umint2>(q) * b[i] + carry_q;
+        carry_p = static_cast<umint>(plus >> MINT_BITS);
+        carry_q = static_cast<umint>(minus >> MINT_BITS);
+        const signed2 difference = static_cast<signed2>(static_cast<umint>(plus)) - static_cast<umint>(minus) + carry;
+        r[i] = static_cast<umint>(difference);
+        carry = static_cast<mint>(difference >> MINT_BITS);
+    }
+}
+
+/// r = p a + q b on `limbs` limbs, returns the limb above. r may be a or b.
+inline umint combine_sum(umint* r, umint p, const umint* a, umint q, const umint* b, std::size_t limbs) noexcept {
+    umint carry_p = 0, carry_q = 0;
+    for (std::size_t i = 0; i < limbs; ++i) {
+        const umint2 first = static_cast<umint2>(p) * a[i] + carry_p;
+        const umint2 second = static_cast<umint2>(q) * b[i] + carry_q + static_cast<umint>(first);
+        carry_p = static_cast<umint>(first >> MINT_BITS);
+        carry_q = static_cast<umint>(second >> MINT_BITS);
+        r[i] = static_cast<umint>(second);
+    }
+    return carry_p + carry_q;
+}
+
+/// What several steps of Euclid's algorithm do to a pair: after an even number of them (a, b) has become
+/// (x0 a - y0 b, y1 b - x1 a), after an odd number (y0 b - x0 a, x1 a - y1 b).
+struct euclid_steps {
+    umint x0 = 1, y0 = 0, x1 = 0, y1 = 1;
+    bool odd = false;
+
+    void step(umint q) noexcept {
+        const umint x2 = x0 + q * x1, y2 = y0 + q * y1;
+        x0 = x1;
+        y0 = y1;
+        x1 = x2;
+        y1 = y2;
+        odd = !odd;
+    }
+};
+
+/// The steps whose quotients the top limbs a and b, of numbers with the same limbs below them cut off, have in common
+/// with the numbers themselves: as long as the next remainder exceeds the cofactors by Jebelean's condition. (T.
+/// Jebelean, A double-digit Lehmer-Euclid algorithm, J. Symbolic Computation 19 (1995).) The cofactors stay below 2^32.
+inline euclid_steps common_steps(umint a, umint b) noexcept {
+    euclid_steps s;
+    while (b != 0) {
+        const umint q = a / b, r = a % b;
+        const umint y2 = s.y0 + q * s.y1;
+        if (r < y2 || b - r < y2 + s.y1) break;
+        s.step(q);
+        a = b;
+        b = r;
+    }
+    return s;
+}
+
+/// Inverse of u modulo v, or 0, by Euclid's algorithm in Lehmer's form: the quotients of many steps from the top limbs
+/// alone, then one pass over the numbers for all of them. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm
+/// L.) Cost: about N / 29 passes of four limb products for each significant limb, and 0.6 N divisions of a limb by a
+/// limb.
+template <wide_word T>
+inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
+    if (math_compare(v, T(1)) == 0) return T(0);
+    T a(v), b(u), x(0), y(1), dropped;  // a = +- x u, b = -+ y u modulo v
+    if (math_compare(u, v) >= 0) math_divmod(u, v, dropped, b);
+    bool y_positive = true;
+    std::size_t cofactor_limbs = 1;
+    const auto grow = [&cofactor_limbs](T& c, umint top) {
+        if (top != 0) c.limb[cofactor_limbs] = top;
+    };
+    std::size_t limbs = significant_limbs(a.limb, T::limbs);
+    while (limbs > 1) {
+        const mint s = math_count_leading_zeros(a.limb[limbs - 1]);
+        const auto top = [limbs, s](const T& c) {
+            return (c.limb[limbs - 1] << s) | (c.limb[limbs - 2] >> 1 >> (MINT_BITS - 1 - s));
+        };
+        const euclid_steps steps = common_steps(top(a), top(b));
+        if (steps.y0 != 0) {
+            T t(detail::unset);
+            T z(0), w(0);
+            const umint over_x = combine_sum(z.limb, steps.x0, x.limb, steps.y0, y.limb, cofactor_limbs);
+            const umint over_y = combine_sum(w.limb, steps.x1, x.limb, steps.y1, y.limb, cofactor_limbs);
+            if (steps.odd) {
+                combine_difference(t.limb, steps.y0, b.limb, steps.x0, a.limb, limbs);
+                combine_difference(b.limb, steps.x1, a.limb, steps.y1, b.limb, limbs);
+                y_positive = !y_positive;
+            } else {
+                combine_difference(t.limb, steps.x0, a.limb, steps.y0, b.limb, limbs);
+                combine_difference(b.limb, steps.y1, b.limb, steps.x1, a.limb, limbs);
+            }
+            for (std::size_t i = 0; i < limbs; ++i) a.limb[i] = t.limb[i];
+            grow(z, over_x);
+            grow(w, over_y);
+            x = z;
+            y = w;
+            if (over_x != 0 || over_y != 0) ++cofactor_limbs;
+        } else {
+            // The quotient of the next step does not show in the top limbs.
+            if (math_is_zero(b)) return T(0);
+            T q(detail::unset), t(detail::unset), z(detail::unset);
+            math_divmod(a, b, q, t);
+            multiply_small(q, y, z);
+            math_add_equal_carry(0, z, x);
+            a = b;
+            b = t;
+            x = y;
+            y = z;
+            y_positive = !y_positive;
+            cofactor_limbs = significant_limbs(y.limb, T::limbs);
+        }
+        while (limbs > 0 && a.limb[limbs - 1] == 0) --limbs;
+    }
+    // Both fit a limb: the rest of the steps without a condition.
+    euclid_steps steps;
+    umint low = a.limb[0], next = b.limb[0];
+    while (next != 0) {
+        const umint q = low / next, r = low % next;
+        steps.step(q);
+        low = next;
+        next = r;
+    }
+    if (low != 1) return T(0);
+    T inverse(0);
+    const umint over = combine_sum(inverse.limb, steps.x0, x.limb, steps.y0, y.limb, cofactor_limbs);
+    grow(inverse, over);
+    // y u = b modulo v for a positive y, and x u = a has the other sign.
+    if (y_positive != steps.odd) math_subborrow(0, v, inverse, inverse);
+    return inverse;
+}
+
+}  // namespace detail
+
 /// Inverse of u modulo v in [1, v); 0 when gcd(u, v) != 1 and when v = 1. u may be larger than v. Precondition: v != 0.
 /// Extended Euclid that carries only the non-negative cofactor and a sign toggle; cofactors never exceed v, so nothing
-/// wraps. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm X.) Cost: at most 1.45 N divisions with small
-/// quotients.
+/// wraps. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm X.) The reference form of math_invmod. Cost: at
+/// most 1.45 N divisions with small quotients.
 template <engine_word T>
-constexpr T math_invmod(T u, T v) noexcept {
+constexpr T math_invmod_euclid(T u, T v) noexcept {
+    KESH_REQUIRE(!math_is_zero(v));
     if (math_compare(v, T(1)) == 0) return T(0);
     T x(1), y(0), a(u), b(v);
     int iter = 1;
     while (!math_is_zero(b)) {
-        T q, t, z;
+        T q(detail::unset), t(detail::unset), z(detail::unset);
         math_divmod(a, b, q, t);
         detail::multiply_small(q, y, z);
         math_add_equal_carry(0, z, x);
@@ -522,6 +821,21 @@ constexpr T math_invmod(T u, T v) noexcept {
     if (math_compare(a, T(1)) != 0) return T(0);
     if (iter < 0) math_subborrow(0, v, x, x);
     return x;
+}
+
+/// The inverse of math_invmod_euclid, by Lehmer's steps on the significant limbs for wide values.
+/// Precondition: v != 0.
+template <engine_word T>
+constexpr T math_invmod(T u, T v) noexcept {
+    KESH_REQUIRE(!math_is_zero(v));
+    if constexpr (wide_word<T>) {
+        if (!std::is_constant_evaluated()) {
+            const T inverse = detail::inverse_by_lehmer(u, v);
+            KESH_ENSURE(math_compare(inverse, v) < 0);
+            return inverse;
+        }
+    }
+    return math_invmod_euclid(u, v);
 }
 
 }  // namespace kesh

@@ -1,9 +1,9 @@
 /// @file   intx_operator.h
 /// @brief  Operators, conversions and text of the fixed-width integers: the header to include to use them.
 ///
-/// Arithmetic is modulo 2^N and never throws. A machine-integer operand is first widened as the constructors do, so a
-/// negative one stands for its sign-extended value: x == -1 holds only for x = 2^N - 1. The one exception is the factor on
-/// the right of a product, which is a limb: x * -1 is x * (2^64 - 1).
+/// Arithmetic is modulo 2^N and never throws. A machine integer on either side is first widened as the constructors do,
+/// so a negative one stands for its sign-extended value: x == -1 holds only for x = 2^N - 1. The one exception is the
+/// factor on the right of a product, which is a limb: x * -1 is x * (2^64 - 1). Floating-point operands do not compile.
 #pragma once
 
 #include <algorithm>
@@ -25,29 +25,38 @@ template <mint N>
 constexpr bool operator==(const uintx_t<N>& a, const uintx_t<N>& b) noexcept {
     return math_compare(a, b) == 0;
 }
-template <mint N, std::integral I>
-constexpr bool operator==(const uintx_t<N>& a, I b) noexcept {
-    return a == uintx_t<N>(b);
-}
-
 template <mint N>
 constexpr std::strong_ordering operator<=>(const uintx_t<N>& a, const uintx_t<N>& b) noexcept {
     return math_compare(a, b) <=> 0;
 }
-template <mint N, std::integral I>
-constexpr std::strong_ordering operator<=>(const uintx_t<N>& a, I b) noexcept {
-    return a <=> uintx_t<N>(b);
+
+template <mint N>
+constexpr bool operator==(const intx_t<N>& a, const intx_t<N>& b) noexcept {
+    return uintx_t<N>(a) == uintx_t<N>(b);
+}
+/// By sign, then as the unsigned values, which are in order within one sign.
+template <mint N>
+constexpr std::strong_ordering operator<=>(const intx_t<N>& a, const intx_t<N>& b) noexcept {
+    if (a.sign() != b.sign()) return b.sign() <=> a.sign();
+    return uintx_t<N>(a) <=> uintx_t<N>(b);
+}
+
+template <class T>
+concept fixed_width_word = wide_word<T> || signed_word<T>;
+
+template <fixed_width_word T, machine_integer I>
+constexpr bool operator==(const T& a, I b) noexcept {
+    return a == T(b);
+}
+template <fixed_width_word T, machine_integer I>
+constexpr std::strong_ordering operator<=>(const T& a, I b) noexcept {
+    return a <=> T(b);
 }
 
 /// True when the value is zero.
 template <mint N>
 constexpr bool operator!(const uintx_t<N>& a) noexcept {
     return math_is_zero(a);
-}
-
-template <mint N>
-constexpr bool operator==(const intx_t<N>& a, const intx_t<N>& b) noexcept {
-    return uintx_t<N>(a) == uintx_t<N>(b);
 }
 
 // --------------------------------------------------------------------------------------------------------------------
@@ -65,12 +74,26 @@ constexpr T& operator|=(T& a, const T& b) noexcept {
     return a;
 }
 template <wide_word T>
+constexpr T& operator^=(T& a, const T& b) noexcept {
+    for (std::size_t i = 0; i < T::limbs; ++i) a.limb[i] ^= b.limb[i];
+    return a;
+}
+template <wide_word T>
 constexpr T operator&(T a, const T& b) noexcept {
     return a &= b;
 }
 template <wide_word T>
 constexpr T operator|(T a, const T& b) noexcept {
     return a |= b;
+}
+template <wide_word T>
+constexpr T operator^(T a, const T& b) noexcept {
+    return a ^= b;
+}
+template <wide_word T>
+constexpr T operator~(T a) noexcept {
+    for (umint& limb : a.limb) limb = ~limb;
+    return a;
 }
 
 /// n >= N gives 0. Precondition: n >= 0.
@@ -111,7 +134,7 @@ constexpr T& operator-=(T& a, const T& b) noexcept {
 }
 template <wide_word T>
 constexpr T operator*(const T& a, const T& b) noexcept {
-    T product;
+    T product(detail::unset);
     math_mul(a, b, product);
     return product;
 }
@@ -122,14 +145,14 @@ constexpr T& operator*=(T& a, const T& b) noexcept {
 /// Precondition: b != 0.
 template <wide_word T>
 constexpr T& operator/=(T& a, const T& b) noexcept {
-    T r;
+    T r(detail::unset);
     math_divmod(a, b, a, r);
     return a;
 }
 /// Precondition: b != 0.
 template <wide_word T>
 constexpr T& operator%=(T& a, const T& b) noexcept {
-    T q;
+    T q(detail::unset);
     math_divmod(a, b, q, a);
     return a;
 }
@@ -151,45 +174,166 @@ constexpr T operator%(T a, const T& b) noexcept {
     return a %= b;
 }
 
-template <wide_word T, std::integral I>
+/// -a modulo 2^N.
+template <wide_word T>
+constexpr T operator-(const T& a) noexcept {
+    return T(0) - a;
+}
+
+// Signed words: the unsigned operations on the same bits, but for division.
+
+template <signed_word T>
+constexpr T operator+(const T& a, const T& b) noexcept {
+    return uintx_t<T::bits>(a) + uintx_t<T::bits>(b);
+}
+template <signed_word T>
+constexpr T operator-(const T& a, const T& b) noexcept {
+    return uintx_t<T::bits>(a) - uintx_t<T::bits>(b);
+}
+template <signed_word T>
+constexpr T operator*(const T& a, const T& b) noexcept {
+    return uintx_t<T::bits>(a) * uintx_t<T::bits>(b);
+}
+template <signed_word T>
+constexpr T operator-(const T& a) noexcept {
+    return -uintx_t<T::bits>(a);
+}
+/// Truncates; see intx_t::divmod. Precondition: b != 0.
+template <signed_word T>
+constexpr T operator/(T a, const T& b) noexcept {
+    return a /= b;
+}
+template <signed_word T>
+constexpr T operator%(T a, const T& b) noexcept {
+    return a %= b;
+}
+template <signed_word T>
+constexpr T& operator+=(T& a, const T& b) noexcept {
+    return a = a + b;
+}
+template <signed_word T>
+constexpr T& operator-=(T& a, const T& b) noexcept {
+    return a = a - b;
+}
+template <signed_word T>
+constexpr T& operator*=(T& a, const T& b) noexcept {
+    return a = a * b;
+}
+
+// With machine integers. In a division by one the precondition b != 0 holds as well.
+
+template <fixed_width_word T, machine_integer I>
 constexpr T& operator+=(T& a, I b) noexcept {
     return a += T(b);
 }
-template <wide_word T, std::integral I>
+template <fixed_width_word T, machine_integer I>
 constexpr T& operator-=(T& a, I b) noexcept {
     return a -= T(b);
 }
-template <wide_word T>
-constexpr T& operator*=(T& a, umint b) noexcept {
-    unsigned char carry = 0;
-    math_mul_ui(0, 0, a, b, carry, a);
+template <signed_word T, machine_integer I>
+constexpr T& operator*=(T& a, I b) noexcept {
+    return a *= T(b);
+}
+/// The factor is a limb: a negative b stands for 2^64 + b.
+template <wide_word T, machine_integer I>
+constexpr T& operator*=(T& a, I b) noexcept {
+    if constexpr (T::limbs == 2) {
+        detail::split(detail::joined(a) * static_cast<umint>(b), a);
+    } else {
+        unsigned char carry = 0;
+        math_mul_ui(0, 0, a, static_cast<umint>(b), carry, a);
+    }
     return a;
 }
-template <wide_word T, std::integral I>
-constexpr T operator+(T a, I b) noexcept {
-    return a += T(b);
-}
-template <wide_word T, std::integral I>
-constexpr T operator-(T a, I b) noexcept {
-    return a -= T(b);
-}
-template <wide_word T>
-constexpr T operator*(T a, umint b) noexcept {
-    return a *= b;
-}
-template <wide_word T>
-constexpr T operator*(int a, T b) noexcept {
-    return b *= T(a);
-}
-/// Precondition: b != 0; a negative b stands for its sign-extended value.
-template <wide_word T, std::integral I>
+template <fixed_width_word T, machine_integer I>
 constexpr T& operator/=(T& a, I b) noexcept {
     return a /= T(b);
 }
-/// Precondition: b != 0; a negative b stands for its sign-extended value.
-template <wide_word T, std::integral I>
+template <fixed_width_word T, machine_integer I>
+constexpr T& operator%=(T& a, I b) noexcept {
+    return a %= T(b);
+}
+template <wide_word T, machine_integer I>
+constexpr T& operator&=(T& a, I b) noexcept {
+    return a &= T(b);
+}
+template <wide_word T, machine_integer I>
+constexpr T& operator|=(T& a, I b) noexcept {
+    return a |= T(b);
+}
+template <wide_word T, machine_integer I>
+constexpr T& operator^=(T& a, I b) noexcept {
+    return a ^= T(b);
+}
+
+template <fixed_width_word T, machine_integer I>
+constexpr T operator+(T a, I b) noexcept {
+    return a += b;
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator-(T a, I b) noexcept {
+    return a -= b;
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator*(T a, I b) noexcept {
+    return a *= b;
+}
+template <fixed_width_word T, machine_integer I>
 constexpr T operator/(T a, I b) noexcept {
-    return a /= T(b);
+    return a /= b;
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator%(T a, I b) noexcept {
+    return a %= b;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator&(T a, I b) noexcept {
+    return a &= b;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator|(T a, I b) noexcept {
+    return a |= b;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator^(T a, I b) noexcept {
+    return a ^= b;
+}
+
+template <fixed_width_word T, machine_integer I>
+constexpr T operator+(I a, const T& b) noexcept {
+    return b + a;
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator-(I a, const T& b) noexcept {
+    return T(a) - b;
+}
+/// The factor on the left is widened by its sign: -1 * x is 2^N - x.
+template <fixed_width_word T, machine_integer I>
+constexpr T operator*(I a, const T& b) noexcept {
+    if constexpr (std::is_signed_v<I>) {
+        if (a < 0) return -(b * (umint{0} - static_cast<umint>(a)));
+    }
+    return b * static_cast<umint>(a);
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator/(I a, const T& b) noexcept {
+    return T(a) / b;
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator%(I a, const T& b) noexcept {
+    return T(a) % b;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator&(I a, const T& b) noexcept {
+    return b & a;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator|(I a, const T& b) noexcept {
+    return b | a;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator^(I a, const T& b) noexcept {
+    return b ^ a;
 }
 
 template <mint N>
@@ -219,16 +363,10 @@ constexpr uintx_t<N> uintx_t<N>::operator--(int) noexcept {
 
 namespace detail {
 
-/// -a modulo 2^N.
-template <wide_word T>
-constexpr T negated(const T& a) noexcept {
-    return T(0) - a;
-}
-
 /// |a| as an unsigned value; the most negative a gives 2^(N-1).
 template <mint N>
 constexpr uintx_t<N> magnitude(const intx_t<N>& a) noexcept {
-    return a.sign() ? negated(uintx_t<N>(a)) : uintx_t<N>(a);
+    return a.sign() ? -uintx_t<N>(a) : uintx_t<N>(a);
 }
 
 }  // namespace detail
@@ -238,10 +376,10 @@ requires supported_width<N>
 constexpr void intx_t<N>::divmod(const intx_t& a, const intx_t& b, intx_t& q, intx_t& r) noexcept {
     const bool remainder_negative = a.sign();
     const bool quotient_negative = a.sign() != b.sign();
-    uintx_t<N> quotient, remainder;
+    uintx_t<N> quotient(detail::unset), remainder(detail::unset);
     math_divmod(detail::magnitude(a), detail::magnitude(b), quotient, remainder);
-    q = quotient_negative ? detail::negated(quotient) : quotient;
-    r = remainder_negative ? detail::negated(remainder) : remainder;
+    q = quotient_negative ? -quotient : quotient;
+    r = remainder_negative ? -remainder : remainder;
 }
 template <mint N>
 requires supported_width<N>
@@ -298,26 +436,81 @@ constexpr intx_t<N>::operator double() const noexcept {
 // Text
 // --------------------------------------------------------------------------------------------------------------------
 
-/// Reads the whole of `text`: decimal digits, or 0x (or 0X) and hexadecimal digits of either case. Returns false, and
-/// leaves `value` as it was, when the text is malformed (empty, no digit after 0x, any other character, a sign, a
-/// space) or when its value is 2^N or more. Leading zeros are allowed. Cost: one limb product of the width per digit.
-template <mint N>
-[[nodiscard]] constexpr bool from_string(std::string_view text, uintx_t<N>& value) noexcept {
-    umint base = 10;
-    if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
-        base = 16;
-        text.remove_prefix(2);
+namespace detail {
+
+/// Eight decimal digits, most significant first, as a number; false when a character is no digit. The digits are taken
+/// from the bytes of one word and joined in pairs, then fours, then all eight.
+constexpr bool read_eight_digits(const char* text, umint& value) noexcept {
+    umint v = 0;
+    for (int i = 0; i < 8; ++i) v |= static_cast<umint>(static_cast<unsigned char>(text[i])) << (8 * i);
+    // A digit has 3 in its upper half, and still has it after 6 is added.
+    if (((v | (v + 0x0606060606060606)) & 0xF0F0F0F0F0F0F0F0) != 0x3030303030303030) return false;
+    v = (v & 0x0F0F0F0F0F0F0F0F) * (1 + (10 << 8)) >> 8 & 0x00FF00FF00FF00FF;
+    v = v * (1 + (100 << 16)) >> 16 & 0x0000FFFF0000FFFF;
+    value = v * (1 + (umint{10000} << 32)) >> 32;
+    return true;
+}
+
+/// `count` digits of the base, 10 or 16, as a number below 2^64; false when a character is no digit.
+constexpr bool read_chunk(const char* text, std::size_t count, umint base, umint& value) noexcept {
+    umint sum = 0;
+    std::size_t i = 0;
+    if (base == 10) {
+        for (; i + 8 <= count; i += 8) {
+            umint eight = 0;
+            if (!read_eight_digits(text + i, eight)) return false;
+            sum = sum * 100'000'000 + eight;
+        }
     }
-    if (text.empty()) return false;
-    uintx_t<N> sum(0);
-    for (const char c : text) {
+    for (; i < count; ++i) {
+        const char c = text[i];
         umint digit = base;
         if (c >= '0' && c <= '9') digit = static_cast<umint>(c - '0');
         if (c >= 'a' && c <= 'f') digit = static_cast<umint>(c - 'a') + 10;
         if (c >= 'A' && c <= 'F') digit = static_cast<umint>(c - 'A') + 10;
         if (digit >= base) return false;
-        unsigned char carry = 0;
-        if (math_mul_ui(0, digit, sum, base, carry, sum) != 0) return false;
+        sum = sum * base + digit;
+    }
+    value = sum;
+    return true;
+}
+
+/// The digits of a base that text is cut into: so many that one limb holds them, and the base to their number.
+struct text_chunks {
+    umint base, scale;
+    std::size_t digits;
+
+    constexpr explicit text_chunks(umint b) noexcept
+        : base(b), scale(b == 16 ? umint{1} << 60 : 10'000'000'000'000'000'000U), digits(b == 16 ? 15 : 19) {}
+};
+
+}  // namespace detail
+
+/// Reads the whole of `text`: decimal digits, or 0x (or 0X) and hexadecimal digits of either case. Returns false, and
+/// leaves `value` as it was, when the text is malformed (empty, no digit after 0x, any other character, a sign, a
+/// space) or when its value is 2^N or more. Leading zeros are allowed. Cost: a product of the limbs read so far by one
+/// limb for 19 digits.
+template <mint N>
+[[nodiscard]] constexpr bool from_string(std::string_view text, uintx_t<N>& value) noexcept {
+    const bool hexadecimal = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    if (hexadecimal) text.remove_prefix(2);
+    if (text.empty()) return false;
+    const detail::text_chunks chunks(hexadecimal ? 16 : 10);
+    uintx_t<N> sum(0);
+    std::size_t used = 0;  // limbs
+    std::size_t length = (text.size() - 1) % chunks.digits + 1;
+    for (std::size_t at = 0; at < text.size(); at += length, length = chunks.digits) {
+        umint carry = 0;
+        if (!detail::read_chunk(text.data() + at, length, chunks.base, carry)) return false;
+        for (std::size_t i = 0; i < used; ++i) {
+            const umint2 product = static_cast<umint2>(sum.limb[i]) * chunks.scale + carry;
+            sum.limb[i] = static_cast<umint>(product);
+            carry = static_cast<umint>(product >> MINT_BITS);
+        }
+        if (carry != 0) {
+            if (used == uintx_t<N>::limbs) return false;
+            sum.limb[used++] = carry;
+        }
     }
     value = sum;
     return true;
@@ -329,11 +522,11 @@ template <mint N>
 [[nodiscard]] constexpr bool from_string(std::string_view text, intx_t<N>& value) noexcept {
     const bool negative = !text.empty() && text.front() == '-';
     if (negative) text.remove_prefix(1);
-    uintx_t<N> size;
+    uintx_t<N> size(detail::unset);
     if (!from_string(text, size)) return false;
     const uintx_t<N> limit = (uintx_t<N>(1) << (N - 1)) - (negative ? 0 : 1);
     if (size > limit) return false;
-    value = negative ? detail::negated(size) : size;
+    value = negative ? -size : size;
     return true;
 }
 
@@ -357,35 +550,69 @@ noexcept {
 /// `value` as text: base 10, or base 16 with the prefix 0x and lower-case digits. Allocates the returned string.
 /// Precondition: base is 10 or 16.
 inline std::string to_string(const umint& value, int base = 10) {
-    assert(base == 10 || base == 16);
+    KESH_REQUIRE(base == 10 || base == 16);
     char text[24];
     std::snprintf(text, sizeof text, base == 16 ? "0x%lx" : "%lu", value);
     return text;
 }
 
-/// Cost in base 10: quadratic in the width, one limb division per limb and 19 digits.
-template <mint N>
-[[nodiscard]] std::string to_string(uintx_t<N> value, int base = 10) {
-    assert(base == 10 || base == 16);
-    if (math_num_bits(value) <= MINT_BITS) return to_string(value.limb[0], base);
-    // Digits are cut off in chunks of the largest power of the base that one limb holds.
-    const umint chunk_base = base == 16 ? umint{1} << 60 : 10'000'000'000'000'000'000U;
-    const std::size_t chunk_digits = base == 16 ? 15 : 19;
-    std::string reversed;
-    while (!math_is_zero(value)) {
-        umint chunk = 0;
-        for (std::size_t i = uintx_t<N>::limbs; i-- > 0;) {
-            math_divmod(value.limb[i], chunk, chunk_base, value.limb[i], chunk);
-        }
-        for (std::size_t i = 0; i < chunk_digits; ++i) {
-            reversed += "0123456789abcdef"[chunk % static_cast<umint>(base)];
-            chunk /= static_cast<umint>(base);
+namespace detail {
+
+/// Eight decimal digits of a value below 10^8, most significant first, with leading zeros: in fours, in pairs, one by
+/// one, side by side in one word. The quotients by 100 and by 10 are products by rounded reciprocals, exact below 10^4
+/// and 10^2.
+inline void write_eight_digits(char* text, umint value) noexcept {
+    umint v = value / 10000 | value % 10000 << 32;
+    const umint hundreds = v * 10486 >> 20 & 0x0000007F0000007F;
+    v = hundreds | (v - 100 * hundreds) << 16;
+    const umint tens = v * 103 >> 10 & 0x000F000F000F000F;
+    v = (tens | (v - 10 * tens) << 8) + 0x3030303030303030;
+    for (int i = 0; i < 8; ++i) text[i] = static_cast<char>(v >> (8 * i));
+}
+
+/// The digits of one chunk, with leading zeros.
+inline void write_chunk(char* text, const text_chunks& chunks, umint chunk) noexcept {
+    std::size_t left = chunks.digits;
+    if (chunks.base == 10) {
+        for (; left >= 8; left -= 8) {
+            write_eight_digits(text + left - 8, chunk % 100'000'000);
+            chunk /= 100'000'000;
         }
     }
-    reversed.erase(reversed.find_last_not_of('0') + 1);
-    if (base == 16) reversed += "x0";
-    std::reverse(reversed.begin(), reversed.end());
-    return reversed;
+    for (; left > 0; --left) {
+        text[left - 1] = "0123456789abcdef"[chunk % chunks.base];
+        chunk /= chunks.base;
+    }
+}
+
+}  // namespace detail
+
+/// `value` in decimal digits, or in hexadecimal ones after 0x. Precondition: base is 10 or 16. Cost: quadratic in the
+/// width, two limb products per limb and 19 digits.
+template <mint N>
+[[nodiscard]] std::string to_string(uintx_t<N> value, int base = 10) {
+    KESH_REQUIRE(base == 10 || base == 16);
+    std::size_t limbs = detail::significant_limbs(value.limb, uintx_t<N>::limbs);
+    if (limbs <= 1) return to_string(value.limb[0], base);
+    const detail::text_chunks chunks(static_cast<umint>(base));
+    // The scale, shifted until its top bit is set, and the value as many bits: the remainders are shifted as well.
+    const mint shift = math_count_leading_zeros(chunks.scale);
+    const umint divisor = chunks.scale << shift, reciprocal = detail::reciprocal_of_limb(divisor);
+    char text[N / 3 + 32];  // more than the N log10 2 + 19 digits
+    char* first = text + sizeof text;
+    while (limbs > 0) {
+        umint chunk = value.limb[limbs - 1] >> 1 >> (MINT_BITS - 1 - shift);
+        for (std::size_t i = limbs; i-- > 0;) {
+            const umint below = i > 0 ? value.limb[i - 1] >> 1 >> (MINT_BITS - 1 - shift) : 0;
+            chunk = detail::divide_two_limbs(chunk, value.limb[i] << shift | below, divisor, reciprocal, value.limb[i]);
+        }
+        first -= chunks.digits;
+        detail::write_chunk(first, chunks, chunk >> shift);
+        while (limbs > 0 && value.limb[limbs - 1] == 0) --limbs;
+    }
+    while (*first == '0') ++first;
+    std::string digits(base == 16 ? "0x" : "");
+    return digits.append(first, text + sizeof text);
 }
 
 /// The magnitude's text, after '-' for a negative value.

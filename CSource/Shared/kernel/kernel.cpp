@@ -46,17 +46,30 @@ bool force(Level wanted) noexcept {
 template <int n>
 requires supported_limbs<n> Modulus<n>::Modulus(const umint* modulus)
 noexcept {
-    assert((modulus[0] & 1) == 1 && (modulus[0] > 1 || bit_length<n>(modulus) > 1));
-    for (int i = 0; i < n; ++i) m[i] = modulus[i];
+    const int length = bit_length<n>(modulus);
+    assert((modulus[0] & 1) == 1 && length > 1);
+    for (int i = 0; i < n; ++i) {
+        m[i] = modulus[i];
+        zero[i] = 0;
+    }
+    subtract<n>(complement, zero, m);
     k = math_mod_inv_2(m[0]);
-    // 2^(64 n) - m has the residue of 2^(64 n), and is below m when m has its top bit.
-    const umint zero[n] = {};
-    subtract<n>(r1, zero, m);
-    if ((m[n - 1] >> 63) != 0) return;
-    using Word = uintx_t<MINT_BITS * n>;
-    Word quotient, remainder;
-    math_divmod(Word(r1, n), Word(m, n), quotient, remainder);
-    for (int i = 0; i < n; ++i) r1[i] = remainder.limb[i];
+    inverse = umint{0} - k;
+
+    umint2 product = static_cast<umint2>(m[0]) * k + 1;
+    for (int i = 1; i < n; ++i) {
+        product = static_cast<umint2>(m[i]) * k + static_cast<umint>(product >> 64);
+        mu[i - 1] = static_cast<umint>(product);
+    }
+    mu[n - 1] = static_cast<umint>(product >> 64);
+
+    // With m' = 2^s m, whose top bit is set: 2^s R mod m' = 2^s (R mod m), and R mod m' = R - m'.
+    const int s = 64 * n - length;
+    umint shifted[n];
+    shift_left<n>(shifted, m, s);
+    subtract<n>(r1, zero, shifted);
+    for (int left = s; left > 0; left -= 64) shift_residue<n>(r1, left < 64 ? left : 64, shifted);
+    shift_right<n>(r1, r1, s);
 }
 
 template <int n>
@@ -167,11 +180,8 @@ umint mod_limb(std::span<const umint> limbs, umint d) noexcept {
     template void pow2<n>(umint*, const umint*, const Modulus<n>&) noexcept;                               \
     template void lucas_ladder<n>(umint*, umint*, const umint*, const umint*, const Modulus<n>&) noexcept; \
     template bool strong_base2<n>(const Modulus<n>&) noexcept;                                             \
-    template bool lucas_u_vanishes<n>(const Modulus<n>&, mint) noexcept
-KESH_KERNEL_WIDTH(2);
-KESH_KERNEL_WIDTH(4);
-KESH_KERNEL_WIDTH(8);
-KESH_KERNEL_WIDTH(16);
+    template bool lucas_u_vanishes<n>(const Modulus<n>&, mint) noexcept;
+KESH_FOR_EACH_WIDTH(KESH_KERNEL_WIDTH)
 #undef KESH_KERNEL_WIDTH
 
 }  // namespace kesh::kernel

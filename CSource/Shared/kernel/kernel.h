@@ -3,8 +3,8 @@
 ///
 /// Every function returns the same bits at every level, and the same bits as the generic templates of the integer
 /// engine: residues are fully reduced and in Montgomery form with R = 2^(64 n). Limb arrays are least significant limb
-/// first; n, the number of limbs, is 2, 4, 8 or 16. How each level works, and what it costs, is in README.md beside
-/// this file.
+/// first; n, the number of limbs, is 2 to 16. How each level works, and what it costs, is in README.md beside this
+/// file.
 #pragma once
 
 #include <cstdint>
@@ -35,18 +35,22 @@ bool force(Level wanted) noexcept;
 [[nodiscard]] const char* name(Level which) noexcept;
 
 template <int n>
-concept supported_limbs = n == 2 || n == 4 || n == 8 || n == 16;
+concept supported_limbs = 2 <= n&& n <= 16;
 
-/// One odd modulus and what Montgomery arithmetic modulo it needs. Reduction works limb by limb, so that the inverse of
-/// one limb suffices, and no kernel needs R^2.
+/// One odd modulus and what Montgomery arithmetic modulo it needs. No kernel needs R^2. The assembly of the level adx
+/// knows the order of the members.
 template <int n>
 requires supported_limbs<n>
 struct Modulus {
-    umint m[n];   ///< the modulus, odd, above 1
-    umint r1[n];  ///< R mod m, the Montgomery form of 1
-    umint k;      ///< -m^(-1) mod 2^64
+    umint m[n];           ///< the modulus, odd, above 1
+    umint zero[n];        ///< 0, between m and R - m: the loops choose one of the three by its address
+    umint complement[n];  ///< R - m
+    umint mu[n];          ///< (m k + 1) / 2^64, a rounded-up m k / 2^64
+    umint r1[n];          ///< R mod m, the Montgomery form of 1
+    umint k;              ///< -m^(-1) mod 2^64
+    umint inverse;        ///< m^(-1) mod 2^64
 
-    /// Cost: a subtraction for a modulus whose top bit is set, otherwise one division.
+    /// Cost: n limb products, and one division by the highest limb for each 64 bits that m is shorter than R.
     explicit Modulus(const umint* modulus) noexcept;
 };
 

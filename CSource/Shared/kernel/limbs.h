@@ -56,7 +56,7 @@ inline void double_if(umint* x, umint bit, const umint* m) noexcept {
     reduce_once<n>(x, t, carry, m);
 }
 
-/// r = a - b mod m for residues. r may be a or b.
+/// r = a - b, plus m where that is negative. r may be a or b.
 template <int n>
 inline void subtract_mod(umint* r, const umint* a, const umint* b, const umint* m) noexcept {
     umint t[n];
@@ -70,8 +70,8 @@ inline void subtract_mod(umint* r, const umint* a, const umint* b, const umint* 
     }
 }
 
-/// x = x / 2^j mod m for a residue x: with q = -x/m mod 2^j, x + q m is divisible by 2^j, and the quotient is below m
-/// because q < 2^j. k = -m^(-1) mod 2^64; 0 <= j < 64.
+/// x = x / 2^j mod m: with q = -x/m mod 2^j, x + q m is divisible by 2^j. As q < 2^j, the quotient is below m where x
+/// is, and below 2^(64 n) for any x. k = -m^(-1) mod 2^64; 0 <= j < 64.
 template <int n>
 inline void halve(umint* x, int j, const umint* m, umint k) noexcept {
     const umint q = (x[0] * k) & ((umint{1} << j) - 1);
@@ -87,6 +87,42 @@ inline void halve(umint* x, int j, const umint* m, umint k) noexcept {
     // A shift by 64 - j that is also right for j = 0.
 #pragma GCC unroll 16
     for (int i = 0; i < n; ++i) x[i] = (t[i] >> j) | ((t[i + 1] << 1) << (63 - j));
+}
+
+/// r = a 2^shift, without what exceeds n limbs. Precondition: 0 <= shift < 64 n. r may be a.
+template <int n>
+inline void shift_left(umint* r, const umint* a, int shift) noexcept {
+    const int whole = shift / 64, part = shift % 64;
+    for (int i = n - 1; i >= 0; --i) {
+        const umint high = i >= whole ? a[i - whole] : 0;
+        const umint low = i > whole ? a[i - whole - 1] : 0;
+        r[i] = (high << part) | ((low >> 1) >> (63 - part));
+    }
+}
+
+/// x = 2^shift x mod m for a residue x. Preconditions: the top bit of m is set, 0 < shift <= 64. Cost: one hardware
+/// division. The quotient of the two highest limbs by the highest of m is at most 2 above the quotient sought (D. E.
+/// Knuth, The Art of Computer Programming, vol. 2, 4.3.1, theorem B).
+template <int n>
+inline void shift_residue(umint* x, int shift, const umint* m) noexcept {
+    umint t[n + 1];
+    t[0] = (x[0] << 1) << (shift - 1);
+    for (int i = 1; i < n; ++i) t[i] = ((x[i] << 1) << (shift - 1)) | (x[i - 1] >> (64 - shift));
+    t[n] = x[n - 1] >> (64 - shift);
+    umint quotient = ~umint{0}, remainder;
+    if (t[n] < m[n - 1]) math_divmod(t[n - 1], t[n], m[n - 1], quotient, remainder);
+    umint borrow = 0;
+    for (int i = 0; i < n; ++i) {
+        const umint2 p = static_cast<umint2>(m[i]) * quotient + borrow;
+        borrow = static_cast<umint>(p >> 64) + math_subborrow(0, t[i], static_cast<umint>(p), t[i]);
+    }
+    t[n] -= borrow;
+    while (t[n] != 0) {
+        std::uint8_t carry = 0;
+        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], m[i], t[i]);
+        t[n] += carry;
+    }
+    for (int i = 0; i < n; ++i) x[i] = t[i];
 }
 
 template <int n>

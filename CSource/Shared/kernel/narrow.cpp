@@ -65,8 +65,8 @@ class Reduction {
 
 void pow2_128(umint* x, const umint* e, const Modulus<2>& modulus) noexcept {
     const Reduction reduce(modulus);
-    Doublings<2> y(modulus);
-    for (int i = bit_length<2>(e) - 1; i >= 0; --i) {
+    Doublings<2> y(modulus, e);
+    for (int i = y.bits_left() - 1; i >= 0; --i) {
         reduce(y.value, square(y.value));
         y.after_square(e, i);
     }

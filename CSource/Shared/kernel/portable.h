@@ -1,11 +1,8 @@
 /// @file   portable.h
-/// @brief  Montgomery products by rows of 64 x 64 -> 128 bit products, for any processor.
-///
-/// Reduction row by row: with q = t[0] k mod 2^64, t + q m is divisible by 2^64, and after n such rows t < 2 m holds.
-/// It costs n^2 + n limb products where the form with a full low-half product costs 1.5 n^2 + n/2, and gives the same
-/// residue, since both give the only number below m that is congruent to t / R.
+/// @brief  Montgomery products column by column, for any processor. README.md derives the reduction.
 #pragma once
 
+#include "Shared/kernel/columns.h"
 #include "Shared/kernel/limbs.h"
 #include "Shared/kernel/routines.h"
 
@@ -26,64 +23,62 @@ inline umint add_product_row(umint* t, const umint* a, umint b) noexcept {
 }
 
 struct Portable {
-    /// Row i adds a b[i] and one reduction row, and drops the limb that became 0; `top` is the limb above t's n, 0
-    /// or 1.
     template <int n>
-    static inline void mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus) noexcept {
-        umint t[n + 1] = {};
-        umint top = 0;
-#pragma GCC unroll 4
-        for (int i = 0; i < n; ++i) {
-            const umint high = add_product_row<n>(t, a, b[i]);
-            const umint low = add_product_row<n>(t, modulus.m, t[0] * modulus.k);
-            for (int j = 1; j < n; ++j) t[j - 1] = t[j];
-            const std::uint8_t carry = math_addcarry(0, high, low, t[n - 1]);
-            top = carry + umint{math_addcarry(0, t[n - 1], top, t[n - 1])};
-        }
-        reduce_once<n>(r, t, top, modulus.m);
+    static inline void mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus,
+                           const umint* not_c = nullptr) noexcept {
+        reduce<n>(r, modulus, not_c, [a, b](column& sum, int k) __attribute__((always_inline)) {
+#pragma GCC unroll 16
+            for (int i = k < n ? 0 : k - n + 1; i <= (k < n ? k : n - 1); ++i) sum.add_product(a[i], b[k - i]);
+        });
     }
 
-    /// The square is twice the products a[i] a[j], i < j, plus the squares a[i]^2: n(n+1)/2 limb products.
+    /// Column k of the square is twice the products a[i] a[k - i], i < k - i, plus the square of the middle limb.
     template <int n>
-    static inline void sqr(umint* r, const umint* a, const Modulus<n>& modulus) noexcept {
-        umint t[2 * n] = {};
+    static inline void sqr(umint* r, const umint* a, const Modulus<n>& modulus, const umint* not_c = nullptr) noexcept {
+        reduce<n>(r, modulus, not_c, [a](column& sum, int k) __attribute__((always_inline)) {
+            column mixed;
 #pragma GCC unroll 16
-        for (int i = 0; i + 1 < n; ++i) {
-            umint carry = 0;
-#pragma GCC unroll 16
-            for (int j = i + 1; j < n; ++j) {
-                const umint2 p = static_cast<umint2>(a[i]) * a[j] + t[i + j] + carry;
-                t[i + j] = static_cast<umint>(p);
-                carry = static_cast<umint>(p >> 64);
-            }
-            t[i + n] = carry;
-        }
-        std::uint8_t carry = 0;
-        umint shifted_out = 0;
-#pragma GCC unroll 16
-        for (int i = 0; i < n; ++i) {
-            const umint2 square = static_cast<umint2>(a[i]) * a[i];
-            const umint even = (t[2 * i] << 1) | shifted_out;
-            const umint odd = (t[2 * i + 1] << 1) | (t[2 * i] >> 63);
-            shifted_out = t[2 * i + 1] >> 63;
-            carry = math_addcarry(carry, even, static_cast<umint>(square), t[2 * i]);
-            carry = math_addcarry(carry, odd, static_cast<umint>(square >> 64), t[2 * i + 1]);
-        }
-        reduce<n>(r, t, modulus);
+            for (int i = k < n ? 0 : k - n + 1; i < k - i; ++i) mixed.add_product(a[i], a[k - i]);
+            sum.add_twice(mixed);
+            if (k % 2 == 0) sum.add_product(a[k / 2], a[k / 2]);
+        });
     }
 
   private:
-    /// r = t / R mod m for a t of 2 n limbs below m R, by n rows. Destroys t.
-    template <int n>
-    static inline void reduce(umint* r, umint* t, const Modulus<n>& modulus) noexcept {
-        umint top = 0;
-#pragma GCC unroll 4
-        for (int i = 0; i < n; ++i) {
-            const umint high = add_product_row<n>(t + i, modulus.m, t[i] * modulus.k);
-            const std::uint8_t carry = math_addcarry(0, t[i + n], high, t[i + n]);
-            top = carry + umint{math_addcarry(0, t[i + n], top, t[i + n])};
+    /// r = t / R - c modulo m for a t below R^2, where add_column(sum, k) adds column k of t to a sum. Columns 0 to n - 2
+    /// give the quotients of n - 1 rows with mu, column n - 1 that of the last row with the complement.
+    template <int n, class Column>
+    static inline __attribute__((always_inline)) void reduce(umint* r, const Modulus<n>& modulus, const umint* not_c, Column add_column) noexcept {
+        umint q[n], t[n];
+        column sum;
+#pragma GCC unroll 32
+        for (int k = 0; k < 2 * n - 1; ++k) {
+            add_column(sum, k);
+#pragma GCC unroll 16
+            for (int i = k < n ? 0 : k - n; i < (k < n - 1 ? k : n - 1); ++i) sum.add_product(q[i], modulus.mu[k - 1 - i]);
+            if (k < n - 1) {
+                q[k] = sum.shift();
+                continue;
+            }
+            if (k == n - 1) q[k] = sum.c0 * modulus.inverse;
+            sum.add_product(q[n - 1], modulus.complement[k - n + 1]);
+            const umint limb = sum.shift();
+            if (k >= n) t[k - n] = limb;
         }
-        reduce_once<n>(r, t + n, top, modulus.m);
+        const std::uint8_t borrow = math_subborrow(0, sum.c0, q[n - 1], t[n - 1]);
+        // What exceeds R is 1, what is negative -1.
+        const umint* correction = modulus.zero + n * (static_cast<mint>(sum.c1) - borrow);
+        std::uint8_t carry = 0;
+#pragma GCC unroll 16
+        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], correction[i], r[i]);
+        if (not_c == nullptr) return;
+        carry = 1;
+#pragma GCC unroll 16
+        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, r[i], not_c[i], t[i]);
+        correction = modulus.m + n * carry;  // m without a carry, else 0
+        carry = 0;
+#pragma GCC unroll 16
+        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], correction[i], r[i]);
     }
 };
 

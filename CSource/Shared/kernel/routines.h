@@ -16,6 +16,12 @@ struct Routines {
     void (*lucas_ladder)(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept;
 };
 
+/// Does `each(n)` for every number of limbs that the kernels are made for; 2 limbs have forms of their own.
+#define KESH_FOR_EACH_WIDTH(each) each(2) KESH_FOR_EACH_WIDTH_ABOVE_2(each)
+#define KESH_FOR_EACH_WIDTH_ABOVE_2(each)                                                                         \
+    each(3) each(4) each(5) each(6) each(7) each(8) each(9) each(10) each(11) each(12) each(13) each(14) each(15) \
+        each(16)
+
 template <int n>
 const Routines<n>& portable_routines() noexcept;
 template <int n>
@@ -23,75 +29,112 @@ const Routines<n>& adx_routines() noexcept;
 template <int n>
 const Routines<n>& ifma_routines() noexcept;
 
-/// The doublings of pow2, put off: value = 2^(E + ahead) R mod m, where E is the exponent that the bits so far make.
+/// The doublings of pow2, put off: value = 2^(E + ahead) R modulo m, where E is the exponent that the bits so far make.
 /// With ahead = 1 before, it is 2 ahead - bit and so again at least 1 after a squaring for the next bit, and at most 64
 /// after six. Only then is the power brought back by an exact division, which costs one row of products instead of six
-/// doublings with their comparisons.
+/// doublings with their comparisons. The first six bits cost no squaring: 2^(E + 1) R mod m is made by a division.
 template <int n>
 struct Doublings {
     umint value[n];
 
-    explicit Doublings(const Modulus<n>& modulus) noexcept : modulus_(modulus) {
-        for (int i = 0; i < n; ++i) value[i] = modulus.r1[i];
-        double_if<n>(value, 1, modulus.m);
+    Doublings(const Modulus<n>& modulus, const umint* e) noexcept : modulus_(modulus) {
+        const int length = bit_length<n>(e);
+        next_ = length > first_bits ? length - first_bits : 0;
+        umint shifted[n];
+        shift_right<n>(shifted, e, next_);
+        const int first = static_cast<int>(shifted[0]);
+        const int s = 64 * n - bit_length<n>(modulus.m);
+        shift_left<n>(shifted, modulus.m, s);
+        shift_left<n>(value, modulus.r1, s);
+        shift_residue<n>(value, first + 1, shifted);
+        shift_right<n>(value, value, s);
     }
 
-    /// To be called after `value` was squared for bit i of e, for each i down to 0.
+    /// One above the first bit of e that needs a squaring.
+    [[nodiscard]] int bits_left() const noexcept {
+        return next_;
+    }
+
+    /// To be called after `value` was squared for bit i of e, for each i below bits_left() down to 0.
     void after_square(const umint* e, int i) noexcept {
         ahead_ = 2 * ahead_ - static_cast<int>(bit_at(e, i));
-        if (i % 6 != 0) return;
+        if (i % first_bits != 0) return;
         halve<n>(value, ahead_ - 1, modulus_.m, modulus_.k);
         ahead_ = 1;
     }
 
-    /// x = 2^e R mod m.
+    /// x = 2^e R modulo m.
     void finish(umint* x) noexcept {
         halve<n>(value, 1, modulus_.m, modulus_.k);
         for (int i = 0; i < n; ++i) x[i] = value[i];
     }
 
   private:
+    static constexpr int first_bits = 6;
     const Modulus<n>& modulus_;
     int ahead_ = 1;
+    int next_;
 };
 
-/// pow2 over the products of `Arithmetic`, a class with static mul() and sqr() of mont_mul's and mont_sqr's signatures.
+/// The loops work on values below R = 2^(64 n) that are residues but need not be below m. `Arithmetic` has static mul()
+/// and sqr() of mont_mul's and mont_sqr's signatures for them: for factors below R the product is below R, and where
+/// one factor is below m it is below 2 m.
+
+/// r = the residue below m of a value below R.
+template <int n, class Arithmetic>
+inline void fully_reduce(umint* r, const umint* a, const Modulus<n>& modulus) noexcept {
+    Arithmetic::mul(r, a, modulus.r1, modulus);
+    reduce_once<n>(r, r, 0, modulus.m);
+}
+
+/// mont_mul, by the products of `Arithmetic`.
+template <int n, class Arithmetic>
+inline void reduced_mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus) noexcept {
+    Arithmetic::mul(r, a, b, modulus);
+    reduce_once<n>(r, r, 0, modulus.m);
+}
+
+/// mont_sqr, likewise.
+template <int n, class Arithmetic>
+inline void reduced_sqr(umint* r, const umint* a, const Modulus<n>& modulus) noexcept {
+    Arithmetic::sqr(r, a, modulus);
+    reduce_once<n>(r, r, 0, modulus.m);
+}
+
+/// pow2.
 template <int n, class Arithmetic>
 inline void generic_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
-    Doublings<n> y(modulus);
-    for (int i = bit_length<n>(e) - 1; i >= 0; --i) {
+    Doublings<n> y(modulus, e);
+    for (int i = y.bits_left() - 1; i >= 0; --i) {
         Arithmetic::sqr(y.value, y.value, modulus);
         y.after_square(e, i);
     }
     y.finish(x);
+    fully_reduce<n, Arithmetic>(x, x, modulus);
 }
 
-/// lucas_ladder over the products of `Arithmetic`. The pair (V(k), V(k+1)) goes to (V(2k), V(2k+1)) for a clear bit and
+/// lucas_ladder. The pair (V(k), V(k+1)) goes to (V(2k), V(2k+1)) for a clear bit and
 /// to (V(2k+1), V(2k+2)) for a set one, where V(2k+1) = V(k) V(k+1) - a and V(2k) = V(k)^2 - 2. So the member of the
 /// pair that the bit numbers is squared in place, and the product takes the place of the other one: no branch depends
 /// on the bit. The product and the square do not depend on each other, so that the processor works on both at once.
 template <int n, class Arithmetic>
 inline void generic_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e,
                                  const Modulus<n>& modulus) noexcept {
-    umint two[n], pair[2][n];
-    for (int i = 0; i < n; ++i) two[i] = modulus.r1[i];
-    double_if<n>(two, 1, modulus.m);
+    umint pair[2][n], not_two[n], not_a[n];
+    for (int i = 0; i < n; ++i) pair[0][i] = modulus.r1[i];
+    double_if<n>(pair[0], 1, modulus.m);
     for (int i = 0; i < n; ++i) {
-        pair[0][i] = two[i];
         pair[1][i] = a[i];
+        not_two[i] = ~pair[0][i];
+        not_a[i] = ~a[i];
     }
     for (int i = bit_length<n>(e) - 1; i >= 0; --i) {
         const umint bit = bit_at(e, i);
-        umint product[n], square[n];
-        Arithmetic::mul(product, pair[0], pair[1], modulus);
-        Arithmetic::sqr(square, pair[bit], modulus);
-        subtract_mod<n>(pair[1 - bit], product, a, modulus.m);
-        subtract_mod<n>(pair[bit], square, two, modulus.m);
+        Arithmetic::mul(pair[1 - bit], pair[0], pair[1], modulus, not_a);
+        Arithmetic::sqr(pair[bit], pair[bit], modulus, not_two);
     }
-    for (int i = 0; i < n; ++i) {
-        l[i] = pair[0][i];
-        h[i] = pair[1][i];
-    }
+    fully_reduce<n, Arithmetic>(l, pair[0], modulus);
+    fully_reduce<n, Arithmetic>(h, pair[1], modulus);
 }
 
 }  // namespace kesh::kernel

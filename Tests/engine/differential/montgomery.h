@@ -65,6 +65,11 @@ verdict check_montgomery(const operands<T>& s) {
     const umint exponent = s.limb >> 48;
     mpz_powm_ui(expected.get_mpz_t(), zb.get_mpz_t(), exponent, zm.get_mpz_t());
     KESH_AGREE(same(M.fromMontMod(M.pow(bbar, T(exponent))), as_word<T>(expected)), "pow");
+    KESH_AGREE(same(M.fromMontMod(M.pow_binary(bbar, T(exponent))), as_word<T>(expected)), "pow_binary");
+    // Exponents of all lengths, now and then, because they take long.
+    if (exponent % 64 == 0) {
+        KESH_AGREE(same(M.pow(bbar, s.d), M.pow_binary(bbar, s.d)), "pow, long exponents");
+    }
     return {};
 }
 

@@ -36,6 +36,17 @@ verdict check_shifts(const operands<T>& s) {
         math_right_shift(got, s.count, got);
         KESH_AGREE(same(got, in_range ? shifted : s.a), "math_right_shift into its operand");
     }
+    if constexpr (wide_word<T>) {
+        T got = s.b, reference = s.b;
+        math_right_shift(s.a, s.count, got);
+        math_right_shift_recursive(s.a, s.count, reference);
+        KESH_AGREE(same(got, reference), "math_right_shift_recursive");
+        if (s.count >= 0) {
+            math_left_shift(s.a, s.count, got);
+            math_left_shift_recursive(s.a, s.count, reference);
+            KESH_AGREE(same(got, reference), "math_left_shift_recursive");
+        }
+    }
     if (s.count >= 0 && s.count < N) {
         const auto n = static_cast<mp_bitcnt_t>(s.count);
         const mpz_class both = as_mpz(s.a, s.b);

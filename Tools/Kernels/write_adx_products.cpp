@@ -1,0 +1,472 @@
+/// @file   write_adx_products.cpp
+/// @brief  Writes the assembly of the Montgomery products of 3 to 16 limbs for processors with BMI2 and ADX.
+///
+/// The build runs this program and assembles its output into the library. One description serves all sizes: what
+/// differs between them is how many registers a row has and in which order they follow each other.
+///
+/// Adding the row a b[i] to an accumulator takes two chains of carries, one through the low and one through the high
+/// halves of the products. mulx leaves the flags alone, adcx carries in CF only and adox in OF only, so that both
+/// chains run through one pass over the row, a cycle a limb product. The accumulator stays in registers, and after a
+/// row its lowest limb is finished: it goes to memory and its register becomes the top limb of the next row. Up to
+/// eight limbs make one such strip; more limbs are cut into two strips of nearly equal width.
+///
+/// CSource/Shared/kernel/README.md describes the reduction and proves its bounds.
+
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Registers = std::vector<std::string>;
+
+/// Places in kesh::kernel::Modulus<n>, in arrays of n limbs.
+enum class Part { modulus = 0, zero = 1, complement = 2, mu = 3 };
+
+constexpr int limb_size = 8;
+constexpr int longest_strip = 10;
+
+/// A limb array in memory: a register with its address, and the index of the first limb.
+struct Array {
+    std::string address;
+    int first = 0;
+
+    [[nodiscard]] std::string operator[](int i) const {
+        return std::to_string(limb_size * (first + i)) + "(" + address + ")";
+    }
+    [[nodiscard]] Array from(int i) const {
+        return {address, first + i};
+    }
+};
+
+/// The functions of one size. Registers: rax and rbx take the halves of a product, rdx the factor of a row, rsi and rbp
+/// the operands, rsi also the modulus; rdi is 0 or, like the others, an accumulator, and so is rbp in a reduction.
+class Size {
+  public:
+    Size(std::ostream& out, int limbs)
+        : out_(out), n(limbs), low(limbs <= longest_strip ? 0 : limbs / 2), high(limbs - low) {}
+
+    /// r = a b / R - c: rdi = r, rsi = a, rdx = b, rcx = modulus, r8 = the limbs of R - 1 - c, or null for c = 0.
+    /// r = a^2 / R - c: rdi = r, rsi = a, rdx = modulus, rcx the same. Both end in the same reduction, so that the
+    /// loops, which take them in turns, stay in the processor's cache of decoded instructions.
+    void write() {
+        begin("sqr", "%rdx", "%rcx");
+        triangles();
+        doubling();
+        line("jmp 1f");
+        end("sqr");
+        begin("mul", "%rcx", "%r8");
+        line("movq %rdx, %rbp");
+        product();
+        out_ << "1:\n";
+        reduction();
+        leave();
+        end("mul");
+    }
+
+  private:
+    std::ostream& out_;
+    const int n;          ///< limbs
+    const int low, high;  ///< limbs of the lower strip, 0 where one strip is enough, and of the upper one
+    std::string zero_;    ///< an operand that is 0
+
+    const Array a{"%rsi"}, b{"%rbp"};
+    /// On the stack: the product of 2 n limbs, limbs that a strip of the reduction has finished, and three addresses
+    /// and a flag.
+    const Array z{"%rsp"}, finished{"%rsp", 2 * n};
+    const std::string result_address = Array{"%rsp", 3 * n}[0], modulus_address = Array{"%rsp", 3 * n}[1],
+                      complement_address = Array{"%rsp", 3 * n}[2], corrected = Array{"%rsp", 3 * n}[3],
+                      carry_into_high_half = Array{"%rsp", 3 * n}[4], memory_zero = Array{"%rsp", 3 * n}[5];
+
+    [[nodiscard]] Array part(Part which) const {
+        return {"%rsi", n * static_cast<int>(which)};
+    }
+    [[nodiscard]] std::string inverse() const {
+        return Array{"%rsi", 5 * n}[1];
+    }
+
+    void line(const std::string& text) {
+        out_ << '\t' << text << '\n';
+    }
+    void line(const std::string& operation, const std::string& from, const std::string& to) {
+        line(operation + " " + from + ", " + to);
+    }
+
+    void begin(const char* operation, const std::string& modulus, const std::string& complement) {
+        const std::string name = "kesh_adx_" + std::string(operation) + "_" + std::to_string(n);
+        out_ << "\n\t.globl " << name << "\n\t.hidden " << name << "\n\t.type " << name << ", @function\n\t.p2align 5\n"
+             << name << ":\n\t.cfi_startproc\n";
+        int offset = 16;
+        for (const char* saved : {"%rbx", "%rbp", "%r12", "%r13", "%r14", "%r15"}) {
+            line(std::string("pushq ") + saved);
+            line(".cfi_adjust_cfa_offset 8");
+            line(std::string(".cfi_offset ") + saved + ", -" + std::to_string(offset));
+            offset += 8;
+        }
+        line("subq $" + std::to_string(frame()) + ", %rsp");
+        line(".cfi_adjust_cfa_offset " + std::to_string(frame()));
+        line("movq", "%rdi", result_address);
+        line("movq", modulus, modulus_address);
+        line("movq", complement, complement_address);
+    }
+
+    void leave() {
+        line("addq $" + std::to_string(frame()) + ", %rsp");
+        line(".cfi_adjust_cfa_offset -" + std::to_string(frame()));
+        for (const char* saved : {"%r15", "%r14", "%r13", "%r12", "%rbp", "%rbx"}) {
+            line(std::string("popq ") + saved);
+            line(".cfi_adjust_cfa_offset -8");
+            line(std::string(".cfi_restore ") + saved);
+        }
+        line("ret");
+    }
+
+    void end(const char* operation) {
+        const std::string name = "kesh_adx_" + std::string(operation) + "_" + std::to_string(n);
+        out_ << "\t.cfi_endproc\n\t.size " << name << ", .-" << name << '\n';
+    }
+
+    [[nodiscard]] int frame() const {
+        return limb_size * (3 * n + 6);
+    }
+
+    /// In a product rbp is no accumulator but the address of b.
+    [[nodiscard]] static Registers accumulators(int count, bool with_rbp = false) {
+        Registers all = {"%r8", "%r9", "%r10", "%r11", "%r12", "%r13", "%r14", "%r15", "%rcx"};
+        if (with_rbp) all.emplace_back("%rbp");
+        all.emplace_back("%rdi");
+        return {all.begin(), all.begin() + count};
+    }
+    static std::string half(const std::string& name) {  // the lower half of r8 ... r15 and of rcx and the like
+        return name[2] >= 'a' ? "%e" + name.substr(2) : name + "d";
+    }
+    /// A row adds zero with a carry twice: from a register, or from memory where the strip takes all registers.
+    void keep_zero(int strip) {
+        zero_ = strip == longest_strip ? memory_zero : "%rdi";
+        if (strip == longest_strip)
+            line("movq", "$0", memory_zero);
+        else
+            clear(zero_);
+    }
+    void clear(const std::string& name) {
+        line("xorl", half(name), half(name));
+    }
+
+    /// Adds rdx times the limbs of `source`, one for each register, and starts the limb above them in `top`, which
+    /// cannot overflow. `after_first` is done when the lowest limb is finished.
+    template <class Action>
+    void add_row(const Array& source, const Registers& sum, const std::string& top, Action after_first) {
+        line("testl %eax, %eax");  // clears both carries, faster here than xor
+        const int count = static_cast<int>(sum.size());
+        for (int j = 0; j < count; ++j) {
+            const bool last = j + 1 == count;
+            if (last && j == 0) after_first();
+            line("mulx " + source[j] + ", %rax, " + (last ? top : "%rbx"));
+            line("adcx", "%rax", sum[static_cast<std::size_t>(j)]);
+            if (last) break;
+            if (j == 0) after_first();
+            line("adox", "%rbx", sum[static_cast<std::size_t>(j + 1)]);
+        }
+        line("adcx", zero_, top);
+        line("adox", zero_, top);
+    }
+
+    /// A row of a product: its lowest limb goes to `low_limb`.
+    void product_row(const Array& source, Registers& sum, const std::string& low_limb) {
+        const std::string lowest = sum.front();
+        add_row(source, sum, lowest, [&] { line("movq", lowest, low_limb); });
+        std::rotate(sum.begin(), sum.begin() + 1, sum.end());
+    }
+
+    /// A row of the reduction: the lowest limb is the quotient, which is kept in `quotient` if that is not empty, and
+    /// vanishes. mu has one limb less than `sum`.
+    void quotient_row(const Array& mu, Registers& sum, const std::string& quotient) {
+        const std::string lowest = sum.front();
+        line("movq", lowest, "%rdx");
+        if (!quotient.empty()) line("movq", lowest, quotient);
+        add_row(mu, {sum.begin() + 1, sum.end()}, lowest, [] {});
+        std::rotate(sum.begin(), sum.begin() + 1, sum.end());
+    }
+
+    /// sum += rdx times a source of one limb less; carry += the carry.
+    void closing_row(const Array& source, const Registers& sum, const std::string& carry) {
+        line("testl %eax, %eax");
+        for (std::size_t j = 0; j + 1 < sum.size(); ++j) {
+            line("mulx " + source[static_cast<int>(j)] + ", %rax, %rbx");
+            line("adcx", "%rax", sum[j]);
+            line("adox", "%rbx", sum[j + 1]);
+        }
+        line("adcx", zero_, sum.back());
+        line("adox", zero_, carry);
+        line("adcx", zero_, carry);
+    }
+
+    void load(const Registers& names, const Array& from) {
+        for (std::size_t i = 0; i < names.size(); ++i) line("movq", from[static_cast<int>(i)], names[i]);
+    }
+    void store(const Registers& names, const Array& to) {
+        for (std::size_t i = 0; i < names.size(); ++i) line("movq", names[i], to[static_cast<int>(i)]);
+    }
+
+    /// z = a b.
+    void product() {
+        keep_zero(n);
+        Registers sum = accumulators(low > 0 ? low : n);
+        for (const std::string& name : sum) clear(name);
+        for (int i = 0; i < n; ++i) {
+            line("movq", b[i], "%rdx");
+            product_row(a, sum, z[i]);
+        }
+        store(sum, z.from(n));
+        if (low == 0) return;
+
+        // The upper strip begins with what the lower one left at its place, up to limb n, and meets the rest of it
+        // after `low` rows, with a carry into limb n + low.
+        sum = accumulators(high);
+        load(sum, z.from(low));
+        for (int i = 0; i < low; ++i) {
+            line("movq", b[i], "%rdx");
+            product_row(a.from(low), sum, z[low + i]);
+        }
+        for (int j = 0; j < low; ++j)
+            line(j == 0 ? "addq" : "adcq", z[n + j], sum[static_cast<std::size_t>(high - low + j)]);
+        line("setc %al");
+        line("movzbl %al, %eax");
+        line("movq", "%rax", finished[0]);
+        for (int i = low; i < n; ++i) {
+            line("movq", b[i], "%rdx");
+            product_row(a.from(low), sum, z[low + i]);
+        }
+        line("addq", finished[0], sum[0]);
+        for (int j = 1; j < high; ++j) line("adcq", "$0", sum[static_cast<std::size_t>(j)]);
+        store(sum, z.from(n + low));
+    }
+
+    /// to += the products source[i] source[j], i < j, of as many limbs as `sum` has registers, which hold what lies
+    /// there already.
+    void triangle(const Array& source, Registers sum, const Array& to) {
+        const int count = static_cast<int>(sum.size());
+        for (int i = 0; i + 1 < count; ++i) {
+            const std::string lowest = sum.front();
+            line("movq", lowest, to[2 * i]);
+            line("movq", source[i], "%rdx");
+            add_row(source.from(i + 1), {sum.begin() + 1, sum.end()}, lowest, [] {});
+            line("movq", sum[1], to[2 * i + 1]);
+            sum.erase(sum.begin(), sum.begin() + 2);
+            sum.push_back(lowest);
+        }
+        line("movq", sum.front(), to[2 * count - 2]);
+        line("movq", "$0", to[2 * count - 1]);
+    }
+
+    /// z = the products a[i] a[j], i < j.
+    void triangles() {
+        keep_zero(n);
+        Registers sum = accumulators(low > 0 ? low : n);
+        for (const std::string& name : sum) clear(name);
+        triangle(a, sum, z);
+        if (low == 0) return;
+        sum = accumulators(high);
+        load({sum.begin(), sum.begin() + low}, z.from(low));
+        if (high > low) clear(sum.back());
+        for (int i = 0; i < low; ++i) {
+            line("movq", a[i], "%rdx");
+            product_row(a.from(low), sum, z[low + i]);
+        }
+        triangle(a.from(low), sum, z.from(2 * low));
+    }
+
+    /// z = 2 z + the squares a[i]^2.
+    void doubling() {
+        line("xorl %eax, %eax");
+        for (int i = 0; i < n; ++i) {
+            const std::string even = i % 2 == 0 ? "%r8" : "%r10", odd = i % 2 == 0 ? "%r9" : "%r11";
+            line("movq", a[i], "%rdx");
+            line("movq", z[2 * i], even);
+            line("movq", z[2 * i + 1], odd);
+            line("mulx %rdx, %rax, %rbx");
+            line("adcx", even, even);
+            line("adox", "%rax", even);
+            line("adcx", odd, odd);
+            line("adox", "%rbx", odd);
+            line("movq", even, z[2 * i]);
+            line("movq", odd, z[2 * i + 1]);
+        }
+    }
+
+    /// The last row's quotient from the lowest limb, to rdx.
+    void last_quotient(const std::string& lowest) {
+        line("movq", inverse(), "%rdx");
+        line("imulq", lowest, "%rdx");
+    }
+
+    /// r = z / R, a residue below R: n - 1 rows with mu and one with the complement of the modulus. What exceeds R or
+    /// is negative is known by rbp = 1 or -1, which chooses what is added in the end.
+    void reduction() {
+        line("movq", modulus_address, "%rsi");
+        keep_zero(n);
+        if (low == 0)
+            short_reduction();
+        else
+            long_reduction();
+    }
+
+    /// `carry`, 1, 0 or -1, becomes the address of R - m, 0 or m.
+    void choose(const std::string& carry) {
+        line("imulq $" + std::to_string(limb_size * n) + ", " + carry + ", " + carry);
+        line("leaq " + Array{"%rsi," + carry, part(Part::zero).first}[0] + ", " + carry);
+    }
+
+    /// The end of the reduction: the limbs, of which the first are finished in memory and the others are in registers,
+    /// with the high half of z and without c. First `carry` brings the sum below R. Then the complement of c is added
+    /// in a second chain of carries; if the two chains together carry no more than the first one must, the difference
+    /// is negative and m is added.
+    void finish(const Registers& sum, const std::string& carry) {
+        const int in_memory = n - static_cast<int>(sum.size());
+        const Array chosen{carry}, complement{"%rbx"}, r{"%rdx"};
+        const auto limb = [&](int j) { return j < in_memory ? "%rax" : sum[static_cast<std::size_t>(j - in_memory)]; };
+        const auto each_limb = [&](const Array& to, auto action) {
+            for (int j = 0; j < n; ++j) {
+                if (j < in_memory) line("movq", finished[j], "%rax");
+                action(j);
+                if (j < in_memory || to.address != finished.address) line("movq", limb(j), to[j]);
+            }
+        };
+        if (low > 0) {
+            line("movq", carry_into_high_half, "%rax");
+            line("addq $-1, %rax");
+        }
+        each_limb(finished, [&](int j) { line(j == 0 && low == 0 ? "addq" : "adcq", z[n + j], limb(j)); });
+        line("adcq $0, " + carry);
+        line("movl", half(carry), "%eax");
+        line("movq", complement_address, "%rbx");
+        choose(carry);
+        line("testq %rbx, %rbx");
+        line("jz 2f");
+        line("shrl $31, %eax");
+        line("incl %eax");
+        line("movq", "%rax", corrected);
+        line("movb $127, %al");
+        line("addb $1, %al");  // OF = 1, CF = 0
+        each_limb(finished, [&](int j) {
+            line("adcx", chosen[j], limb(j));
+            line("adox", complement[j], limb(j));
+        });
+        line("movq", zero_, carry);
+        line("adcx", zero_, carry);
+        line("adox", zero_, carry);
+        line("subq", corrected, carry);
+        choose(carry);
+        out_ << "2:\n";
+        line("movq", result_address, "%rdx");
+        each_limb(r, [&](int j) { line(j == 0 ? "addq" : "adcq", chosen[j], limb(j)); });
+    }
+
+    void short_reduction() {
+        Registers sum = accumulators(n + 1, true);
+        load({sum.begin(), sum.end() - 1}, z);
+        clear(sum.back());
+        for (int i = 0; i + 1 < n; ++i) quotient_row(part(Part::mu), sum, "");
+        last_quotient(sum.front());
+        // The row makes the lowest limb 0, so that its register can take the carry. (It is written before that is
+        // needed.)
+        const std::string carry = sum.front();
+        closing_row(part(Part::complement), sum, carry);
+        line("subq", "%rdx", sum.back());
+        line("sbbq $0, " + carry);
+        sum.erase(sum.begin());
+        finish(sum, carry);
+    }
+
+    void long_reduction() {
+        const Array mu_low = part(Part::mu), mu_high = part(Part::mu).from(low);
+        // Rows 0 ... low - 1. Their quotients need the lower strip of mu only.
+        Registers sum = accumulators(low + 1);
+        load(sum, z);
+        for (int i = 0; i < low; ++i) quotient_row(mu_low, sum, z[i]);
+        line("movq", sum.front(), z[low]);
+        sum.erase(sum.begin());
+        // The upper strip goes on with the registers of the lower one, at limb low + 1.
+        widen(sum, high);
+        for (int i = 0; i < low; ++i) {
+            line("movq", z[i], "%rdx");
+            product_row(mu_high, sum, finished[i]);
+        }
+        // What it has now belongs to the high half of z, which has time.
+        for (int i = 0; i < high; ++i)
+            line(i == 0 ? "addq" : "adcq", sum[static_cast<std::size_t>(i)], z[2 * low + 1 + i]);
+        for (int i = n + low + 1; i < 2 * n; ++i) line("adcq", "$0", z[i]);
+        line("movl $0, %ebp");
+        line("adcq $0, %rbp");
+
+        // Rows low ... n - 1 begin with what the upper strip finished, and with z below limb n. The carry into limb n waits.
+        sum = accumulators(low + 1);
+        load({sum.begin(), sum.begin() + (n - low)}, z.from(low));
+        for (int j = 1; j < n - low; ++j)
+            line(j == 1 ? "addq" : "adcq", finished[j - 1], sum[static_cast<std::size_t>(j)]);
+        line("movl $0, %eax");
+        line("adcq $0, %rax");
+        line("movq", "%rax", carry_into_high_half);
+        if (high == low) line("movq", finished[low - 1], sum.back());
+        for (int i = low; i + 1 < n; ++i) quotient_row(mu_low, sum, z[i]);
+        last_quotient(sum.front());
+        line("movq", "%rdx", z[0]);
+        line("movq", "%rbp", z[1]);
+        line("xorl %ebp, %ebp");
+        closing_row(part(Part::complement), sum, "%rbp");
+        sum.erase(sum.begin());
+        // sum is at limb n now and rbp at limb n + low; the upper strip begins at limb 2 low + 1, n or n + 1.
+        int done = 0;
+        if (high == low) {
+            line("movq", sum.front(), finished[done++]);
+            sum.erase(sum.begin());
+        }
+        widen(sum, high);
+        line("movq", "%rbp", sum.back());
+        line("movq", z[1], "%rbp");
+        for (int i = low; i + 2 < n; ++i) {
+            line("movq", z[i], "%rdx");
+            product_row(mu_high, sum, finished[done++]);
+        }
+        widen(sum, high + 1);
+        line("movq", z[n - 2], "%rdx");
+        closing_row(mu_high, sum, "%rbp");
+        line("movq", z[0], "%rdx");
+        closing_row(part(Part::complement).from(low), sum, "%rbp");
+        line("subq", "%rdx", sum.back());
+        line("sbbq $0, %rbp");
+
+        finish(sum, "%rbp");
+    }
+
+    /// Appends registers with zeros up to `width`.
+    void widen(Registers& sum, int width) {
+        for (const std::string& name : accumulators(9)) {
+            if (static_cast<int>(sum.size()) == width) break;
+            if (std::find(sum.begin(), sum.end(), name) != sum.end()) continue;
+            clear(name);
+            sum.push_back(name);
+        }
+    }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::cerr << "usage: write_adx_products FILE\n";
+        return 2;
+    }
+    std::ofstream out(argv[1]);
+    out << "# Montgomery products by mulx, adcx and adox. Written by write_adx_products.\n\t.text\n";
+    for (int n = 3; n <= 16; ++n) Size(out, n).write();
+    out << "\n\t.section .note.GNU-stack,\"\",@progbits\n";
+    out.close();
+    if (!out) {
+        std::cerr << "write_adx_products: cannot write " << argv[1] << '\n';
+        return 1;
+    }
+    return 0;
+}
