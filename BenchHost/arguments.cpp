@@ -103,6 +103,10 @@ ArgumentValue read_argument(const Export& entry, const Parameter& parameter, con
 
 std::vector<ArgumentValue> bind_arguments(const Export& entry, std::span<const std::string> words, bool any_count) {
     const std::size_t wanted = entry.parameters.size();
+    if (words.size() == 1 && wanted == 2 && !entry.default_begin.empty() && !any_count) {
+        const std::string both[] = {std::string(entry.default_begin), words[0]};
+        return bind_arguments(entry, both, any_count);
+    }
     if (words.size() != wanted && !any_count) {
         std::string names;
         for (const Parameter& parameter : entry.parameters) names += fmt::format(" {}", parameter.name);

@@ -14,6 +14,7 @@
 #include "arguments.h"
 #include "export_table.h"
 #include "library.h"
+#include "sum_check.h"
 #include "tasks.h"
 
 namespace bench_host {
@@ -44,6 +45,7 @@ struct Outcome {
     double seconds = 0;
     std::optional<Task> task;      ///< the task that did the count, or that was given one
     std::size_t pieces = 1;        ///< into how many calls the host split the range
+    std::optional<SumCheck> sum;   ///< of a sum of primes: how much of it the 64 bits hold
     bool wrote_result = false;     ///< the result slot was written, whatever came of the call
     std::size_t kept_strings = 0;  ///< string arguments that the library did not hand back
     std::vector<std::string> breaches;

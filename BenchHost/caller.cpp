@@ -13,6 +13,7 @@
 #include "host.h"
 #include "interrupts.h"
 #include "pieces.h"
+#include "printable.h"
 #include "stopwatch.h"
 
 namespace bench_host {
@@ -26,35 +27,25 @@ constexpr int presses_for_stoppable = 3;
 /** A call that cannot be stopped: the second press leaves the host. */
 constexpr int presses_for_unstoppable = 2;
 
-/** Whether the user, or --abort-after, has asked for the end. */
-class StopCondition {
-  public:
-    explicit StopCondition(const CallSettings& settings) : abort_after_(settings.abort_after) {}
+bool stop_asked() {
+    return interrupts_seen() > 0;
+}
 
-    /** What the progress line says of it: some algorithms have long steps in which nothing can be stopped. */
-    std::string note() const {
-        if (!asked()) return "";
-        const int left = presses_for_stoppable - interrupts_seen();
-        return left == presses_for_stoppable
-                   ? "stopping"
-                   : fmt::format("stopping; Ctrl-C {} leaves", left == 1 ? "once more" : "twice more");
-    }
-
-    bool asked() const {
-        return interrupts_seen() > 0 || (abort_after_ && watch_.seconds() >= *abort_after_);
-    }
-
-  private:
-    std::optional<double> abort_after_;
-    Stopwatch watch_;
-};
+/** What the progress line says once the end is asked for: some algorithms have long steps in which nothing can be
+ * stopped. */
+std::string stop_note() {
+    if (!stop_asked()) return "";
+    const int left = presses_for_stoppable - interrupts_seen();
+    return fmt::format("stopping; Ctrl-C {} leaves", left <= 1 ? "once more" : "twice more");
+}
 
 }  // namespace
 
 std::string call_text(const Export& entry, const std::vector<ArgumentValue>& arguments) {
     std::string text(entry.name);
     text += '(';
-    for (std::size_t i = 0; i < arguments.size(); ++i) text.append(i == 0 ? "" : ", ").append(arguments[i].typed);
+    for (std::size_t i = 0; i < arguments.size(); ++i)
+        text.append(i == 0 ? "" : ", ").append(printable(arguments[i].typed));
     return text += ')';
 }
 
@@ -98,7 +89,8 @@ Outcome Caller::call(const Export& entry, const std::vector<std::string>& words,
     } else {
         const bool plain = settings.bare || settings.unchecked || settings.table != TableChoice::full;
         const bool task_form_there = library_.symbol<ExportFunction>("PrimeCount_SubmitPrimePi") != nullptr;
-        if (!plain && entry.route == Route::as_task && wants_progress(settings) && task_form_there) {
+        if (!plain && entry.route == Route::as_task && (wants_progress(settings) || settings.events_wanted) &&
+            task_form_there) {
             outcome = call_as_task(entry, arguments, settings);
         } else if (!plain && entry.route == Route::status && task_form_there) {
             outcome = call_under_status(entry, arguments, settings);
@@ -106,6 +98,8 @@ Outcome Caller::call(const Export& entry, const std::vector<std::string>& words,
             outcome = call_plainly(entry, arguments, settings);
         }
     }
+    if (entry.route == Route::sum_pieces && outcome.status == Status::ok && !settings.unchecked)
+        outcome.sum = check_sum_of(outcome, settings);
     outcome.add_breaches(host().breaches.take());
     return outcome;
 }
@@ -113,25 +107,26 @@ Outcome Caller::call(const Export& entry, const std::vector<std::string>& words,
 Outcome Caller::call_plainly(const Export& entry, const std::vector<ArgumentValue>& arguments,
                              const CallSettings& settings) const {
     const bool answers_abort = entry.route == Route::as_task;
-    const bool split =
-        !settings.bare && !settings.unchecked && wants_progress(settings) && worth_splitting(entry, arguments);
+    const bool split = !settings.bare && !settings.unchecked && (wants_progress(settings) || settings.abort_after) &&
+                       worth_splitting(entry, arguments);
+    const bool stoppable = answers_abort || split;
     const ProgressLook look = look_for(settings);
-    const InterruptScope scope(answers_abort || split ? presses_for_stoppable
-                                                      : (look.visible && look.in_place ? presses_for_unstoppable : 1));
-    const StopCondition stop(settings);
+    const InterruptScope scope(
+        stoppable ? presses_for_stoppable : (look.visible && look.in_place ? presses_for_unstoppable : 1),
+        stoppable ? Stoppable::yes : Stoppable::no);
     std::atomic<double> fraction = 0;
 
     ProgressLine::Source source;
     if (split) source.fraction = [&] { return std::optional<double>(fraction.load()); };
     source.note = [&]() -> std::string {
-        if (answers_abort || split || !stop.asked()) return stop.note();
+        if (stoppable || !stop_asked()) return stop_note();
         return "cannot be stopped; Ctrl-C again leaves";
     };
     source.tick = [&] {
-        if (stop.asked()) host().abort_requested = true;
+        if (stop_asked()) host().abort_requested = true;
     };
     const ProgressLine line(look, call_text(entry, arguments), source);
-    if (split) return call_in_pieces(library_, entry, arguments, fraction, [&] { return stop.asked(); });
+    if (split) return call_in_pieces(library_, entry, arguments, fraction, stop_asked);
 
     Outcome outcome = call_export(library_, entry, arguments, settings.table);
     if (answers_abort && outcome.status == Status::error && host().abort_requested) outcome.status = Status::stopped;
@@ -179,8 +174,7 @@ Outcome Caller::wait_for_task(mint id, const CallSettings& settings) const {
     const auto task = [id] { return host().tasks.find(id).value_or(Task{}); };
     outcome.arguments = {};
     const std::string label = task().what;
-    const InterruptScope scope(presses_for_stoppable);
-    const StopCondition stop(settings);
+    const InterruptScope scope(presses_for_stoppable, Stoppable::yes);
     {
         ProgressLine::Source source;
         source.fraction = [&]() -> std::optional<double> {
@@ -189,7 +183,7 @@ Outcome Caller::wait_for_task(mint id, const CallSettings& settings) const {
             return now.percent / 100;
         };
         source.note = [&]() -> std::string {
-            if (stop.asked()) return stop.note();
+            if (stop_asked()) return stop_note();
             const Task now = task();
             if (now.state == TaskState::queued && host().tasks.running() > 1) return "queued";
             return "";
@@ -199,7 +193,7 @@ Outcome Caller::wait_for_task(mint id, const CallSettings& settings) const {
             // The request ends whichever count runs now and is forgotten when a queued one starts, so it is repeated
             // until this one ends.
             const bool ours = task().state != TaskState::queued || host().tasks.running() == 1;
-            if (stop.asked() && ours) stop_task();
+            if (stop_asked() && ours) stop_task();
             // A queued task cannot be ended; Ctrl-C ends the waiting for it.
             if (interrupts_seen() > 0 && !ours) break;
         }
@@ -211,7 +205,7 @@ Outcome Caller::wait_for_task(mint id, const CallSettings& settings) const {
     if (ended.running()) {
         outcome.status = Status::stopped;
     } else if (ended.failed) {
-        outcome.status = stop.asked() ? Status::stopped : Status::error;
+        outcome.status = stop_asked() ? Status::stopped : Status::error;
         outcome.code = LIBRARY_NO_ERROR;
     } else if (ended.result) {
         if (const auto* number = std::get_if<mint>(&*ended.result)) outcome.result = *number;
@@ -221,6 +215,25 @@ Outcome Caller::wait_for_task(mint id, const CallSettings& settings) const {
     }
     outcome.add_breaches(host().breaches.take());
     return outcome;
+}
+
+SumCheck Caller::check_sum_of(const Outcome& outcome, const CallSettings& settings) const {
+    const auto number = [&](std::size_t i) { return static_cast<umint>(std::get<mint>(outcome.arguments[i].value)); };
+    const auto* residue = std::get_if<mint>(&outcome.result);
+    if (residue == nullptr) return {};
+    const bool interval = outcome.arguments.size() == 2;
+    const umint end = number(interval ? 1 : 0);
+    // The upper end of PrimeSum is excluded.
+    if (!interval && end == 0) return check_sum(1, 0, 0, {});
+    return check_sum(interval ? number(0) : 1, interval ? end : end - 1, static_cast<umint>(*residue),
+                     [&](umint from, umint to) -> std::optional<umint> {
+                         if (settings.bare) return std::nullopt;
+                         const Outcome counted = call_export(library_, "PrimeSieve_CountPrimes",
+                                                             {static_cast<mint>(from), static_cast<mint>(to)});
+                         const auto* primes = std::get_if<mint>(&counted.result);
+                         if (counted.status != Status::ok || primes == nullptr) return std::nullopt;
+                         return static_cast<umint>(*primes);
+                     });
 }
 
 bool Caller::install_status_callback() const {
@@ -241,8 +254,7 @@ Outcome Caller::call_under_status(const Export& entry, const std::vector<Argumen
         return call_plainly(entry, arguments, settings);
     }
 
-    const InterruptScope scope(presses_for_stoppable);
-    const StopCondition stop(settings);
+    const InterruptScope scope(presses_for_stoppable, Stoppable::yes);
     const std::size_t reports_before = host().tasks.latest_status().second;
     bool stop_sent = false;
     Outcome outcome;
@@ -253,9 +265,9 @@ Outcome Caller::call_under_status(const Export& entry, const std::vector<Argumen
             if (reports == reports_before) return std::nullopt;
             return percent / 100;
         };
-        source.note = [&] { return stop.note(); };
+        source.note = stop_note;
         source.tick = [&] {
-            if (!stop.asked()) return;
+            if (!stop_asked()) return;
             stop_task();
             stop_sent = true;
         };

@@ -22,8 +22,9 @@ struct CallSettings {
     bool bare = false;                        ///< call the export itself and nothing else
     bool background = false;                  ///< submit as a task and return
     bool unchecked = false;                   ///< any number of arguments, any task id
+    bool events_wanted = false;               ///< a count with a task form runs as a task, whose events are written
     TableChoice table = TableChoice::full;
-    std::optional<double> abort_after;  ///< seconds after which AbortQ answers 1, or the task is stopped
+    std::optional<double> abort_after;  ///< seconds after which Ctrl-C is pressed by itself
 };
 
 /** Calls exports for the user of the host. */
@@ -47,6 +48,7 @@ class Caller {
                          const CallSettings& settings) const;
     Outcome call_under_status(const Export& entry, const std::vector<ArgumentValue>& arguments,
                               const CallSettings& settings) const;
+    SumCheck check_sum_of(const Outcome& outcome, const CallSettings& settings) const;
     Outcome submit(const Export& entry, std::vector<ArgumentValue> arguments, const CallSettings& settings,
                    std::string what) const;
     mint create_task() const;

@@ -211,7 +211,7 @@ int endure(const Library& library, const EnduranceLook& look) {
     mallopt(M_MMAP_THRESHOLD, 64 << 10);
     mallopt(M_TRIM_THRESHOLD, 64 << 10);
     Endurance endurance(library);
-    const InterruptScope scope(2);
+    const InterruptScope scope(2, Stoppable::yes);
     const Stopwatch watch;
     const double seconds = 60 * look.minutes;
     std::size_t rounds = 0;

@@ -6,10 +6,12 @@
 
 #include <fmt/format.h>
 
-#include <fstream>
+#include <cerrno>
+#include <cstring>
 
 #include "arguments.h"
 #include "host.h"
+#include "output_file.h"
 #include "print.h"
 
 namespace bench_host {
@@ -40,15 +42,31 @@ std::string EventLog::lines(const std::vector<Event>& events, bool every, const 
     return text;
 }
 
-void EventLog::append_csv(const std::string& path, const std::vector<Event>& events) {
-    const bool first = begun_.try_emplace(path, true).second;
-    std::ofstream file(path, first ? std::ios::trunc : std::ios::app);
-    if (first) file << "seconds,task,event,value\n";
-    for (const Event& event : events) {
-        file << fmt::format("{:.6f},{},{},{}\n", event.seconds, event.task, event.name,
-                            event.value ? event_value_text(event.value) : "");
+void EventLog::open_csv(const std::string& path) {
+    const auto [file, fresh] = files_.try_emplace(path);
+    if (!fresh) return;
+    errno = 0;
+    file->second.stream.open(path, std::ios::trunc);
+    if (!(file->second.stream << "seconds,task,event,value\n" << std::flush)) {
+        const int reason = errno;
+        files_.erase(file);
+        throw BadInput(fmt::format("the events cannot be written to {}: {}", path, std::strerror(reason)));
     }
-    if (!file.flush()) throw BadInput(fmt::format("the events cannot be written to {}", path));
+}
+
+void EventLog::append_csv(const std::string& path, const std::vector<Event>& events) {
+    CsvFile& file = files_[path];
+    for (const Event& event : events) {
+        file.stream << fmt::format("{:.6f},{},{},{}\n", event.seconds, event.task, event.name,
+                                   event.value ? event_value_text(event.value) : "");
+    }
+    file.events += events.size();
+    if (!file.stream.flush()) throw OutputError(fmt::format("the events cannot be written to {}", path));
+}
+
+std::size_t EventLog::events_in(const std::string& path) const {
+    const auto file = files_.find(path);
+    return file == files_.end() ? 0 : file->second.events;
 }
 
 }  // namespace bench_host

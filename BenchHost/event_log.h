@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <fstream>
 #include <map>
 #include <optional>
 #include <string>
@@ -19,12 +20,21 @@ class EventLog {
     /** The events as lines, "Status" thinned to one a second and task unless `every` is wanted. */
     std::string lines(const std::vector<Event>& events, bool every, const Style& style);
 
-    /** Appends the events to a CSV file that it begins with the header "seconds,task,event,value". @throws BadInput */
+    /** Begins a CSV file, once for each path, with the header "seconds,task,event,value". @throws BadInput */
+    void open_csv(const std::string& path);
+    /** Appends the events to the file. @throws OutputError */
     void append_csv(const std::string& path, const std::vector<Event>& events);
+    /** How many events the file has taken. */
+    std::size_t events_in(const std::string& path) const;
 
   private:
+    struct CsvFile {
+        std::ofstream stream;
+        std::size_t events = 0;
+    };
+
     std::map<mint, double> last_shown_;
-    std::map<std::string, bool> begun_;
+    std::map<std::string, CsvFile> files_;
 };
 
 }  // namespace bench_host

@@ -20,7 +20,21 @@ constexpr std::string_view algorithm_errors = "6 on a wrong number of arguments;
 constexpr std::string_view submit_errors =
     "6 on a wrong number of arguments, and no thread is started; a failed or stopped count raises \"Error\" with "
     "\"$Failed\"";
+constexpr std::string_view formula_cost =
+    "O(n) in theory, divided by powers of log n; measured, it grows as about n^(3/4) from 10^11 to 10^14";
 constexpr std::string_view sieve_cost = "O((b - a) log log b) plus O(sqrt(b)) to start";
+
+constexpr std::string_view pieces_stop =
+    "the call itself cannot be stopped; kesh-host makes long ones in pieces, and Ctrl-C stops between two";
+constexpr std::string_view abort_stop =
+    "the host's AbortQ, asked up to 100 times a second; seconds may pass between two questions from 10^18 on";
+constexpr std::string_view callback_stop =
+    "PrimeCount_StopTask from another thread, which leaves as an exception; noticed between two pieces of work";
+constexpr std::string_view phi_stop =
+    "as PrimeCount_LMO, but the first and longest part, phi(n, a), cannot be stopped: minutes from about 10^16";
+constexpr std::string_view task_stop =
+    "PrimeCount_StopTask once it counts, noticed as by the count named above; a queued task cannot be stopped";
+constexpr std::string_view no_stop = "cannot be stopped";
 
 Export range_count(std::string_view name, std::string_view what, std::string_view sentence,
                    std::string_view example_result) {
@@ -33,20 +47,23 @@ Export range_count(std::string_view name, std::string_view what, std::string_vie
             .sentence = sentence,
             .errors = sieve_errors,
             .cost = sieve_cost,
+            .stop = pieces_stop,
             .example = {"0", "10^6"},
             .example_result = example_result,
-            .route = Route::range_pieces};
+            .route = Route::range_pieces,
+            .default_begin = "0"};
 }
 
-Export algorithm(std::string_view name, std::string_view summary, std::string_view cost) {
+Export algorithm(std::string_view name, std::string_view summary, std::string_view cost, std::string_view stop) {
     return {.name = name,
             .family = Family::counting,
             .parameters = {{"n", Kind::integer, "upper end of the count"}},
             .result = Kind::integer,
             .summary = summary,
-            .sentence = "There are {r} primes up to {0}.",
+            .sentence = "There {r?is|are} {r} {r?prime|primes} up to {0}.",
             .errors = algorithm_errors,
             .cost = cost,
+            .stop = stop,
             .example = {"10^9"},
             .example_result = "50847534",
             .route = Route::status};
@@ -82,9 +99,10 @@ std::vector<Export> make_table() {
          .parameters = {{"n", Kind::integer, "upper end of the count"}},
          .result = Kind::integer,
          .summary = "pi(n), the number of primes up to n",
-         .sentence = "There are {r} primes up to {0}.",
+         .sentence = "There {r?is|are} {r} {r?prime|primes} up to {0}.",
          .errors = "6 on a wrong number of arguments, when the count fails and when the host aborts it",
          .cost = "O(n^(2/3) / log^2 n)",
+         .stop = abort_stop,
          .example = {"10^12"},
          .example_result = "37607912018",
          .route = Route::as_task,
@@ -98,19 +116,22 @@ std::vector<Export> make_table() {
          .errors =
              "6 on a wrong number of arguments, for n < 1 and n > 216289611853439384, and when the host aborts it",
          .cost = "O(n^(2/3))",
+         .stop = abort_stop,
          .example = {"10^9"},
          .example_result = "22801763489",
          .route = Route::as_task,
          .task_form = "PrimeCount_SubmitPrime"});
     add({.name = "PrimeCount_ExprPrimePi",
          .family = Family::counting,
-         .parameters = {{"x", Kind::text, "upper end of the count as digits; passed on as typed, primecount reads it"}},
+         .parameters = {{"x", Kind::text, "upper end of the count: an integer, or an expression such as 10^20"}},
          .result = Kind::text,
          .summary = "pi(x) for an x beyond 64 bits, digits in and digits out",
-         .sentence = "There are {r} primes up to {0}.",
-         .errors = "6 on a wrong number of arguments, on text that primecount does not read, for an x out of range "
-                   "and when the host aborts the count",
+         .sentence = "There {r?is|are} {r} {r?prime|primes} up to {0}.",
+         .errors =
+             "6 on a wrong number of arguments, on malformed text, for an x above 3.0258 10^31 or too large for the "
+             "memory (10^29 on 23 GiB), and when the host aborts the count",
          .cost = "O(x^(2/3) / log^2 x)",
+         .stop = "as PrimeCount_PrimePi; beyond 64 bits minutes may pass between two questions",
          .example = {"1000000000000"},
          .example_result = "37607912018",
          .route = Route::as_task,
@@ -121,25 +142,28 @@ std::vector<Export> make_table() {
                         {"b", Kind::integer, "how many of the first primes are sieved out"}},
          .result = Kind::integer,
          .summary = "phi(a, b), how many numbers up to a no one of the first b primes divides",
-         .sentence = "{r} numbers up to {0} are divisible by none of the first {1} primes.",
+         .sentence = "{r} {r?number|numbers} up to {0} {r?is|are} divisible by none of the first {1} {1?prime|primes}.",
          .errors = algorithm_errors,
          .cost = "grows steeply with b for a fixed a",
+         .stop = "cannot be stopped; minutes for a from about 10^16 on with large b",
          .example = {"10^9", "100"},
          .example_result = "88905088",
          .route = Route::status});
-    add(algorithm("PrimeCount_DelegliseRivat", "pi(n) by the algorithm of Deleglise and Rivat",
-                  "O(n^(2/3) / log^2 n)"));
-    add(algorithm("PrimeCount_LMO", "pi(n) by the algorithm of Lagarias, Miller and Odlyzko", "O(n^(2/3) / log n)"));
-    add(algorithm("PrimeCount_Lehmer", "pi(n) by Lehmer's formula", "O(n / log^4 n)"));
-    add(algorithm("PrimeCount_Meissel", "pi(n) by Meissel's formula", "O(n / log^3 n)"));
-    add(algorithm("PrimeCount_Legendre", "pi(n) by Legendre's formula", "O(n)"));
-    add(algorithm("PrimeCount_PrimeSieve", "pi(n) by sieving with primesieve", "O(n log log n)"));
+    add(algorithm("PrimeCount_DelegliseRivat", "pi(n) by the algorithm of Deleglise and Rivat", "O(n^(2/3) / log^2 n)",
+                  callback_stop));
+    add(algorithm("PrimeCount_LMO", "pi(n) by the algorithm of Lagarias, Miller and Odlyzko", "O(n^(2/3) / log n)",
+                  callback_stop));
+    add(algorithm("PrimeCount_Lehmer", "pi(n) by Lehmer's formula", formula_cost, phi_stop));
+    add(algorithm("PrimeCount_Meissel", "pi(n) by Meissel's formula", formula_cost, phi_stop));
+    add(algorithm("PrimeCount_Legendre", "pi(n) by Legendre's formula", formula_cost,
+                  "cannot be stopped: all of it is phi(n, a); minutes from about 10^16"));
+    add(algorithm("PrimeCount_PrimeSieve", "pi(n) by sieving with primesieve", "O(n log log n)", callback_stop));
     add({.name = "PrimeCount_GetThreads",
          .family = Family::counting,
          .parameters = {},
          .result = Kind::integer,
          .summary = "how many threads a count uses",
-         .sentence = "Counts use {r} threads.",
+         .sentence = "Counts use {r} {r?thread|threads}.",
          .errors = "none; extra arguments are ignored",
          .cost = "constant",
          .example = {},
@@ -149,7 +173,7 @@ std::vector<Export> make_table() {
          .parameters = {{"n", Kind::integer, "wanted number of threads; its low 32 bits count"}},
          .result = Kind::integer,
          .summary = "asks for n threads and answers how many counts will use",
-         .sentence = "Counts now use {r} threads.",
+         .sentence = "Counts now use {r} {r?thread|threads}.",
          .errors = count_error,
          .cost = "constant",
          .example = {"1"},
@@ -174,6 +198,7 @@ std::vector<Export> make_table() {
          .sentence = "",
          .errors = submit_errors,
          .cost = "returns at once; the count as PrimeCount_PrimePi",
+         .stop = task_stop,
          .example = {"new", "10^12"},
          .example_result = "37607912018"});
     add({.name = "PrimeCount_SubmitPrime",
@@ -185,17 +210,19 @@ std::vector<Export> make_table() {
          .sentence = "",
          .errors = submit_errors,
          .cost = "returns at once; the count as PrimeCount_Prime",
+         .stop = task_stop,
          .example = {"new", "10^9"},
          .example_result = "22801763489"});
     add({.name = "PrimeCount_SubmitExprPrimePi",
          .family = Family::tasks,
          .parameters = {{"task", Kind::task, "task id, or 'new' to create one"},
-                        {"x", Kind::text, "upper end of the count as digits; passed on as typed"}},
+                        {"x", Kind::text, "upper end of the count: an integer, or an expression such as 10^20"}},
          .result = Kind::none,
          .summary = "starts pi(x) for an x beyond 64 bits as task; the result is a string of digits",
          .sentence = "",
          .errors = submit_errors,
          .cost = "returns at once; the count as PrimeCount_ExprPrimePi",
+         .stop = task_stop,
          .example = {"new", "1000000000000"},
          .example_result = "37607912018"});
     add({.name = "PrimeCount_StopTask",
@@ -209,18 +236,18 @@ std::vector<Export> make_table() {
          .example = {},
          .example_result = ""});
 
-    add(range_count("PrimeSieve_CountPrimes", "how many primes lie in [a, b]", "There are {r} primes from {0} to {1}.",
-                    "78498"));
+    add(range_count("PrimeSieve_CountPrimes", "how many primes lie in [a, b]",
+                    "There {r?is|are} {r} {r?prime|primes} from {0} to {1}.", "78498"));
     add(range_count("PrimeSieve_CountTwins", "how many prime twins (p, p+2) lie in [a, b]",
-                    "There are {r} pairs of twin primes from {0} to {1}.", "8169"));
+                    "There {r?is|are} {r} {r?pair|pairs} of twin primes from {0} to {1}.", "8169"));
     add(range_count("PrimeSieve_CountTriplets", "how many prime triplets lie in [a, b]",
-                    "There are {r} prime triplets from {0} to {1}.", "2837"));
+                    "There {r?is|are} {r} prime {r?triplet|triplets} from {0} to {1}.", "2837"));
     add(range_count("PrimeSieve_CountQuadruplets", "how many prime quadruplets lie in [a, b]",
-                    "There are {r} prime quadruplets from {0} to {1}.", "166"));
+                    "There {r?is|are} {r} prime {r?quadruplet|quadruplets} from {0} to {1}.", "166"));
     add(range_count("PrimeSieve_CountQuintuplets", "how many prime quintuplets lie in [a, b]",
-                    "There are {r} prime quintuplets from {0} to {1}.", "65"));
+                    "There {r?is|are} {r} prime {r?quintuplet|quintuplets} from {0} to {1}.", "65"));
     add(range_count("PrimeSieve_CountSextuplets", "how many prime sextuplets lie in [a, b]",
-                    "There are {r} prime sextuplets from {0} to {1}.", "5"));
+                    "There {r?is|are} {r} prime {r?sextuplet|sextuplets} from {0} to {1}.", "5"));
     add({.name = "PrimeSieve_NthPrime",
          .family = Family::sieve,
          .parameters = {{"n", Kind::integer, "index of the prime, from 1"}},
@@ -230,6 +257,7 @@ std::vector<Export> make_table() {
          .errors =
              "6 on a wrong number of arguments; primesieve's exceptions pass through (n < 0, a prime beyond 2^64)",
          .cost = "O(n log n log log n)",
+         .stop = pieces_stop,
          .example = {"10^6"},
          .example_result = "15485863",
          .route = Route::nth_pieces});
@@ -265,6 +293,7 @@ std::vector<Export> make_table() {
                    "prime. "
                    "For k <= 0 the result has no meaning",
          .cost = "O(k log n) plus O(sqrt(n)) to start",
+         .stop = pieces_stop,
          .example = {"10^12", "1000"},
          .example_result = "1000000027577",
          .route = Route::walk_pieces});
@@ -277,6 +306,7 @@ std::vector<Export> make_table() {
          .sentence = "Prime number {1} before {0} is {r}.",
          .errors = "6 on a wrong number of arguments. For k <= 0 the result has no meaning",
          .cost = "O(k log n) plus O(sqrt(n)) to start",
+         .stop = pieces_stop,
          .example = {"10^12", "1000"},
          .example_result = "999999972149",
          .route = Route::walk_pieces});
@@ -288,6 +318,7 @@ std::vector<Export> make_table() {
          .sentence = "The primes below {0} add up to {r}.",
          .errors = "6 on a wrong number of arguments; a sum above 2^64 - 1 wraps",
          .cost = "O(n log log n), one thread",
+         .stop = pieces_stop,
          .example = {"10^8"},
          .example_result = "279209790387276",
          .route = Route::sum_pieces});
@@ -300,33 +331,39 @@ std::vector<Export> make_table() {
          .sentence = "The primes from {0} to {1} add up to {r}.",
          .errors =
              "6 on a wrong number of arguments; a sum above 2^64 - 1 wraps. a = 0 starts at the top of the 64-bit "
-             "range (a - 1 wraps), b from 2^64 - 59 to 2^64 - 2 walks past the last 64-bit prime, and both throw \"cannot "
+             "range (a - 1 wraps), b from 2^64 - 59 to 2^64 - 2 walks past the last 64-bit prime, and both throw "
+             "\"cannot "
              "generate primes > 2^64\"; b = 2^64 - 1, or -1, gives 0 (b + 1 wraps) for a up to 2^64 - 59",
          .cost = "O((b - a) log log b) plus O(sqrt(b)) to start, one thread",
+         .stop = pieces_stop,
          .example = {"10^6", "2*10^6"},
          .example_result = "105363426899",
-         .route = Route::sum_pieces});
+         .route = Route::sum_pieces,
+         .default_begin = "1"});
     add({.name = "PrimeSieve_ListPrimes",
          .family = Family::sieve,
          .parameters = {{"a", Kind::pattern, "first number of the range"},
                         {"b", Kind::pattern, "last number of the range"}},
          .result = Kind::tensor,
          .summary = "the primes in [a, b] as a tensor; primes above 2^31 - 1 keep their low 32 bits, with sign",
-         .sentence = "{r} primes from {0} to {1}.",
+         .sentence = "{r} {r?prime|primes} from {0} to {1}.",
          .errors = "6 on a wrong number of arguments; the code of MTensor_new when that fails; "
                    "std::length_error or std::bad_alloc pass through when the list does not fit the memory",
          .cost = "O((b - a) log log b); 12 bytes a prime while it runs",
+         .stop = no_stop,
          .example = {"100", "130"},
-         .example_result = "{101, 103, 107, 109, 113, 127}"});
+         .example_result = "{101, 103, 107, 109, 113, 127}",
+         .default_begin = "0"});
     add({.name = "PrimeSieve_ListNPrimes",
          .family = Family::sieve,
          .parameters = {{"n", Kind::integer, "how many"}},
          .result = Kind::tensor,
          .summary = "the first n primes as a tensor",
-         .sentence = "The first {0} primes.",
+         .sentence = "The first {0} {0?prime|primes}.",
          .errors = "6 on a wrong number of arguments; the code of MTensor_new when that fails; "
                    "std::length_error \"vector::reserve\" passes through for a negative n",
          .cost = "O(n log n log log n); 12 bytes a prime while it runs",
+         .stop = no_stop,
          .example = {"10"},
          .example_result = "{2, 3, 5, 7, 11, 13, 17, 19, 23, 29}"});
 
@@ -344,12 +381,11 @@ std::vector<Export> make_table() {
          .family = Family::primality,
          .parameters = {{"n", Kind::tensor, "limbs as {low, ..., high}, or an unsigned integer"}},
          .result = Kind::boolean,
-         .summary = "the host form of the test, taking the limbs from a tensor",
+         .summary = "cannot test a number: it calls KESH_PrimeQ, the function to use, without the limbs of its tensor",
          .sentence = "",
          .errors =
-             "6 on a wrong number of arguments; the code of MTensor_getInteger when that fails; otherwise 6 when the "
-             "position "
-             "that callback leaves is outside 1 to 16. It passes a null limb pointer on, so it has no other clean end",
+             "6 on a wrong number of arguments; the code of MTensor_getInteger when that fails; 6 when that leaves a "
+             "length outside 1 to 16; otherwise the process crashes, because the limb pointer is null",
          .cost = "constant",
          .example = {"7"},
          .example_result = ""});

@@ -52,13 +52,15 @@ struct Export {
     std::vector<Parameter> parameters;
     Kind result;
     std::string_view summary;               ///< one line: what it computes
-    std::string_view sentence;              ///< the answer in words: {0}, {1} the arguments as typed, {r} the result
+    std::string_view sentence;              ///< the answer in words, with places for arguments and result (remarks.cpp)
     std::string_view errors;                ///< what it returns or throws, and when
     std::string_view cost;                  ///< order of the running time
+    std::string_view stop = {};             ///< how a call that may take minutes is stopped; empty: none takes so long
     std::vector<std::string_view> example;  ///< arguments of a call that takes well under a second
     std::string_view example_result;        ///< its result
     Route route = Route::direct;
     std::string_view task_form = {};
+    std::string_view default_begin = {};  ///< of a range of which only the end is given; empty: both ends are needed
 };
 
 /** All exports, by family, in the order in which they are listed. */

@@ -8,6 +8,8 @@
 
 #include <cctype>
 
+#include "printable.h"
+
 namespace bench_host {
 
 namespace {
@@ -23,18 +25,20 @@ class Parser {
             throw ExpressionError("an empty text is no integer; write for example 10^12");
         cpp_int value = sum();
         skip_blanks();
-        if (position_ < text_.size()) fail(fmt::format("'{}' is not expected", text_[position_]));
+        if (position_ < text_.size()) fail(fmt::format("'{}' is not expected", next_character()));
         return value;
     }
 
   private:
     [[noreturn]] void fail(const std::string& what) const {
-        constexpr std::size_t longest_shown = 40;
-        const std::string shown =
-            text_.size() > longest_shown ? std::string(text_.substr(0, longest_shown)) + "..." : std::string(text_);
-        throw ExpressionError(fmt::format(
-            "'{}': {} at column {}; an integer is written like 1_000_000, 1e9, 10^12, 2^61-1, 3*(10^6+1), -5 or 0xff",
-            shown, what, position_ + 1));
+        throw ExpressionError(
+            fmt::format("'{}': {} at column {}; an integer is written like 1_000_000 or 1,000,000, 1e9, 10^12, 2^61-1, "
+                        "3*(10^6+1), -5 or 0xff",
+                        shortened(text_, 40), what, position_ + 1));
+    }
+
+    std::string_view next_character() const {
+        return first_character(text_.substr(position_));
     }
 
     void skip_blanks() {
@@ -73,8 +77,17 @@ class Parser {
 
     cpp_int product() {
         cpp_int value = signed_power();
-        while (accept("*")) value = bounded(value * signed_power());
-        return value;
+        for (;;) {
+            if (accept("*")) {
+                value = bounded(value * signed_power());
+            } else if (accept("/")) {
+                const cpp_int divisor = signed_power();
+                if (divisor.is_zero()) fail("the divisor is 0");
+                value /= divisor;
+            } else {
+                return value;
+            }
+        }
     }
 
     cpp_int signed_power() {
@@ -113,8 +126,8 @@ class Parser {
         }
         const char next = peek();
         if (std::isdigit(static_cast<unsigned char>(next)) != 0) return number();
-        if (next == '\0') fail("the text ends where a number is expected");
-        fail(fmt::format("'{}' stands where a number is expected", next));
+        if (position_ == text_.size()) fail("the text ends where a number is expected");
+        fail(fmt::format("'{}' stands where a number is expected", next_character()));
     }
 
     /** Digits of the given kind from the current position, separators left out. */
@@ -132,6 +145,17 @@ class Parser {
         return result;
     }
 
+    /** "1,000,000": groups of three digits after one to three. */
+    void add_groups(std::string& decimal) {
+        const std::size_t first = decimal.size();
+        while (position_ < text_.size() && text_[position_] == ',') {
+            ++position_;
+            const std::string group = digits(std::isdigit);
+            if (group.size() != 3 || first > 3) fail("a comma stands between groups of three digits");
+            decimal += group;
+        }
+    }
+
     cpp_int number() {
         if (accept("0x") || accept("0X")) {
             const std::string hex = digits(std::isxdigit);
@@ -140,6 +164,7 @@ class Parser {
             return cpp_int("0x" + hex);
         }
         std::string decimal = digits(std::isdigit);
+        add_groups(decimal);
         std::size_t scale = 0;
         if (position_ < text_.size() && text_[position_] == '.') {
             ++position_;
@@ -177,6 +202,10 @@ class Parser {
 
 cpp_int parse_integer(std::string_view text) {
     return Parser(text).run();
+}
+
+std::string to_decimal(const cpp_int& value) {
+    return value.str();
 }
 
 unsigned bit_length(const cpp_int& value) {

@@ -1,13 +1,14 @@
 /**
  * @file   expression.h
- * @brief  The integers of the command line: decimal with `_`, hexadecimal, `1e9`, `10^12`, sums and products.
+ * @brief  The integers of the command line: decimal with `_` or `,`, hexadecimal, `1e9`, `10^12`, sums and products.
  *
  *     sum     = product { ("+" | "-") product }
- *     product = signed { "*" signed }
+ *     product = signed { ("*" | "/") signed }            ("/" drops the fraction)
  *     signed  = { "+" | "-" } power
  *     power   = primary [ ("^" | "**") signed ]          (to the right: 2^3^2 = 2^9)
  *     primary = number | "(" sum ")"
  *     number  = digits [ "." digits ] [ "e" digits ] | "0x" hex digits      ("_" between digits is skipped)
+ *     digits may also stand in groups of three with "," between them: 1,000,000
  */
 #pragma once
 
@@ -35,6 +36,9 @@ class ExpressionError : public std::runtime_error {
  *         time and memory that a typing mistake such as 10^10^10 can cost.
  */
 cpp_int parse_integer(std::string_view text);
+
+/** The value in decimal digits. */
+std::string to_decimal(const cpp_int& value);
 
 /** Bits of |value|: 0 for 0. */
 unsigned bit_length(const cpp_int& value);

@@ -30,6 +30,8 @@ where a function works on unsigned numbers, it takes the same 64 bits, so that v
 integers. A *task id* is an integer that `PrimeCount_CreateTask` gave out. `KESH_PrimeQ` and the two lifecycle functions have
 plain C signatures of their own.
 
+"Stop" says how a call that can take minutes is ended before its time; a function without that line takes no such time.
+
 The examples are calls by [kesh-host](kesh-host.md). `...` stands for lines that are left out, such as the elapsed time.
 )";
 
@@ -85,7 +87,9 @@ std::string section(const Export& entry) {
     for (const Parameter& parameter : entry.parameters)
         text += fmt::format("| {} | {} | {} |\n", parameter.name, kind_name(parameter.kind), parameter.meaning);
     text += fmt::format("| result | {} | |\n\n", kind_name(entry.result));
-    return text + fmt::format("Errors: {}.\n\nCost: {}.\n\n{}", entry.errors, entry.cost, example_block(entry));
+    text += fmt::format("Errors: {}.\n\nCost: {}.\n\n", entry.errors, entry.cost);
+    if (!entry.stop.empty()) text += fmt::format("Stop: {}.\n\n", entry.stop);
+    return text + example_block(entry);
 }
 
 }  // namespace

@@ -1,15 +1,20 @@
 /**
  * @file   gnuplot.cpp
- * @brief  Writes a script and feeds it to gnuplot.
+ * @brief  Writes a script, has gnuplot draw it, and writes the picture.
  */
 #include "gnuplot.h"
 
 #include <fmt/format.h>
-#include <sys/wait.h>
 
+#include <array>
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
 
 #include "arguments.h"
+#include "output_file.h"
 
 namespace bench_host {
 
@@ -24,14 +29,14 @@ std::string quoted(const std::string& text) {
 
 }  // namespace
 
-std::string gnuplot_script(const Plot& plot, Picture kind, const std::string& path) {
+std::string gnuplot_script(const Plot& plot, Picture kind) {
     std::string script = kind == Picture::svg
                              ? "set terminal svg size 900,560 dynamic background rgb 'white' font 'sans,14'\n"
                              : "set terminal pngcairo size 900,560 font 'sans,11'\n";
     script += fmt::format(
-        "set output {}\nset title {} noenhanced\nset xlabel {} noenhanced\nset ylabel {} noenhanced\nset grid\nset key "
+        "set title {} noenhanced\nset xlabel {} noenhanced\nset ylabel {} noenhanced\nset grid\nset key "
         "left top noenhanced\n",
-        quoted(path), quoted(plot.title), quoted(plot.x_label), quoted(plot.y_label));
+        quoted(plot.title), quoted(plot.x_label), quoted(plot.y_label));
     // Room at the right for half of the last number.
     script += "set format x '%.10g'\nset format y '%.10g'\nset rmargin 7\n";
     if (plot.bars) script += "set style fill solid 0.6\nset boxwidth 1.6\nset key off\nset xrange [0:]\n";
@@ -50,16 +55,28 @@ std::string gnuplot_script(const Plot& plot, Picture kind, const std::string& pa
     return script + "\n";
 }
 
-void draw_with_gnuplot(const Plot& plot, Picture kind, const std::string& path) {
-    // The shell sees constant text only; everything typed goes through the script.
-    FILE* pipe = popen("command -v gnuplot >/dev/null || exit 127; exec gnuplot 2>/dev/null", "w");
-    if (pipe == nullptr) throw BadInput("gnuplot cannot be started");
-    const std::string script = gnuplot_script(plot, kind, path);
-    std::fwrite(script.data(), 1, script.size(), pipe);
-    const int status = pclose(pipe);
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 127)
+void check_picture_file(const std::string& path) {
+    if (std::system("command -v gnuplot >/dev/null") != 0)
         throw BadInput("gnuplot is not installed; it draws SVG and PNG (Debian package gnuplot-nox)");
-    if (status != 0) throw BadInput(fmt::format("gnuplot could not draw {}", path));
+    check_writable(path);
+}
+
+void draw_with_gnuplot(const Plot& plot, Picture kind, const std::string& path) {
+    // The script goes through a file without a name: nothing that was typed reaches the shell, and gnuplot that ends
+    // early leaves no broken pipe behind.
+    const std::unique_ptr<FILE, int (*)(FILE*)> script(std::tmpfile(), std::fclose);
+    const std::string text = gnuplot_script(plot, kind);
+    if (!script || std::fwrite(text.data(), 1, text.size(), script.get()) != text.size() ||
+        std::fflush(script.get()) != 0)
+        throw OutputError(fmt::format("the commands for gnuplot cannot be stored: {}", std::strerror(errno)));
+    FILE* gnuplot = popen(fmt::format("exec gnuplot /dev/fd/{} 2>/dev/null", fileno(script.get())).c_str(), "r");
+    if (gnuplot == nullptr) throw OutputError("gnuplot cannot be started");
+    std::string picture;
+    std::array<char, 65536> buffer{};
+    while (const std::size_t got = std::fread(buffer.data(), 1, buffer.size(), gnuplot))
+        picture.append(buffer.data(), got);
+    if (pclose(gnuplot) != 0 || picture.empty()) throw OutputError(fmt::format("gnuplot could not draw {}", path));
+    write_whole_file(path, picture);
 }
 
 }  // namespace bench_host

@@ -12,10 +12,13 @@ namespace bench_host {
 
 enum class Picture { svg, png };
 
-/** The commands that draw the plot into the file. */
-std::string gnuplot_script(const Plot& plot, Picture kind, const std::string& path);
+/** The commands that draw the plot, to gnuplot's standard output. */
+std::string gnuplot_script(const Plot& plot, Picture kind);
 
-/** Draws the plot into the file. @throws BadInput when gnuplot is missing or refuses */
+/** Finds out before the work begins whether a picture can be drawn and its file written. @throws BadInput */
+void check_picture_file(const std::string& path);
+
+/** Draws the plot into the file. @throws OutputError when gnuplot fails or the file takes no more */
 void draw_with_gnuplot(const Plot& plot, Picture kind, const std::string& path);
 
 }  // namespace bench_host

@@ -5,13 +5,17 @@
 #include "interrupts.h"
 
 #include <sys/eventfd.h>
+#include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cmath>
 #include <csignal>
 #include <cstdint>
 
+#include "exit_codes.h"
 #include "host.h"
 
 namespace bench_host {
@@ -19,13 +23,18 @@ namespace bench_host {
 namespace {
 
 std::atomic<int> presses = 0;
-std::atomic<int> leave_at = 0;  ///< 0: never
+std::atomic<bool> pressed_by_user = false;
+std::atomic<int> leave_at = 0;               ///< 0: never
+std::atomic<bool> leave_with_timer = false;  ///< the press that comes by itself is the last there will be
+std::optional<double> timer_seconds;
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
 Host* handled_host = nullptr;
 int wake_fd = -1;
 
-void on_interrupt(int) {
+void on_interrupt(int signal) {
+    const bool by_user = signal == SIGINT;
+    if (by_user) pressed_by_user = true;
     const int seen = presses.fetch_add(1) + 1;
     const int saved_errno = errno;
     constexpr std::uint64_t one = 1;
@@ -34,10 +43,10 @@ void on_interrupt(int) {
     const int limit = leave_at;
     if (limit == 0) return;
     handled_host->abort_requested = true;
-    if (seen >= limit) {
+    if (seen >= limit || (!by_user && leave_with_timer)) {
         constexpr char line[] = "\nkesh-host left in the middle of the call\n";
         [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, sizeof line - 1);
-        _exit(130);
+        _exit(by_user ? exit_interrupted : exit_call_failed);
     }
 }
 
@@ -51,15 +60,37 @@ void install_interrupt_handler() {
     sigemptyset(&action.sa_mask);
     // No SA_RESTART: whatever waits has to notice.
     sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGALRM, &action, nullptr);
 }
 
-InterruptScope::InterruptScope(int presses_to_leave) {
+namespace {
+
+/** SIGALRM once, after this many seconds; 0: never. */
+void set_timer(double seconds) {
+    itimerval timer{};
+    timer.it_value.tv_sec = static_cast<time_t>(seconds);
+    timer.it_value.tv_usec = static_cast<suseconds_t>(1e6 * (seconds - std::floor(seconds)));
+    setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+}  // namespace
+
+void press_after(std::optional<double> seconds) {
+    timer_seconds = seconds;
+}
+
+InterruptScope::InterruptScope(int presses_to_leave, Stoppable stoppable) {
     presses = 0;
+    pressed_by_user = false;
     host().abort_requested = false;
+    leave_with_timer = stoppable == Stoppable::no;
     leave_at = presses_to_leave;
+    // No time at all would switch the timer off.
+    if (timer_seconds) set_timer(std::max(*timer_seconds, 1e-6));
 }
 
 InterruptScope::~InterruptScope() {
+    if (timer_seconds) set_timer(0);
     leave_at = 0;
     host().abort_requested = false;
 }
@@ -68,8 +99,13 @@ int interrupts_seen() {
     return presses;
 }
 
+int exit_code_when_stopped() {
+    return pressed_by_user ? exit_interrupted : exit_call_failed;
+}
+
 void clear_interrupts() {
     presses = 0;
+    pressed_by_user = false;
     empty_interrupt_fd();
 }
 

@@ -2,6 +2,7 @@
 _kesh_host() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} program=${COMP_WORDS[0]} word head=""
     case $previous in
+        -d|--distance|--threads) return ;;
         --library|--file|--events|--svg|--png) mapfile -t COMPREPLY < <(compgen -f -- "$current"); return ;;
         --color) mapfile -t COMPREPLY < <(compgen -W "auto always never" -- "$current"); return ;;
         --fail) mapfile -t COMPREPLY < <(compgen -W "$("$program" --complete fail 2>/dev/null)" -- "$current"); compopt -o nospace; return ;;
@@ -15,7 +16,7 @@ _kesh_host() {
         if [[ $word != -* ]]; then head=$word; break; fi
     done
     case $head in
-        ""|help) mapfile -t COMPREPLY < <(compgen -W "$("$program" --complete names 2>/dev/null)" -- "$current") ;;
+        ""|help) mapfile -t COMPREPLY < <("$program" --complete names -- "$current" 2>/dev/null) ;;
         plot) mapfile -t COMPREPLY < <(compgen -W "pi gaps twins events" -- "$current") ;;
     esac
 }

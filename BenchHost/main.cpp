@@ -4,8 +4,11 @@
  */
 #include <fmt/format.h>
 #include <unistd.h>
+
+#include <algorithm>
 #include <clocale>
 #include <exception>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -13,7 +16,9 @@
 #include "functions_page.h"
 #include "interrupts.h"
 #include "options.h"
+#include "output_file.h"
 #include "print.h"
+#include "printable.h"
 #include "prompt.h"
 #include "session.h"
 
@@ -26,13 +31,14 @@ int run(const std::vector<std::string>& arguments) {
     try {
         options = parse_options(arguments, Options{});
     } catch (const BadInput& error) {
-        print_error(fitted(fmt::format("{}\n", error.what()), STDERR_FILENO));
-        return exit_bad_input;
+        return report_bad_input(asks_for_json(arguments), {}, error.what());
     }
     if (options.functions_page) return print(functions_page()), exit_ok;
-    if (!options.complete.empty()) return print(shell_completion_words(options.complete)), exit_ok;
+    if (!options.complete.empty())
+        return print(shell_completion_words(options.complete, options.words.empty() ? "" : options.words[0])), exit_ok;
     // Help must not depend on a library being there.
-    if (options.help && options.words.empty()) return print(help_text(help_width())), exit_ok;
+    if (options.help && options.words.empty())
+        return print(options.json ? json_line(commands_json()) : help_text(help_width())), exit_ok;
 
     Session session(options);
     install_interrupt_handler();
@@ -50,10 +56,16 @@ int main(int argc, char** argv) {
     try {
         code = run(std::vector<std::string>(argv + 1, argv + argc));
     } catch (const LibraryError& error) {
-        print_error(fmt::format("kesh-host: {}\n", error.what()));
+        print_error(fmt::format("kesh-host: {}\n", printable(error.what())));
         code = exit_no_library;
+    } catch (const std::exception& error) {
+        print_error(fmt::format("kesh-host: {}\n", printable(error.what())));
+        code = exit_call_failed;
     }
-    std::fflush(stdout);
+    if (!standard_output_complete()) {
+        print_error("kesh-host: standard output took not all that was to be printed\n");
+        code = std::max<int>(code, exit_call_failed);
+    }
     // Detached workers of the library may still run: static destructors must not be pulled from under them.
     _exit(code);
 }

@@ -17,6 +17,7 @@
 #include "arguments.h"
 #include "exit_codes.h"
 #include "interrupts.h"
+#include "printable.h"
 #include "session.h"
 #include "stopwatch.h"
 
@@ -43,6 +44,11 @@ std::vector<cpp_int> read_candidates(const std::vector<std::string>& words) {
     values.reserve(words.size());
     for (const std::string& word : words) values.push_back(read_candidate(word));
     return values;
+}
+
+/** Whether reading ended by an error. Of standard input only the C stream knows. */
+bool read_failed(const std::istream& input) {
+    return input.bad() || (&input == &std::cin && std::ferror(stdin) != 0);
 }
 
 /** Numbers shorter than this stand in a column. */
@@ -78,9 +84,8 @@ int test_numbers(const NumberJob& job, const std::vector<std::string>& words) {
         }
     }
     if (job.options.json)
-        print(Json{{"export", "KESH_PrimeQ"}, {"status", "ok"}, {"numbers", results}, {"seconds", whole.seconds()}}
-                  .dump() +
-              "\n");
+        print(json_line(
+            {{"export", "KESH_PrimeQ"}, {"status", "ok"}, {"numbers", results}, {"seconds", whole.seconds()}}));
     return exit_ok;
 }
 
@@ -93,7 +98,7 @@ int walk_from_numbers(const NumberJob& job, const std::vector<std::string>& word
         const Stopwatch watch;
         Neighbour found;
         {
-            const InterruptScope scope(3);
+            const InterruptScope scope(3, Stoppable::yes);
             const ProgressLine line(job.progress,
                                     fmt::format("KESH_PrimeQ, {} prime {} {}", upwards ? "next" : "previous",
                                                 upwards ? "after" : "before", words[i]),
@@ -109,12 +114,13 @@ int walk_from_numbers(const NumberJob& job, const std::vector<std::string>& word
             if (found.found)
                 object.update(
                     {{"prime", found.prime.str()}, {"bits", bit_length(found.prime)}, {"distance", distance.str()}});
-            print(object.dump() + "\n");
+            print(json_line(object));
         } else if (found.found && job.look.quiet) {
             print(found.prime.str() + "\n");
         } else if (found.found) {
-            const std::string detail = fmt::format("({} bits, {} candidates tested, {})", bit_length(found.prime),
-                                                   found.tested, format_duration(watch.seconds()));
+            const std::string detail =
+                fmt::format("({} bits, {} tested, {})", bit_length(found.prime),
+                            counted(found.tested, "candidate", "candidates"), format_duration(watch.seconds()));
             print(fmt::format("{}\nThe {} prime {} {} is {} {} {}.  {}\n", job.look.style.bold(found.prime.str()),
                               upwards ? "next" : "last", upwards ? "after" : "before", words[i], words[i],
                               upwards ? '+' : '-', distance.str(), job.look.style.dim(detail)));
@@ -122,7 +128,7 @@ int walk_from_numbers(const NumberJob& job, const std::vector<std::string>& word
         if (found.found) continue;
         if (stop_asked()) {
             print_error("stopped\n");
-            return exit_interrupted;
+            return exit_code_when_stopped();
         }
         if (!job.options.json)
             print_error(
@@ -140,22 +146,27 @@ int test_number_stream(const NumberJob& job, const std::string& path) {
         if (!file) throw BadInput(fmt::format("the file {} cannot be read", path));
     }
     std::istream& input = standard_input ? std::cin : file;
+    const std::string name = standard_input ? "standard input" : path;
     struct stat status {};
-    const bool sized = (standard_input ? fstat(STDIN_FILENO, &status) : stat(path.c_str(), &status)) == 0 &&
-                       S_ISREG(status.st_mode) && status.st_size > 0;
+    const bool known = (standard_input ? fstat(STDIN_FILENO, &status) : stat(path.c_str(), &status)) == 0;
+    if (known && S_ISDIR(status.st_mode)) throw BadInput(fmt::format("{} is a folder, not a file of numbers", name));
+    const bool sized = known && S_ISREG(status.st_mode) && status.st_size > 0;
 
-    const InterruptScope scope(3);
+    const InterruptScope scope(3, Stoppable::yes);
     const Stopwatch watch;
     std::size_t bad = 0;
     std::atomic<std::size_t> tested = 0;
     std::atomic<std::size_t> primes = 0;
     std::atomic<double> read_bytes = 0;
+    const auto verdicts = [&] {
+        return fmt::format("{}, {} prime", counted(tested, "number", "numbers"), primes.load());
+    };
     {
         ProgressLine::Source source;
         if (sized)
             source.fraction = [&] { return std::optional<double>(read_bytes / static_cast<double>(status.st_size)); };
-        source.note = [&] { return fmt::format("{} numbers, {} prime", tested.load(), primes.load()); };
-        ProgressLine line(job.progress, standard_input ? "standard input" : path, source);
+        source.note = verdicts;
+        ProgressLine line(job.progress, name, source);
         std::string text;
         for (std::size_t number = 1; !stop_asked() && std::getline(input, text); ++number) {
             read_bytes = read_bytes + static_cast<double>(text.size() + 1);
@@ -169,41 +180,43 @@ int test_number_stream(const NumberJob& job, const std::string& path) {
                 ++tested;
                 if (prime) ++primes;
                 if (job.options.json) {
-                    line.above(verdict_json(text, value, prime).dump() + "\n");
+                    line.above(json_line(verdict_json(text, value, prime)));
                 } else if (!job.look.quiet) {
                     line.above(fmt::format("{:<{}} {}\n", text, column_width, verdict_text(job, prime)));
                 }
             } catch (const BadInput& error) {
                 ++bad;
                 if (job.options.json) {
-                    line.above(Json{{"line", number}, {"status", "bad input"}, {"message", error.what()}}.dump() +
-                               "\n");
+                    line.above(json_line({{"line", number}, {"status", "bad input"}, {"message", error.what()}}));
                 } else {
                     line.above("");
-                    print_error(fmt::format("line {}: {}\n", number, error.what()));
+                    print_error(fmt::format("line {}: {}\n", number, printable(error.what())));
                 }
             }
         }
     }
     const bool stopped = stop_asked();
+    const bool unread = !stopped && read_failed(input);
+    if (unread) print_error(fmt::format("{} cannot be read to its end\n", printable(name)));
     if (job.options.json) {
-        print(Json{{"export", "KESH_PrimeQ"},
-                   {"status", stopped ? "stopped" : "ok"},
-                   {"tested", tested.load()},
-                   {"primes", primes.load()},
-                   {"bad_lines", bad},
-                   {"seconds", watch.seconds()}}
-                  .dump() +
-              "\n");
+        print(json_line({{"export", "KESH_PrimeQ"},
+                         {"status", stopped  ? "stopped"
+                                    : unread ? "error"
+                                             : "ok"},
+                         {"tested", tested.load()},
+                         {"primes", primes.load()},
+                         {"bad_lines", bad},
+                         {"seconds", watch.seconds()}}));
     } else {
-        std::string summary = fmt::format("{} numbers, {} prime", tested.load(), primes.load());
+        std::string summary = verdicts();
         if (bad > 0) summary += fmt::format(", {} line{} no number", bad, bad == 1 ? " that is" : "s that are");
         if (stopped) summary += ", stopped";
         print(fmt::format("{}  {}\n", job.look.style.bold(summary),
                           job.look.style.dim(fmt::format("({})", format_duration(watch.seconds())))));
     }
-    if (stopped) return exit_interrupted;
-    return bad > 0 ? exit_bad_input : exit_ok;
+    if (stopped) return exit_code_when_stopped();
+    if (bad > 0) return exit_bad_input;
+    return unread ? exit_call_failed : exit_ok;
 }
 
 }  // namespace bench_host

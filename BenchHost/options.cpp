@@ -51,6 +51,17 @@ mint read_length(const std::string& text) {
     return length;
 }
 
+/** As CLI::Range, which lets "nan" pass. */
+CLI::Validator number_between(double low, double high) {
+    return CLI::Validator(
+        [low, high](const std::string& text) {
+            double value = 0;
+            const bool good = CLI::detail::lexical_cast(text, value) && value >= low && value <= high;
+            return good ? std::string() : fmt::format("'{}' is no number from {} to {}", text, low, high);
+        },
+        "", "");
+}
+
 std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     auto app = std::make_unique<CLI::App>("", "kesh-host");
     app->set_help_flag();
@@ -84,6 +95,13 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
         ->group(calls);
     app->add_flag("--bare", options.call.bare, "make exactly the one call: no task, no pieces, no progress callback")
         ->group(calls);
+    app->add_option("--threads", options.threads, "counts and sieves use N threads from now on (PrimeCount_SetThreads)")
+        ->type_name("N")
+        ->check(CLI::Range(1, 1'000'000))
+        ->group(calls);
+    app->add_option("-d,--distance", options.distance, "the range from START to START + D, in place of its end")
+        ->type_name("D")
+        ->group(calls);
     app->add_flag("--unchecked", options.call.unchecked,
                   "hand over the arguments whatever their number, and any task id")
         ->group(calls);
@@ -106,11 +124,13 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
         ->type_name("FAULT")
         ->take_all()
         ->expected(1)
+        ->allow_extra_args(false)
         ->group(faults);
     app->add_flag("--null-io", raw.null_io, "hand over a callback table without a task table")->group(faults);
     app->add_flag("--null-table", raw.null_table, "hand over no callback table")->group(faults);
     app->add_option("--abort-after", options.call.abort_after, "press Ctrl-C by itself after that many seconds")
         ->type_name("SECONDS")
+        ->check(number_between(0, 1e9))
         ->group(faults);
     app->add_option("--leave-length", raw.leave_length, "position that a faulted MTensor_getInteger leaves behind")
         ->type_name("N")
@@ -127,11 +147,11 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     const std::string endurance = "Endurance";
     app->add_option("--minutes", options.endurance.minutes, "how long 'endure' goes on; 0 for one round of calls")
         ->type_name("N")
-        ->check(CLI::Range(0.0, 1e6))
+        ->check(number_between(0, 1e6))
         ->group(endurance);
     app->add_option("--load", options.endurance.load, "share of the time that 'endure' spends in calls, up to 1")
         ->type_name("X")
-        ->check(CLI::Range(0.01, 1.0))
+        ->check(number_between(0.01, 1))
         ->group(endurance);
     return app;
 }
@@ -142,6 +162,7 @@ struct Example {
 };
 constexpr Example examples[] = {
     {"PrimeSieve_CountPrimes 0 10^10", "the primes below ten billion"},
+    {"PrimeSieve_CountTwins 10^18 -d 10^9", "from 10^18 to 10^18 + 10^9"},
     {"PrimeCount_PrimePi 10^17", "with a bar; Ctrl-C stops it"},
     {"PrimeCount_ExprPrimePi 10^21", "beyond 64 bits, as text"},
     {"PrimeSieve_ListPrimes 10^6 10^6+200", "a tensor, as a table"},
@@ -150,7 +171,9 @@ constexpr Example examples[] = {
     {"KESH_PrimeQ 10^300 --next", "the first prime above it"},
     {"plot pi 2 10^6", "pi(x), x / ln x and Li(x)"},
 };
-constexpr std::string_view integers = "Integers: 1_000_000, 1e9, 10^12, 2^61-1, 3*(10^6+1), -5, 0xff.";
+constexpr std::string_view integers =
+    "Integers: 1_000_000, 1,000,000, 1e9, 10^12, 2^61-1, 10^9/7, 3*(10^6+1), -5, 0xff. Of a range the "
+    "end alone is enough: it begins at 0.";
 
 /** A name and what it means, in two columns; a name too long for its column has a line of its own. */
 std::string help_entry(const std::string& name, std::string_view meaning, unsigned column, unsigned width) {
@@ -200,7 +223,9 @@ Options parse_options(const std::vector<std::string>& arguments, const Options& 
     // CLI11 takes the words last first.
     std::vector<std::string> marked;
     for (auto word = arguments.rbegin(); word != arguments.rend(); ++word) {
-        marked.push_back(looks_like_negative_number(*word) || *word == "-" ? word_mark + *word : *word);
+        marked.push_back(looks_like_negative_number(*word) || *word == "-" || word->starts_with(word_mark)
+                             ? word_mark + *word
+                             : *word);
     }
     try {
         app->parse(marked);
@@ -218,17 +243,22 @@ Options parse_options(const std::vector<std::string>& arguments, const Options& 
         if (word.starts_with(word_mark)) word.erase(0, 1);
     };
     for (std::string& word : options.words) unmark(word);
-    for (std::string* value :
-         {&raw.leave_length, &options.file, &options.library, &options.events_file, &options.svg, &options.png})
+    for (std::string* value : {&raw.leave_length, &options.distance, &options.file, &options.library,
+                               &options.events_file, &options.svg, &options.png})
         unmark(*value);
     if (!raw.leave_length.empty()) options.leave_length = read_length(raw.leave_length);
     if (raw.progress) options.call.progress = CallSettings::Progress::on;
     if (raw.no_progress) options.call.progress = CallSettings::Progress::off;
     if (raw.null_io) options.call.table = TableChoice::without_io;
     if (raw.null_table) options.call.table = TableChoice::null;
+    options.call.events_wanted = !options.events_file.empty();
     if (raw.colour == "always") options.colour = ColourChoice::always;
     if (raw.colour == "never") options.colour = ColourChoice::never;
     return options;
+}
+
+bool asks_for_json(const std::vector<std::string>& arguments) {
+    return std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
 }
 
 unsigned help_width() {

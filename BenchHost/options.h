@@ -30,6 +30,8 @@ struct Options {
     ColourChoice colour = ColourChoice::automatic;
 
     CallSettings call;
+    std::optional<int> threads;  ///< of the counts, from this call on
+    std::string distance;        ///< of a range: its end is so far from its begin
 
     bool next = false;  ///< KESH_PrimeQ: go to the next prime
     bool previous = false;
@@ -54,6 +56,9 @@ struct Options {
  * @throws BadInput
  */
 Options parse_options(const std::vector<std::string>& arguments, const Options& defaults);
+
+/** Whether --json is among the words, for a line whose options cannot be read. */
+bool asks_for_json(const std::vector<std::string>& arguments);
 
 /** The text of --help, laid out for lines of `width` columns. */
 std::string help_text(unsigned width);

@@ -20,6 +20,7 @@
 #include "interrupts.h"
 #include "plot_canvas.h"
 #include "plot_data.h"
+#include "printable.h"
 #include "session.h"
 #include "stopwatch.h"
 
@@ -110,7 +111,7 @@ Plot make_plot(const Library& library, const Options& options, const std::vector
                       .points = options.points == 0 ? default_points : options.points,
                       .progress = [&](double part) { fraction = part; },
                       .stop = [] { return interrupts_seen() > 0; }};
-    const InterruptScope scope(3);
+    const InterruptScope scope(3, Stoppable::yes);
     const ProgressLine line(progress, "plot " + words[0],
                             {.fraction = [&] { return std::optional<double>(fraction.load()); },
                              .note = [&] { return std::string(job.stop() ? "stopping" : ""); },
@@ -144,27 +145,30 @@ nlohmann::ordered_json plot_json(const Plot& plot, const std::string& kind) {
 
 int draw_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
               const PrintLook& look, const ProgressLook& progress) {
+    for (const std::string& file : {options.svg, options.png}) {
+        if (!file.empty()) check_picture_file(file);
+    }
     Plot plot;
     const Stopwatch watch;
     try {
         plot = make_plot(library, options, words, progress);
     } catch (const PlotStopped&) {
         const Style style(STDERR_FILENO, options.colour);
-        print_error(fmt::format("{} plot {} after {}\n", style.yellow("stopped:"), fmt::join(words, " "),
-                                format_duration(watch.seconds())));
-        return exit_interrupted;
+        print_error(fmt::format("{} plot {} after {}\n", style.yellow("stopped:"),
+                                printable(fmt::format("{}", fmt::join(words, " "))), format_duration(watch.seconds())));
+        return exit_code_when_stopped();
     }
-    if (!options.svg.empty()) draw_with_gnuplot(plot, Picture::svg, options.svg);
-    if (!options.png.empty()) draw_with_gnuplot(plot, Picture::png, options.png);
     if (options.json) {
-        print(plot_json(plot, words[0]).dump() + "\n");
+        print(json_line(plot_json(plot, words[0])));
     } else {
         if (options.svg.empty() && options.png.empty())
             print(draw_in_terminal(plot, look.width, terminal_rows, utf8_locale(), look.style));
         for (const std::string& note : plot.notes) print(fitted(note + "\n", STDOUT_FILENO));
-        for (const std::string& file : {options.svg, options.png}) {
-            if (!file.empty()) print(fmt::format("written to {}\n", file));
-        }
+    }
+    for (const auto& [kind, file] : {std::pair{Picture::svg, options.svg}, std::pair{Picture::png, options.png}}) {
+        if (file.empty()) continue;
+        draw_with_gnuplot(plot, kind, file);
+        if (!options.json) print(fmt::format("written to {}\n", printable(file)));
     }
     return host().breaches.take().empty() ? exit_ok : exit_breach;
 }

@@ -12,6 +12,7 @@
 
 #include "arguments.h"
 #include "pieces.h"
+#include "printable.h"
 #include "tensors.h"
 
 namespace bench_host {
@@ -65,19 +66,21 @@ Plot pi_plot(const PlotJob& job, umint a, umint b) {
     Curve pi{"pi(x)", {}};
     Curve quotient{"x / ln x", {}};
     Curve integral{"Li(x)", {}};
+    umint primes = 0;
     for (unsigned i = 0; i < job.points; ++i) {
         const umint x = a + static_cast<umint>(static_cast<long double>(b - a) * i / (job.points - 1));
         const auto real = static_cast<double>(std::max<umint>(x, 2));
-        pi.points.push_back(
-            {static_cast<double>(x), static_cast<double>(call(job, "PrimeCount_PrimePi", {static_cast<mint>(x)}))});
+        primes = call(job, "PrimeCount_PrimePi", {static_cast<mint>(x)});
+        pi.points.push_back({static_cast<double>(x), static_cast<double>(primes)});
         quotient.points.push_back({static_cast<double>(x), real / std::log(real)});
         integral.points.push_back({static_cast<double>(x), logarithmic_integral(real)});
         job.progress(static_cast<double>(i + 1) / job.points);
     }
+    // Of a double that is larger than 2^53 the last digits are not known.
     const double truth = pi.points.back().y;
-    plot.notes = {fmt::format("at x = {}: pi(x) = {:.0f}, x / ln x = {:.0f} ({}), Li(x) = {:.0f} ({})", b, truth,
-                              quotient.points.back().y, percent_off(quotient.points.back().y, truth),
-                              integral.points.back().y, percent_off(integral.points.back().y, truth))};
+    plot.notes = {fmt::format("at x = {}: pi(x) = {}, x / ln x = {:.15g} ({}), Li(x) = {:.15g} ({})", b, primes,
+                              std::round(quotient.points.back().y), percent_off(quotient.points.back().y, truth),
+                              std::round(integral.points.back().y), percent_off(integral.points.back().y, truth))};
     plot.curves = {std::move(pi), std::move(quotient), std::move(integral)};
     return plot;
 }
@@ -131,11 +134,11 @@ Plot gap_plot(const PlotJob& job, umint a, umint b) {
         total += count;
         if (count > commonest.second) commonest = {gap, count};
     }
-    plot.notes =
-        total == 0
-            ? std::vector<std::string>{"fewer than two primes: no gaps"}
-            : std::vector<std::string>{fmt::format("{} gaps; the commonest is {} ({} times), the largest {} (after {})",
-                                                   total, commonest.first, commonest.second, largest, largest_at)};
+    plot.notes = total == 0
+                     ? std::vector<std::string>{"fewer than two primes: no gaps"}
+                     : std::vector<std::string>{fmt::format(
+                           "{}; the commonest is {} ({}), the largest {} (after {})", counted(total, "gap", "gaps"),
+                           commonest.first, counted(commonest.second, "time", "times"), largest, largest_at)};
     plot.curves = {std::move(bars)};
     return plot;
 }
@@ -171,7 +174,8 @@ Plot twin_plot(const PlotJob& job, umint a, umint b) {
         counted.points.push_back({counted_to, static_cast<double>(total)});
         expected.points.push_back({counted_to, counted_to > 2 ? expected_twins(counted_to) - below : 0});
     }
-    plot.notes = {fmt::format("{} pairs from {} to {}; expected {:.0f} ({})", total, a, b, expected.points.back().y,
+    plot.notes = {fmt::format("{} from {} to {}; expected {:.15g} ({})", bench_host::counted(total, "pair", "pairs"), a,
+                              b, std::round(expected.points.back().y),
                               percent_off(expected.points.back().y, static_cast<double>(total)))};
     plot.curves = {std::move(counted), std::move(expected)};
     return plot;

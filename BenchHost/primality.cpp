@@ -10,6 +10,7 @@
 
 #include "arguments.h"
 #include "host.h"
+#include "printable.h"
 
 namespace bench_host {
 
@@ -30,7 +31,7 @@ bool PrimalityTest::operator()(const cpp_int& n) const {
 }
 
 cpp_int read_candidate(const std::string& text) {
-    const std::string shown = text.size() > 40 ? text.substr(0, 30) + "..." : text;
+    const std::string shown = shortened(text, 40);
     cpp_int value;
     try {
         value = parse_integer(text);

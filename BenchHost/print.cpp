@@ -4,7 +4,6 @@
  */
 #include "print.h"
 
-#include <fmt/args.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -12,8 +11,11 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "caller.h"
 #include "digits.h"
+#include "printable.h"
 #include "progress.h"
+#include "remarks.h"
 #include "tensors.h"
 
 namespace bench_host {
@@ -39,24 +41,12 @@ std::string plain_result(const Outcome& outcome) {
     return "";
 }
 
-std::string sentence(const Outcome& outcome) {
-    if (outcome.entry->sentence.empty()) return "";
-    const std::string plain = is_negative_pattern(outcome)
-                                  ? fmt::format("{}", static_cast<umint>(std::get<mint>(outcome.result)))
-                                  : plain_result(outcome);
-    fmt::dynamic_format_arg_store<fmt::format_context> words;
-    for (const ArgumentValue& argument : outcome.arguments) words.push_back(argument.typed);
-    // Arguments that --unchecked left out.
-    for (std::size_t i = outcome.arguments.size(); i < 3; ++i) words.push_back("?");
-    words.push_back(fmt::arg("r", plain.size() > 4 && plain.size() < 60 ? group_digits(plain, ',') : plain));
-    return fmt::vformat(std::string(outcome.entry->sentence), words);
-}
-
 std::string how(const Outcome& outcome) {
     std::string text = format_duration(outcome.seconds);
     if (outcome.pieces > 1) text += fmt::format(", in {} pieces", outcome.pieces);
     if (outcome.task)
-        text += fmt::format(", task {} with {} progress reports", outcome.task->id, outcome.task->status_events);
+        text += fmt::format(", task {} with {}", outcome.task->id,
+                            counted(outcome.task->status_events, "progress report", "progress reports"));
     return text;
 }
 
@@ -171,10 +161,7 @@ std::string result_text(const Outcome& outcome, const PrintLook& look) {
         text = look.style.bold(plain_result(outcome)) + '\n';
     }
     if (look.quiet) return text;
-    std::string words = sentence(outcome);
-    if (is_negative_pattern(outcome)) {
-        words += " The host's integers have a sign: it arrives as the negative number above.";
-    }
+    const std::string words = answer_sentence(outcome);
     const std::string timing = how(outcome);
     return text +
            (words.empty() ? look.style.dim(fmt::format("({})", timing))
@@ -183,15 +170,7 @@ std::string result_text(const Outcome& outcome, const PrintLook& look) {
 }
 
 std::string failure_text(const Outcome& outcome, const Style& style) {
-    const std::string call = fmt::format("{}({})", outcome.entry->name,
-                                         fmt::join(
-                                             [&] {
-                                                 std::vector<std::string> typed;
-                                                 for (const ArgumentValue& argument : outcome.arguments)
-                                                     typed.push_back(argument.typed);
-                                                 return typed;
-                                             }(),
-                                             ", "));
+    const std::string call = call_text(*outcome.entry, outcome.arguments);
     switch (outcome.status) {
         case Status::ok:
         case Status::submitted:
@@ -233,10 +212,14 @@ std::string event_value_text(const std::optional<EventValue>& value) {
     return fmt::format("\"{}\"", std::get<std::string>(*value));
 }
 
+std::string json_line(const Json& object) {
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
 Json to_json(const Task& task) {
     Json object = {{"id", task.id},
                    {"what", task.what},
-                   {"state", state_name(task.state)},
+                   {"state", state_name(task)},
                    {"status_events", task.status_events},
                    {"first_percent", task.first_percent ? Json(*task.first_percent) : Json()},
                    {"last_percent", task.first_percent ? Json(task.percent) : Json()},
@@ -251,27 +234,41 @@ Json to_json(const Task& task) {
 
 namespace {
 
-Json argument_json(const Outcome& outcome, std::size_t i) {
+Json argument_json(const Outcome& outcome, const Remarks& remarks, std::size_t i) {
     const ArgumentValue& argument = outcome.arguments[i];
     const auto& parameters = outcome.entry->parameters;
     Json object = {{"name", i < parameters.size() ? Json(parameters[i].name) : Json()},
                    {"kind", kind_name(argument.kind)},
                    {"typed", argument.typed},
                    {"value", value_text(argument)}};
+    if (remarks.taken_as[i]) object["taken_as"] = *remarks.taken_as[i];
     return object;
 }
 
-Json result_json(const Outcome& outcome) {
+void add_sum(Json& result, const SumCheck& sum) {
+    result["wrapped"] = sum.wrapped == Wrapped::unknown ? Json() : Json(sum.wrapped == Wrapped::yes);
+    if (sum.exact) result["exact"] = to_decimal(*sum.exact);
+}
+
+Json result_json(const Outcome& outcome, const Remarks& remarks) {
     if (const auto* number = std::get_if<mint>(&outcome.result)) {
         Json object = {{"kind", "integer"}, {"value", *number}, {"text", fmt::format("{}", *number)}};
         if (is_negative_pattern(outcome)) object["unsigned"] = fmt::format("{}", static_cast<umint>(*number));
+        if (remarks.stand_in) {
+            object["stand_in"] = true;
+        } else if (outcome.sum) {
+            add_sum(object, *outcome.sum);
+        }
         return object;
     }
     if (const auto* truth = std::get_if<bool>(&outcome.result)) return {{"kind", "boolean"}, {"value", *truth}};
     if (const auto* text = std::get_if<std::string>(&outcome.result))
         return {{"kind", "string"}, {"value", *text}, {"text", *text}};
     if (const auto* tensor = std::get_if<TensorResult>(&outcome.result)) {
-        return {{"kind", "tensor"}, {"dimensions", (*tensor)->dimensions}, {"value", (*tensor)->data()}};
+        return {{"kind", "tensor"},
+                {"dimensions", (*tensor)->dimensions},
+                {"value", (*tensor)->data()},
+                {"narrowed", remarks.narrowed}};
     }
     return nullptr;
 }
@@ -279,14 +276,22 @@ Json result_json(const Outcome& outcome) {
 }  // namespace
 
 Json to_json(const Outcome& outcome) {
+    const Remarks remarks = remarks_on(outcome);
     Json arguments = Json::array();
-    for (std::size_t i = 0; i < outcome.arguments.size(); ++i) arguments.push_back(argument_json(outcome, i));
+    Json reinterpreted = Json::array();
+    for (std::size_t i = 0; i < outcome.arguments.size(); ++i) {
+        arguments.push_back(argument_json(outcome, remarks, i));
+        if (remarks.taken_as[i]) reinterpreted.push_back(arguments.back()["name"]);
+    }
+    // 0 where the call did not succeed is no code that an export returned.
+    const bool returned = outcome.good() || outcome.code != LIBRARY_NO_ERROR;
     Json object = {{"export", outcome.entry->name},
                    {"arguments", std::move(arguments)},
                    {"status", status_name(outcome.status)},
-                   {"code", outcome.code},
-                   {"code_name", error_name(outcome.code)},
-                   {"result", result_json(outcome)},
+                   {"code", returned ? Json(outcome.code) : Json()},
+                   {"code_name", returned ? Json(error_name(outcome.code)) : Json()},
+                   {"result", result_json(outcome, remarks)},
+                   {"bounds_reinterpreted", std::move(reinterpreted)},
                    {"seconds", outcome.seconds},
                    {"pieces", outcome.pieces}};
     if (outcome.status == Status::exception || !outcome.exception_type.empty()) {
@@ -327,24 +332,33 @@ std::string list_text(const PrintLook& look) {
     return text;
 }
 
+Json to_json(const Export& entry) {
+    Json parameters = Json::array();
+    for (const Parameter& parameter : entry.parameters) {
+        parameters.push_back(
+            {{"name", parameter.name}, {"kind", kind_name(parameter.kind)}, {"meaning", parameter.meaning}});
+    }
+    return {{"export", entry.name},
+            {"family", family_title(entry.family)},
+            {"arguments", std::move(parameters)},
+            {"result", kind_name(entry.result)},
+            {"summary", entry.summary},
+            {"errors", entry.errors},
+            {"cost", entry.cost},
+            {"stop", entry.stop},
+            {"example", entry.example}};
+}
+
 Json list_json() {
     Json exports = Json::array();
-    for (const Export& entry : export_table()) {
-        Json parameters = Json::array();
-        for (const Parameter& parameter : entry.parameters) {
-            parameters.push_back(
-                {{"name", parameter.name}, {"kind", kind_name(parameter.kind)}, {"meaning", parameter.meaning}});
-        }
-        exports.push_back({{"export", entry.name},
-                           {"family", family_title(entry.family)},
-                           {"arguments", std::move(parameters)},
-                           {"result", kind_name(entry.result)},
-                           {"summary", entry.summary},
-                           {"errors", entry.errors},
-                           {"cost", entry.cost},
-                           {"example", entry.example}});
-    }
+    for (const Export& entry : export_table()) exports.push_back(to_json(entry));
     return exports;
+}
+
+Json tasks_json(const std::vector<Task>& tasks) {
+    Json list = Json::array();
+    for (const Task& task : tasks) list.push_back(to_json(task));
+    return list;
 }
 
 std::string export_help(const Export& entry, const PrintLook& look) {
@@ -358,6 +372,7 @@ std::string export_help(const Export& entry, const PrintLook& look) {
     line("result", kind_name(entry.result));
     line("errors", entry.errors);
     line("cost", entry.cost);
+    if (!entry.stop.empty()) line("stop", entry.stop);
     std::string example(entry.name);
     for (const std::string_view word : entry.example) example.append(" ").append(word);
     if (!entry.example_result.empty()) example.append("   gives ").append(entry.example_result);
@@ -384,8 +399,8 @@ std::string tasks_text(const std::vector<Task>& tasks, const PrintLook& look) {
         std::string result;
         if (task.failed) result = "failed or stopped";
         if (task.result) result = event_value_text(task.result);
-        text += line(task.id, state_name(task.state),
-                     task.status_events > 0 ? fmt::format("{:.1f}", task.percent) : "-", time, task.what, result);
+        text += line(task.id, state_name(task), task.status_events > 0 ? fmt::format("{:.1f}", task.percent) : "-",
+                     time, task.what, result);
     }
     return text;
 }

@@ -37,18 +37,23 @@ std::string tensor_table(std::span<const mint> values, const PrintLook& look);
 /** The call as one JSON object; docs/kesh-host.md describes its members. */
 nlohmann::ordered_json to_json(const Outcome& outcome);
 nlohmann::ordered_json to_json(const Task& task);
+/** The object as a line. Bytes that are no UTF-8 become U+FFFD: a JSON text has no other place for them. */
+std::string json_line(const nlohmann::ordered_json& object);
 /** The object that stands for input of which no call was made. */
 nlohmann::ordered_json bad_input_json(const std::vector<std::string>& words, const std::string& message);
 
 /** All exports with argument kinds and result. */
 std::string list_text(const PrintLook& look);
 nlohmann::ordered_json list_json();
+nlohmann::ordered_json to_json(const Export& entry);
 
 /** Everything about one export. */
 std::string export_help(const Export& entry, const PrintLook& look);
 
 /** The tasks as a table. */
 std::string tasks_text(const std::vector<Task>& tasks, const PrintLook& look);
+
+nlohmann::ordered_json tasks_json(const std::vector<Task>& tasks);
 
 /** A value of an event: 25, 45.2, "$Failed". */
 std::string event_value_text(const std::optional<EventValue>& value);

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <clocale>
 #include <cstdlib>
@@ -21,6 +22,7 @@
 #include "exit_codes.h"
 #include "host.h"
 #include "interrupts.h"
+#include "printable.h"
 
 namespace bench_host {
 
@@ -105,8 +107,10 @@ class LineReader {
     static char* prompt_text(EditLine* edit) {
         LineReader* reader = self(edit);
         const Style style(STDOUT_FILENO, reader->session_.defaults().colour);
-        const std::size_t running = host().tasks.running();
-        const std::string plain = running == 0 ? "kesh>" : fmt::format("kesh ({} running)>", running);
+        const std::size_t open = host().tasks.running();
+        const std::size_t queued = std::min(host().tasks.queued(), open);
+        std::string plain = open == 0 ? "kesh>" : fmt::format("kesh ({} running, {} queued)>", open - queued, queued);
+        if (open > 0 && queued == 0) plain = fmt::format("kesh ({} running)>", open);
         // \1 ... \1 encloses what takes no room on the screen; libedit drops it at the very end.
         reader->prompt_ = (style.coloured() ? fmt::format("\1\033[1;34m\1{}\1\033[0m\1", plain) : plain) + " ";
         return reader->prompt_.data();
@@ -159,10 +163,16 @@ class LineReader {
             const auto differ = std::mismatch(common.begin(), common.end(), name.begin(), name.end()).first;
             common.erase(differ, common.end());
         }
-        const std::size_t typed = before.size() - begin;
-        if (common.size() > typed || names.size() == 1) {
-            const std::string rest = common.substr(typed) + (names.size() == 1 ? " " : "");
-            el_insertstr(edit, rest.c_str());
+        const std::string_view typed = before.substr(begin);
+        // What was typed may stand in the middle of the names, or in letters of the other case.
+        const auto same = [](char a, char b) { return std::tolower(a & 0xff) == std::tolower(b & 0xff); };
+        const bool holds_typed =
+            std::search(common.begin(), common.end(), typed.begin(), typed.end(), same) != common.end();
+        const bool nearer = names.size() == 1 || (common.size() > typed.size() && holds_typed);
+        if (nearer) {
+            if (names.size() == 1) common += ' ';
+            el_deletestr(edit, static_cast<int>(typed.size()));
+            el_insertstr(edit, common.c_str());
             return CC_REFRESH;
         }
         show_choices(names);
@@ -194,8 +204,7 @@ int run_line(Session& session, const std::string& line, bool& leave) {
     try {
         words = split_line(line);
     } catch (const BadInput& error) {
-        print_error(fitted(fmt::format("{}\n", error.what()), STDERR_FILENO));
-        return exit_bad_input;
+        return report_bad_input(session.defaults().json, {}, error.what());
     }
     if (words.empty() || words[0].starts_with('#')) return exit_ok;
     if (words[0] == "quit" || words[0] == "exit") {
@@ -224,7 +233,7 @@ int run_prompt(Session& session) {
         session.print_events(session.defaults());
     }
     if (const std::size_t running = host().tasks.running(); running > 0) {
-        print(fmt::format("stopping {} task{}\n", running, running == 1 ? "" : "s"));
+        print(fmt::format("stopping {}\n", counted(running, "task", "tasks")));
         session.stop_all();
     }
     return host().breaches.total() > 0 ? exit_breach : exit_ok;
@@ -235,10 +244,16 @@ int run_script(Session& session) {
     int code = exit_ok;
     std::string line;
     for (bool leave = false; !leave && std::getline(std::cin, line);) {
+        // Lines that end as Windows ends them.
+        if (line.ends_with('\r')) line.pop_back();
         code = std::max(code, run_line(session, line, leave));
         session.print_events(session.defaults());
     }
-    return std::max(code, session.wait_for_all(session.defaults()));
+    if (std::cin.bad() || std::ferror(stdin) != 0) {
+        print_error("standard input cannot be read to its end\n");
+        code = std::max<int>(code, exit_call_failed);
+    }
+    return std::max({code, session.wait_for_all(session.defaults()), session.exit_code_of_events()});
 }
 
 }  // namespace bench_host

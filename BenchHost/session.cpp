@@ -22,8 +22,10 @@
 #include "host_tables.h"
 #include "interrupts.h"
 #include "number_stream.h"
+#include "output_file.h"
 #include "plot.h"
 #include "primality.h"
+#include "printable.h"
 #include "suggest.h"
 
 namespace bench_host {
@@ -44,8 +46,25 @@ const std::vector<std::string>& all_names() {
 
 int exit_code_of(const Outcome& outcome) {
     if (!outcome.breaches.empty()) return exit_breach;
-    if (outcome.status == Status::stopped && interrupts_seen() > 0) return exit_interrupted;
+    if (outcome.status == Status::stopped) return exit_code_when_stopped();
     return outcome.good() ? exit_ok : exit_call_failed;
+}
+
+nlohmann::ordered_json to_json(const CommandWord& word) {
+    return {{"command", word.name}, {"usage", word.usage}, {"meaning", word.meaning}};
+}
+
+void refuse_json(const Options& options, std::string_view command) {
+    if (options.json) throw BadInput(fmt::format("'{}' has no JSON form", command));
+}
+
+/** The words of a range whose end is given by its distance from the begin. */
+std::vector<std::string> with_distance(const Options& options, const std::vector<std::string>& words) {
+    if (options.distance.empty()) return words;
+    if (words.size() != 1)
+        throw BadInput(fmt::format(
+            "--distance stands in place of the end of a range: one argument is expected, {} given", words.size()));
+    return {words[0], fmt::format("{}+{}", words[0], options.distance)};
 }
 
 bool on_or_off(const std::string& word) {
@@ -63,6 +82,21 @@ void print(const std::string& text) {
 void print_error(const std::string& text) {
     std::fflush(stdout);
     std::fputs(text.c_str(), stderr);
+}
+
+nlohmann::ordered_json commands_json() {
+    nlohmann::ordered_json commands = nlohmann::ordered_json::array();
+    for (const CommandWord& word : command_words()) commands.push_back(to_json(word));
+    return commands;
+}
+
+int report_bad_input(bool json, const std::vector<std::string>& words, const std::string& message) {
+    if (json) {
+        print(json_line(bad_input_json(words, message)));
+    } else {
+        print_error(fitted(printable(message) + "\n", STDERR_FILENO));
+    }
+    return exit_bad_input;
 }
 
 Session::Session(const Options& defaults)
@@ -93,15 +127,6 @@ Style Session::error_style(const Options& options) const {
     return Style(STDERR_FILENO, options.colour);
 }
 
-int Session::bad_input(const Options& options, const std::string& message) const {
-    if (options.json) {
-        print(bad_input_json(options.words, message).dump() + "\n");
-    } else {
-        print_error(fitted(message + "\n", STDERR_FILENO));
-    }
-    return exit_bad_input;
-}
-
 std::string Session::unknown_name(const std::string& name) const {
     const auto near = nearest_names(name, all_names());
     if (near.empty())
@@ -112,17 +137,35 @@ std::string Session::unknown_name(const std::string& name) const {
     return fmt::format("'{}' is neither an export nor a command; did you mean {}?", name, choices);
 }
 
-std::string Session::version_text() const {
-    std::string text = fmt::format("kesh-host {}\nlibrary {} (interface version {})\n", KESH_HOST_VERSION,
-                                   library_.path().string(), library_.interface_version());
-    for (const auto& [name, function] :
-         {std::pair{"primesieve", "primesieve_version"}, std::pair{"primecount", "primecount_version"}}) {
-        if (const auto version = library_.dependency_version(function)) text += fmt::format("{} {}\n", name, *version);
+nlohmann::ordered_json Session::version_json() const {
+    nlohmann::ordered_json versions = {{"kesh-host", KESH_HOST_VERSION},
+                                       {"library", library_.path().string()},
+                                       {"interface_version", library_.interface_version()}};
+    for (const char* name : {"primesieve", "primecount"}) {
+        if (const auto version = library_.dependency_version((std::string(name) + "_version").c_str()))
+            versions[name] = *version;
     }
-    if (const std::string silent = why_counts_are_silent(library_); !silent.empty()) text += silent + "\n";
+    if (const std::string silent = why_counts_are_silent(library_); !silent.empty()) versions["counts"] = silent;
     // The library chooses by the same code, which is compiled into both.
-    return text + fmt::format("kernels of the wide primality tests: {}\n",
-                              kesh::kernel::name(kesh::kernel::supported_level()));
+    versions["kernels"] = kesh::kernel::name(kesh::kernel::supported_level());
+    return versions;
+}
+
+std::string Session::version_text() const {
+    const nlohmann::ordered_json versions = version_json();
+    std::string text;
+    for (const auto& [name, value] : versions.items()) {
+        if (name == "kernels") {
+            text += fmt::format("kernels of the wide primality tests: {}\n", value.get<std::string>());
+        } else if (name == "counts") {
+            text += value.get<std::string>() + '\n';
+        } else if (name == "interface_version") {
+            text.insert(text.size() - 1, fmt::format(" (interface version {})", value.get<mint>()));
+        } else {
+            text += fmt::format("{} {}\n", name, value.get<std::string>());
+        }
+    }
+    return text;
 }
 
 void Session::prepare_faults(const Options& options) const {
@@ -152,35 +195,44 @@ int Session::run(const std::vector<std::string>& arguments, bool at_prompt) {
     Options options = defaults_;
     try {
         options = parse_options(arguments, defaults_);
-        return execute(options, at_prompt);
     } catch (const BadInput& error) {
-        return bad_input(options, error.what());
+        return report_bad_input(options.json || asks_for_json(arguments), {}, error.what());
     }
+    return execute(options, at_prompt);
 }
 
 int Session::execute(const Options& options, bool at_prompt) {
     try {
         prepare_faults(options);
-        if (options.version) return print(version_text()), exit_ok;
+        press_after(options.call.abort_after);
+        if (!options.events_file.empty()) events_->open_csv(options.events_file);
+        if (options.version || (!options.words.empty() && options.words[0] == "version"))
+            return print(options.json ? json_line(version_json()) : version_text()), exit_ok;
         if (options.list || (!options.words.empty() && options.words[0] == "list"))
-            return print(options.json ? list_json().dump() + "\n" : list_text(look(options))), exit_ok;
+            return print(options.json ? json_line(list_json()) : list_text(look(options))), exit_ok;
         if (options.help || options.words.empty()) return help(options, options.words, false);
 
         const std::string& name = options.words[0];
         const std::vector<std::string> rest(options.words.begin() + 1, options.words.end());
         if (name.starts_with('?'))
             return help(options, name == "?" ? rest : std::vector<std::string>{name.substr(1)}, at_prompt);
-        if (const Export* entry = find_export(name)) return call(options, *entry, rest, at_prompt);
+        const Export* entry = find_export(name);
+        if (!options.distance.empty() && (entry == nullptr || entry->default_begin.empty()))
+            throw BadInput(fmt::format("--distance belongs to an export that takes a range, not to {}", name));
+        if (options.threads) set_threads(*options.threads);
+        if (entry != nullptr) return call(options, *entry, with_distance(options, rest), at_prompt);
         if (name == "help") return help(options, rest, at_prompt);
-        if (name == "version") return print(version_text()), exit_ok;
         if (name == "plot") return draw_plot(library_, options, rest, look(options), progress_look(options));
-        if (name == "endure") return endure(library_, options.endurance);
-        if (name == "faults") return faults(rest, at_prompt);
+        if (name == "endure") return refuse_json(options, name), endure(library_, options.endurance);
+        if (name == "faults") return refuse_json(options, name), faults(rest, at_prompt);
         if (at_prompt) {
-            if (name == "tasks") return print(tasks_text(host().tasks.list(), look(options))), exit_ok;
+            if (name == "tasks") {
+                const std::vector<Task> tasks = host().tasks.list();
+                return print(options.json ? json_line(tasks_json(tasks)) : tasks_text(tasks, look(options))), exit_ok;
+            }
             if (name == "stop") return Caller(library_, progress_look(options)).stop_task(), exit_ok;
             if (name == "wait") return wait(options, rest);
-            if (name == "set") return set(rest);
+            if (name == "set") return set(options, rest);
         }
         for (const CommandWord& word : command_words()) {
             if (word.name == name)
@@ -189,16 +241,29 @@ int Session::execute(const Options& options, bool at_prompt) {
         }
         throw BadInput(unknown_name(name));
     } catch (const BadInput& error) {
-        return bad_input(options, error.what());
+        return report_bad_input(options.json, options.words, error.what());
+    } catch (const std::exception& error) {
+        // A file that takes no more, or a list that does not fit the memory a second time, as text.
+        print_error(fitted(fmt::format("{}\n", printable(error.what())), STDERR_FILENO));
+        return exit_call_failed;
     }
 }
 
+void Session::set_threads(int threads) const {
+    if (call_export(library_, "PrimeCount_SetThreads", {threads}).status == Status::missing)
+        throw BadInput("this library has no PrimeCount_SetThreads, so --threads cannot be had");
+}
+
 int Session::help(const Options& options, const std::vector<std::string>& words, bool at_prompt) {
+    if (words.empty() && options.json) return print(json_line(commands_json())), exit_ok;
     if (words.empty())
         return print(at_prompt ? prompt_help_text(terminal_width(STDOUT_FILENO)) : help_text(help_width())), exit_ok;
-    if (const Export* entry = find_export(words[0])) return print(export_help(*entry, look(options))), exit_ok;
+    if (const Export* entry = find_export(words[0]))
+        return print(options.json ? json_line(to_json(*entry)) : export_help(*entry, look(options))), exit_ok;
     for (const CommandWord& word : command_words()) {
-        if (word.name == words[0]) return print(fmt::format("{}\n  {}\n", word.usage, word.meaning)), exit_ok;
+        if (word.name == words[0])
+            return print(options.json ? json_line(to_json(word)) : fmt::format("{}\n  {}\n", word.usage, word.meaning)),
+                   exit_ok;
     }
     throw BadInput(unknown_name(words[0]));
 }
@@ -218,7 +283,7 @@ int Session::faults(const std::vector<std::string>& words, bool at_prompt) {
 
 int Session::show(const Options& options, const Outcome& outcome) {
     if (options.json) {
-        print(to_json(outcome).dump() + "\n");
+        print(json_line(to_json(outcome)));
     } else {
         const std::string text = result_text(outcome, look(options));
         // Columns of numbers are laid out already, and one long number is not to be broken.
@@ -230,6 +295,15 @@ int Session::show(const Options& options, const Outcome& outcome) {
 
 int Session::call(const Options& options, const Export& entry, const std::vector<std::string>& words, bool at_prompt) {
     if (entry.name == "KESH_PrimeQ") return test_primality(options, words);
+    const int code = make_call(options, entry, words, at_prompt);
+    if (!options.events_file.empty() && !at_prompt && events_->events_in(options.events_file) == 0)
+        print_error(fmt::format("no events: {} ran no task, and {} holds its header alone\n", entry.name,
+                                printable(options.events_file)));
+    return std::max(code, exit_code_of_events());
+}
+
+int Session::make_call(const Options& options, const Export& entry, const std::vector<std::string>& words,
+                       bool at_prompt) {
     if (options.next || options.previous || !options.file.empty())
         throw BadInput(fmt::format("--next, --previous and --file belong to KESH_PrimeQ, not to {}", entry.name));
     if (!options.svg.empty() || !options.png.empty())
@@ -252,7 +326,7 @@ int Session::call(const Options& options, const Export& entry, const std::vector
     if (outcome.task && (outcome.status == Status::submitted || outcome.task->running()))
         in_background_.insert(outcome.task->id);
     auto events = host().tasks.take_events();
-    if (!options.events_file.empty()) events_->append_csv(options.events_file, events);
+    write_events(options, events);
     // What a call in the foreground raised has been shown as its progress and result.
     if (!options.every_event || options.json)
         std::erase_if(events, [this](const Event& event) { return !in_background_.contains(event.task); });
@@ -262,8 +336,22 @@ int Session::call(const Options& options, const Export& entry, const std::vector
 
 void Session::print_events(const Options& options) {
     const auto events = host().tasks.take_events();
-    if (!options.events_file.empty()) events_->append_csv(options.events_file, events);
+    write_events(options, events);
     show_events(options, events);
+}
+
+void Session::write_events(const Options& options, const std::vector<Event>& events) {
+    if (options.events_file.empty() || events_lost_) return;
+    try {
+        events_->append_csv(options.events_file, events);
+    } catch (const OutputError& error) {
+        events_lost_ = true;
+        print_error(printable(error.what()) + "\n");
+    }
+}
+
+int Session::exit_code_of_events() const {
+    return events_lost_ ? exit_call_failed : exit_ok;
 }
 
 void Session::show_events(const Options& options, const std::vector<Event>& events) {
@@ -274,7 +362,7 @@ void Session::show_events(const Options& options, const std::vector<Event>& even
             nlohmann::ordered_json object = {
                 {"event", event.name}, {"task", event.task}, {"seconds", event.seconds}, {"value", nullptr}};
             if (event.value) std::visit([&](const auto& value) { object["value"] = value; }, *event.value);
-            objects += object.dump() + "\n";
+            objects += json_line(object);
         }
         print(objects);
         return;
@@ -283,7 +371,7 @@ void Session::show_events(const Options& options, const std::vector<Event>& even
 }
 
 int Session::wait_for_all(const Options& options) {
-    const InterruptScope scope(3);
+    const InterruptScope scope(3, Stoppable::yes);
     bool failed = false;
     while (host().tasks.running() > 0) {
         std::this_thread::sleep_for(20ms);
@@ -293,7 +381,7 @@ int Session::wait_for_all(const Options& options) {
     print_events(options);
     for (const Task& task : host().tasks.list()) failed = failed || task.failed;
     if (!host().breaches.take().empty()) return exit_breach;
-    if (interrupts_seen() > 0) return exit_interrupted;
+    if (interrupts_seen() > 0) return exit_code_when_stopped();
     return failed ? exit_call_failed : exit_ok;
 }
 
@@ -324,14 +412,14 @@ int Session::wait(const Options& options, const std::vector<std::string>& words)
         Outcome outcome = caller.wait_for_task(id, options.call);
         print_events(options);
         if (outcome.status == Status::stopped) {
-            code = exit_interrupted;
+            code = exit_code_when_stopped();
             break;
         }
     }
     return code;
 }
 
-int Session::set(const std::vector<std::string>& words) {
+int Session::set(const Options& options, const std::vector<std::string>& words) {
     struct Setting {
         std::string_view name;
         bool* value;
@@ -340,6 +428,11 @@ int Session::set(const std::vector<std::string>& words) {
                                 {"quiet", &defaults_.quiet},
                                 {"all", &defaults_.all},
                                 {"every-event", &defaults_.every_event}};
+    if (words.empty() && options.json) {
+        nlohmann::ordered_json values;
+        for (const Setting& setting : settings) values[std::string(setting.name)] = *setting.value;
+        return print(json_line(values)), exit_ok;
+    }
     if (words.empty()) {
         for (const Setting& setting : settings)
             print(fmt::format("{:<12} {}\n", setting.name, *setting.value ? "on" : "off"));

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <set>
 #include <string>
 #include <vector>
@@ -40,6 +41,8 @@ class Session {
 
     /** Prints the events that wait. */
     void print_events(const Options& options);
+    /** exit_ok, or, when events were lost on their way to a file, what that comes to. */
+    int exit_code_of_events() const;
 
     const Options& defaults() const {
         return defaults_;
@@ -49,14 +52,17 @@ class Session {
     int call(const Options& options, const Export& entry, const std::vector<std::string>& words, bool at_prompt);
     int test_primality(const Options& options, const std::vector<std::string>& words);
     int wait(const Options& options, const std::vector<std::string>& words);
-    int set(const std::vector<std::string>& words);
+    int set(const Options& options, const std::vector<std::string>& words);
     int help(const Options& options, const std::vector<std::string>& words, bool at_prompt);
     int faults(const std::vector<std::string>& words, bool at_prompt);
     int show(const Options& options, const Outcome& outcome);
-    int bad_input(const Options& options, const std::string& message) const;
+    int make_call(const Options& options, const Export& entry, const std::vector<std::string>& words, bool at_prompt);
+    void write_events(const Options& options, const std::vector<Event>& events);
     void show_events(const Options& options, const std::vector<Event>& events);
     std::string unknown_name(const std::string& name) const;
+    nlohmann::ordered_json version_json() const;
     std::string version_text() const;
+    void set_threads(int threads) const;
     void prepare_faults(const Options& options) const;
     PrintLook look(const Options& options) const;
     ProgressLook progress_look(const Options& options) const;
@@ -66,7 +72,16 @@ class Session {
     Library library_;
     std::unique_ptr<EventLog> events_;
     std::set<mint> in_background_;  ///< tasks that nobody waits for: their events are printed as they come
+    bool events_lost_ = false;      ///< a file took no more
 };
+
+/** The commands, for help as JSON. */
+nlohmann::ordered_json commands_json();
+
+/** Says what is wrong with the input: one line on standard error, or an object on standard output. Answers the exit
+ * code.
+ */
+int report_bad_input(bool json, const std::vector<std::string>& words, const std::string& message);
 
 /** Writes the text to standard output at once, so that it keeps its place among progress lines. */
 void print(const std::string& text);

@@ -27,6 +27,14 @@ bool name_character(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
 }
 
+/** Whether text[start..] is the rest of a number such as 1,000: three digits that begin with 0 right after a digit's
+ * comma. */
+bool digits_after_a_comma(std::string_view text, std::size_t start) {
+    const std::string_view group = text.substr(start);
+    return group.size() == 3 && group[0] == '0' && group.find_first_not_of("0123456789") == std::string_view::npos &&
+           start >= 2 && std::isdigit(static_cast<unsigned char>(text[start - 2])) != 0;
+}
+
 /** The arguments between the brackets of Name(...), split at the commas outside inner brackets. */
 std::vector<std::string> bracketed_arguments(std::string_view inside) {
     std::vector<std::string> arguments;
@@ -35,6 +43,8 @@ std::vector<std::string> bracketed_arguments(std::string_view inside) {
     std::size_t start = 0;
     for (std::size_t i = 0; i <= inside.size(); ++i) {
         if (i == inside.size() || (inside[i] == ',' && depth == 0)) {
+            if (start > 0 && digits_after_a_comma(inside.substr(0, i), start))
+                throw BadInput("between brackets a comma separates arguments: write 1_000_000 for 1,000,000 there");
             arguments.push_back(trimmed(inside.substr(start, i - start)));
             start = i + 1;
         } else if (inside[i] == '(' || inside[i] == '{' || inside[i] == '[') {

@@ -29,6 +29,11 @@ std::string_view state_name(TaskState state) {
     return "";
 }
 
+std::string_view state_name(const Task& task) {
+    if (task.state != TaskState::removed) return state_name(task.state);
+    return task.failed ? "failed" : "done";
+}
+
 TaskBoard::TaskBoard(Breaches& breaches)
     : breaches_(breaches), origin_(Task::Clock::now()), event_fd_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
 
@@ -273,6 +278,12 @@ std::size_t TaskBoard::running() const {
     const std::lock_guard lock(mutex_);
     return static_cast<std::size_t>(
         std::count_if(tasks_.begin(), tasks_.end(), [](const auto& entry) { return entry.second.running(); }));
+}
+
+std::size_t TaskBoard::queued() const {
+    const std::lock_guard lock(mutex_);
+    return static_cast<std::size_t>(std::count_if(
+        tasks_.begin(), tasks_.end(), [](const auto& entry) { return entry.second.state == TaskState::queued; }));
 }
 
 std::pair<double, std::size_t> TaskBoard::latest_status() const {

@@ -45,6 +45,9 @@ struct Event {
 
 enum class TaskState { created, queued, counting, reported, removed };
 std::string_view state_name(TaskState state);
+struct Task;
+/** The state as users know it: what has been removed is done, or has failed. */
+std::string_view state_name(const Task& task);
 
 /** What is known of a task. */
 struct Task {
@@ -93,9 +96,9 @@ class TaskBoard {
     void withdraw(mint id);
     /**
      * True: a count on the host's thread is about to begin, and may report to the last task that counted, under whose
-     * progress callback it may run; false: it has ended. Status events after the report and the removal of the task are in order until the
-     * count ends, and falling percentages, from two counts that report to one task, until the tasks that run beside it
-     * have ended too. Otherwise both are a breach.
+     * progress callback it may run; false: it has ended. Status events after the report and the removal of the task are
+     * in order until the count ends, and falling percentages, from two counts that report to one task, until the tasks
+     * that run beside it have ended too. Otherwise both are a breach.
      */
     void expect_late_status(bool expected);
     /** Events after an injected fault may lack what the fault took away. */
@@ -106,7 +109,10 @@ class TaskBoard {
 
     std::optional<Task> find(mint id) const;
     std::vector<Task> list() const;
+    /** Tasks that have been given a count and are not removed, waiting ones among them. */
     std::size_t running() const;
+    /** How many of them wait for their turn. */
+    std::size_t queued() const;
     /** The percentage last reported by anything that counts, and how many reports there were. */
     std::pair<double, std::size_t> latest_status() const;
 

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <string>
+#include <utility>
 
 #include "Shared/kernel/kernel.h"
 #include "common/cycle.h"
@@ -165,9 +166,9 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::AddCustomContext("nanoseconds_per_cycle", std::to_string(cycle));
     benchmark::AddCustomContext("level", kernel::name(kernel::supported_level()));
-    register_width<2>();
-    register_width<4>();
-    register_width<8>();
-    register_width<16>();
+    []<int... less_2>(std::integer_sequence<int, less_2...>) {
+        (register_width<less_2 + 2>(), ...);
+    }
+    (std::make_integer_sequence<int, 15>());
     benchmark::RunSpecifiedBenchmarks();
 }

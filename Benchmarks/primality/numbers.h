@@ -15,8 +15,8 @@ inline const char* name(Kind kind) {
     return kind == Kind::prime ? "prime" : kind == Kind::semiprime ? "semiprime" : "random odd";
 }
 
-/// `count` numbers of exactly `bits` bits: primes, products of two primes of half the length, or uniformly random odd
-/// numbers.
+/// `count` numbers of exactly `bits` bits: primes, products of two primes of half the length (one a bit longer where
+/// `bits` is odd), or uniformly random odd numbers.
 inline std::vector<mpz_class> numbers(unsigned bits, Kind kind, std::size_t count) {
     gmp_randclass random(gmp_randinit_mt);
     random.seed(20240917);
@@ -37,7 +37,7 @@ inline std::vector<mpz_class> numbers(unsigned bits, Kind kind, std::size_t coun
         if (which == Kind::random_odd) return odd(bits);
         if (which == Kind::prime) return prime(bits);
         mpz_class n;
-        do n = prime(bits / 2) * prime(bits / 2);
+        do n = prime((bits + 1) / 2) * prime(bits / 2);
         while (mpz_sizeinbase(n.get_mpz_t(), 2) != bits);
         return n;
     };
@@ -46,9 +46,14 @@ inline std::vector<mpz_class> numbers(unsigned bits, Kind kind, std::size_t coun
     return list;
 }
 
+/// The number of limbs of `bits` bits.
+inline std::size_t limb_count(unsigned bits) {
+    return (bits + 63) / 64;
+}
+
 /// The limbs of numbers of `bits` bits, one number after another, least significant limb first.
 inline std::vector<std::uint64_t> limbs_of(const std::vector<mpz_class>& list, unsigned bits) {
-    const std::size_t length = bits / 64;
+    const std::size_t length = limb_count(bits);
     std::vector<std::uint64_t> limbs(length * list.size());
     for (std::size_t i = 0; i < list.size(); ++i)
         mpz_export(&limbs[i * length], nullptr, -1, sizeof(std::uint64_t), 0, 0, list[i].get_mpz_t());

@@ -1,9 +1,10 @@
 /// @file   primality_benchmark.cpp
-/// @brief  KESH_PrimeQ beside GMP and FLINT on primes, semiprimes and random odd numbers of 64 to 1024 bits.
+/// @brief  KESH_PrimeQ at each level of kernels beside GMP and FLINT on primes, semiprimes and random odd numbers of 33
+/// to 1024 bits: at the widths, one bit above them and between them.
 ///
-/// The three take turns in one process (repetitions are interleaved at random), so that what else the machine does
-/// meets all of them. `ns` is the time for one number. GMP's test with 24 rounds is a Baillie-PSW test; FLINT's are
-/// n_is_prime for 64 bits and fmpz_is_probabprime_BPSW above. Benchmarks/report makes a table of the medians.
+/// All take turns in one process (repetitions are interleaved at random), so that what else the machine does meets all
+/// of them. `ns` is the processor time of the thread for one number. GMP's test with 24 rounds is a Baillie-PSW test;
+/// FLINT's are n_is_prime up to 64 bits and fmpz_is_probabprime_BPSW above. Benchmarks/report makes tables of it.
 
 #include <gmp.h>  // first: FLINT's header declares what takes a GMP integer only where GMP's header came before
 
@@ -14,12 +15,14 @@
 #include <memory>
 #include <string>
 
+#include "Shared/kernel/kernel.h"
 #include "kesh_prime.h"
 #include "numbers.h"
 
 namespace {
 
 using namespace kesh::bench;
+using kesh::kernel::Level;
 
 /// One row's numbers in the three forms that the three take.
 class Row {
@@ -55,9 +58,10 @@ void measure(benchmark::State& state, const Row& row, Test test) {
         benchmark::Counter(numbers_tested * 1e-9, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-void kesh_test(benchmark::State& state, const Row& row) {
+void kesh_test(benchmark::State& state, const Row& row, Level level) {
+    kesh::kernel::force(level);
     measure(state, row, [&row] {
-        const std::size_t length = row.bits / 64;
+        const std::size_t length = limb_count(row.bits);
         int primes = 0;
         for (std::size_t i = 0; i < row.limbs.size(); i += length) {
             int prime = 0;
@@ -79,7 +83,7 @@ void gmp_test(benchmark::State& state, const Row& row) {
 void flint_test(benchmark::State& state, const Row& row) {
     measure(state, row, [&row] {
         int primes = 0;
-        if (row.bits == 64)
+        if (row.bits <= 64)
             for (std::uint64_t n : row.limbs) primes += n_is_prime(n);
         else
             for (const fmpz& n : row.flint) primes += fmpz_is_probabprime_BPSW(&n);
@@ -104,14 +108,22 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 1;
     benchmark::AddCustomContext("gmp", gmp_version);
     benchmark::AddCustomContext("flint", FLINT_VERSION);
+    benchmark::AddCustomContext("level", kesh::kernel::name(kesh::kernel::supported_level()));
 
     std::vector<std::unique_ptr<Row>> rows;
-    for (unsigned bits : {64U, 128U, 256U, 512U, 1024U})
+    for (unsigned bits : {33U,  48U,  64U,  65U,  96U,  128U, 129U, 160U, 192U, 224U, 256U,
+                          257U, 320U, 384U, 448U, 512U, 513U, 576U, 640U, 768U, 896U, 1024U})
         for (Kind kind : {Kind::prime, Kind::semiprime, Kind::random_odd}) {
             rows.push_back(std::make_unique<Row>(bits, kind, count_for(bits, kind)));
             const Row& row = *rows.back();
             const std::string prefix = std::to_string(bits) + "/" + name(kind) + "/";
-            benchmark::RegisterBenchmark((prefix + "kesh").c_str(), [&row](benchmark::State& s) { kesh_test(s, row); });
+            for (Level level : {Level::portable, Level::adx, Level::ifma}) {
+                // The 64-bit test has no levels.
+                if (level > kesh::kernel::supported_level() || (bits <= 64 && level != Level::portable)) continue;
+                const std::string who = bits <= 64 ? "kesh" : kesh::kernel::name(level);
+                benchmark::RegisterBenchmark((prefix + who).c_str(),
+                                             [&row, level](benchmark::State& s) { kesh_test(s, row, level); });
+            }
             benchmark::RegisterBenchmark((prefix + "gmp").c_str(), [&row](benchmark::State& s) { gmp_test(s, row); });
             benchmark::RegisterBenchmark((prefix + "flint").c_str(),
                                          [&row](benchmark::State& s) { flint_test(s, row); });

@@ -19,7 +19,7 @@ int main(int argc, char** argv) {
     const auto bits = static_cast<unsigned>(std::stoul(argv[1]));
     const std::string word = argv[2];
     const Kind kind = word == "prime" ? Kind::prime : word == "semiprime" ? Kind::semiprime : Kind::random_odd;
-    const auto length = static_cast<std::int64_t>(bits / 64);
+    const auto length = static_cast<std::int64_t>(limb_count(bits));
     const std::vector<std::uint64_t> first = limbs_of(numbers(bits, Kind::prime, 1), bits);
     const std::vector<std::uint64_t> second = limbs_of(numbers(bits, kind, 1), bits);
     int prime = 0;

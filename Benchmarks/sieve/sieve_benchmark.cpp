@@ -1,7 +1,7 @@
 /**
  * @file   sieve_benchmark.cpp
  * @brief  What the sieve exports cost over primesieve itself: each export, called as the host calls it, beside a
- *         direct call that does the same work.
+ *         direct call that does the same work; and the neighbours beside direct calls with a stop hint and without.
  *
  * Run with  --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only
  * and compare the medians of each pair.
@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "VelmoraLibrary.h"
+#include "primesieve_adapter.h"
 #include "support/library.h"
 
 struct st_MTensor {
@@ -94,6 +95,87 @@ void PrimeSum_direct(benchmark::State& state) {
         benchmark::DoNotOptimize(sum);
     }
 }
+
+/** The neighbours of 10^k; for k = 20 those of 2^64 - 1. */
+uint64_t point(const benchmark::State& state) {
+    uint64_t x = 1;
+    for (int64_t i = 0; i < state.range(0); ++i) x *= 10;
+    return state.range(0) == 20 ? primesieve::get_max_stop() : x;
+}
+
+void NextPrime_export(benchmark::State& state) {
+    for (auto _ : state) benchmark::DoNotOptimize(call("PrimeSieve_NextPrime", {static_cast<mint>(point(state))}));
+}
+
+void NextPrime_hinted(benchmark::State& state) {
+    for (auto _ : state) {
+        primesieve::iterator it;
+        kesh::sieve::skipto_for_next(it, point(state), point(state) + 1550);
+        benchmark::DoNotOptimize(it.next_prime());
+    }
+}
+
+void NextPrime_unhinted(benchmark::State& state) {
+    for (auto _ : state) {
+        primesieve::iterator it;
+        kesh::sieve::skipto_for_next(it, point(state), primesieve::get_max_stop());
+        benchmark::DoNotOptimize(it.next_prime());
+    }
+}
+
+void PreviousPrime_export(benchmark::State& state) {
+    for (auto _ : state) benchmark::DoNotOptimize(call("PrimeSieve_PreviousPrime", {static_cast<mint>(point(state))}));
+}
+
+void PreviousPrime_hinted(benchmark::State& state) {
+    for (auto _ : state) {
+        primesieve::iterator it;
+        kesh::sieve::skipto_for_prev(it, point(state), point(state) - std::min<uint64_t>(1550, point(state)));
+        benchmark::DoNotOptimize(it.prev_prime());
+    }
+}
+
+void PreviousPrime_unhinted(benchmark::State& state) {
+    for (auto _ : state) {
+        primesieve::iterator it;
+        kesh::sieve::skipto_for_prev(it, point(state), primesieve::get_max_stop());
+        benchmark::DoNotOptimize(it.prev_prime());
+    }
+}
+
+BENCHMARK(NextPrime_export)->Arg(3)->Arg(6)->Arg(7)->Arg(9)->Arg(12)->Arg(15)->Arg(18)->Unit(benchmark::kMicrosecond);
+BENCHMARK(NextPrime_hinted)->Arg(3)->Arg(6)->Arg(7)->Arg(9)->Arg(12)->Arg(15)->Arg(18)->Unit(benchmark::kMicrosecond);
+BENCHMARK(NextPrime_unhinted)->Arg(3)->Arg(6)->Arg(7)->Arg(9)->Arg(12)->Arg(15)->Arg(18)->Unit(benchmark::kMicrosecond);
+BENCHMARK(PreviousPrime_export)
+    ->Arg(3)
+    ->Arg(6)
+    ->Arg(7)
+    ->Arg(9)
+    ->Arg(12)
+    ->Arg(15)
+    ->Arg(18)
+    ->Arg(20)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(PreviousPrime_hinted)
+    ->Arg(3)
+    ->Arg(6)
+    ->Arg(7)
+    ->Arg(9)
+    ->Arg(12)
+    ->Arg(15)
+    ->Arg(18)
+    ->Arg(20)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(PreviousPrime_unhinted)
+    ->Arg(3)
+    ->Arg(6)
+    ->Arg(7)
+    ->Arg(9)
+    ->Arg(12)
+    ->Arg(15)
+    ->Arg(18)
+    ->Arg(20)
+    ->Unit(benchmark::kMicrosecond);
 
 BENCHMARK(CountPrimes_export)->Arg(10'000'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(CountPrimes_direct)->Arg(10'000'000'000)->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -9,6 +9,7 @@
 #include <initializer_list>
 
 #include "Prime/prime_data.h"
+#include "Prime/prime_word.h"
 #include "Shared/kernel/strong_word.h"
 
 namespace kesh {
@@ -16,9 +17,6 @@ namespace {
 
 /** Last number that the bitmap of odd primes knows. */
 constexpr std::uint32_t bitmap_limit = 1048577;
-
-/** From here on the hashed base alone does not clear its bucket and a third base is needed. */
-constexpr u64 third_base_from = u64{1} << 49;
 
 /** Multiplicative hash of the low 32 bits; a table of 2^k entries is indexed by its top k bits. */
 constexpr std::uint32_t hash(u64 n) {
@@ -63,22 +61,25 @@ bool has_divisor_of(u64 n) {
     return found != 0;
 }
 
-/**
- * Whether n > 139 is even or a multiple of a prime up to 139. Up to 61 the strong tests' bases need it; the other
- * primes cost a strong test's fortieth and save it for a sixth of the numbers that get there.
+}  // namespace
+
+hashed_bases::hashed_bases(umint n) : second(hashed_base_64(n, prime_data64)), third(third_bases[second >> 13]) {}
+
+/*
+ * Up to 61 the tables of bases need it; the other primes cost a fortieth of a strong test and save it for a sixth of
+ * the numbers that get there.
  */
-bool has_small_factor(u64 n) {
+bool word_has_small_factor(umint n) {
     return n % 2 == 0 || has_divisor_of<3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37, 41, 43, 47, 53, 59, 61>(n) ||
            has_divisor_of<67, 71, 73, 79, 83, 89, 97, 101, 103, 107, 109, 113, 127, 131, 137, 139>(n);
 }
-
-}  // namespace
 
 std::span<const std::uint32_t> odd_prime_bitmap() {
     return odd_prime_bit;
 }
 
 bool isPrime(std::uint32_t n) {
+    KESH_REQUIRE(n <= bitmap_limit);
     if (n % 2 == 0) return n == 2;
     if (n == 1) return false;  // bit k of the map stands for 2k + 3, so 1 has none
     const std::uint32_t t = n - 3;
@@ -87,16 +88,16 @@ bool isPrime(std::uint32_t n) {
 
 bool PrimeQ(std::uint32_t n) {
     if (n <= bitmap_limit) return isPrime(n);
-    if (has_small_factor(n)) return false;
+    if (word_has_small_factor(n)) return false;
     return kernel::strong_test(n, hashed_base_32(n, prime_data32));
 }
 
 bool PrimeQ(u64 n) {
     if (n <= 0xFFFFFFFF) return PrimeQ(static_cast<std::uint32_t>(n));
-    if (has_small_factor(n)) return false;
-    const u64 b = hashed_base_64(n, prime_data64);
-    if (n < third_base_from) return kernel::strong_tests_2_and<kernel::ShortWordPowerOf2, 1>(n, {b});
-    return kernel::strong_tests_2_and<kernel::WordPowerOf2, 2>(n, {b, third_bases[b >> 13]});
+    if (word_has_small_factor(n)) return false;
+    const hashed_bases bases(n);
+    if (n < third_base_from) return kernel::strong_tests_2_and<kernel::ShortWordPowerOf2, 1>(n, {bases.second});
+    return kernel::strong_tests_2_and<kernel::WordPowerOf2, 2>(n, {bases.second, bases.third});
 }
 
 namespace reference {

@@ -10,7 +10,6 @@
 #pragma once
 
 #include <algorithm>
-#include <cassert>
 #include <cstdlib>
 #include <iterator>
 #include <span>
@@ -243,7 +242,7 @@ class kernel_steps {
  */
 template <wide_word T, template <class> class Steps = generic_steps>
 int PrimeQ_BPSW(T n, [[maybe_unused]] mint strong_lucas) {
-    assert(strong_lucas == 0);
+    KESH_REQUIRE(strong_lucas == 0);
     if ((n.limb[0] & 1) == 0) return n == 2 ? 1 : 0;
     init_small_primes();
     if (Steps<T>::has_small_factor(n)) return 0;

@@ -16,6 +16,7 @@ namespace kesh {
 std::vector<small_prime> primes_small;
 
 std::vector<small_prime> gen_small_prime(mint limit) {
+    KESH_REQUIRE(limit <= SMALL_PRIMES_UPTO);
     constexpr mint root = 1000;           // floor(sqrt(SMALL_PRIMES_UPTO))
     constexpr mint segment_size = 32768;  // one byte a number: the first-level cache holds it
 

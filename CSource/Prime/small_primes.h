@@ -49,6 +49,7 @@ void init_small_primes();
  */
 template <wide_word T>
 int primeq_trial_division(T n, mint from, mint to) {
+    KESH_REQUIRE(0 <= from && to <= static_cast<mint>(primes_small.size()));
     for (mint i = from; i < to; ++i) {
         const small_prime& p = primes_small[static_cast<std::size_t>(i)];
         if ((n / p) * p == n) return n != p.m ? 0 : 1;

@@ -15,9 +15,9 @@ namespace kesh {
 /// s = floor(log2 m), magic = ceil(2^(N+s) / m). Precondition: m odd and > 1 (for a power of two magic would be 2^N).
 template <wide_word T>
 constexpr void math_magic_shift(const unsigned long& m, mint& s, T& magic) noexcept {
-    assert((m & (m - 1)) != 0);
+    KESH_REQUIRE((m & 1) == 1 && m > 1);
     s = math_num_bits(m) - 1;
-    T remainder;
+    T remainder(detail::unset);
     math_divmod_imp(T(m - 1), T(umint{1} << s), T(m), magic, remainder);
 }
 
@@ -52,24 +52,25 @@ struct fastdiv_data<T, unsigned long> {
 /// floor(n magic / 2^(N+s)) by one full product and a shift: the reference form of n / d.
 template <wide_word T>
 constexpr T math_fastdiv_product(const T& n, const fastdiv_data<T, unsigned long>& d) noexcept {
-    T lo, hi;
+    T lo(detail::unset), hi(detail::unset);
     math_mul(n, d.magic, lo, hi);
     math_right_shift_equal(hi, d.s);
     return hi;
 }
 
-/// n / m, see fastdiv_data for where it is exact: the bits of math_fastdiv_product. From 256 bits up limb by limb, with the
-/// reciprocal of the limb that the top of magic holds, instead of a product of the whole width: magic is 2^(N-65) times
-/// the reciprocal, rounded up, and 2^(N-65) exceeds m, so that the rounding does not reach the reciprocal. The product's
-/// quotient differs from the exact one, by 1, only for a remainder of m - 1: with e = magic m - 2^(N+s) it exceeds n / m
-/// by n e / (m 2^(N+s)) < 2 / m. That case is left to it.
+/// n / m, see fastdiv_data for where it is exact: the bits of math_fastdiv_product. From 256 bits up limb by limb, with
+/// the reciprocal of the limb that the top of magic holds, instead of a product of the whole width: magic is 2^(N-65)
+/// times the reciprocal, rounded up, and 2^(N-65) exceeds m, so that the rounding does not reach the reciprocal. The
+/// product's quotient differs from the exact one, by 1, only for a remainder of m - 1: with e = magic m - 2^(N+s) it
+/// exceeds n / m by n e / (m 2^(N+s)) < 2 / m. That case is left to it.
 template <wide_word T>
 constexpr T operator/(const T& n, const fastdiv_data<T, unsigned long>& d) noexcept {
     if constexpr (T::limbs > 2) {
         constexpr std::size_t top = T::limbs - 1;
         const umint reciprocal = (d.magic.limb[top] << 1) | (d.magic.limb[top - 1] >> (MINT_BITS - 1));
-        T quotient;
-        const umint rest = detail::divide_by_limb<T::limbs>(quotient.limb, n.limb, d.m, MINT_BITS - 1 - d.s, reciprocal);
+        T quotient(detail::unset);
+        const umint rest =
+            detail::divide_by_limb<T::limbs>(quotient.limb, n.limb, d.m, MINT_BITS - 1 - d.s, reciprocal);
         if (rest != d.m - 1) return quotient;
     }
     return math_fastdiv_product(n, d);
@@ -85,7 +86,7 @@ constexpr T operator*(const T& n, const fastdiv_data<T, unsigned long>& d) noexc
 /// Precondition: m != 0. The top of the dividend, 2^64 - 1 - d, is below d, so the quotient fits.
 constexpr void math_magic_shift(const unsigned long& m, std::uint16_t& s, unsigned long& d,
                                 unsigned long& magic) noexcept {
-    assert(m != 0);
+    KESH_REQUIRE(m != 0);
     const mint shift = math_count_leading_zeros(m);
     s = static_cast<std::uint16_t>(shift);
     d = m << shift;
@@ -143,6 +144,7 @@ struct fastdiv2x1<unsigned long, unsigned long> {
             r -= d;
         }
         quo = q1;
+        KESH_ENSURE(r >> s < m);
         return r >> s;
     }
     [[nodiscard]] constexpr unsigned long mod(unsigned long n0, unsigned long nhi) const noexcept {
@@ -192,21 +194,24 @@ struct fastdiv2x1<unsigned long, unsigned long> {
         return mulmod(a, b);
     }
     [[nodiscard]] constexpr unsigned long sub(unsigned long a, unsigned long b) const noexcept {
+        KESH_REQUIRE(a < m && b < m);
         return a >= b ? a - b : a - b + m;
     }
     /// a / 2; m odd. An odd a becomes even by adding m, and the sum of the halves does not overflow.
     [[nodiscard]] constexpr unsigned long div2(unsigned long a) const noexcept {
+        KESH_REQUIRE((m & 1) == 1 && a < m);
         return (a >> 1) + ((a & 1) != 0 ? (m >> 1) + 1 : 0);
     }
     /// a / b; 0 when b and m have a common factor. m odd.
     [[nodiscard]] constexpr unsigned long div(unsigned long a, unsigned long b) const noexcept {
+        KESH_REQUIRE((m & 1) == 1);
         return mulmod(a, math_invmod(getmod(b), m));
     }
 };
 
 template <wide_word T>
 constexpr T operator/(const T& n, const fastdiv2x1<unsigned long, unsigned long>& p) noexcept {
-    T remainder, quotient;
+    T remainder(detail::unset), quotient(detail::unset);
     p.mod_quo(n, remainder, quotient);
     return quotient;
 }

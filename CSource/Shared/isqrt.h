@@ -60,7 +60,7 @@ constexpr void math_isqrt_recursive(const T& aa, T& ss, T& rr) noexcept {
     };
     const T a(aa);
     if (math_is_zero(a.hi())) {
-        half s, r;
+        half s(detail::unset), r(detail::unset);
         root_of_half(a.lo(), s, r);
         ss = T(s);
         rr = T(r);
@@ -70,17 +70,17 @@ constexpr void math_isqrt_recursive(const T& aa, T& ss, T& rr) noexcept {
     const mint c = math_count_leading_zeros(a) & ~mint{1};
     const T normalised = a << c;
 
-    half s1, r1;
+    half s1(detail::unset), r1(detail::unset);
     root_of_half(normalised.hi(), s1, r1);
     half low_high_quarter(0);
     math_right_shift(normalised.lo(), quarter_bits, low_high_quarter);
     const T numerator = (T(r1) << quarter_bits) + T(low_high_quarter);
-    T q, dropped;
+    T q(detail::unset), dropped(detail::unset);
     math_divmod_imp(numerator, T(0), T(s1) << 1, q, dropped);
     T s = (T(s1) << quarter_bits) + q;
     s >>= c / 2;
 
-    T square;
+    T square(detail::unset);
     math_mul(s, s, square);
     if (square > a) {
         // The estimate is at most one too large; (s - 1)^2 = s^2 - 2 s + 1.
@@ -171,7 +171,7 @@ inline void math_isqrt_exact(const T& aa, T& ss, T& rr) noexcept {
         math_isqrt(aa, ss, rr);
     } else {
         if (math_is_zero(aa.hi())) {
-            typename T::half_type s, r;
+            typename T::half_type s(detail::unset), r(detail::unset);
             math_isqrt_exact(aa.lo(), s, r);
             ss = T(s);
             rr = T(r);
@@ -188,24 +188,27 @@ inline void math_isqrt_exact(const T& aa, T& ss, T& rr) noexcept {
             rr = u;
         } else {
             s >>= c / 2;
-            T square;
+            T square(detail::unset);
             math_mul(s, s, square);
             rr = a - square;
         }
         ss = s;
+        KESH_ENSURE(math_compare(rr, T(ss << 1)) <= 0);
     }
 }
 
-/// ss = floor(sqrt(aa)), rr = aa - ss^2: the bits of math_isqrt_recursive, also at the top of the range, where both keep an
-/// estimate that is not the root. Cost: one half-width root, one division by half the width and one half-width square
-/// for each level. ss and rr may alias aa.
+/// ss = floor(sqrt(aa)), rr = aa - ss^2: the bits of math_isqrt_recursive, also at the top of the range, where both
+/// keep an estimate that is not the root. Cost: one half-width root, one division by half the width and one half-width
+/// square for each level. ss and rr may alias aa.
 template <wide_word T>
 constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
     if (!std::is_constant_evaluated()) {
         const std::size_t length = detail::significant_limbs(aa.limb, T::limbs);
-        // The level that takes the root is the narrowest that holds aa; the estimate is kept for a limb of ones at its top.
+        // The level that takes the root is the narrowest that holds aa; the estimate is kept for a limb of ones at its
+        // top.
         const mint shift = length == 0 ? 0 : math_count_leading_zeros(aa.limb[length - 1]) & ~mint{1};
-        const bool estimate_kept = length > 1 && (aa.limb[length - 1] << shift | (aa.limb[length - 2] >> 1 >> (MINT_BITS - 1 - shift))) == ~umint{0};
+        const bool estimate_kept = length > 1 && (aa.limb[length - 1] << shift |
+                                                  (aa.limb[length - 2] >> 1 >> (MINT_BITS - 1 - shift))) == ~umint{0};
         if (!estimate_kept) {
             math_isqrt_exact(aa, ss, rr);
             return;

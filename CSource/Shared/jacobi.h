@@ -6,6 +6,8 @@
 /// Computational Algebraic Number Theory, 1.4.2.)
 #pragma once
 
+#include <limits>
+
 #include "Shared/fastdiv.h"
 #include "Shared/isqrt.h"
 
@@ -28,6 +30,7 @@ constexpr int reciprocity(umint a, umint n) noexcept {
 /// The Jacobi symbol (a/n): -1, 0 or 1. Precondition: n odd. (0/n) is 0 for every n, 1 included.
 /// Cost: one division a step of the Euclidean algorithm.
 constexpr int Jacobi(umint a, umint n) noexcept {
+    KESH_REQUIRE((n & 1) == 1);
     if (a == 0) return 0;
     if (n == 1) return 1;
     a %= n;
@@ -55,7 +58,7 @@ constexpr int jacobi_at_full_width(const T& a, const T& n) noexcept {
     T x(a), y(n);
     // Invariant: the answer is j * (x/y), y odd.
     while (y != T(1)) {
-        T dropped, r;
+        T dropped(detail::unset), r(detail::unset);
         math_divmod_imp(x, T(0), y, dropped, r);
         x = y;
         y = r;
@@ -74,6 +77,7 @@ constexpr int jacobi_at_full_width(const T& a, const T& n) noexcept {
 /// Cost: the full width is left as soon as both numbers fit into half of it.
 template <engine_word T>
 constexpr int Jacobi(const T& a, const T& n) noexcept {
+    KESH_REQUIRE((static_cast<umint>(n) & 1) == 1);
     if constexpr (wide_word<T>) {
         if (!math_is_zero(a.hi())) return detail::jacobi_at_full_width(a, n);
         if (math_is_zero(a.lo())) return 0;
@@ -88,6 +92,7 @@ constexpr int Jacobi(const T& a, const T& n) noexcept {
 template <class Signed, engine_word T>
 requires std::same_as<Signed, long>
 constexpr int Jacobi(const Signed& x, const T& n) noexcept {
+    KESH_REQUIRE(x > std::numeric_limits<long>::min());
     if (x >= 0) return Jacobi<T>(T(static_cast<umint>(x)), n);
     const int j = Jacobi<T>(T(static_cast<umint>(-x)), n);
     return (static_cast<umint>(n) & 3) == 3 ? -j : j;
@@ -97,6 +102,7 @@ constexpr int Jacobi(const Signed& x, const T& n) noexcept {
 /// remainder. n_low is the low limb of n. Preconditions: x and n odd, 1 < |x| < 2^63.
 constexpr int jacobi_of_small(long x, umint n_modulo_x, umint n_low) noexcept {
     const umint magnitude = static_cast<umint>(x < 0 ? -x : x);
+    KESH_REQUIRE((magnitude & n_low & 1) == 1 && magnitude > 1 && n_modulo_x < magnitude);
     const int j = Jacobi(n_modulo_x, magnitude) * detail::reciprocity(magnitude, n_low);
     return x < 0 && (n_low & 3) == 3 ? -j : j;
 }
@@ -156,7 +162,7 @@ bool isSquare(const T& n, T& s) noexcept {
     static const fastdiv_data<T, unsigned long> mod(detail::square_filter_modulus);
     const T q = n / mod;
     if (detail::is_nonsquare_residue(n.limb[0] - q.limb[0] * detail::square_filter_modulus)) return false;
-    T rest;
+    T rest(detail::unset);
     math_isqrt_exact(n, s, rest);
     return math_is_zero(rest);
 }

@@ -6,7 +6,6 @@
 /// Montgomery, Modular multiplication without trial division, Math. Comp. 44 (1985).)
 #pragma once
 
-#include <cassert>
 #include <cstdio>
 #include <string>
 
@@ -14,12 +13,30 @@
 
 namespace kesh {
 
+namespace detail {
+
+/// Whether mprime can be -m^(-1) mod 2^N, by its lowest limb; implies that m is odd. For contracts.
+template <engine_word T>
+constexpr bool belongs_to(const T& mprime, const T& m) noexcept {
+    return static_cast<umint>(mprime) * static_cast<umint>(m) == ~umint{0};
+}
+
+/// Whether a b < m 2^N. For contracts.
+template <engine_word T>
+constexpr bool reducible(const T& a, const T& b, const T& m) noexcept {
+    T lo(unset), hi(unset);
+    math_mul(a, b, lo, hi);
+    return math_compare(hi, m) < 0;
+}
+
+}  // namespace detail
+
 /// r1 = (thi * 2^N + tlo) * R^(-1) mod m. Preconditions: m odd, mprime = -m^(-1) mod 2^N, thi < m (the input is below m
 /// * 2^N).
 template <engine_word T>
 constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T& mprime, T& r1) noexcept {
-    assert(thi < m);
-    T u, plo, phi, sum;
+    KESH_REQUIRE(thi < m && detail::belongs_to(mprime, m));
+    T u(detail::unset), plo(detail::unset), phi(detail::unset), sum(detail::unset);
     math_mul(tlo, mprime, u);
     math_mul(u, m, plo, phi);
     // The low word of the sum is 0 by the choice of u; only its carry matters.
@@ -27,6 +44,7 @@ constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T&
     c = math_addcarry(c, thi, phi, sum);
     if (c != 0 || sum >= m) math_sub_equal_borrow(0, sum, m);
     r1 = sum;
+    KESH_ENSURE(r1 < m);
 }
 
 /// r = abar * bbar * R^(-1) mod m, below m. Preconditions: m odd, abar * bbar < m * 2^N (it suffices that one factor is
@@ -34,13 +52,15 @@ constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T&
 /// which needs only the lowest limb of mprime and returns the same bits: both return the one residue below m.
 template <engine_word T>
 constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& mprime, T& r) noexcept {
+    KESH_REQUIRE(detail::reducible(abar, bbar, m) && detail::belongs_to(mprime, m));
     if constexpr (wide_word<T>) {
         if (!std::is_constant_evaluated()) {
             kernel::montgomery_product<T::limbs>(r.limb, abar.limb, bbar.limb, m.limb, mprime.limb[0]);
+            KESH_ENSURE(r < m);
             return;
         }
     }
-    T tlo, thi;
+    T tlo(detail::unset), thi(detail::unset);
     math_mul(abar, bbar, tlo, thi);
     math_mont_reduce(tlo, thi, m, mprime, r);
 }
@@ -70,14 +90,15 @@ struct mp_mont_data {
 
     /// Sets the four fields for the modulus _m. Cost: one inverse modulo 2^N and two divisions.
     constexpr void init(const T& _m) noexcept {
-        assert((T(1) & _m) == T(1));
+        KESH_REQUIRE((T(1) & _m) == T(1) && _m != T(1));
         m = _m;
         mprime = math_mod_inv_2(m);
         const T zero(0);
-        T quotient, negated;
+        T quotient(detail::unset), negated(detail::unset);
         math_subborrow(0, zero, m, negated);
         math_divmod(negated, m, quotient, r1);
         math_divmod(zero, r1, m, quotient, r2);
+        KESH_ENSURE(r1 < m && r2 < m && detail::belongs_to(mprime, m));
     }
 
     /// The Montgomery form of 1.
@@ -101,7 +122,7 @@ struct mp_mont_data {
         math_mont_mul(a, r2, m, mprime, r);
     }
     [[nodiscard]] constexpr T toMontMod(const T& a) const noexcept {
-        T r;
+        T r(detail::unset);
         toMontMod(a, r);
         return r;
     }
@@ -111,7 +132,7 @@ struct mp_mont_data {
         math_mont_reduce(a, T(0), m, mprime, r);
     }
     [[nodiscard]] constexpr T fromMontMod(const T& a) const noexcept {
-        T r;
+        T r(detail::unset);
         fromMontMod(a, r);
         return r;
     }
@@ -120,55 +141,58 @@ struct mp_mont_data {
         math_mont_mul(a, b, m, mprime, r);
     }
     [[nodiscard]] constexpr T mul(const T& a, const T& b) const noexcept {
-        T r;
+        T r(detail::unset);
         mul(a, b, r);
         return r;
     }
 
     constexpr void add(const T& a, const T& b, T& r) const noexcept {
-        assert(a < m && b < m);
-        T sum;
+        KESH_REQUIRE(a < m && b < m);
+        T sum(detail::unset);
         const std::uint8_t c = math_addcarry(0, a, b, sum);
         if (c != 0 || sum >= m) math_sub_equal_borrow(0, sum, m);
         r = sum;
+        KESH_ENSURE(r < m);
     }
     [[nodiscard]] constexpr T add(const T& a, const T& b) const noexcept {
-        T r;
+        T r(detail::unset);
         add(a, b, r);
         return r;
     }
 
     constexpr void sub(const T& a, const T& b, T& r) const noexcept {
-        assert(a < m && b < m);
+        KESH_REQUIRE(a < m && b < m);
         const bool wraps = a < b;
-        T difference;
+        T difference(detail::unset);
         math_subborrow(0, a, b, difference);
         if (wraps) math_add_equal_carry(0, difference, m);
         r = difference;
+        KESH_ENSURE(r < m);
     }
     [[nodiscard]] constexpr T sub(const T& a, const T& b) const noexcept {
-        T r;
+        T r(detail::unset);
         sub(a, b, r);
         return r;
     }
 
     /// a / 2 modulo m: an odd a becomes even by adding the odd m; the sum's carry is the top bit of the half.
     constexpr void div2(const T& a, T& r) const noexcept {
-        assert(a < m);
+        KESH_REQUIRE(a < m);
         T sum(a);
         std::uint8_t c = 0;
         if ((a & T(1)) == T(1)) c = math_add_equal_carry(0, sum, m);
         math_right_shift_equal(sum, 1);
         if (c != 0) {
-            T top;
+            T top(detail::unset);
             // cppcheck-suppress compareBoolExpressionWithInt ; no comparison: it closes the template arguments
             math_left_shift(T(1), width_v<T> - 1, top);
             sum |= top;
         }
         r = sum;
+        KESH_ENSURE(r < m);
     }
     [[nodiscard]] constexpr T div2(const T& a) const noexcept {
-        T r;
+        T r(detail::unset);
         div2(a, r);
         return r;
     }
@@ -182,6 +206,7 @@ struct mp_mont_data {
     /// a^e in Montgomery form by right-to-left squaring; e is an ordinary integer, a^0 is one(). The reference form of
     /// pow.
     [[nodiscard]] constexpr T pow_binary(const T& a, T e) const noexcept {
+        KESH_REQUIRE(a < m);
         T x = r1, square = a;
         while (e != T(0)) {
             if ((e & T(1)) == T(1)) mul(x, square, x);
@@ -191,11 +216,12 @@ struct mp_mont_data {
         return x;
     }
 
-    /// a^e in Montgomery form, e an ordinary integer, a^0 is one(). From the top, a window of bits at a time that begins
-    /// and ends with a 1: a product by an odd power of a for each, out of a table of them. (A. J. Menezes, P. C. van
-    /// Oorschot, S. A. Vanstone, Handbook of Applied Cryptography, 14.85.) Time depends on e. Cost: a squaring a bit, and
-    /// with windows of 2 to 6 bits for exponents of 24 to 1024 bits a product for 3 to 7 bits.
+    /// a^e in Montgomery form, e an ordinary integer, a^0 is one(). From the top, a window of bits at a time that
+    /// begins and ends with a 1: a product by an odd power of a for each, out of a table of them. (A. J. Menezes, P. C.
+    /// van Oorschot, S. A. Vanstone, Handbook of Applied Cryptography, 14.85.) Time depends on e. Cost: a squaring a
+    /// bit, and with windows of 2 to 6 bits for exponents of 24 to 1024 bits a product for 3 to 7 bits.
     [[nodiscard]] constexpr T pow(const T& a, const T& e) const noexcept {
+        KESH_REQUIRE(a < m);
         const mint length = math_num_bits(e);
         if (length < 10) return pow_binary(a, e);
         const mint window = length < 24 ? 2 : length < 80 ? 3 : length < 240 ? 4 : length < 672 ? 5 : 6;

@@ -102,18 +102,5 @@ TEST(MontgomeryContext, PrintsItsFields) {
     EXPECT_NE(text.find("r2     = 0x2\n"), std::string::npos) << text;
 }
 
-#ifndef NDEBUG
-TEST(Preconditions, AreAssertedInDebugBuilds) {
-    using T = uintx_t<256>;
-    EXPECT_DEATH(mp_mont_data<T>(T(4)), "");
-    const mp_mont_data<T> M(T(7));
-    EXPECT_DEATH((void)M.add(T(7), T(1)), "");
-    EXPECT_DEATH((void)M.sub(T(1), T(8)), "");
-    T a(3), hi;
-    EXPECT_DEATH(math_mul(a, a, a, hi), "");
-    EXPECT_DEATH((void)(a << -1), "");
-}
-#endif
-
 }  // namespace
 }  // namespace kesh::testing

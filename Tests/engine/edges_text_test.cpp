@@ -96,13 +96,13 @@ TYPED_TEST(WideEdges, SignedValues) {
 
 template <class T>
 constexpr bool computes_in_constant_expressions() {
-    T lo, hi, q, r;
+    T lo{}, hi{}, q{}, r{};
     math_mul(T(-1), T(-1), lo, hi);
     math_divmod(lo, hi, T(-1), q, r);
-    T s, rest;
+    T s{}, rest{};
     math_isqrt(T(1000), s, rest);
     const mp_mont_data<T> M(T(97));
-    T number;
+    T number{};
     return q == T(-1) && r == 0 && s == 31 && rest == 39 && math_invmod(T(3), T(7)) == 5 &&
            M.fromMontMod(M.pow(M.toMontMod(T(5)), T(96))) == 1 && from_string("0x7b", number) && number == 123 &&
            ((T(1) << (T::bits - 1)) >> (T::bits - 1)) == 1 &&

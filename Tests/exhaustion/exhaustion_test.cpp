@@ -4,7 +4,7 @@
  *         with all after it, for each k, in a process of its own each time.
  *
  * The program defines the C library's allocation functions and pthread_create itself, so that every library in the
- * process uses these. A call may give its right answer, fail as docs/fault-outcomes.md tells, or, where a library below
+ * process uses these. A call may give its right answer, fail as docs/limits.md tells, or, where a library below
  * fails within its own threads, end the process. It never gives a wrong answer, writes its result slot on failure,
  * crashes or hangs, and afterwards it works.
  */
@@ -341,7 +341,7 @@ const std::string error_event = "Error event";
 const std::string terminates = "ends the process: std::terminate";
 const std::string exits = "ends the process: exit by the OpenMP library";
 
-/** What docs/fault-outcomes.md says of the calls; the right answer is always welcome. */
+/** What docs/limits.md says of the calls; the right answer is always welcome. */
 void expect_only(const Outcomes& documented, const std::vector<Call>& calls, Supply& supply, long step = 1) {
     for (const Call& call : calls) {
         std::string seen_here;

@@ -50,11 +50,24 @@ TEST(Arguments, PatternRange) {
 }
 
 TEST(Arguments, Counts) {
-    EXPECT_THAT(refusal("PrimeSieve_CountPrimes", {"0"}),
-                testing::AllOf(testing::HasSubstr("takes 2 arguments (a b), 1 given"), testing::HasSubstr("10^6")));
+    EXPECT_THAT(refusal("PrimeSieve_CountPrimes", {"0", "1", "2"}),
+                testing::AllOf(testing::HasSubstr("takes 2 arguments (a b), 3 given"), testing::HasSubstr("10^6")));
+    EXPECT_THAT(refusal("PrimeCount_Coprime", {"5"}), testing::HasSubstr("takes 2 arguments (a b), 1 given"));
     EXPECT_THAT(refusal("PrimeCount_GetThreads", {"0"}), testing::HasSubstr("takes no arguments, 1 given"));
     EXPECT_EQ(bind("PrimeSieve_CountPrimes", {"1", "2", "3"}, true).size(), 3U);
     EXPECT_TRUE(bind("PrimeSieve_CountPrimes", {}, true).empty());
+}
+
+TEST(Arguments, TheEndOfARangeAloneBeginsItAtZero) {
+    for (const char* name : {"PrimeSieve_CountPrimes", "PrimeSieve_CountTwins", "PrimeSieve_ListPrimes"}) {
+        const auto both = bind(name, {"100"});
+        ASSERT_EQ(both.size(), 2U) << name;
+        EXPECT_EQ(integer(both[0]), 0);
+        EXPECT_EQ(integer(both[1]), 100);
+    }
+    EXPECT_EQ(integer(bind("PrimeSieve_PrimeSumInterval", {"100"})[0]), 1)
+        << "from 0 the library would begin at the top";
+    EXPECT_EQ(bind("PrimeSieve_CountPrimes", {"100"}, true).size(), 1U);
 }
 
 TEST(Arguments, TextPassesUntouched) {

@@ -38,6 +38,30 @@ TEST(HostCall, NegativeArgumentsAreNoOptions) {
     EXPECT_EQ(sum.output, "0\n");
 }
 
+TEST(HostCall, RangesInTheFormsThatPeopleBring) {
+    EXPECT_EQ(run_host({"PrimeSieve_CountPrimes", "1,000,000", "-q"}).output, "78498\n");
+    EXPECT_EQ(run_host({"PrimeSieve_CountPrimes", "10^6", "--distance", "10^3", "-q"}).output, "75\n");
+    EXPECT_EQ(run_host({"-d", "1e3", "PrimeSieve_CountPrimes", "10^7/10", "-q"}).output, "75\n");
+    EXPECT_EQ(run_host({"PrimeSieve_PrimeSumInterval", "10", "-q"}).output, "17\n");
+    EXPECT_EQ(run_host({"PrimeSieve_ListPrimes", "10", "-q"}).output, "2\n3\n5\n7\n");
+}
+
+TEST(HostCall, ThreadsAreSetBeforeTheCall) {
+    EXPECT_EQ(run_host({"PrimeCount_GetThreads", "--threads", "1", "-q"}).output, "1\n");
+    EXPECT_EQ(run_host({"--threads", "1", "plot", "pi", "100"}).code, 0);
+}
+
+TEST(HostCall, SumsAreWholeOrSayThatTheyAreNot) {
+    const json small = json_of(run_host({"PrimeSieve_PrimeSum", "10^6", "--json"}));
+    EXPECT_EQ(small["result"]["wrapped"], false);
+    EXPECT_EQ(small["result"]["exact"], "37550402023");
+    const json wrapped = json_of(run_host({"PrimeSieve_PrimeSumInterval", "10^18", "10^18+2000", "--json"}));
+    EXPECT_EQ(wrapped["result"]["wrapped"], true);
+    EXPECT_EQ(wrapped["result"]["exact"], "42000000000000040838");
+    const json bare = json_of(run_host({"PrimeSieve_PrimeSumInterval", "10^18", "10^18+2000", "--json", "--bare"}));
+    EXPECT_TRUE(bare["result"]["wrapped"].is_null()) << "one call and no other";
+}
+
 TEST(HostCall, JsonOfAnInteger) {
     const json call = json_of(run_host({"PrimeSieve_NextPrime", "2^32", "--json"}));
     EXPECT_EQ(call["export"], "PrimeSieve_NextPrime");
@@ -90,6 +114,11 @@ TEST(HostCall, WrongCountsReachTheLibraryOnlyUnchecked) {
 TEST(HostCall, BadInputIsOneLine) {
     const std::vector<Arguments> inputs = {{"PrimeSieve_CountPrimes"},
                                            {"PrimeSieve_CountPrimes", "0", "x"},
+                                           {"PrimeSieve_CountPrimes", "0", "1", "-d", "5"},
+                                           {"PrimeSieve_NthPrime", "5", "--distance", "5"},
+                                           {"list", "--distance", "5"},
+                                           {"PrimeSieve_NthPrime", "5", "--threads", "0"},
+                                           {"PrimeSieve_CountPrimes", "1,00"},
                                            {"PrimeSieve_CountPrimes", "0", "2^64"},
                                            {"PrimeCount_PrimePi", "2^63"},
                                            {"PrimeSieve_CountPrims", "0", "1"},
@@ -145,7 +174,7 @@ TEST(HostCall, PiecesAddUpToTheSameAnswer) {
 TEST(HostCall, TasksShowProgressAndReport) {
     const json call = json_of(run_host({"PrimeCount_PrimePi", "10^13", "--progress", "--json"}));
     EXPECT_EQ(call["result"]["value"], 346065536839);
-    EXPECT_EQ(call["task"]["state"], "removed");
+    EXPECT_EQ(call["task"]["state"], "done");
     EXPECT_GT(call["task"]["status_events"], 0);
     EXPECT_LE(call["task"]["first_percent"], 100.0);
     EXPECT_THAT(call["breaches"], IsEmpty());

@@ -25,6 +25,17 @@ TEST(Completion, NamesAtTheHeadOfTheLine) {
     EXPECT_THAT(completions("", begin), Contains("PrimeCount_PrimePi"));
 }
 
+TEST(Completion, InLettersOfEitherCaseAndInTheMiddle) {
+    std::size_t begin = 0;
+    EXPECT_THAT(completions("primesieve_nth", begin), ElementsAre("PrimeSieve_NthPrime"));
+    EXPECT_THAT(completions("NthP", begin), ElementsAre("PrimeSieve_NthPrime"));
+    EXPECT_THAT(completions("?nthp", begin), ElementsAre("PrimeSieve_NthPrime"));
+    EXPECT_EQ(begin, 1U);
+    EXPECT_THAT(completions("counttw", begin), ElementsAre("PrimeSieve_CountTwins"));
+    EXPECT_THAT(completions("KESH_", begin), SizeIs(2)) << "a beginning comes before a middle";
+    EXPECT_THAT(completions("xyz", begin), IsEmpty());
+}
+
 TEST(Completion, NamesAfterAQuestionMark) {
     std::size_t begin = 0;
     EXPECT_THAT(completions("?PrimeSieve_Nth", begin), ElementsAre("PrimeSieve_NthPrime"));

@@ -39,6 +39,9 @@ TEST(ExportTable, NothingIsLeftBlank) {
         EXPECT_FALSE(entry.cost.empty()) << entry.name;
         EXPECT_EQ(entry.example.size(), entry.parameters.size()) << entry.name;
         for (const Parameter& parameter : entry.parameters) EXPECT_FALSE(parameter.meaning.empty()) << entry.name;
+        const bool may_take_minutes =
+            entry.route != Route::direct || entry.cost.starts_with("returns at once") || entry.result == Kind::tensor;
+        EXPECT_EQ(may_take_minutes, !entry.stop.empty()) << entry.name;
         if (entry.route == Route::as_task) {
             EXPECT_NE(find_export(entry.task_form), nullptr) << entry.name;
         }

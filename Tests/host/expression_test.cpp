@@ -39,7 +39,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"2*-3", "-6"}, Case{"3*(10^6+1)", "3000003"}, Case{"1-2-3", "-4"}, Case{"2+3*4", "14"},
                     Case{" 2 + 3 ", "5"}, Case{"0xff", "255"}, Case{"0XFF_FF", "65535"}, Case{"0^0", "1"},
                     Case{"1^99999999999", "1"}, Case{"(-1)^99999999999", "-1"}, Case{"0^99999999999", "0"},
-                    Case{"2^64", "18446744073709551616"}, Case{"0x10000000000000000", "18446744073709551616"}));
+                    Case{"2^64", "18446744073709551616"}, Case{"0x10000000000000000", "18446744073709551616"},
+                    Case{"7/2", "3"}, Case{"-7/2", "-3"}, Case{"2*7/3*3", "12"}, Case{"10^10/10^9", "10"},
+                    Case{"(2^64-1)/3", "6148914691236517205"}, Case{"1,000,000", "1000000"}, Case{"1,234", "1234"},
+                    Case{"12,345*2", "24690"}, Case{"1,000.5e1", "10005"}));
 
 class BadExpression : public testing::TestWithParam<Case> {};
 
@@ -54,16 +57,18 @@ TEST_P(BadExpression, IsRefusedInOneLine) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Forms, BadExpression,
-                         testing::Values(Case{"", "empty"}, Case{"  ", "empty"},
-                                         Case{"12a", "'a' is not expected at column 3"}, Case{"1.5", "not whole"},
-                                         Case{"1.", "digits are missing"}, Case{"1e", "exponent"},
-                                         Case{"1e99999", "bits"}, Case{"2^-1", "negative"},
-                                         Case{"2^", "ends where a number"}, Case{"3*", "ends where a number"},
-                                         Case{"(1", "closing bracket"}, Case{"1)", "')' is not expected"},
-                                         Case{"0x", "hexadecimal"}, Case{"_1", "'_' stands"}, Case{"10^10^10", "bits"},
-                                         Case{"2^99999", "bits"}, Case{"x", "'x' stands"}, Case{"1 2", "not expected"},
-                                         Case{"1/2", "'/' is not expected"}));
+INSTANTIATE_TEST_SUITE_P(
+    Forms, BadExpression,
+    testing::Values(Case{"", "empty"}, Case{"  ", "empty"}, Case{"12a", "'a' is not expected at column 3"},
+                    Case{"1.5", "not whole"}, Case{"1.", "digits are missing"}, Case{"1e", "exponent"},
+                    Case{"1e99999", "bits"}, Case{"2^-1", "negative"}, Case{"2^", "ends where a number"},
+                    Case{"3*", "ends where a number"}, Case{"(1", "closing bracket"}, Case{"1)", "')' is not expected"},
+                    Case{"0x", "hexadecimal"}, Case{"_1", "'_' stands"}, Case{"10^10^10", "bits"},
+                    Case{"2^99999", "bits"}, Case{"x", "'x' stands"}, Case{"1 2", "not expected"},
+                    Case{"1/0", "the divisor is 0"}, Case{"1/(2-2)", "divisor"}, Case{"1,00", "groups of three"},
+                    Case{"1,0000", "groups of three"}, Case{"1234,567", "groups of three"},
+                    Case{"1,", "groups of three"}, Case{"1,000,", "groups of three"}, Case{"1, 000", "groups of three"},
+                    Case{"5é", "'é' is not expected"}, Case{"5\xff", "is not expected"}));
 
 TEST(Expression, AHostileLineEndsInAMessage) {
     EXPECT_THROW(parse_integer(std::string(100000, '-')), ExpressionError);

@@ -54,6 +54,111 @@ TEST(Print, PatternsAboveTheSign) {
     EXPECT_EQ(to_json(outcome)["result"]["unsigned"], "18446744073709551521");
 }
 
+/** The second line of the text, without the time. */
+std::string sentence(const Outcome& outcome) {
+    const std::string text = result_text(outcome, {.style = {}, .width = 80, .quiet = false, .whole_tensors = true});
+    const std::size_t begin = text.find('\n') + 1;
+    return text.substr(begin, text.rfind("  (") - begin);
+}
+
+std::string sentence(const char* name, const std::vector<std::string>& words, mint result) {
+    Outcome outcome = outcome_of(name, words);
+    outcome.result = result;
+    return sentence(outcome);
+}
+
+TEST(Print, OneIsNotMany) {
+    EXPECT_EQ(sentence("PrimeSieve_CountPrimes", {"0", "2"}, 1), "There is 1 prime from 0 to 2.");
+    EXPECT_EQ(sentence("PrimeSieve_CountTwins", {"0", "6"}, 1), "There is 1 pair of twin primes from 0 to 6.");
+    EXPECT_EQ(sentence("PrimeSieve_CountSextuplets", {"0", "30"}, 1), "There is 1 prime sextuplet from 0 to 30.");
+    EXPECT_EQ(sentence("PrimeCount_LMO", {"2"}, 1), "There is 1 prime up to 2.");
+    EXPECT_EQ(sentence("PrimeCount_SetThreads", {"1"}, 1), "Counts now use 1 thread.");
+    EXPECT_EQ(sentence("PrimeCount_Coprime", {"5", "1"}, 3),
+              "3 numbers up to 5 are divisible by none of the first 1 prime.");
+    EXPECT_EQ(sentence("PrimeCount_Coprime", {"1", "2"}, 1),
+              "1 number up to 1 is divisible by none of the first 2 primes.");
+    EXPECT_EQ(sentence("PrimeSieve_CountPrimes", {"0", "1"}, 0), "There are 0 primes from 0 to 1.");
+}
+
+TEST(Print, BoundsThatTheLibraryTakesForOthersAreNamed) {
+    EXPECT_EQ(sentence("PrimeSieve_CountPrimes", {"-10", "10"}, 0),
+              "There are 0 primes from 18,446,744,073,709,551,606 to 10. The library takes -10 as its 64-bit pattern, "
+              "18,446,744,073,709,551,606.");
+    EXPECT_EQ(sentence("PrimeSieve_CountPrimes", {"2^64-10", "2^64-9"}, 0),
+              "There are 0 primes from 2^64-10 to 2^64-9.");
+    EXPECT_EQ(sentence("PrimeSieve_NthPrime", {"0"}, 2), "Prime number 1 is 2. The library takes 0 as 1.");
+    EXPECT_EQ(sentence("PrimeCount_Coprime", {"100", "-5"}, 100),
+              "100 numbers up to 100 are divisible by none of the first 0 primes. The library takes -5 as 0.");
+    EXPECT_EQ(sentence("PrimeCount_PrimePi", {"-5"}, 0), "There are 0 primes up to -5.") << "no pattern";
+    Outcome outcome = outcome_of("PrimeSieve_CountPrimes", {"-10", "10"});
+    outcome.result = mint{0};
+    const auto json = to_json(outcome);
+    EXPECT_EQ(json["bounds_reinterpreted"], nlohmann::ordered_json({"a"}));
+    EXPECT_EQ(json["arguments"][0]["taken_as"], "18446744073709551606");
+    EXPECT_FALSE(json["arguments"][1].contains("taken_as"));
+}
+
+TEST(Print, AResultThatStandsForNoneSaysSo) {
+    EXPECT_EQ(sentence("PrimeSieve_PreviousPrime", {"2"}, 0), "There is no prime before 2: the 0 stands for that.");
+    EXPECT_EQ(sentence("PrimeSieve_PreviousPrime", {"3"}, 2), "The last prime before 3 is 2.");
+    EXPECT_EQ(sentence("PrimeSieve_PreviousKthPrime", {"10", "5"}, 0),
+              "There are fewer than 5 primes before 10: the 0 stands for that.");
+    EXPECT_EQ(sentence("PrimeSieve_PreviousKthPrime", {"2", "1"}, 0),
+              "There is no prime before 2: the 0 stands for that.");
+    EXPECT_EQ(sentence("PrimeSieve_NextKthPrime", {"10", "-1"}, 0),
+              "No prime was drawn for k = -1: the result has no meaning.");
+    EXPECT_EQ(sentence("PrimeSieve_PrimeSumInterval", {"5", "2^64-1"}, 0),
+              "No prime was added: the library adds the primes below b + 1, and that wraps to 0.");
+    Outcome outcome = outcome_of("PrimeSieve_PreviousPrime", {"2"});
+    outcome.result = mint{0};
+    EXPECT_EQ(to_json(outcome)["result"]["stand_in"], true);
+    outcome.result = mint{2};
+    EXPECT_FALSE(to_json(outcome)["result"].contains("stand_in"));
+}
+
+TEST(Print, SumsThatWrapSaySo) {
+    Outcome outcome = outcome_of("PrimeSieve_PrimeSumInterval", {"10^18", "10^18+2000"});
+    outcome.result = mint{5106511852580937606};
+    outcome.sum = SumCheck{Wrapped::no, std::nullopt};
+    EXPECT_EQ(sentence(outcome), "The primes from 10^18 to 10^18+2000 add up to 5,106,511,852,580,937,606.");
+    outcome.sum = SumCheck{Wrapped::yes, cpp_int("42000000000000040838")};
+    EXPECT_EQ(sentence(outcome),
+              "The primes from 10^18 to 10^18+2000 add up to 42,000,000,000,000,040,838, which is "
+              "5,106,511,852,580,937,606 modulo 2^64.");
+    EXPECT_EQ(to_json(outcome)["result"]["wrapped"], true);
+    EXPECT_EQ(to_json(outcome)["result"]["exact"], "42000000000000040838");
+    outcome.sum = SumCheck{Wrapped::yes, std::nullopt};
+    EXPECT_THAT(sentence(outcome), HasSubstr("5,106,511,852,580,937,606 modulo 2^64; the sum itself is larger."));
+    outcome.sum = SumCheck{};
+    EXPECT_THAT(sentence(outcome), HasSubstr("5,106,511,852,580,937,606 modulo 2^64; the sum itself may be larger."));
+    EXPECT_TRUE(to_json(outcome)["result"]["wrapped"].is_null());
+}
+
+TEST(Print, NarrowedListsSaySo) {
+    const auto list = [](const std::vector<std::string>& words, const std::vector<mint>& values) {
+        Outcome outcome = outcome_of("PrimeSieve_ListPrimes", words);
+        auto* tensor = new st_MTensor;
+        tensor->dimensions = {static_cast<mint>(values.size())};
+        tensor->values = std::make_unique<mint[]>(values.size());
+        std::copy(values.begin(), values.end(), tensor->values.get());
+        tensor->length = static_cast<mint>(values.size());
+        outcome.result = TensorResult(tensor);
+        return outcome;
+    };
+    const auto narrowed = [&](const std::vector<std::string>& words, const std::vector<mint>& values) {
+        const Outcome outcome = list(words, values);
+        const bool said = sentence(outcome).find("low 32 bits") != std::string::npos;
+        EXPECT_EQ(to_json(outcome)["result"]["narrowed"], said);
+        return said;
+    };
+    EXPECT_FALSE(narrowed({"0", "10"}, {2, 3, 5, 7}));
+    EXPECT_FALSE(narrowed({"2^31-10", "2^31+10"}, {2147483647}));
+    EXPECT_TRUE(narrowed({"2^31-10", "2^31+11"}, {2147483647, -2147483637}));
+    EXPECT_TRUE(narrowed({"2^32", "2^32+20"}, {15})) << "low bits that look like a prime";
+    EXPECT_FALSE(narrowed({"2^32", "2^32+2"}, {}));
+    EXPECT_EQ(sentence(list({"2", "2"}, {2})), "1 prime from 2 to 2.");
+}
+
 TEST(Print, ShortTensorWhole) {
     const std::vector<mint> values = {2, 3, 5, 7};
     EXPECT_EQ(tensor_table(values, {}), " 1:  2  3  5  7\n");
@@ -138,7 +243,7 @@ TEST(Print, TasksFitATerminal) {
     const std::string text = tasks_text({done, fresh}, {});
     EXPECT_LE(longest_line(text), 80U);
     EXPECT_THAT(text, testing::AllOf(
-                          HasSubstr("   1  removed    100.0      3.21 s  PrimeCount_PrimePi(10^15)  29844570422669\n"),
+                          HasSubstr("   1  done       100.0      3.21 s  PrimeCount_PrimePi(10^15)  29844570422669\n"),
                           HasSubstr("   2  created")));
 }
 

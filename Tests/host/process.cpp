@@ -36,6 +36,14 @@ using Clock = std::chrono::steady_clock;
     _exit(127);
 }
 
+/** In the child: the descriptor becomes the file, when one is named. */
+void redirect(const std::string& file, int mode, int descriptor) {
+    if (file.empty()) return;
+    const int opened = open(file.c_str(), mode | O_CLOEXEC);
+    if (opened < 0) _exit(127);
+    dup2(opened, descriptor);
+}
+
 struct Pipe {
     Pipe() {
         if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
@@ -80,6 +88,8 @@ Finished run_host(const Arguments& arguments, const Surroundings& surroundings) 
         dup2(input.ends[0], STDIN_FILENO);
         dup2(output.ends[1], STDOUT_FILENO);
         dup2(errors.ends[1], STDERR_FILENO);
+        redirect(surroundings.input_file, O_RDONLY, STDIN_FILENO);
+        redirect(surroundings.output_file, O_WRONLY, STDOUT_FILENO);
         execute(arguments, surroundings.environment);
     }
     input.close_end(0);
@@ -93,7 +103,8 @@ Finished run_host(const Arguments& arguments, const Surroundings& surroundings) 
     while (output.ends[0] >= 0 || errors.ends[0] >= 0) {
         std::array<pollfd, 3> waits = {pollfd{output.ends[0], POLLIN, 0}, pollfd{errors.ends[0], POLLIN, 0},
                                        pollfd{input.ends[1], POLLOUT, 0}};
-        if (poll(waits.data(), waits.size(), 1'200'000) <= 0) {
+        if (poll(waits.data(), waits.size(), static_cast<int>(std::chrono::milliseconds(surroundings.limit).count())) <=
+            0) {
             kill(pid, SIGKILL);
             break;
         }

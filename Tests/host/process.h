@@ -23,9 +23,12 @@ struct Finished {
 
 /** What to give a process besides its arguments. */
 struct Surroundings {
-    std::string input = {};                               ///< standard input
-    std::map<std::string, std::string> environment = {};  ///< set on top of the test's own
-    int signal = 0;                                       ///< sent once `signal_when` has appeared on standard error
+    std::string input = {};                                 ///< standard input
+    std::string input_file = {};                            ///< standard input is this file instead
+    std::string output_file = {};                           ///< standard output goes to this file
+    std::map<std::string, std::string> environment = {};    ///< set on top of the test's own
+    std::chrono::seconds limit = std::chrono::minutes(20);  ///< of silence, after which it is killed
+    int signal = 0;                                         ///< sent once `signal_when` has appeared on standard error
     std::string signal_when = {};
 };
 

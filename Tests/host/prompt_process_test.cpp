@@ -78,6 +78,10 @@ TEST(HostPrompt, CallsCompletionAndHelp) {
     host.type("Tw\t0 1000\r");
     ASSERT_TRUE(host.expect("35")) << host.recent();
     ASSERT_TRUE(host.expect("kesh> "));
+    host.type("nthp\t100\r");
+    ASSERT_TRUE(host.expect("PrimeSieve_NthPrime 100")) << host.recent();
+    ASSERT_TRUE(host.expect("Prime number 100 is 541")) << host.recent();
+    ASSERT_TRUE(host.expect("kesh> "));
     host.type("?KESH_RT_PrimeQ\r");
     ASSERT_TRUE(host.expect("limbs as {low"));
     ASSERT_TRUE(host.expect("kesh> "));
@@ -138,7 +142,7 @@ TEST(HostPrompt, InterruptEndsTheWaitingForAQueuedTask) {
     ASSERT_TRUE(host.expect("queued")) << host.recent();
     host.type(interrupt);
     ASSERT_TRUE(host.expect("task 2 stays queued")) << host.recent();
-    ASSERT_TRUE(host.expect("kesh (2 running)> ")) << host.recent();
+    ASSERT_TRUE(host.expect("kesh (1 running, 1 queued)> ")) << host.recent();
     host.type("stop\r");
     ASSERT_TRUE(host.expect("task 1 Error")) << host.recent();
     ASSERT_TRUE(host.expect("task 2 Status")) << "its turn has come" << host.recent();

@@ -34,6 +34,15 @@ TEST(SplitLine, BracketForms) {
     EXPECT_THAT(split_line("KESH_RT_PrimeQ({1, 2})"), ElementsAre("KESH_RT_PrimeQ", "{1, 2}"));
 }
 
+TEST(SplitLine, ACommaBetweenBracketsSeparatesArguments) {
+    EXPECT_THAT(split_line("PrimeSieve_CountPrimes 0 1,000,000"),
+                ElementsAre("PrimeSieve_CountPrimes", "0", "1,000,000"));
+    EXPECT_THAT(split_line("PrimeSieve_CountPrimes(100,200)"), ElementsAre("PrimeSieve_CountPrimes", "100", "200"));
+    EXPECT_THAT(split_line("PrimeSieve_CountPrimes(1, 007)"), ElementsAre("PrimeSieve_CountPrimes", "1", "007"));
+    EXPECT_THROW(split_line("PrimeSieve_CountPrimes(1,000)"), bench_host::BadInput);
+    EXPECT_THROW(split_line("PrimeSieve_CountPrimes(0, 1,000,000)"), bench_host::BadInput);
+}
+
 TEST(SplitLine, UnfinishedFormsAreNamed) {
     EXPECT_THROW(split_line("PrimeSieve_NthPrime(5"), bench_host::BadInput);
     EXPECT_THROW(split_line("PrimeSieve_NthPrime '5"), bench_host::BadInput);

@@ -26,6 +26,7 @@ using Registers = std::vector<std::string>;
 enum class Part { modulus = 0, zero = 1, complement = 2, mu = 3 };
 
 constexpr int limb_size = 8;
+constexpr int longest_strip = 10;
 
 /// A limb array in memory: a register with its address, and the index of the first limb.
 struct Array {
@@ -41,21 +42,22 @@ struct Array {
 };
 
 /// The functions of one size. Registers: rax and rbx take the halves of a product, rdx the factor of a row, rsi and rbp
-/// the operands, rdi the modulus; the other nine are accumulators.
+/// the operands, rsi also the modulus; rdi is 0 or, like the others, an accumulator, and so is rbp in a reduction.
 class Size {
   public:
-    Size(std::ostream& out, int limbs) : out_(out), n(limbs), low(limbs <= 8 ? 0 : limbs / 2), high(limbs - low) {}
+    Size(std::ostream& out, int limbs)
+        : out_(out), n(limbs), low(limbs <= longest_strip ? 0 : limbs / 2), high(limbs - low) {}
 
-    /// r = a b / R: rdi = r, rsi = a, rdx = b, rcx = modulus. r = a^2 / R: rdi = r, rsi = a, rdx = modulus. Both end in
-    /// the same reduction, so that the loops, which take them in turns, stay in the processor's cache of decoded
-    /// instructions.
+    /// r = a b / R - c: rdi = r, rsi = a, rdx = b, rcx = modulus, r8 = the limbs of R - 1 - c, or null for c = 0.
+    /// r = a^2 / R - c: rdi = r, rsi = a, rdx = modulus, rcx the same. Both end in the same reduction, so that the
+    /// loops, which take them in turns, stay in the processor's cache of decoded instructions.
     void write() {
-        begin("sqr", "%rdx");
+        begin("sqr", "%rdx", "%rcx");
         triangles();
         doubling();
         line("jmp 1f");
         end("sqr");
-        begin("mul", "%rcx");
+        begin("mul", "%rcx", "%r8");
         line("movq %rdx, %rbp");
         product();
         out_ << "1:\n";
@@ -68,18 +70,21 @@ class Size {
     std::ostream& out_;
     const int n;          ///< limbs
     const int low, high;  ///< limbs of the lower strip, 0 where one strip is enough, and of the upper one
-    std::string zero_;    ///< a register that is 0
+    std::string zero_;    ///< an operand that is 0
 
     const Array a{"%rsi"}, b{"%rbp"};
-    /// On the stack: the product of 2 n limbs, limbs that a strip of the reduction has finished, and two addresses.
+    /// On the stack: the product of 2 n limbs, limbs that a strip of the reduction has finished, and three addresses
+    /// and a flag.
     const Array z{"%rsp"}, finished{"%rsp", 2 * n};
-    const std::string result_address = Array{"%rsp", 3 * n}[0], modulus_address = Array{"%rsp", 3 * n}[1];
+    const std::string result_address = Array{"%rsp", 3 * n}[0], modulus_address = Array{"%rsp", 3 * n}[1],
+                      complement_address = Array{"%rsp", 3 * n}[2], corrected = Array{"%rsp", 3 * n}[3],
+                      carry_into_high_half = Array{"%rsp", 3 * n}[4], memory_zero = Array{"%rsp", 3 * n}[5];
 
     [[nodiscard]] Array part(Part which) const {
-        return {"%rdi", n * static_cast<int>(which)};
+        return {"%rsi", n * static_cast<int>(which)};
     }
     [[nodiscard]] std::string inverse() const {
-        return Array{"%rdi", 5 * n}[1];
+        return Array{"%rsi", 5 * n}[1];
     }
 
     void line(const std::string& text) {
@@ -89,7 +94,7 @@ class Size {
         line(operation + " " + from + ", " + to);
     }
 
-    void begin(const char* operation, const std::string& modulus) {
+    void begin(const char* operation, const std::string& modulus, const std::string& complement) {
         const std::string name = "kesh_adx_" + std::string(operation) + "_" + std::to_string(n);
         out_ << "\n\t.globl " << name << "\n\t.hidden " << name << "\n\t.type " << name << ", @function\n\t.p2align 5\n"
              << name << ":\n\t.cfi_startproc\n";
@@ -104,6 +109,7 @@ class Size {
         line(".cfi_adjust_cfa_offset " + std::to_string(frame()));
         line("movq", "%rdi", result_address);
         line("movq", modulus, modulus_address);
+        line("movq", complement, complement_address);
     }
 
     void leave() {
@@ -123,19 +129,26 @@ class Size {
     }
 
     [[nodiscard]] int frame() const {
-        return limb_size * (3 * n + 2);
+        return limb_size * (3 * n + 6);
     }
 
-    [[nodiscard]] static Registers accumulators(int count) {
-        const Registers all = {"%r8", "%r9", "%r10", "%r11", "%r12", "%r13", "%r14", "%r15", "%rcx"};
+    /// In a product rbp is no accumulator but the address of b.
+    [[nodiscard]] static Registers accumulators(int count, bool with_rbp = false) {
+        Registers all = {"%r8", "%r9", "%r10", "%r11", "%r12", "%r13", "%r14", "%r15", "%rcx"};
+        if (with_rbp) all.emplace_back("%rbp");
+        all.emplace_back("%rdi");
         return {all.begin(), all.begin() + count};
     }
-    static std::string half(const std::string& name) {  // the lower half of r8 ... r15 and of rcx
-        return name == "%rcx" ? "%ecx" : name + "d";
+    static std::string half(const std::string& name) {  // the lower half of r8 ... r15 and of rcx and the like
+        return name[2] >= 'a' ? "%e" + name.substr(2) : name + "d";
     }
-    void keep_zero(const std::string& name) {
-        zero_ = name;
-        line("xorl", "%e" + name.substr(2), "%e" + name.substr(2));
+    /// A row adds zero with a carry twice: from a register, or from memory where the strip takes all registers.
+    void keep_zero(int strip) {
+        zero_ = strip == longest_strip ? memory_zero : "%rdi";
+        if (strip == longest_strip)
+            line("movq", "$0", memory_zero);
+        else
+            clear(zero_);
     }
     void clear(const std::string& name) {
         line("xorl", half(name), half(name));
@@ -177,8 +190,8 @@ class Size {
         std::rotate(sum.begin(), sum.begin() + 1, sum.end());
     }
 
-    /// sum += rdx times a source of one limb less; rbp += the carry.
-    void closing_row(const Array& source, const Registers& sum) {
+    /// sum += rdx times a source of one limb less; carry += the carry.
+    void closing_row(const Array& source, const Registers& sum, const std::string& carry) {
         line("testl %eax, %eax");
         for (std::size_t j = 0; j + 1 < sum.size(); ++j) {
             line("mulx " + source[static_cast<int>(j)] + ", %rax, %rbx");
@@ -186,8 +199,8 @@ class Size {
             line("adox", "%rbx", sum[j + 1]);
         }
         line("adcx", zero_, sum.back());
-        line("adox", zero_, "%rbp");
-        line("adcx", zero_, "%rbp");
+        line("adox", zero_, carry);
+        line("adcx", zero_, carry);
     }
 
     void load(const Registers& names, const Array& from) {
@@ -199,7 +212,7 @@ class Size {
 
     /// z = a b.
     void product() {
-        keep_zero("%rdi");
+        keep_zero(n);
         Registers sum = accumulators(low > 0 ? low : n);
         for (const std::string& name : sum) clear(name);
         for (int i = 0; i < n; ++i) {
@@ -250,7 +263,7 @@ class Size {
 
     /// z = the products a[i] a[j], i < j.
     void triangles() {
-        keep_zero("%rdi");
+        keep_zero(n);
         Registers sum = accumulators(low > 0 ? low : n);
         for (const std::string& name : sum) clear(name);
         triangle(a, sum, z);
@@ -292,38 +305,79 @@ class Size {
     /// r = z / R, a residue below R: n - 1 rows with mu and one with the complement of the modulus. What exceeds R or
     /// is negative is known by rbp = 1 or -1, which chooses what is added in the end.
     void reduction() {
-        line("movq", modulus_address, "%rdi");
-        keep_zero("%rsi");
+        line("movq", modulus_address, "%rsi");
+        keep_zero(n);
         if (low == 0)
             short_reduction();
         else
             long_reduction();
     }
 
-    /// rbp = the address of what brings a sum with the carry rbp below R.
-    void correction() {
-        line("imulq $" + std::to_string(limb_size * n) + ", %rbp, %rbp");
-        line("leaq " + Array{"%rdi,%rbp", part(Part::zero).first}[0] + ", %rbp");
-        line("movq", result_address, "%rsi");
+    /// `carry`, 1, 0 or -1, becomes the address of R - m, 0 or m.
+    void choose(const std::string& carry) {
+        line("imulq $" + std::to_string(limb_size * n) + ", " + carry + ", " + carry);
+        line("leaq " + Array{"%rsi," + carry, part(Part::zero).first}[0] + ", " + carry);
+    }
+
+    /// The end of the reduction: the limbs, of which the first are finished in memory and the others are in registers,
+    /// with the high half of z and without c. First `carry` brings the sum below R. Then the complement of c is added
+    /// in a second chain of carries; if the two chains together carry no more than the first one must, the difference
+    /// is negative and m is added.
+    void finish(const Registers& sum, const std::string& carry) {
+        const int in_memory = n - static_cast<int>(sum.size());
+        const Array chosen{carry}, complement{"%rbx"}, r{"%rdx"};
+        const auto limb = [&](int j) { return j < in_memory ? "%rax" : sum[static_cast<std::size_t>(j - in_memory)]; };
+        const auto each_limb = [&](const Array& to, auto action) {
+            for (int j = 0; j < n; ++j) {
+                if (j < in_memory) line("movq", finished[j], "%rax");
+                action(j);
+                if (j < in_memory || to.address != finished.address) line("movq", limb(j), to[j]);
+            }
+        };
+        if (low > 0) {
+            line("movq", carry_into_high_half, "%rax");
+            line("addq $-1, %rax");
+        }
+        each_limb(finished, [&](int j) { line(j == 0 && low == 0 ? "addq" : "adcq", z[n + j], limb(j)); });
+        line("adcq $0, " + carry);
+        line("movl", half(carry), "%eax");
+        line("movq", complement_address, "%rbx");
+        choose(carry);
+        line("testq %rbx, %rbx");
+        line("jz 2f");
+        line("shrl $31, %eax");
+        line("incl %eax");
+        line("movq", "%rax", corrected);
+        line("movb $127, %al");
+        line("addb $1, %al");  // OF = 1, CF = 0
+        each_limb(finished, [&](int j) {
+            line("adcx", chosen[j], limb(j));
+            line("adox", complement[j], limb(j));
+        });
+        line("movq", zero_, carry);
+        line("adcx", zero_, carry);
+        line("adox", zero_, carry);
+        line("subq", corrected, carry);
+        choose(carry);
+        out_ << "2:\n";
+        line("movq", result_address, "%rdx");
+        each_limb(r, [&](int j) { line(j == 0 ? "addq" : "adcq", chosen[j], limb(j)); });
     }
 
     void short_reduction() {
-        Registers sum = accumulators(n + 1);
+        Registers sum = accumulators(n + 1, true);
         load({sum.begin(), sum.end() - 1}, z);
         clear(sum.back());
         for (int i = 0; i + 1 < n; ++i) quotient_row(part(Part::mu), sum, "");
         last_quotient(sum.front());
-        line("xorl %ebp, %ebp");
-        closing_row(part(Part::complement), sum);
+        // The row makes the lowest limb 0, so that its register can take the carry. (It is written before that is
+        // needed.)
+        const std::string carry = sum.front();
+        closing_row(part(Part::complement), sum, carry);
         line("subq", "%rdx", sum.back());
-        line("sbbq $0, %rbp");
+        line("sbbq $0, " + carry);
         sum.erase(sum.begin());
-        for (int j = 0; j < n; ++j) line(j == 0 ? "addq" : "adcq", z[n + j], sum[static_cast<std::size_t>(j)]);
-        line("adcq $0, %rbp");
-        correction();
-        const Array chosen{"%rbp"}, r{"%rsi"};
-        for (int j = 0; j < n; ++j) line(j == 0 ? "addq" : "adcq", chosen[j], sum[static_cast<std::size_t>(j)]);
-        store(sum, r);
+        finish(sum, carry);
     }
 
     void long_reduction() {
@@ -340,26 +394,28 @@ class Size {
             line("movq", z[i], "%rdx");
             product_row(mu_high, sum, finished[i]);
         }
-        for (int i = 0; i < low; ++i) {
-            line("movq", finished[i], "%rax");
-            line(i == 0 ? "addq" : "adcq", "%rax", z[low + 1 + i]);
-        }
-        for (int i = 0; i < high; ++i) line("adcq", sum[static_cast<std::size_t>(i)], z[2 * low + 1 + i]);
+        // What it has now belongs to the high half of z, which has time.
+        for (int i = 0; i < high; ++i)
+            line(i == 0 ? "addq" : "adcq", sum[static_cast<std::size_t>(i)], z[2 * low + 1 + i]);
         for (int i = n + low + 1; i < 2 * n; ++i) line("adcq", "$0", z[i]);
         line("movl $0, %ebp");
         line("adcq $0, %rbp");
 
-        // Rows low ... n - 1.
-        // Limb n of z, where the strips are equal the last of these, is added in the end like all above it.
+        // Rows low ... n - 1 begin with what the upper strip finished, and with z below limb n. The carry into limb n waits.
         sum = accumulators(low + 1);
-        load({sum.begin(), sum.begin() + (high == low ? low : low + 1)}, z.from(low));
-        if (high == low) clear(sum.back());
+        load({sum.begin(), sum.begin() + (n - low)}, z.from(low));
+        for (int j = 1; j < n - low; ++j)
+            line(j == 1 ? "addq" : "adcq", finished[j - 1], sum[static_cast<std::size_t>(j)]);
+        line("movl $0, %eax");
+        line("adcq $0, %rax");
+        line("movq", "%rax", carry_into_high_half);
+        if (high == low) line("movq", finished[low - 1], sum.back());
         for (int i = low; i + 1 < n; ++i) quotient_row(mu_low, sum, z[i]);
         last_quotient(sum.front());
         line("movq", "%rdx", z[0]);
         line("movq", "%rbp", z[1]);
         line("xorl %ebp, %ebp");
-        closing_row(part(Part::complement), sum);
+        closing_row(part(Part::complement), sum, "%rbp");
         sum.erase(sum.begin());
         // sum is at limb n now and rbp at limb n + low; the upper strip begins at limb 2 low + 1, n or n + 1.
         int done = 0;
@@ -376,35 +432,13 @@ class Size {
         }
         widen(sum, high + 1);
         line("movq", z[n - 2], "%rdx");
-        closing_row(mu_high, sum);
+        closing_row(mu_high, sum, "%rbp");
         line("movq", z[0], "%rdx");
-        closing_row(part(Part::complement).from(low), sum);
+        closing_row(part(Part::complement).from(low), sum, "%rbp");
         line("subq", "%rdx", sum.back());
         line("sbbq $0, %rbp");
 
-        const Array chosen{"%rbp"}, r{"%rsi"};
-        const auto at = [&sum, done](int j) { return sum[static_cast<std::size_t>(j - done)]; };
-        for (int j = 0; j < n; ++j) {
-            if (j < done) {
-                line("movq", finished[j], "%rax");
-                line(j == 0 ? "addq" : "adcq", z[n + j], "%rax");
-                line("movq", "%rax", finished[j]);
-            } else {
-                line(j == 0 ? "addq" : "adcq", z[n + j], at(j));
-            }
-        }
-        line("adcq $0, %rbp");
-        correction();
-        for (int j = 0; j < n; ++j) {
-            if (j < done) {
-                line("movq", finished[j], "%rax");
-                line(j == 0 ? "addq" : "adcq", chosen[j], "%rax");
-                line("movq", "%rax", r[j]);
-            } else {
-                line(j == 0 ? "addq" : "adcq", chosen[j], at(j));
-                line("movq", at(j), r[j]);
-            }
-        }
+        finish(sum, "%rbp");
     }
 
     /// Appends registers with zeros up to `width`.

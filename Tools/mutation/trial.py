@@ -93,7 +93,7 @@ class Build:
         copy_tree(root, self.tree)
         for target in (LIBRARY, HOST):
             self.put_back(target)  # an earlier run may have been cut off
-        subprocess.run(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DKESH_BENCHMARKS=OFF",
+        subprocess.run(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DKESH_HOST=ON", "-DKESH_TESTS=ON",
                         "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON",
                         "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1 -DNDEBUG"], check=True, stdout=subprocess.DEVNULL)
         names = sorted({name for path in paths for name in programs_for(path)})

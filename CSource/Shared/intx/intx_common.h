@@ -7,7 +7,6 @@
 /// trailing reference parameters; a two-word value is passed as (low, high). Nothing here allocates or throws.
 #pragma once
 
-#include <cassert>
 #include <utility>
 
 #include "Shared/intx/limb_division.h"
@@ -211,7 +210,7 @@ inline void right_shift_flat(umint* r, const umint* a, mint count) noexcept {
 /// math_left_shift_recursive; the time does not depend on n.
 template <wide_word T>
 constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
-    assert(n >= 0);
+    KESH_REQUIRE(n >= 0);
     if (std::is_constant_evaluated() || __builtin_constant_p(n) || n >= T::bits) {
         math_left_shift_recursive(a, n, c);
     } else if constexpr (T::limbs == 2) {
@@ -249,6 +248,7 @@ constexpr void math_right_shift_equal(T& a, mint n) noexcept {
 /// rhi:rlo = the 2N-bit value hi:lo shifted left by n. Precondition: 0 <= n < N. Outputs may alias inputs.
 template <engine_word T>
 constexpr void math_left_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi) noexcept {
+    KESH_REQUIRE(0 <= n && n < width_v<T>);
     T low(lo), high(hi);
     if (n != 0) {
         T spill(0);
@@ -264,6 +264,7 @@ constexpr void math_left_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi)
 /// rhi:rlo = the 2N-bit value hi:lo shifted right by n. Precondition: 0 <= n < N. Outputs may alias inputs.
 template <engine_word T>
 constexpr void math_right_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi) noexcept {
+    KESH_REQUIRE(0 <= n && n < width_v<T>);
     T low(lo), high(hi);
     if (n != 0) {
         T spill(0);
@@ -311,7 +312,8 @@ template <wide_word T>
 constexpr void math_mul_recursive(const T& a, const T& b, T& lo, T& hi) noexcept {
     using half = typename T::half_type;
     const half alo = a.lo(), ahi = a.hi(), blo = b.lo(), bhi = b.hi();
-    half c0, c1, d0, d1, h0, h1, l0, l1;
+    half c0(detail::unset), c1(detail::unset), d0(detail::unset), d1(detail::unset), h0(detail::unset),
+        h1(detail::unset), l0(detail::unset), l1(detail::unset);
     const auto product = [](const half& x, const half& y, half& xylo, half& xyhi) {
         if constexpr (T::bits == 128)
             math_mul(x, y, xylo, xyhi);
@@ -340,14 +342,14 @@ template <wide_word T>
 constexpr void math_mul_low_recursive(const T& a, const T& b, T& lo) noexcept {
     using half = typename T::half_type;
     const half alo = a.lo(), ahi = a.hi(), blo = b.lo(), bhi = b.hi();
-    half l0, l1;
+    half l0(detail::unset), l1(detail::unset);
     if constexpr (T::bits == 128) {
         math_mul(alo, blo, l0, l1);
         if ((ahi | bhi) != 0) l1 += ahi * blo + alo * bhi;
     } else {
         math_mul_recursive(alo, blo, l0, l1);
         if (!math_is_zero(ahi) || !math_is_zero(bhi)) {
-            half cross;
+            half cross(detail::unset);
             math_mul_low_recursive(alo, bhi, cross);
             math_add_equal_carry(0, l1, cross);
             math_mul_low_recursive(ahi, blo, cross);
@@ -361,7 +363,7 @@ constexpr void math_mul_low_recursive(const T& a, const T& b, T& lo) noexcept {
 /// lo and hi must be other objects than a and b: the limbs of the result are stored while the operands are still read.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
-    assert(&lo != &a && &lo != &b && &hi != &a && &hi != &b);
+    KESH_REQUIRE(&lo != &a && &lo != &b && &hi != &a && &hi != &b && &lo != &hi);
     if (std::is_constant_evaluated())
         math_mul_recursive(a, b, lo, hi);
     else
@@ -372,7 +374,7 @@ constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
 /// product of the low halves, as they do there. lo must be another object than a and b.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
-    assert(&lo != &a && &lo != &b);
+    KESH_REQUIRE(&lo != &a && &lo != &b);
     if (std::is_constant_evaluated()) {
         math_mul_low_recursive(a, b, lo);
         return;
@@ -409,6 +411,7 @@ inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
 /// of the one below, so that one chain of carries runs through all of them.
 template <wide_word T>
 constexpr umint math_mul_ui(unsigned char cc, umint c0, const T& a, umint b, unsigned char& co, T& r) noexcept {
+    KESH_REQUIRE(cc <= 1);
     co = 0;
     std::uint8_t carry = 0;
     umint below = c0, next = cc;  // the high half of a product is at most 2^64 - 2, so that cc fits on top of it
@@ -426,7 +429,7 @@ constexpr umint math_mul_ui(unsigned char cc, umint c0, const T& a, umint b, uns
 /// hi:lo = floor((ahi * 2^N + alo) * b / 2^N), the top 2N bits of the 3N-bit product. Outputs may alias inputs.
 template <wide_word T>
 constexpr void math_mul_21(const T& alo, const T& ahi, const T& b, T& lo, T& hi) noexcept {
-    T dropped, middle, low, high;
+    T dropped(detail::unset), middle(detail::unset), low(detail::unset), high(detail::unset);
     math_mul(alo, b, dropped, middle);
     math_mul(ahi, b, low, high);
     const std::uint8_t c = math_addcarry(0, middle, low, lo);
@@ -459,14 +462,14 @@ inline constexpr int correction_bound = 32;
 template <engine_word T>
 constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r, division_steps* steps) noexcept {
     const T zero(0);
-    const mint s = math_count_leading_zeros(d);
-    T nlo, nhi, x;
+    const mint s = math_count_leading_zeros(d) % width_v<T>;  // 0 for a zero divisor: nothing checks for one
+    T nlo(detail::unset), nhi(detail::unset), x(detail::unset);
     math_left_shift(lo, hi, s, nlo, nhi);
     math_left_shift(d, s, x);
     math_subborrow(0, zero, x, x);
 
     do {
-        T plo, phi, dropped, squared;
+        T plo(detail::unset), phi(detail::unset), dropped(detail::unset), squared(detail::unset);
         math_mul_21(nlo, nhi, x, plo, phi);
         const std::uint8_t c = math_add_equal_carry(0, nlo, plo);
         math_add_equal_carry(c, nhi, phi);
@@ -476,7 +479,7 @@ constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r
     } while (!math_is_zero(x));
 
     // The truncations only lower n, so the estimate is never too large and all corrections go upward.
-    T plo, phi, rlo, rhi;
+    T plo(detail::unset), phi(detail::unset), rlo(detail::unset), rhi(detail::unset);
     T estimate(nhi);
     math_mul(estimate, d, plo, phi);
     const std::uint8_t borrow = math_subborrow(0, lo, plo, rlo);
@@ -523,7 +526,7 @@ constexpr void math_divmod_series(const T& lo, const T& hi, const T& d, T& q, T&
     T high(hi);
     if (math_compare(hi, d) >= 0) {
         // Here hi >= d and d is no power of two, so neither path above applies to hi alone.
-        T dropped;
+        T dropped(detail::unset);
         detail::divide_by_series(hi, zero, d, dropped, high, nullptr);
         if (steps != nullptr) steps->high_word_reduced = true;
     }
@@ -532,8 +535,8 @@ constexpr void math_divmod_series(const T& lo, const T& hi, const T& d, T& q, T&
 
 namespace detail {
 
-/// q = u / d, r = the remainder, for the numerator u of `count` limbs, N/64 or twice as many; of the quotient the low N bits.
-/// u has a limb to spare and is lost. A zero divisor gives q = 0, r = the low N bits of u.
+/// q = u / d, r = the remainder, for the numerator u of `count` limbs, N/64 or twice as many; of the quotient the low N
+/// bits. u has a limb to spare and is lost. A zero divisor gives q = 0, r = the low N bits of u.
 template <std::size_t count, wide_word T>
 constexpr void divide_significant_limbs(umint* u, const T& d, T& q, T& r) noexcept {
     constexpr std::size_t limbs = T::limbs;
@@ -611,10 +614,11 @@ constexpr void math_divmod(const T& n, const T& d, T& q, T& r) noexcept {
 // Inverses
 // --------------------------------------------------------------------------------------------------------------------
 
-/// -a^(-1) modulo 2^64 for odd a (an even a yields a meaningless value).
+/// -a^(-1) modulo 2^64 for odd a. Precondition: a odd (an even a yields a meaningless value).
 /// Newton-Hensel: y = a + 2 is right modulo 4, because a (a + 2) = (a + 1)^2 - 1, and every step y (a y + 2) doubles
 /// the bits.
 constexpr umint math_mod_inv_2(const umint& a) noexcept {
+    KESH_REQUIRE((a & 1) == 1);
     umint y = a + 2;
     y *= a * y + 2;
     y *= a * y + 2;
@@ -629,7 +633,7 @@ constexpr umint math_mod_inv_2(const umint& a) noexcept {
 template <wide_word T>
 constexpr T math_mod_inv_2(const T& a) noexcept {
     const T y(math_mod_inv_2(a.lo()));
-    T t, r;
+    T t(detail::unset), r(detail::unset);
     math_mul(a, y, t);
     math_add_equal_carry(0, t, T(2));
     math_mul(y, t, r);
@@ -655,8 +659,8 @@ constexpr void multiply_small(const T& q, const T& y, T& z) noexcept {
 
 namespace detail {
 
-/// p a - q b on `limbs` limbs into r, for a difference that is not negative and fits. Preconditions: p, q < 2^63, p a - q b
-/// fits. r may be a or b.
+/// p a - q b on `limbs` limbs into r, for a difference that is not negative and fits. Preconditions: p, q < 2^63, p a -
+/// q b fits. r may be a or b.
 inline void combine_difference(umint* r, umint p, const umint* a, umint q, const umint* b, std::size_t limbs) noexcept {
     __extension__ typedef __int128 signed2;
     // The borrow stays between -q and p, so that no sum leaves 128 bits.
@@ -701,9 +705,9 @@ struct euclid_steps {
     }
 };
 
-/// The steps whose quotients the top limbs a and b, of numbers with the same limbs below them cut off, have in common with
-/// the numbers themselves: as long as the next remainder exceeds the cofactors by Jebelean's condition. (T. Jebelean, A
-/// double-digit Lehmer-Euclid algorithm, J. Symbolic Computation 19 (1995).) The cofactors stay below 2^32.
+/// The steps whose quotients the top limbs a and b, of numbers with the same limbs below them cut off, have in common
+/// with the numbers themselves: as long as the next remainder exceeds the cofactors by Jebelean's condition. (T.
+/// Jebelean, A double-digit Lehmer-Euclid algorithm, J. Symbolic Computation 19 (1995).) The cofactors stay below 2^32.
 inline euclid_steps common_steps(umint a, umint b) noexcept {
     euclid_steps s;
     while (b != 0) {
@@ -718,8 +722,9 @@ inline euclid_steps common_steps(umint a, umint b) noexcept {
 }
 
 /// Inverse of u modulo v, or 0, by Euclid's algorithm in Lehmer's form: the quotients of many steps from the top limbs
-/// alone, then one pass over the numbers for all of them. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm L.)
-/// Cost: about N / 29 passes of four limb products for each significant limb, and 0.6 N divisions of a limb by a limb.
+/// alone, then one pass over the numbers for all of them. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm
+/// L.) Cost: about N / 29 passes of four limb products for each significant limb, and 0.6 N divisions of a limb by a
+/// limb.
 template <wide_word T>
 inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
     if (math_compare(v, T(1)) == 0) return T(0);
@@ -738,7 +743,8 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
         };
         const euclid_steps steps = common_steps(top(a), top(b));
         if (steps.y0 != 0) {
-            T t, z(0), w(0);
+            T t(detail::unset);
+            T z(0), w(0);
             const umint over_x = combine_sum(z.limb, steps.x0, x.limb, steps.y0, y.limb, cofactor_limbs);
             const umint over_y = combine_sum(w.limb, steps.x1, x.limb, steps.y1, y.limb, cofactor_limbs);
             if (steps.odd) {
@@ -758,7 +764,7 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
         } else {
             // The quotient of the next step does not show in the top limbs.
             if (math_is_zero(b)) return T(0);
-            T q, t, z;
+            T q(detail::unset), t(detail::unset), z(detail::unset);
             math_divmod(a, b, q, t);
             multiply_small(q, y, z);
             math_add_equal_carry(0, z, x);
@@ -797,11 +803,12 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
 /// most 1.45 N divisions with small quotients.
 template <engine_word T>
 constexpr T math_invmod_euclid(T u, T v) noexcept {
+    KESH_REQUIRE(!math_is_zero(v));
     if (math_compare(v, T(1)) == 0) return T(0);
     T x(1), y(0), a(u), b(v);
     int iter = 1;
     while (!math_is_zero(b)) {
-        T q, t, z;
+        T q(detail::unset), t(detail::unset), z(detail::unset);
         math_divmod(a, b, q, t);
         detail::multiply_small(q, y, z);
         math_add_equal_carry(0, z, x);
@@ -820,8 +827,13 @@ constexpr T math_invmod_euclid(T u, T v) noexcept {
 /// Precondition: v != 0.
 template <engine_word T>
 constexpr T math_invmod(T u, T v) noexcept {
+    KESH_REQUIRE(!math_is_zero(v));
     if constexpr (wide_word<T>) {
-        if (!std::is_constant_evaluated()) return detail::inverse_by_lehmer(u, v);
+        if (!std::is_constant_evaluated()) {
+            const T inverse = detail::inverse_by_lehmer(u, v);
+            KESH_ENSURE(math_compare(inverse, v) < 0);
+            return inverse;
+        }
     }
     return math_invmod_euclid(u, v);
 }

@@ -89,6 +89,7 @@ constexpr void math_or_equal(umint& a, const umint& b) noexcept {
 
 /// r = a + b + c modulo 2^64; returns the carry out. c is 0 or 1; r may alias a or b.
 constexpr std::uint8_t math_addcarry(std::uint8_t c, const umint& a, const umint& b, umint& r) noexcept {
+    KESH_REQUIRE(c <= 1);
 #if defined(__x86_64__)
     if (!std::is_constant_evaluated()) {
         unsigned long long sum;
@@ -107,6 +108,7 @@ constexpr std::uint8_t math_add_equal_carry(std::uint8_t c, umint& a, const umin
 
 /// r = a - b - c modulo 2^64; returns the borrow out. c is 0 or 1; r may alias a or b.
 constexpr std::uint8_t math_subborrow(std::uint8_t c, const umint& a, const umint& b, umint& r) noexcept {
+    KESH_REQUIRE(c <= 1);
 #if defined(__x86_64__)
     if (!std::is_constant_evaluated()) {
         unsigned long long difference;
@@ -125,6 +127,7 @@ constexpr std::uint8_t math_sub_equal_borrow(std::uint8_t c, umint& a, const umi
 
 /// c = a << n; n >= 64 gives 0. Precondition: n >= 0.
 constexpr void math_left_shift(const umint& a, mint n, umint& c) noexcept {
+    KESH_REQUIRE(n >= 0);
     c = n < MINT_BITS ? a << n : 0;
 }
 constexpr void math_left_shift_equal(umint& a, mint n) noexcept {
@@ -175,6 +178,7 @@ constexpr void math_mul_21(const umint& alo, const umint& ahi, const umint& b, u
 /// the bottom and the pair (ret, co) comes out at the top in the same format, so calls chain from low to high. cc is 0
 /// or 1.
 constexpr umint math_mul_ui(unsigned char cc, umint c0, const umint& a, umint b, unsigned char& co, umint& r) noexcept {
+    KESH_REQUIRE(cc <= 1);
     const umint2 p = static_cast<umint2>(a) * b + c0;
     r = static_cast<umint>(p);
     umint top = 0;

@@ -1,9 +1,9 @@
 /// @file   intx_operator.h
 /// @brief  Operators, conversions and text of the fixed-width integers: the header to include to use them.
 ///
-/// Arithmetic is modulo 2^N and never throws. A machine-integer operand is first widened as the constructors do, so a
-/// negative one stands for its sign-extended value: x == -1 holds only for x = 2^N - 1. The one exception is the factor on
-/// the right of a product, which is a limb: x * -1 is x * (2^64 - 1).
+/// Arithmetic is modulo 2^N and never throws. A machine integer on either side is first widened as the constructors do,
+/// so a negative one stands for its sign-extended value: x == -1 holds only for x = 2^N - 1. The one exception is the
+/// factor on the right of a product, which is a limb: x * -1 is x * (2^64 - 1). Floating-point operands do not compile.
 #pragma once
 
 #include <algorithm>
@@ -25,29 +25,38 @@ template <mint N>
 constexpr bool operator==(const uintx_t<N>& a, const uintx_t<N>& b) noexcept {
     return math_compare(a, b) == 0;
 }
-template <mint N, std::integral I>
-constexpr bool operator==(const uintx_t<N>& a, I b) noexcept {
-    return a == uintx_t<N>(b);
-}
-
 template <mint N>
 constexpr std::strong_ordering operator<=>(const uintx_t<N>& a, const uintx_t<N>& b) noexcept {
     return math_compare(a, b) <=> 0;
 }
-template <mint N, std::integral I>
-constexpr std::strong_ordering operator<=>(const uintx_t<N>& a, I b) noexcept {
-    return a <=> uintx_t<N>(b);
+
+template <mint N>
+constexpr bool operator==(const intx_t<N>& a, const intx_t<N>& b) noexcept {
+    return uintx_t<N>(a) == uintx_t<N>(b);
+}
+/// By sign, then as the unsigned values, which are in order within one sign.
+template <mint N>
+constexpr std::strong_ordering operator<=>(const intx_t<N>& a, const intx_t<N>& b) noexcept {
+    if (a.sign() != b.sign()) return b.sign() <=> a.sign();
+    return uintx_t<N>(a) <=> uintx_t<N>(b);
+}
+
+template <class T>
+concept fixed_width_word = wide_word<T> || signed_word<T>;
+
+template <fixed_width_word T, machine_integer I>
+constexpr bool operator==(const T& a, I b) noexcept {
+    return a == T(b);
+}
+template <fixed_width_word T, machine_integer I>
+constexpr std::strong_ordering operator<=>(const T& a, I b) noexcept {
+    return a <=> T(b);
 }
 
 /// True when the value is zero.
 template <mint N>
 constexpr bool operator!(const uintx_t<N>& a) noexcept {
     return math_is_zero(a);
-}
-
-template <mint N>
-constexpr bool operator==(const intx_t<N>& a, const intx_t<N>& b) noexcept {
-    return uintx_t<N>(a) == uintx_t<N>(b);
 }
 
 // --------------------------------------------------------------------------------------------------------------------
@@ -65,12 +74,26 @@ constexpr T& operator|=(T& a, const T& b) noexcept {
     return a;
 }
 template <wide_word T>
+constexpr T& operator^=(T& a, const T& b) noexcept {
+    for (std::size_t i = 0; i < T::limbs; ++i) a.limb[i] ^= b.limb[i];
+    return a;
+}
+template <wide_word T>
 constexpr T operator&(T a, const T& b) noexcept {
     return a &= b;
 }
 template <wide_word T>
 constexpr T operator|(T a, const T& b) noexcept {
     return a |= b;
+}
+template <wide_word T>
+constexpr T operator^(T a, const T& b) noexcept {
+    return a ^= b;
+}
+template <wide_word T>
+constexpr T operator~(T a) noexcept {
+    for (umint& limb : a.limb) limb = ~limb;
+    return a;
 }
 
 /// n >= N gives 0. Precondition: n >= 0.
@@ -111,7 +134,7 @@ constexpr T& operator-=(T& a, const T& b) noexcept {
 }
 template <wide_word T>
 constexpr T operator*(const T& a, const T& b) noexcept {
-    T product;
+    T product(detail::unset);
     math_mul(a, b, product);
     return product;
 }
@@ -122,14 +145,14 @@ constexpr T& operator*=(T& a, const T& b) noexcept {
 /// Precondition: b != 0.
 template <wide_word T>
 constexpr T& operator/=(T& a, const T& b) noexcept {
-    T r;
+    T r(detail::unset);
     math_divmod(a, b, a, r);
     return a;
 }
 /// Precondition: b != 0.
 template <wide_word T>
 constexpr T& operator%=(T& a, const T& b) noexcept {
-    T q;
+    T q(detail::unset);
     math_divmod(a, b, q, a);
     return a;
 }
@@ -151,45 +174,166 @@ constexpr T operator%(T a, const T& b) noexcept {
     return a %= b;
 }
 
-template <wide_word T, std::integral I>
+/// -a modulo 2^N.
+template <wide_word T>
+constexpr T operator-(const T& a) noexcept {
+    return T(0) - a;
+}
+
+// Signed words: the unsigned operations on the same bits, but for division.
+
+template <signed_word T>
+constexpr T operator+(const T& a, const T& b) noexcept {
+    return uintx_t<T::bits>(a) + uintx_t<T::bits>(b);
+}
+template <signed_word T>
+constexpr T operator-(const T& a, const T& b) noexcept {
+    return uintx_t<T::bits>(a) - uintx_t<T::bits>(b);
+}
+template <signed_word T>
+constexpr T operator*(const T& a, const T& b) noexcept {
+    return uintx_t<T::bits>(a) * uintx_t<T::bits>(b);
+}
+template <signed_word T>
+constexpr T operator-(const T& a) noexcept {
+    return -uintx_t<T::bits>(a);
+}
+/// Truncates; see intx_t::divmod. Precondition: b != 0.
+template <signed_word T>
+constexpr T operator/(T a, const T& b) noexcept {
+    return a /= b;
+}
+template <signed_word T>
+constexpr T operator%(T a, const T& b) noexcept {
+    return a %= b;
+}
+template <signed_word T>
+constexpr T& operator+=(T& a, const T& b) noexcept {
+    return a = a + b;
+}
+template <signed_word T>
+constexpr T& operator-=(T& a, const T& b) noexcept {
+    return a = a - b;
+}
+template <signed_word T>
+constexpr T& operator*=(T& a, const T& b) noexcept {
+    return a = a * b;
+}
+
+// With machine integers. In a division by one the precondition b != 0 holds as well.
+
+template <fixed_width_word T, machine_integer I>
 constexpr T& operator+=(T& a, I b) noexcept {
     return a += T(b);
 }
-template <wide_word T, std::integral I>
+template <fixed_width_word T, machine_integer I>
 constexpr T& operator-=(T& a, I b) noexcept {
     return a -= T(b);
 }
-template <wide_word T>
-constexpr T& operator*=(T& a, umint b) noexcept {
-    unsigned char carry = 0;
-    math_mul_ui(0, 0, a, b, carry, a);
+template <signed_word T, machine_integer I>
+constexpr T& operator*=(T& a, I b) noexcept {
+    return a *= T(b);
+}
+/// The factor is a limb: a negative b stands for 2^64 + b.
+template <wide_word T, machine_integer I>
+constexpr T& operator*=(T& a, I b) noexcept {
+    if constexpr (T::limbs == 2) {
+        detail::split(detail::joined(a) * static_cast<umint>(b), a);
+    } else {
+        unsigned char carry = 0;
+        math_mul_ui(0, 0, a, static_cast<umint>(b), carry, a);
+    }
     return a;
 }
-template <wide_word T, std::integral I>
-constexpr T operator+(T a, I b) noexcept {
-    return a += T(b);
-}
-template <wide_word T, std::integral I>
-constexpr T operator-(T a, I b) noexcept {
-    return a -= T(b);
-}
-template <wide_word T>
-constexpr T operator*(T a, umint b) noexcept {
-    return a *= b;
-}
-template <wide_word T>
-constexpr T operator*(int a, T b) noexcept {
-    return b *= T(a);
-}
-/// Precondition: b != 0; a negative b stands for its sign-extended value.
-template <wide_word T, std::integral I>
+template <fixed_width_word T, machine_integer I>
 constexpr T& operator/=(T& a, I b) noexcept {
     return a /= T(b);
 }
-/// Precondition: b != 0; a negative b stands for its sign-extended value.
-template <wide_word T, std::integral I>
+template <fixed_width_word T, machine_integer I>
+constexpr T& operator%=(T& a, I b) noexcept {
+    return a %= T(b);
+}
+template <wide_word T, machine_integer I>
+constexpr T& operator&=(T& a, I b) noexcept {
+    return a &= T(b);
+}
+template <wide_word T, machine_integer I>
+constexpr T& operator|=(T& a, I b) noexcept {
+    return a |= T(b);
+}
+template <wide_word T, machine_integer I>
+constexpr T& operator^=(T& a, I b) noexcept {
+    return a ^= T(b);
+}
+
+template <fixed_width_word T, machine_integer I>
+constexpr T operator+(T a, I b) noexcept {
+    return a += b;
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator-(T a, I b) noexcept {
+    return a -= b;
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator*(T a, I b) noexcept {
+    return a *= b;
+}
+template <fixed_width_word T, machine_integer I>
 constexpr T operator/(T a, I b) noexcept {
-    return a /= T(b);
+    return a /= b;
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator%(T a, I b) noexcept {
+    return a %= b;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator&(T a, I b) noexcept {
+    return a &= b;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator|(T a, I b) noexcept {
+    return a |= b;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator^(T a, I b) noexcept {
+    return a ^= b;
+}
+
+template <fixed_width_word T, machine_integer I>
+constexpr T operator+(I a, const T& b) noexcept {
+    return b + a;
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator-(I a, const T& b) noexcept {
+    return T(a) - b;
+}
+/// The factor on the left is widened by its sign: -1 * x is 2^N - x.
+template <fixed_width_word T, machine_integer I>
+constexpr T operator*(I a, const T& b) noexcept {
+    if constexpr (std::is_signed_v<I>) {
+        if (a < 0) return -(b * (umint{0} - static_cast<umint>(a)));
+    }
+    return b * static_cast<umint>(a);
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator/(I a, const T& b) noexcept {
+    return T(a) / b;
+}
+template <fixed_width_word T, machine_integer I>
+constexpr T operator%(I a, const T& b) noexcept {
+    return T(a) % b;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator&(I a, const T& b) noexcept {
+    return b & a;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator|(I a, const T& b) noexcept {
+    return b | a;
+}
+template <wide_word T, machine_integer I>
+constexpr T operator^(I a, const T& b) noexcept {
+    return b ^ a;
 }
 
 template <mint N>
@@ -219,16 +363,10 @@ constexpr uintx_t<N> uintx_t<N>::operator--(int) noexcept {
 
 namespace detail {
 
-/// -a modulo 2^N.
-template <wide_word T>
-constexpr T negated(const T& a) noexcept {
-    return T(0) - a;
-}
-
 /// |a| as an unsigned value; the most negative a gives 2^(N-1).
 template <mint N>
 constexpr uintx_t<N> magnitude(const intx_t<N>& a) noexcept {
-    return a.sign() ? negated(uintx_t<N>(a)) : uintx_t<N>(a);
+    return a.sign() ? -uintx_t<N>(a) : uintx_t<N>(a);
 }
 
 }  // namespace detail
@@ -238,10 +376,10 @@ requires supported_width<N>
 constexpr void intx_t<N>::divmod(const intx_t& a, const intx_t& b, intx_t& q, intx_t& r) noexcept {
     const bool remainder_negative = a.sign();
     const bool quotient_negative = a.sign() != b.sign();
-    uintx_t<N> quotient, remainder;
+    uintx_t<N> quotient(detail::unset), remainder(detail::unset);
     math_divmod(detail::magnitude(a), detail::magnitude(b), quotient, remainder);
-    q = quotient_negative ? detail::negated(quotient) : quotient;
-    r = remainder_negative ? detail::negated(remainder) : remainder;
+    q = quotient_negative ? -quotient : quotient;
+    r = remainder_negative ? -remainder : remainder;
 }
 template <mint N>
 requires supported_width<N>
@@ -384,11 +522,11 @@ template <mint N>
 [[nodiscard]] constexpr bool from_string(std::string_view text, intx_t<N>& value) noexcept {
     const bool negative = !text.empty() && text.front() == '-';
     if (negative) text.remove_prefix(1);
-    uintx_t<N> size;
+    uintx_t<N> size(detail::unset);
     if (!from_string(text, size)) return false;
     const uintx_t<N> limit = (uintx_t<N>(1) << (N - 1)) - (negative ? 0 : 1);
     if (size > limit) return false;
-    value = negative ? detail::negated(size) : size;
+    value = negative ? -size : size;
     return true;
 }
 
@@ -412,7 +550,7 @@ noexcept {
 /// `value` as text: base 10, or base 16 with the prefix 0x and lower-case digits. Allocates the returned string.
 /// Precondition: base is 10 or 16.
 inline std::string to_string(const umint& value, int base = 10) {
-    assert(base == 10 || base == 16);
+    KESH_REQUIRE(base == 10 || base == 16);
     char text[24];
     std::snprintf(text, sizeof text, base == 16 ? "0x%lx" : "%lu", value);
     return text;
@@ -453,7 +591,7 @@ inline void write_chunk(char* text, const text_chunks& chunks, umint chunk) noex
 /// width, two limb products per limb and 19 digits.
 template <mint N>
 [[nodiscard]] std::string to_string(uintx_t<N> value, int base = 10) {
-    assert(base == 10 || base == 16);
+    KESH_REQUIRE(base == 10 || base == 16);
     std::size_t limbs = detail::significant_limbs(value.limb, uintx_t<N>::limbs);
     if (limbs <= 1) return to_string(value.limb[0], base);
     const detail::text_chunks chunks(static_cast<umint>(base));

@@ -13,6 +13,8 @@
 #include <string>
 #include <type_traits>
 
+#include "Shared/contract.h"
+
 namespace kesh {
 
 /// The machine integers of the host interface: counts, lengths and shift distances are `mint`, limbs are `umint`.
@@ -34,7 +36,21 @@ template <mint N>
 requires supported_width<N>
 struct intx_t;
 
+/// The machine integers that widen into the fixed-width ones. Not the compilers' 128-bit integers, of which the upper
+/// half would be lost: some language modes count them among std::integral.
+template <class I>
+concept machine_integer = std::integral<I> && sizeof(I) <= sizeof(umint);
+
 namespace detail {
+
+/// `T x(unset)` makes an engine word to be written before it is read: its limbs stay uninitialised, except in constant
+/// expressions, where a reference to a limb needs an object. A limb is 0, which costs nothing.
+struct unset_t {
+    constexpr operator umint() const noexcept {
+        return 0;
+    }
+};
+inline constexpr unset_t unset{};
 
 template <mint N>
 struct half_of {
@@ -75,8 +91,9 @@ concept engine_word = std::same_as<T, umint> || wide_word<T>;
 template <engine_word T>
 inline constexpr std::size_t limbs_v = static_cast<std::size_t>(width_v<T> / MINT_BITS);
 
-/// Unsigned integer of exactly N bits; all arithmetic is modulo 2^N. Trivially copyable; the default constructor leaves
-/// the limbs uninitialised. No operation except parsing from and printing to std::string allocates, and none throws.
+/// Unsigned integer of exactly N bits; all arithmetic is modulo 2^N. Trivially copyable. `uintx_t<N> x;` leaves the
+/// limbs uninitialised, as with the built-in types, `uintx_t<N> x{}` is 0. No operation except parsing from and
+/// printing to std::string allocates, and none throws.
 template <mint N>
 requires supported_width<N>
 struct uintx_t {
@@ -89,13 +106,15 @@ struct uintx_t {
         half_type half[2];  ///< low half, high half
     };
 
-    /// Leaves the limbs uninitialised (constant evaluation, which may not read such limbs, sees zeros).
-    constexpr uintx_t() noexcept {
+    /// Leaves the limbs uninitialised; empty braces, and containers with a size, make zeros.
+    uintx_t() = default;
+
+    constexpr explicit uintx_t(detail::unset_t) noexcept {
         if (std::is_constant_evaluated()) clear();
     }
 
     /// Signed integers are sign-extended to the full width, so uintx_t(-1) is 2^N - 1; unsigned ones are zero-extended.
-    template <std::integral I>
+    template <machine_integer I>
     constexpr uintx_t(I value) noexcept : limb{static_cast<umint>(value)} {
         if constexpr (std::is_signed_v<I>) {
             const umint sign = value < 0 ? ~umint{0} : umint{0};
@@ -123,8 +142,10 @@ struct uintx_t {
     }
 
     /// Copies the `len` limbs at `in`, least significant first, and leaves the limbs above them uninitialised: pass
-    /// len == limbs, or assign into a cleared value with intx_from_array. Precondition: 0 <= len <= limbs.
-    constexpr uintx_t(const umint* in, mint len) noexcept {
+    /// len == limbs, or assign into a cleared value with intx_from_array. Precondition: 0 <= len <= limbs. A template,
+    /// so that the literal 0 is a half of a pair of halves and no pointer.
+    template <std::same_as<umint> Limb>
+    constexpr uintx_t(const Limb* in, mint len) noexcept {
         intx_from_array(*this, in, len);
     }
 
@@ -184,6 +205,7 @@ struct uintx_t {
 /// a's lowest `len` limbs = in[0 .. len-1]; the limbs above them keep their value. Precondition: 0 <= len <= limbs.
 template <mint N>
 constexpr void intx_from_array(uintx_t<N>& a, const umint* in, mint len) noexcept {
+    KESH_REQUIRE(0 <= len && len <= static_cast<mint>(uintx_t<N>::limbs));
     for (mint i = 0; i < len; ++i) a.limb[i] = in[i];
 }
 
@@ -196,11 +218,11 @@ struct intx_t {
 
     umint limb[limbs];  ///< least significant first
 
-    /// Leaves the limbs uninitialised.
+    /// Leaves the limbs uninitialised; empty braces, and containers with a size, make zeros.
     intx_t() = default;
 
     /// Signed integers are sign-extended, unsigned ones zero-extended.
-    template <std::integral I>
+    template <machine_integer I>
     constexpr intx_t(I value) noexcept : limb{} {
         const uintx_t<N> wide(value);
         for (std::size_t i = 0; i < limbs; ++i) limb[i] = wide.limb[i];
@@ -236,6 +258,13 @@ struct intx_t {
     constexpr intx_t& operator%=(const intx_t& b) noexcept;
 };
 
+/// An intx_t<N> of any width.
+template <class T>
+concept signed_word = requires {
+    detail::width_of<T>::value;
+}
+&&std::same_as<T, intx_t<detail::width_of<T>::value>>;
+
 template <mint N>
 requires supported_width<N>
 constexpr uintx_t<N>::uintx_t(const intx_t<N>& value) noexcept : limb{} {
@@ -245,11 +274,10 @@ constexpr uintx_t<N>::uintx_t(const intx_t<N>& value) noexcept : limb{} {
 namespace detail {
 
 template <mint N>
-inline constexpr bool layout_holds = sizeof(uintx_t<N>) == N / 8 && sizeof(intx_t<N>) == N / 8 &&
-                                     alignof(uintx_t<N>) == alignof(umint) &&
-                                     std::is_trivially_copyable_v<uintx_t<N>>&& std::is_trivially_copyable_v<
-                                         intx_t<N>>&& std::is_standard_layout_v<uintx_t<N>> &&
-                                     sizeof(typename uintx_t<N>::half_type) * 2 == sizeof(uintx_t<N>);
+inline constexpr bool layout_holds =
+    sizeof(uintx_t<N>) == N / 8 && sizeof(intx_t<N>) == N / 8 && alignof(uintx_t<N>) == alignof(umint) &&
+    std::is_trivial_v<uintx_t<N>>&& std::is_trivial_v<intx_t<N>>&& std::is_standard_layout_v<uintx_t<N>> &&
+    sizeof(typename uintx_t<N>::half_type) * 2 == sizeof(uintx_t<N>);
 
 }  // namespace detail
 

@@ -2,8 +2,8 @@
 /// @brief  Division of limb arrays by a normalised divisor, digit by digit with a prepared reciprocal.
 ///
 /// The reciprocal replaces the hardware's division by two products for each digit. (N. Moller, T. Granlund, Improved
-/// division by invariant integers, IEEE Trans. Computers 60 (2011), algorithms 4 and 6.) The digits are exact to the top
-/// two limbs of the divisor, so that a correction is as rare as a limb of all ones.
+/// division by invariant integers, IEEE Trans. Computers 60 (2011), algorithms 4 and 6.) The digits are exact to the
+/// top two limbs of the divisor, so that a correction is as rare as a limb of all ones.
 #pragma once
 
 #include <cstddef>
@@ -84,8 +84,8 @@ constexpr umint divide_two_limbs(umint high, umint low, umint d, umint v, umint&
     return rest;
 }
 
-/// q[0 .. n-1] = a / d, returns the remainder. shift = the leading zero bits of d, reciprocal that of d << shift. q may be a.
-/// Precondition: d != 0.
+/// q[0 .. n-1] = a / d, returns the remainder. shift = the leading zero bits of d, reciprocal that of d << shift. q may
+/// be a. Precondition: d != 0.
 template <std::size_t n>
 constexpr umint divide_by_limb(umint* q, const umint* a, umint d, mint shift, umint reciprocal) noexcept {
     const umint divisor = d << shift;

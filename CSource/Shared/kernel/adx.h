@@ -7,9 +7,10 @@
 
 #include "Shared/kernel/routines.h"
 
-#define KESH_DECLARE(n)                                                                                              \
-    void kesh_adx_mul_##n(kesh::umint* r, const kesh::umint* a, const kesh::umint* b, const void* modulus) noexcept; \
-    void kesh_adx_sqr_##n(kesh::umint* r, const kesh::umint* a, const void* modulus) noexcept;
+#define KESH_DECLARE(n)                                                                                    \
+    void kesh_adx_mul_##n(kesh::umint* r, const kesh::umint* a, const kesh::umint* b, const void* modulus, \
+                          const kesh::umint* not_c) noexcept;                                              \
+    void kesh_adx_sqr_##n(kesh::umint* r, const kesh::umint* a, const void* modulus, const kesh::umint* not_c) noexcept;
 extern "C" {
 KESH_FOR_EACH_WIDTH_ABOVE_2(KESH_DECLARE)
 }
@@ -17,14 +18,16 @@ KESH_FOR_EACH_WIDTH_ABOVE_2(KESH_DECLARE)
 
 namespace kesh::kernel {
 
-/// r = a b / R and r = a^2 / R modulo m, for any a and b below R. r may be a or b.
+/// r = a b / R - c and r = a^2 / R - c modulo m, for any a and b below R and c below m, of which the limbs of R - 1 - c
+/// are given, or null for c = 0. r is below R and may be a or b.
 struct Adx {
-#define KESH_DEFINE(n)                                                                              \
-    static void mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus) noexcept { \
-        kesh_adx_mul_##n(r, a, b, &modulus);                                                        \
-    }                                                                                               \
-    static void sqr(umint* r, const umint* a, const Modulus<n>& modulus) noexcept {                 \
-        kesh_adx_sqr_##n(r, a, &modulus);                                                           \
+#define KESH_DEFINE(n)                                                                                            \
+    static void mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus,                          \
+                    const umint* not_c = nullptr) noexcept {                                                      \
+        kesh_adx_mul_##n(r, a, b, &modulus, not_c);                                                               \
+    }                                                                                                             \
+    static void sqr(umint* r, const umint* a, const Modulus<n>& modulus, const umint* not_c = nullptr) noexcept { \
+        kesh_adx_sqr_##n(r, a, &modulus, not_c);                                                                  \
     }
     KESH_FOR_EACH_WIDTH_ABOVE_2(KESH_DEFINE)
 #undef KESH_DEFINE

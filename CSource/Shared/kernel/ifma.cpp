@@ -18,6 +18,10 @@ constexpr umint digit_mask = (umint{1} << digit_bits) - 1;
 template <int n>
 constexpr int digits = (64 * n + digit_bits) / digit_bits + 1;
 
+/// R' / (2^52 R) = 2^doublings, for R' = 2^(52 digits): 4 at 4 limbs, more at all other sizes.
+template <int n>
+constexpr int doublings = digit_bits*(digits<n> - 1) - 64 * n;
+
 /// 512-bit registers that hold those digits.
 template <int n>
 constexpr int registers = (digits<n> + 7) / 8;
@@ -193,12 +197,12 @@ Digits<n> make_mu(const Modulus<n>& modulus) noexcept {
     return mu;
 }
 
-/// The internal form of a residue a R: since 2^(52 digits) = 2^n 2^52 R, n doublings and a move by one digit.
+/// The internal form of a residue a R: doublings and a move by one digit.
 template <int n>
 Digits<n> to_internal(const umint* a, const Modulus<n>& modulus) noexcept {
     umint x[n];
     for (int i = 0; i < n; ++i) x[i] = a[i];
-    for (int i = 0; i < n; ++i) double_if<n>(x, 1, modulus.m);
+    for (int i = 0; i < doublings<n>; ++i) double_if<n>(x, 1, modulus.m);
     Digits<n> r;
     to_digits<n>(r, x, n, 1);
     return r;
@@ -281,12 +285,15 @@ KESH_IFMA void ifma_lucas_ladder(umint* l, umint* h, const umint* a, const umint
 
 }  // namespace
 
+/// A single number of few digits waits for its reduction longer than its limbs do on two carry chains: about ten cycles
+/// a row and 35 at the end. Two numbers side by side fill each other's waiting time.
+constexpr int least_limbs_of_power = 7, least_limbs_of_ladder = 3;
+
 template <int n>
 const Routines<n>& ifma_routines() noexcept {
-    if constexpr (n != 4 && n != 8 && n != 16) {
+    if constexpr (n < least_limbs_of_ladder) {
         return adx_routines<n>();
-    } else if constexpr (n == 4) {
-        // A single row of digits waits for its reduction longer than four limbs do; two side by side do not.
+    } else if constexpr (n < least_limbs_of_power) {
         static const Routines<n> table = {adx_routines<n>().mont_mul, adx_routines<n>().mont_sqr,
                                           adx_routines<n>().pow2, ifma_lucas_ladder<n>};
         return table;

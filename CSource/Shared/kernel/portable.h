@@ -24,8 +24,9 @@ inline umint add_product_row(umint* t, const umint* a, umint b) noexcept {
 
 struct Portable {
     template <int n>
-    static inline void mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus) noexcept {
-        reduce<n>(r, modulus, [a, b](column& sum, int k) __attribute__((always_inline)) {
+    static inline void mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus,
+                           const umint* not_c = nullptr) noexcept {
+        reduce<n>(r, modulus, not_c, [a, b](column& sum, int k) __attribute__((always_inline)) {
 #pragma GCC unroll 16
             for (int i = k < n ? 0 : k - n + 1; i <= (k < n ? k : n - 1); ++i) sum.add_product(a[i], b[k - i]);
         });
@@ -33,8 +34,8 @@ struct Portable {
 
     /// Column k of the square is twice the products a[i] a[k - i], i < k - i, plus the square of the middle limb.
     template <int n>
-    static inline void sqr(umint* r, const umint* a, const Modulus<n>& modulus) noexcept {
-        reduce<n>(r, modulus, [a](column& sum, int k) __attribute__((always_inline)) {
+    static inline void sqr(umint* r, const umint* a, const Modulus<n>& modulus, const umint* not_c = nullptr) noexcept {
+        reduce<n>(r, modulus, not_c, [a](column& sum, int k) __attribute__((always_inline)) {
             column mixed;
 #pragma GCC unroll 16
             for (int i = k < n ? 0 : k - n + 1; i < k - i; ++i) mixed.add_product(a[i], a[k - i]);
@@ -44,11 +45,10 @@ struct Portable {
     }
 
   private:
-    /// r = t / R modulo m for a t below R^2, where add_column(sum, k) adds column k of t to a sum. Columns 0 to n - 2
+    /// r = t / R - c modulo m for a t below R^2, where add_column(sum, k) adds column k of t to a sum. Columns 0 to n - 2
     /// give the quotients of n - 1 rows with mu, column n - 1 that of the last row with the complement.
     template <int n, class Column>
-    static inline __attribute__((always_inline)) void reduce(umint* r, const Modulus<n>& modulus,
-                                                             Column add_column) noexcept {
+    static inline __attribute__((always_inline)) void reduce(umint* r, const Modulus<n>& modulus, const umint* not_c, Column add_column) noexcept {
         umint q[n], t[n];
         column sum;
 #pragma GCC unroll 32
@@ -69,6 +69,14 @@ struct Portable {
         // What exceeds R is 1, what is negative -1.
         const umint* correction = modulus.zero + n * (static_cast<mint>(sum.c1) - borrow);
         std::uint8_t carry = 0;
+#pragma GCC unroll 16
+        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], correction[i], r[i]);
+        if (not_c == nullptr) return;
+        carry = 1;
+#pragma GCC unroll 16
+        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, r[i], not_c[i], t[i]);
+        correction = modulus.m + n * carry;  // m without a carry, else 0
+        carry = 0;
 #pragma GCC unroll 16
         for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], correction[i], r[i]);
     }

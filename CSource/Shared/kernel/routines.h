@@ -117,24 +117,21 @@ inline void generic_pow2(umint* x, const umint* e, const Modulus<n>& modulus) no
 /// to (V(2k+1), V(2k+2)) for a set one, where V(2k+1) = V(k) V(k+1) - a and V(2k) = V(k)^2 - 2. So the member of the
 /// pair that the bit numbers is squared in place, and the product takes the place of the other one: no branch depends
 /// on the bit. The product and the square do not depend on each other, so that the processor works on both at once.
-/// A product below R less a residue below m is below R, or it is negative and m more is below m.
 template <int n, class Arithmetic>
 inline void generic_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e,
                                  const Modulus<n>& modulus) noexcept {
-    umint two[n], pair[2][n];
-    for (int i = 0; i < n; ++i) two[i] = modulus.r1[i];
-    double_if<n>(two, 1, modulus.m);
+    umint pair[2][n], not_two[n], not_a[n];
+    for (int i = 0; i < n; ++i) pair[0][i] = modulus.r1[i];
+    double_if<n>(pair[0], 1, modulus.m);
     for (int i = 0; i < n; ++i) {
-        pair[0][i] = two[i];
         pair[1][i] = a[i];
+        not_two[i] = ~pair[0][i];
+        not_a[i] = ~a[i];
     }
     for (int i = bit_length<n>(e) - 1; i >= 0; --i) {
         const umint bit = bit_at(e, i);
-        umint product[n], square[n];
-        Arithmetic::mul(product, pair[0], pair[1], modulus);
-        Arithmetic::sqr(square, pair[bit], modulus);
-        subtract_mod<n>(pair[1 - bit], product, a, modulus.m);
-        subtract_mod<n>(pair[bit], square, two, modulus.m);
+        Arithmetic::mul(pair[1 - bit], pair[0], pair[1], modulus, not_a);
+        Arithmetic::sqr(pair[bit], pair[bit], modulus, not_two);
     }
     fully_reduce<n, Arithmetic>(l, pair[0], modulus);
     fully_reduce<n, Arithmetic>(h, pair[1], modulus);

@@ -99,6 +99,28 @@ inline __attribute__((always_inline)) void word_mont_sqr_abs(signless& x, umint 
         : "rdx", "cc");
 }
 
+/// x * 2^64 mod m, for x below m.
+inline umint times_r(umint x, umint m) noexcept {
+    umint quotient, remainder;
+    math_divmod(0, x, m, quotient, remainder);
+    return remainder;
+}
+
+/// x * 2^d / 2^64 modulo m up to sign, for 0 <= d < 64.
+inline __attribute__((always_inline)) signless shift_mont(umint x, unsigned d, umint m, umint inverse) noexcept {
+    const umint high = (x >> 1) >> (63 - d);
+    const umint q = x * (inverse << d);
+    const umint part = static_cast<umint>((static_cast<umint2>(q) * m) >> 64);
+    const umint sign = umint{0} - umint{high < part};
+    return {((high - part) ^ sign) - sign, high - part};
+}
+
+/// 64 + 64^2 + ... + 2^bits for a multiple of 6: makes of an exponent one whose digits of six bits count as d - 64, d =
+/// 0 ... 63.
+constexpr umint digit_offset(unsigned bits) noexcept {
+    return 0x1041041041041040 & ((umint{2} << bits) - 1);
+}
+
 /// An odd n > 2 in Montgomery form with R = 2^64, and what all strong tests of it share.
 struct WordModulus {
     umint m;
@@ -117,12 +139,6 @@ struct WordModulus {
     }
     __attribute__((always_inline)) void square_abs(signless& x) const noexcept {
         word_mont_sqr_abs(x, m, inverse);
-    }
-    /// x * R mod m, for x below m.
-    [[nodiscard]] umint times_r(umint x) const noexcept {
-        umint quotient, remainder;
-        math_divmod(0, x, m, quotient, remainder);
-        return remainder;
     }
 };
 
@@ -143,7 +159,7 @@ class WordPowers {
     /// Precondition: 0 < base < 2^16, base < n.m, for each base.
     __attribute__((always_inline)) WordPowers(const WordModulus& n, const std::array<umint, K>& bases) noexcept
         : e_(n.e) {
-        const umint square = n.times_r(n.one);  // a product by it brings a number into Montgomery form
+        const umint square = times_r(n.one, n.m);  // a product by it brings a number into Montgomery form
         for (auto& accumulator : y_) accumulator.fill(n.one);
         for_each_chain<K>([&](auto c) __attribute__((always_inline)) {
             assert(0 < bases[c] && bases[c] < n.m && bases[c] <= 0xFFFF);
@@ -202,9 +218,8 @@ class WordPowerOf2 {
   public:
     __attribute__((always_inline)) explicit WordPowerOf2(const WordModulus& n) noexcept
         : left_((static_cast<unsigned>(math_num_bits(n.e)) + 1) / 6 * 6) {
-        constexpr umint ones = 0x1041041041041040;  // 64 + 64^2 + ... + 64^10
-        e_ = n.e + (ones & ((umint{2} << left_) - 1));
-        x_.value = x_.low = n.times_r(umint{1} << (e_ >> left_));
+        e_ = n.e + digit_offset(left_);
+        x_.value = x_.low = times_r(umint{1} << (e_ >> left_), n.m);
     }
 
     [[nodiscard]] bool unfinished() const noexcept {
@@ -219,13 +234,7 @@ class WordPowerOf2 {
             work();
         }
         left_ -= 6;
-        const unsigned d = static_cast<unsigned>(e_ >> left_) & 63;
-        const umint high = (x_.value >> 1) >> (63 - d);
-        const umint q = x_.value * (n.inverse << d);
-        const umint subtrahend = static_cast<umint>((static_cast<umint2>(q) * n.m) >> 64);
-        const umint sign = umint{0} - umint{high < subtrahend};
-        x_.low = high - subtrahend;
-        x_.value = (x_.low ^ sign) - sign;
+        x_ = shift_mont(x_.value, static_cast<unsigned>(e_ >> left_) & 63, n.m, n.inverse);
     }
 
     [[nodiscard]] umint finish(const WordModulus&) const noexcept {
@@ -245,7 +254,7 @@ class ShortWordPowerOf2 {
     __attribute__((always_inline)) explicit ShortWordPowerOf2(const WordModulus& n) noexcept
         : left_((static_cast<unsigned>(math_num_bits(n.e)) + 1) / 6 * 6) {
         assert(n.m >> 50 == 0);
-        x_.value = x_.low = n.times_r(umint{1} << (n.e >> left_));
+        x_.value = x_.low = times_r(umint{1} << (n.e >> left_), n.m);
     }
 
     [[nodiscard]] bool unfinished() const noexcept {

@@ -1,0 +1,27 @@
+/**
+ * @file   printable.h
+ * @brief  Text that came from outside, made fit for one line of a terminal: a message shows what was typed, whatever
+ * its bytes are.
+ */
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace bench_host {
+
+/** The first character of a text: the bytes of one UTF-8 sequence, or a single byte that begins none. Empty for an
+ * empty text. */
+std::string_view first_character(std::string_view text);
+
+/** The text with each control character and each byte that is no UTF-8 written as \xNN. */
+std::string printable(std::string_view text);
+
+/** The text, or its first characters, at most `limit` bytes, and "...". */
+std::string shortened(std::string_view text, std::size_t limit);
+
+/** "1 prime", "25 primes". */
+std::string counted(std::size_t number, std::string_view one, std::string_view many);
+
+}  // namespace bench_host

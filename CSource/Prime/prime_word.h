@@ -1,0 +1,27 @@
+/**
+ * @file   prime_word.h
+ * @brief  The parts of the 64-bit test that the test of one number and the test of many share; in prime_testing.cpp.
+ */
+#pragma once
+
+#include <cstdint>
+
+#include "Shared/intx/intx_types.h"
+
+namespace kesh {
+
+/** From here on the hashed base alone does not clear its bucket and a third base is needed. */
+inline constexpr umint third_base_from = umint{1} << 49;
+
+/** The second and the third base of an n of 2^32 or more. */
+struct hashed_bases {
+    umint second;
+    umint third;
+
+    explicit hashed_bases(umint n);
+};
+
+/** Whether n > 139 is even or a multiple of a prime up to 139. */
+bool word_has_small_factor(umint n);
+
+}  // namespace kesh

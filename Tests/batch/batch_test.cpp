@@ -1,0 +1,131 @@
+/**
+ * @file   batch_test.cpp
+ * @brief  KESH_ArePrime against KESH_PrimeQ: arguments, every length of the last group, a prime at every place, mixed
+ *         sizes, and the families that probable-prime tests find hard.
+ */
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "Prime/prime_batch.h"
+#include "batch/batch.h"
+#include "support/pseudoprime_sample.h"
+
+namespace {
+
+using kesh_test::expect_verdicts;
+using kesh_test::limbs;
+
+TEST(Batch, BadArgumentsWriteNothing) {
+    const std::uint64_t n[2] = {7, 0};
+    std::uint8_t verdicts[2] = {9, 9};
+    constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
+    for (const std::int64_t len : {std::int64_t{0}, std::int64_t{-1}, std::int64_t{17}, most, -most}) {
+        EXPECT_EQ(KESH_ArePrime(n, len, 1, verdicts), KESH_BAD_ARGUMENT) << len;
+        EXPECT_EQ(KESH_ArePrime(n, len, 0, verdicts), KESH_BAD_ARGUMENT) << len;
+    }
+    EXPECT_EQ(KESH_ArePrime(n, 1, -1, verdicts), KESH_BAD_ARGUMENT);
+    EXPECT_EQ(KESH_ArePrime(n, 1, most, verdicts), KESH_BAD_ARGUMENT) << "no array is so long";
+    EXPECT_EQ(KESH_ArePrime(n, 16, most / 64, verdicts), KESH_BAD_ARGUMENT);
+    EXPECT_EQ(KESH_ArePrime(nullptr, 1, 1, verdicts), KESH_BAD_ARGUMENT);
+    EXPECT_EQ(KESH_ArePrime(n, 1, 1, nullptr), KESH_BAD_ARGUMENT);
+    EXPECT_EQ(verdicts[0], 9);
+    EXPECT_EQ(verdicts[1], 9);
+}
+
+TEST(Batch, NothingToTest) {
+    EXPECT_EQ(KESH_ArePrime(nullptr, 1, 0, nullptr), KESH_DONE);
+    EXPECT_EQ(KESH_ArePrime(nullptr, 16, 0, nullptr), KESH_DONE);
+}
+
+TEST(Batch, WritesOneByteANumberAndNoMore) {
+    const std::vector<std::uint64_t> n = {2, 4};
+    std::vector<std::uint8_t> verdicts = {9, 9, 9};
+    EXPECT_EQ(KESH_ArePrime(n.data(), 1, 2, verdicts.data()), KESH_DONE);
+    EXPECT_EQ(verdicts, (std::vector<std::uint8_t>{1, 0, 9}));
+    EXPECT_EQ(KESH_ArePrime(n.data(), 2, 1, verdicts.data()), KESH_DONE);
+    EXPECT_EQ(verdicts, (std::vector<std::uint8_t>{0, 0, 9})) << "2 + 4 * 2^64";
+}
+
+TEST(Batch, SmallestNumbers) {
+    std::vector<std::uint64_t> n(300'000);
+    for (std::size_t i = 0; i < n.size(); ++i) n[i] = i;
+    expect_verdicts(n, 1);
+    for (std::size_t i = 0; i < n.size(); ++i) n[i] = 0xFFFFFFFF - n.size() / 2 + i;
+    expect_verdicts(n, 1);
+    for (std::size_t i = 0; i < n.size(); ++i) n[i] = ~std::uint64_t{0} - i;
+    expect_verdicts(n, 1);
+    for (std::size_t i = 0; i < n.size(); ++i) n[i] = (std::uint64_t{1} << 49) - n.size() / 2 + i;
+    expect_verdicts(n, 1);
+}
+
+/** Every count up to beyond a block, of numbers that all reach the last round and of numbers that stop at each. */
+TEST(Batch, EveryLengthOfTheLastGroup) {
+    for (const std::int64_t len : {1, 2, 3, 4, 5, 8, 16}) {
+        std::mt19937_64 random(static_cast<unsigned>(len));
+        const std::int64_t most = len == 1 ? 2 * kesh::block_size(len) + 20 : 12;
+        const limbs primes = kesh_test::primes(len, most, random);
+        for (std::int64_t count = 0; count <= most; ++count)
+            expect_verdicts(limbs(primes.begin(), primes.begin() + count * len), len);
+        const limbs mixed = kesh_test::structured(len, most, random);
+        for (std::int64_t count = 0; count <= most; ++count)
+            expect_verdicts(limbs(mixed.begin(), mixed.begin() + count * len), len);
+    }
+}
+
+TEST(Batch, OnePrimeAmongCompositesAtEveryPlace) {
+    for (const std::int64_t len : {1, 2, 3, 4, 6, 8, 16}) {
+        std::mt19937_64 random(100 + static_cast<unsigned>(len));
+        const std::int64_t count = std::min<std::int64_t>(kesh::block_size(len) + 7, len == 1 ? 600 : 40);
+        const limbs prime = kesh_test::primes(len, 1, random);
+        const limbs composites = kesh_test::semiprimes(len, count, random);
+        for (std::int64_t place = 0; place < count; ++place) {
+            limbs n = composites;
+            std::ranges::copy(prime, n.begin() + place * len);
+            const std::vector<std::uint8_t> verdicts = kesh_test::verdicts(n, len);
+            for (std::int64_t i = 0; i < count; ++i)
+                ASSERT_EQ(verdicts[static_cast<std::size_t>(i)], i == place ? 1 : 0) << len << ' ' << place << ' ' << i;
+        }
+    }
+}
+
+TEST(Batch, SizesMayDifferWithinACall) {
+    std::mt19937_64 random(5);
+    for (const std::int64_t len : {2, 7, 16}) {
+        limbs n;
+        for (int i = 0; i < 400; ++i) {
+            const std::int64_t size = 1 + static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(len));
+            limbs one = random() % 4 == 0 && size < 6 ? kesh_test::primes(size, 1, random)
+                                                      : kesh_test::structured(size, 1, random);
+            one.resize(static_cast<std::size_t>(len));
+            n.insert(n.end(), one.begin(), one.end());
+        }
+        expect_verdicts(n, len);
+    }
+}
+
+TEST(Batch, HardStrongPseudoprimes) {
+    expect_verdicts(readPseudoprimeSample(), 1);
+}
+
+TEST(Batch, StructuredNumbersOfEveryLength) {
+    for (std::int64_t len = 1; len <= 16; ++len) {
+        std::mt19937_64 random(200 + static_cast<unsigned>(len));
+        expect_verdicts(kesh_test::structured(len, 4000 / len, random), len);
+    }
+}
+
+/** 10^7 numbers of 64 bits, and for the wider classes what an hour allows. */
+TEST(Batch, Long_ManyNumbersOfEachSize) {
+    std::mt19937_64 random(77);
+    for (int round = 0; round < 100; ++round) expect_verdicts(kesh_test::structured(1, 100'000, random), 1);
+    for (const std::int64_t len : {2, 3, 4, 8, 16}) {
+        for (int round = 0; round < 10; ++round)
+            expect_verdicts(kesh_test::structured(len, 1'000'000 / (len * len * len), random), len);
+    }
+}
+
+}  // namespace
