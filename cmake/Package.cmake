@@ -33,7 +33,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvelmorakesh)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # The trigger runs ldconfig once for all packages of an installation. cpack adds scripts that run it once more, except
-# where scripts of these names are given; of what is given it takes what exists.
+# where scripts of these names are given; of what is given it takes what exists, and says what does not.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
     ${PROJECT_SOURCE_DIR}/cmake/package/triggers ${PROJECT_SOURCE_DIR}/cmake/package/no/postinst
     ${PROJECT_SOURCE_DIR}/cmake/package/no/postrm)

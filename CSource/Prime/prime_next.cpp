@@ -12,7 +12,7 @@
 #include <limits>
 
 #include "Prime/prime_batch.h"
-#include "Prime/prime_word.h"
+#include "Prime/prime_testing.h"
 #include "Shared/kernel/kernel.h"
 #include "Shared/kernel/word_lanes.h"
 
@@ -109,7 +109,7 @@ class window {
   private:
     /** The remainders of the wide base by primes come from its remainders by products of primes that fill a limb. */
     void sieve(std::span<const umint> base, umint limit) {
-        const std::uint32_t* bitmap = odd_prime_bitmap();
+        const std::span<const std::uint32_t> bitmap = odd_prime_bitmap();
         std::array<umint, 40> group;
         std::size_t members = 0;
         umint product = 1;

@@ -74,10 +74,6 @@ bool word_has_small_factor(umint n) {
            has_divisor_of<67, 71, 73, 79, 83, 89, 97, 101, 103, 107, 109, 113, 127, 131, 137, 139>(n);
 }
 
-const std::uint32_t* odd_prime_bitmap() {
-    return odd_prime_bit;
-}
-
 std::span<const std::uint32_t> odd_prime_bitmap() {
     return odd_prime_bit;
 }

@@ -24,7 +24,4 @@ struct hashed_bases {
 /** Whether n > 139 is even or a multiple of a prime up to 139. */
 bool word_has_small_factor(umint n);
 
-/** Bit k (bit k % 32 of word k / 32) is set when 2 k + 3 is prime, for 2 k + 3 <= 1,048,577. */
-const std::uint32_t* odd_prime_bitmap();
-
 }  // namespace kesh

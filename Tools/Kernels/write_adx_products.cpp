@@ -26,7 +26,7 @@ using Registers = std::vector<std::string>;
 enum class Part { modulus = 0, zero = 1, complement = 2, mu = 3 };
 
 constexpr int limb_size = 8;
-constexpr int longest_strip = 9;
+constexpr int longest_strip = 10;
 
 /// A limb array in memory: a register with its address, and the index of the first limb.
 struct Array {
@@ -42,7 +42,7 @@ struct Array {
 };
 
 /// The functions of one size. Registers: rax and rbx take the halves of a product, rdx the factor of a row, rsi and rbp
-/// the operands, rdi the modulus; the others are accumulators, and rbp is one in the reduction.
+/// the operands, rsi also the modulus; rdi is 0 or, like the others, an accumulator, and so is rbp in a reduction.
 class Size {
   public:
     Size(std::ostream& out, int limbs)
@@ -70,7 +70,7 @@ class Size {
     std::ostream& out_;
     const int n;          ///< limbs
     const int low, high;  ///< limbs of the lower strip, 0 where one strip is enough, and of the upper one
-    std::string zero_;    ///< a register that is 0
+    std::string zero_;    ///< an operand that is 0
 
     const Array a{"%rsi"}, b{"%rbp"};
     /// On the stack: the product of 2 n limbs, limbs that a strip of the reduction has finished, and three addresses
@@ -78,13 +78,13 @@ class Size {
     const Array z{"%rsp"}, finished{"%rsp", 2 * n};
     const std::string result_address = Array{"%rsp", 3 * n}[0], modulus_address = Array{"%rsp", 3 * n}[1],
                       complement_address = Array{"%rsp", 3 * n}[2], corrected = Array{"%rsp", 3 * n}[3],
-                      carry_into_high_half = Array{"%rsp", 3 * n}[4];
+                      carry_into_high_half = Array{"%rsp", 3 * n}[4], memory_zero = Array{"%rsp", 3 * n}[5];
 
     [[nodiscard]] Array part(Part which) const {
-        return {"%rdi", n * static_cast<int>(which)};
+        return {"%rsi", n * static_cast<int>(which)};
     }
     [[nodiscard]] std::string inverse() const {
-        return Array{"%rdi", 5 * n}[1];
+        return Array{"%rsi", 5 * n}[1];
     }
 
     void line(const std::string& text) {
@@ -132,16 +132,23 @@ class Size {
         return limb_size * (3 * n + 6);
     }
 
-    [[nodiscard]] static Registers accumulators(int count) {
-        const Registers all = {"%r8", "%r9", "%r10", "%r11", "%r12", "%r13", "%r14", "%r15", "%rcx", "%rbp"};
+    /// In a product rbp is no accumulator but the address of b.
+    [[nodiscard]] static Registers accumulators(int count, bool with_rbp = false) {
+        Registers all = {"%r8", "%r9", "%r10", "%r11", "%r12", "%r13", "%r14", "%r15", "%rcx"};
+        if (with_rbp) all.emplace_back("%rbp");
+        all.emplace_back("%rdi");
         return {all.begin(), all.begin() + count};
     }
     static std::string half(const std::string& name) {  // the lower half of r8 ... r15 and of rcx and the like
         return name[2] >= 'a' ? "%e" + name.substr(2) : name + "d";
     }
-    void keep_zero(const std::string& name) {
-        zero_ = name;
-        clear(name);
+    /// A row adds zero with a carry twice: from a register, or from memory where the strip takes all registers.
+    void keep_zero(int strip) {
+        zero_ = strip == longest_strip ? memory_zero : "%rdi";
+        if (strip == longest_strip)
+            line("movq", "$0", memory_zero);
+        else
+            clear(zero_);
     }
     void clear(const std::string& name) {
         line("xorl", half(name), half(name));
@@ -205,7 +212,7 @@ class Size {
 
     /// z = a b.
     void product() {
-        keep_zero("%rdi");
+        keep_zero(n);
         Registers sum = accumulators(low > 0 ? low : n);
         for (const std::string& name : sum) clear(name);
         for (int i = 0; i < n; ++i) {
@@ -256,7 +263,7 @@ class Size {
 
     /// z = the products a[i] a[j], i < j.
     void triangles() {
-        keep_zero("%rdi");
+        keep_zero(n);
         Registers sum = accumulators(low > 0 ? low : n);
         for (const std::string& name : sum) clear(name);
         triangle(a, sum, z);
@@ -298,8 +305,8 @@ class Size {
     /// r = z / R, a residue below R: n - 1 rows with mu and one with the complement of the modulus. What exceeds R or
     /// is negative is known by rbp = 1 or -1, which chooses what is added in the end.
     void reduction() {
-        line("movq", modulus_address, "%rdi");
-        keep_zero("%rsi");
+        line("movq", modulus_address, "%rsi");
+        keep_zero(n);
         if (low == 0)
             short_reduction();
         else
@@ -309,7 +316,7 @@ class Size {
     /// `carry`, 1, 0 or -1, becomes the address of R - m, 0 or m.
     void choose(const std::string& carry) {
         line("imulq $" + std::to_string(limb_size * n) + ", " + carry + ", " + carry);
-        line("leaq " + Array{"%rdi," + carry, part(Part::zero).first}[0] + ", " + carry);
+        line("leaq " + Array{"%rsi," + carry, part(Part::zero).first}[0] + ", " + carry);
     }
 
     /// The end of the reduction: the limbs, of which the first are finished in memory and the others are in registers,
@@ -358,7 +365,7 @@ class Size {
     }
 
     void short_reduction() {
-        Registers sum = accumulators(n + 1);
+        Registers sum = accumulators(n + 1, true);
         load({sum.begin(), sum.end() - 1}, z);
         clear(sum.back());
         for (int i = 0; i + 1 < n; ++i) quotient_row(part(Part::mu), sum, "");
