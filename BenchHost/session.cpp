@@ -21,6 +21,7 @@
 #include "host.h"
 #include "host_tables.h"
 #include "interrupts.h"
+#include "neighbours.h"
 #include "number_stream.h"
 #include "output_file.h"
 #include "plot.h"
@@ -223,6 +224,9 @@ int Session::execute(const Options& options, bool at_prompt) {
         if (entry != nullptr) return call(options, *entry, with_distance(options, rest), at_prompt);
         if (name == "help") return help(options, rest, at_prompt);
         if (name == "plot") return draw_plot(library_, options, rest, look(options), progress_look(options));
+        if (name == "next-prime" || name == "previous-prime")
+            return print_neighbours(library_, options, rest, look(options), name == "next-prime");
+        if (name == "primes") return print_primes(library_, options, rest, progress_look(options));
         if (name == "endure") return refuse_json(options, name), endure(library_, options.endurance);
         if (name == "faults") return refuse_json(options, name), faults(rest, at_prompt);
         if (at_prompt) {

@@ -3,6 +3,7 @@
  * @brief  The functions of libprimecount 7.6 that are replaced; most of them are the same in all later versions.
  */
 #include <algorithm>
+#include <cmath>
 
 #include "interposed.h"
 
@@ -64,9 +65,12 @@ KESH_INTERPOSED void _ZN10primecount14LoadBalancerP2C1Enlib(void* balancer, int1
         count->set_team_size(threads);
         // An item is an eighth of a thread's share of the range, and nothing polls in between: more threads than there
         // are make it shorter. Each item costs one pi(low), so only long ranges are cut finer: a range of 2^32 takes
-        // about half a second.
-        if (count->phase_is_long())
-            threads = std::max(threads, static_cast<int>(std::min<int64_t>(16, 2 + (sieve_limit >> 32))));
+        // about half a second. Beyond 64 bits pi(low) takes longer, and the items get longer with it.
+        if (count->phase_is_long()) {
+            const int finer = x <= INT64_MAX ? static_cast<int>(std::min<int64_t>(16, 2 + (sieve_limit >> 32)))
+                                             : static_cast<int>(std::cbrt(static_cast<double>(sieve_limit)) / 128);
+            threads = std::max(threads, finer);
+        }
     }
     construct(balancer, x, sieve_limit, threads, is_print);
 }

@@ -14,8 +14,17 @@ using Clock = std::chrono::steady_clock;
 /** Reports are this far apart at least: often enough for a smooth bar, too seldom to be felt. */
 constexpr Clock::duration report_interval = std::chrono::milliseconds(10);
 
-/** A phase that hands out no more than this takes less than half a second on one thread. */
-constexpr double short_range = 40'000'000;
+/** A phase that hands out no more than this takes about 0.3 s on one thread. */
+constexpr double short_range(RunningCount::Phase phase) {
+    switch (phase) {
+        case RunningCount::Phase::ac:
+            return 20'000'000;
+        case RunningCount::Phase::p2:
+            return 1'000'000'000;
+        default:
+            return 200'000'000;
+    }
+}
 
 // Process-wide, and without destructors: a detached thread may still count while the process exits.
 std::atomic<RunningCount::Callback> installed_callback{nullptr};
@@ -146,7 +155,7 @@ double RunningCount::phase_fraction(int64_t low) const noexcept {
 }
 
 bool RunningCount::phase_is_long() const noexcept {
-    return limit_ > short_range;
+    return limit_ > short_range(phase_);
 }
 
 bool RunningCount::begin_item(int64_t low) noexcept {

@@ -196,8 +196,11 @@ struct Measured {
             touch(&out);
         });
     }
-#define KESH_CALL(body) \
-    timed([](const O& o, const typename O::Set& s, Results& out, std::size_t i) { (void)o, (void)s, (void)out, (void)i; body; })
+#define KESH_CALL(body)                                                           \
+    timed([](const O& o, const typename O::Set& s, Results& out, std::size_t i) { \
+        (void)o, (void)s, (void)out, (void)i;                                     \
+        body;                                                                     \
+    })
 
     static Figures full_product() {
         return {KESH_CALL(math_mul(s.a, s.b, out.q, out.r)), KESH_CALL(mpn_mul_n(out.limb, s.a.limb, s.b.limb, limbs)),
@@ -205,13 +208,16 @@ struct Measured {
                 KESH_CALL(fmpz_mul(out.f, &o.f_a[i], &o.f_b[i]))};
     }
     static Figures low_product() {
-        return {KESH_CALL(math_mul(s.a, s.b, out.q)), KESH_CALL(mpn_mul_n(out.limb, s.a.limb, s.b.limb, limbs)),
-                KESH_CALL(mp::multiply(out.x, o.boost_a[i], o.boost_b[i])), {}};
+        return {KESH_CALL(math_mul(s.a, s.b, out.q)),
+                KESH_CALL(mpn_mul_n(out.limb, s.a.limb, s.b.limb, limbs)),
+                KESH_CALL(mp::multiply(out.x, o.boost_a[i], o.boost_b[i])),
+                {}};
     }
     static Figures low_product_of_halves() {
         return {KESH_CALL(math_mul(s.half, s.half, out.q)),
                 KESH_CALL(mpn_mul_n(out.limb, s.half.limb, s.half.limb, limbs / 2)),
-                KESH_CALL(mp::multiply(out.x, o.boost_half[i], o.boost_half[i])), {}};
+                KESH_CALL(mp::multiply(out.x, o.boost_half[i], o.boost_half[i])),
+                {}};
     }
     static Figures square() {
         return {KESH_CALL(math_mul(s.a, s.a, out.q, out.r)), KESH_CALL(mpn_sqr(out.limb, s.a.limb, limbs)),
@@ -237,33 +243,34 @@ struct Measured {
     static Figures division_by_limb() {
         return {KESH_CALL(math_divmod(s.a, Word(s.limb), out.q, out.r)),
                 KESH_CALL(out.limb[n] = mpn_divrem_1(out.limb, 0, s.a.limb, limbs, s.limb)),
-                KESH_CALL(out.x = o.boost_a[i] / s.limb),
-                KESH_CALL(fmpz_tdiv_q_ui(out.f, &o.f_a[i], s.limb))};
+                KESH_CALL(out.x = o.boost_a[i] / s.limb), KESH_CALL(fmpz_tdiv_q_ui(out.f, &o.f_a[i], s.limb))};
     }
     static Figures division_by_prepared_limb() {
         static const fastdiv_data<Word, unsigned long> divisor(0xEDD180BF);
         touch(&divisor);
         return {KESH_CALL(out.q = s.a / divisor),
                 KESH_CALL(out.limb[n] = mpn_divrem_1(out.limb, 0, s.a.limb, limbs, divisor.m)),
-                KESH_CALL(out.x = o.boost_a[i] / divisor.m),
-                KESH_CALL(fmpz_tdiv_q_ui(out.f, &o.f_a[i], divisor.m))};
+                KESH_CALL(out.x = o.boost_a[i] / divisor.m), KESH_CALL(fmpz_tdiv_q_ui(out.f, &o.f_a[i], divisor.m))};
     }
     static Figures root() {
         return {KESH_CALL(math_isqrt(s.a, out.q, out.r)), KESH_CALL(mpn_sqrtrem(out.limb, out.r.limb, s.a.limb, limbs)),
-                KESH_CALL(out.x = mp::sqrt(o.boost_a[i], out.y)),
-                KESH_CALL(fmpz_sqrtrem(out.f, out.g, &o.f_a[i]))};
+                KESH_CALL(out.x = mp::sqrt(o.boost_a[i], out.y)), KESH_CALL(fmpz_sqrtrem(out.f, out.g, &o.f_a[i]))};
     }
     static Figures inverse() {
-        return {KESH_CALL(out.q = math_invmod(s.b, s.m)), KESH_CALL(mpz_invert(out.z, o.z_b[i], o.z_m[i])), {},
+        return {KESH_CALL(out.q = math_invmod(s.b, s.m)),
+                KESH_CALL(mpz_invert(out.z, o.z_b[i], o.z_m[i])),
+                {},
                 KESH_CALL(fmpz_invmod(out.f, &o.f_b[i], &o.f_m[i]))};
     }
     static Figures shift_left() {
-        return {KESH_CALL(out.q = s.a << s.count), KESH_CALL(mpz_mul_2exp(out.z, o.z_a[i], static_cast<mp_bitcnt_t>(s.count))),
+        return {KESH_CALL(out.q = s.a << s.count),
+                KESH_CALL(mpz_mul_2exp(out.z, o.z_a[i], static_cast<mp_bitcnt_t>(s.count))),
                 KESH_CALL(out.x = o.boost_a[i] << s.count),
                 KESH_CALL(fmpz_mul_2exp(out.f, &o.f_a[i], static_cast<umint>(s.count)))};
     }
     static Figures shift_right() {
-        return {KESH_CALL(out.q = s.a >> s.count), KESH_CALL(mpz_tdiv_q_2exp(out.z, o.z_a[i], static_cast<mp_bitcnt_t>(s.count))),
+        return {KESH_CALL(out.q = s.a >> s.count),
+                KESH_CALL(mpz_tdiv_q_2exp(out.z, o.z_a[i], static_cast<mp_bitcnt_t>(s.count))),
                 KESH_CALL(out.x = o.boost_a[i] >> s.count),
                 KESH_CALL(fmpz_tdiv_q_2exp(out.f, &o.f_a[i], static_cast<umint>(s.count)))};
     }
@@ -277,9 +284,11 @@ struct Measured {
                 KESH_CALL(touch(o.boost_a[i].str().data())), KESH_CALL(touch(fmpz_get_str(text, 10, &o.f_a[i])))};
     }
     static Figures power() {
-        return {KESH_CALL(const mp_mont_data<Word> M(s.m); out.q = M.fromMontMod(M.pow(M.toMontMod(s.b), s.a))),
+        return {
+            KESH_CALL(const mp_mont_data<Word> M(s.m); out.q = M.fromMontMod(M.pow(M.toMontMod(s.b), s.a))),
                 KESH_CALL(mpz_powm(out.z, o.z_b[i], o.z_a[i], o.z_m[i])), {},
-                KESH_CALL(fmpz_powm(out.f, &o.f_b[i], &o.f_a[i], &o.f_m[i]))};
+                KESH_CALL(fmpz_powm(out.f, &o.f_b[i], &o.f_a[i], &o.f_m[i]))
+        };
     }
 };
 
@@ -320,8 +329,8 @@ std::string peer(const std::optional<double>& value) {
 
 int main(int argc, char** argv) {
     cycle = kesh::bench::nanoseconds_per_cycle();
-    std::printf("Cycles; ratio: least peer / engine. GMP %s, Boost %s, FLINT %s, %s\n\n", gmp_version, BOOST_LIB_VERSION,
-                FLINT_VERSION, __VERSION__);
+    std::printf("Cycles; ratio: least peer / engine. GMP %s, Boost %s, FLINT %s, %s\n\n", gmp_version,
+                BOOST_LIB_VERSION, FLINT_VERSION, __VERSION__);
     std::printf("| operation | bits | engine | GMP | Boost | FLINT | ratio |\n|---|---|---|---|---|---|---|\n");
     for (const Operation& operation : all_operations) {
         if (argc > 1 && std::strstr(operation.name, argv[1]) == nullptr) continue;

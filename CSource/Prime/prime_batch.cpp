@@ -30,16 +30,25 @@ struct placed_word {
     mint place;
 };
 
-/** Keeps of the first count words those whose lane's bit test(lanes) sets; returns how many. Unused lanes repeat a
- * word. */
-template <class Test>
-std::size_t keep_passing(placed_word* words, std::size_t count, Test test) {
+/**
+ * Keeps of the first count words those that pass; returns how many. lanes(group, row) sets the bit of each number of a
+ * group that passes; alone(n) says it of one number, and is asked where a group would have at most a third of its lanes
+ * in use.
+ */
+template <class Lanes, class Alone>
+std::size_t keep_passing(placed_word* words, std::size_t count, Lanes lanes, Alone alone) {
     std::size_t kept = 0;
     for (std::size_t first = 0; first < count; first += WordLanes::W) {
-        WordLanes::Row row;
-        for (std::size_t c = 0; c < WordLanes::W; ++c) row[c] = words[std::min(first + c, count - 1)].n;
-        const unsigned passed = test(WordLanes(row), row);
-        for (std::size_t c = 0; c < WordLanes::W && first + c < count; ++c) {
+        const std::size_t used = std::min(WordLanes::W, count - first);
+        unsigned passed = 0;
+        if (used <= WordLanes::W / 3) {
+            for (std::size_t c = 0; c < used; ++c) passed |= unsigned{alone(words[first + c].n)} << c;
+        } else {
+            WordLanes::Row row;
+            for (std::size_t c = 0; c < row.size(); ++c) row[c] = words[std::min(first + c, count - 1)].n;
+            passed = lanes(WordLanes(row), row);
+        }
+        for (std::size_t c = 0; c < used; ++c) {
             words[kept] = words[first + c];
             kept += passed >> c & 1;
         }
@@ -54,27 +63,34 @@ void test_words(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
         words[kept] = words[i];
         kept += word_has_small_factor(words[i].n) ? 0 : 1;
     }
-    kept = keep_passing(words, kept, [](const WordLanes& lanes, const auto&) { return lanes.strong_base_2(); });
-    for (const bool third : {false, true}) {
-        kept = keep_passing(words, kept, [third](const WordLanes& lanes, const WordLanes::Row& row) {
-            WordLanes::Row bases;
-            for (std::size_t c = 0; c < row.size(); ++c) {
-                const hashed_bases both(row[c]);
-                bases[c] = third ? both.third : both.second;
-            }
-            return lanes.strong_to(bases);
+    kept = keep_passing(
+        words, kept, [](const WordLanes& lanes, const auto&) { return lanes.strong_base_2(); },
+        [](umint n) { return PrimeQ(n); });
+    kept = keep_passing(
+        words, kept,
+        [](const WordLanes& lanes, WordLanes::Row row) {
+            for (umint& n : row) n = hashed_bases(n).second;
+            return lanes.strong_to(row);
+        },
+        [](umint n) {
+            const hashed_bases bases(n);
+            return kernel::strong_tests<2>(n, {bases.second, bases.third});
         });
-        if (third) break;
-        // What is below the bound is decided here.
-        std::size_t open = 0;
-        for (std::size_t i = 0; i < kept; ++i) {
-            if (words[i].n < third_base_from)
-                verdicts[words[i].place] = 1;
-            else
-                words[open++] = words[i];
-        }
-        kept = open;
+    // What is below the bound is decided now.
+    std::size_t open = 0;
+    for (std::size_t i = 0; i < kept; ++i) {
+        if (words[i].n < third_base_from)
+            verdicts[words[i].place] = 1;
+        else
+            words[open++] = words[i];
     }
+    kept = keep_passing(
+        words, open,
+        [](const WordLanes& lanes, WordLanes::Row row) {
+            for (umint& n : row) n = hashed_bases(n).third;
+            return lanes.strong_to(row);
+        },
+        [](umint n) { return kernel::strong_test(n, hashed_bases(n).third); });
     for (std::size_t i = 0; i < kept; ++i) verdicts[words[i].place] = 1;
 }
 

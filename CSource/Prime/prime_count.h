@@ -38,7 +38,7 @@ KESH_EXPORT int PrimeCount_GetThreads(VelmoraLibraryData libData, mint Argc, MAr
 KESH_EXPORT int PrimeCount_SetThreads(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);
 
 /**
- * (x as a decimal string): pi(x) as a decimal string, for x up to about 1.1 10^32; 6 after an abort, on malformed
+ * (x as a decimal string): pi(x) as a decimal string, for x up to 3.0258 10^31; 6 after an abort, on malformed
  * text and on larger x. The result stays valid until the next successful call. Asks AbortQ as PrimeCount_PrimePi does.
  */
 KESH_EXPORT int PrimeCount_ExprPrimePi(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);

@@ -75,10 +75,11 @@ class limbs {
 
 /**
  * Up to which prime a window is sieved when `tested` odd numbers of n limbs would be tested without: a prime p saves
- * tested / p tests of about 90 n^2 (2 n + 1) cycles, less what smaller primes have saved, and costs 12 + 6 n.
+ * tested / p tests of about 90 n^2 (2 n + 1) cycles and, of more than a limb, 3000 (n - 1) / n, less what smaller
+ * primes have saved, and costs 12 + 6 n.
  */
 umint sieving_limit(mint n, mint tested) {
-    const auto bound = static_cast<umint>(tested * 90 * n * n * (2 * n + 1) / (12 + 6 * n));
+    const auto bound = static_cast<umint>(tested * (n * n * (2 * n + 1) * 90 + 3000 * (n - 1) / n) / (12 + 6 * n));
     return std::clamp<umint>(bound * 3 / 2 / static_cast<umint>(std::bit_width(bound)), 139, sieve_from);
 }
 
@@ -123,8 +124,12 @@ class window {
             for (std::uint32_t bits = bitmap[word]; bits != 0; bits &= bits - 1) {
                 const umint p = 64 * word + 2 * static_cast<umint>(std::countr_zero(bits)) + 3;
                 if (p > limit) return strike_group();
-                if (product > ~umint{0} / p) strike_group();
-                product *= p;
+                umint longer = 0;
+                if (__builtin_mul_overflow(product, p, &longer)) {
+                    strike_group();
+                    longer = p;
+                }
+                product = longer;
                 group[members++] = p;
             }
         }

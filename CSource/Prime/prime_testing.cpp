@@ -1,6 +1,6 @@
 /**
  * @file   prime_testing.cpp
- * @brief  The deterministic test of 64-bit integers, side by side and one strong test after another, and the entry
+ * @brief  The deterministic test of 64-bit integers, fast and one strong test after another, and the entry
  *         points for limb arrays.
  */
 #include "Prime/prime_testing.h"

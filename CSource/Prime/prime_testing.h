@@ -63,8 +63,9 @@ std::span<const std::uint32_t> odd_prime_bitmap();
 bool PrimeQ(std::uint32_t n);
 
 /**
- * Primality of any 64-bit n, exact over the whole range: trial division up to 61, then strong tests to base 2, to a
- * hashed base and, from 2^49 up, to a third base that the second one names. The three tests run side by side.
+ * Primality of any 64-bit n, exact over the whole range: trial division, then strong tests to base 2, to a
+ * hashed base and, from 2^49 up, to a third base that the second one names. Base 2 goes ahead of the others and settles
+ * composites.
  */
 bool PrimeQ(u64 n);
 

@@ -29,6 +29,34 @@ constexpr bool reducible(const T& a, const T& b, const T& m) noexcept {
     return math_compare(hi, m) < 0;
 }
 
+/// math_mont_mul at two limbs, where the time is that of the chain of instructions. With q = t / m mod 2^128, q m has
+/// the low half of t = a b, so that (t - q m) / 2^128 is the difference of the high halves, between -m and m: neither
+/// the low half of q m nor its sum is needed, and the borrow replaces the comparison.
+template <wide_word T>
+inline void mont_mul_two_limbs(const T& a, const T& b, const T& m, const T& mprime, T& r) noexcept {
+    const auto product = [](umint x, umint y) { return static_cast<umint2>(x) * y; };
+    const auto low = [](umint2 x) { return static_cast<umint>(x); };
+    const auto high = [](umint2 x) { return static_cast<umint>(x >> MINT_BITS); };
+    const auto multiply = [&](umint x0, umint x1, umint y0, umint y1, umint2& lower) {
+        const umint2 p00 = product(x0, y0), p01 = product(x0, y1), p10 = product(x1, y0);
+        const umint2 middle = static_cast<umint2>(high(p00)) + low(p01) + low(p10);
+        lower = (middle << MINT_BITS) | low(p00);
+        return product(x1, y1) + high(p01) + high(p10) + high(middle);
+    };
+    umint2 t = 0, dropped = 0;
+    const umint2 upper = multiply(a.limb[0], a.limb[1], b.limb[0], b.limb[1], t);
+    const umint2 q = umint2{0} - t * joined(mprime);
+    const umint2 part = multiply(low(q), high(q), m.limb[0], m.limb[1], dropped);
+    const umint mask = umint{0} - static_cast<umint>(upper < part);
+    umint2 residue = upper - part;
+    residue += ((static_cast<umint2>(m.limb[1] & mask)) << MINT_BITS) | (m.limb[0] & mask);
+    umint r0 = low(residue), r1 = high(residue);
+    keep_scalar(r0);
+    keep_scalar(r1);
+    r.limb[0] = r0;
+    r.limb[1] = r1;
+}
+
 }  // namespace detail
 
 /// r1 = (thi * 2^N + tlo) * R^(-1) mod m. Preconditions: m odd, mprime = -m^(-1) mod 2^N, thi < m (the input is below m
@@ -55,7 +83,10 @@ constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& 
     KESH_REQUIRE(detail::reducible(abar, bbar, m) && detail::belongs_to(mprime, m));
     if constexpr (wide_word<T>) {
         if (!std::is_constant_evaluated()) {
-            kernel::montgomery_product<T::limbs>(r.limb, abar.limb, bbar.limb, m.limb, mprime.limb[0]);
+            if constexpr (T::limbs == 2)
+                detail::mont_mul_two_limbs(abar, bbar, m, mprime, r);
+            else
+                kernel::montgomery_product<T::limbs>(r.limb, abar.limb, bbar.limb, m.limb, mprime.limb[0]);
             KESH_ENSURE(r < m);
             return;
         }

@@ -12,11 +12,20 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "expression.h"  // int128_t
 #include "primecount_adapter.h"
 #include "running_count.h"
+
+// The interposed functions, as libprimecount calls them.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" int64_t _ZN10primecount7S2_easyEllllib(int64_t x, int64_t y, int64_t z, int64_t c, int threads, bool print);
+extern "C" void _ZN10primecount10verify_pixESt17basic_string_viewIcSt11char_traitsIcEEnn(std::string_view algorithm,
+                                                                                         kesh::counting::int128_t x,
+                                                                                         kesh::counting::int128_t pix);
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 
@@ -194,40 +203,33 @@ TEST_F(Adapter, NoPhaseBeginsAfterARequest) {
     EXPECT_THROW(count.begin_phase(RunningCount::Phase::p2, &balancer, 100), primecount::primecount_error);
 }
 
-/** The interposed function of this mangled name, as libprimecount calls it. */
-template <typename Function>
-Function* interposed(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_DEFAULT, name));
-}
-
 TEST_F(Adapter, StepsWithoutWorkItemsDoNotBeginAfterARequest) {
-    using Integer = int64_t;
-    auto* const s2_easy =
-        interposed<Integer(Integer, Integer, Integer, Integer, int, bool)>("_ZN10primecount7S2_easyEllllib");
-    ASSERT_NE(s2_easy, nullptr);
     kesh::counting::RunningCount count;
-    const Integer leaves = s2_easy(1'000'000, 1'000, 1'000, 5, 1, false);
+    const int64_t leaves = _ZN10primecount7S2_easyEllllib(1'000'000, 1'000, 1'000, 5, 1, false);
     kesh::counting::RunningCount::request_end();
-    EXPECT_THROW(s2_easy(1'000'000, 1'000, 1'000, 5, 1, false), primecount::primecount_error) << leaves;
+    EXPECT_THROW(_ZN10primecount7S2_easyEllllib(1'000'000, 1'000, 1'000, 5, 1, false), primecount::primecount_error)
+        << leaves;
 }
 
 /** primecount 8 ends the process over a result that is too far from Li(x). */
 TEST_F(Adapter, AnEndedCountLeavesBeforeItsResultIsChecked) {
-    using kesh::counting::int128_t;
-    auto* const verify = interposed<void(std::string_view, int128_t, int128_t)>(
-        "_ZN10primecount10verify_pixESt17basic_string_viewIcSt11char_traitsIcEEnn");
-    ASSERT_NE(verify, nullptr);
     const kesh::counting::RunningCount count;
     kesh::counting::RunningCount::request_end();
-    EXPECT_THROW(verify("a count", 1'000'000, 1), primecount::primecount_error);
+    EXPECT_THROW(_ZN10primecount10verify_pixESt17basic_string_viewIcSt11char_traitsIcEEnn("a count", 1'000'000, 1),
+                 primecount::primecount_error);
 }
 
 TEST_F(Adapter, OnlyLongPhasesAreCutFiner) {
-    kesh::counting::RunningCount count;
-    count.begin_phase(kesh::counting::RunningCount::Phase::ac, &balancer, 40'000'000);
-    EXPECT_FALSE(count.phase_is_long());
-    count.begin_phase(kesh::counting::RunningCount::Phase::p2, &balancer, 40'000'001);
-    EXPECT_TRUE(count.phase_is_long());
+    using kesh::counting::RunningCount;
+    using Phase = RunningCount::Phase;
+    RunningCount count;
+    for (const auto& [phase, longest_short] :
+         {std::pair{Phase::ac, 20'000'000}, {Phase::p2, 1'000'000'000}, {Phase::s2, 200'000'000}}) {
+        count.begin_phase(phase, &balancer, longest_short);
+        EXPECT_FALSE(count.phase_is_long());
+        count.begin_phase(phase, &balancer, longest_short + 1);
+        EXPECT_TRUE(count.phase_is_long());
+    }
 }
 
 TEST_F(Adapter, ReportsNeverFallAndEndAtAHundred) {

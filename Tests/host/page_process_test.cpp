@@ -53,8 +53,8 @@ TEST(HostPages, EveryOptionAndCommandIsInTheManPageAndTheManual) {
         EXPECT_THAT(man, HasSubstr(option));
         EXPECT_THAT(manual, HasSubstr("`" + option)) << option;
     }
-    for (const char* command :
-         {"list", "help", "version", "plot", "faults", "endure", "tasks", "stop", "wait", "set", "quit"}) {
+    for (const char* command : {"list", "help", "version", "plot", "next-prime", "previous-prime", "primes", "faults",
+                                "endure", "tasks", "stop", "wait", "set", "quit"}) {
         EXPECT_THAT(man, HasSubstr(command));
         EXPECT_THAT(manual, HasSubstr(std::string("`") + command));
     }

@@ -168,39 +168,59 @@ constexpr void math_right_shift_recursive(const T& a, mint n, T& c) noexcept {
 
 namespace detail {
 
-/// r = a << (64 whole + part), without a branch on the count: the limbs are read from a copy with as many zeros on the
-/// other side as the count asks for. Limbs are read one by one, since the processor cannot forward the copy's stores to
-/// wider loads across them. Preconditions: 0 <= count < 64 n. r may be a.
+/// r = a << count without a branch on the count: the limbs are shifted by the bits of a limb, side by side, and then
+/// move by whole limbs, four by selections, more of them through a copy with as many zeros beside it. There they are
+/// read one by one, since the processor cannot forward the copy's stores to wider loads across them. Precondition: 0 <=
+/// count < 64 n. r may be a.
 template <std::size_t n>
 inline void left_shift_flat(umint* r, const umint* a, mint count) noexcept {
-    umint padded[2 * n] = {};
-    for (std::size_t i = 0; i < n; ++i) padded[n + i] = a[i];
-    const umint* const source = padded + n - static_cast<std::size_t>(count / MINT_BITS);
     const mint part = count % MINT_BITS;
-    umint below = source[-1];
+    umint padded[2 * n] = {};
+    umint* const shifted = padded + n;
+    shifted[0] = a[0] << part;
+    for (std::size_t i = 1; i < n; ++i) shifted[i] = (a[i] << part) | (a[i - 1] >> 1 >> (MINT_BITS - 1 - part));
+    if constexpr (n == 4) {
+        const bool two = (count & 128) != 0, one = (count & 64) != 0;
+        const umint low = two ? 0 : shifted[0], next = two ? 0 : shifted[1], third = two ? shifted[0] : shifted[2],
+                    top = two ? shifted[1] : shifted[3];
+        r[0] = one ? 0 : low;
+        r[1] = one ? low : next;
+        r[2] = one ? next : third;
+        r[3] = one ? third : top;
+    } else {
+        const umint* const source = shifted - static_cast<std::size_t>(count / MINT_BITS);
 #pragma GCC unroll 16
-    for (std::size_t i = 0; i < n; ++i) {
-        umint limb = source[i];
-        keep_scalar(limb);
-        r[i] = (limb << part) | (below >> 1 >> (MINT_BITS - 1 - part));
-        below = limb;
+        for (std::size_t i = 0; i < n; ++i) {
+            umint limb = source[i];
+            keep_scalar(limb);
+            r[i] = limb;
+        }
     }
 }
 
 /// r = a >> count in the same way.
 template <std::size_t n>
 inline void right_shift_flat(umint* r, const umint* a, mint count) noexcept {
-    umint padded[2 * n] = {};
-    for (std::size_t i = 0; i < n; ++i) padded[i] = a[i];
-    const umint* const source = padded + static_cast<std::size_t>(count / MINT_BITS);
     const mint part = count % MINT_BITS;
-    umint limb = source[0];
+    umint shifted[2 * n] = {};
+    for (std::size_t i = 0; i + 1 < n; ++i) shifted[i] = (a[i] >> part) | (a[i + 1] << 1 << (MINT_BITS - 1 - part));
+    shifted[n - 1] = a[n - 1] >> part;
+    if constexpr (n == 4) {
+        const bool two = (count & 128) != 0, one = (count & 64) != 0;
+        const umint low = two ? shifted[2] : shifted[0], next = two ? shifted[3] : shifted[1],
+                    third = two ? 0 : shifted[2], top = two ? 0 : shifted[3];
+        r[0] = one ? next : low;
+        r[1] = one ? third : next;
+        r[2] = one ? top : third;
+        r[3] = one ? 0 : top;
+    } else {
+        const umint* const source = shifted + static_cast<std::size_t>(count / MINT_BITS);
 #pragma GCC unroll 16
-    for (std::size_t i = 0; i < n; ++i) {
-        umint above = source[i + 1];
-        keep_scalar(above);
-        r[i] = (limb >> part) | (above << 1 << (MINT_BITS - 1 - part));
-        limb = above;
+        for (std::size_t i = 0; i < n; ++i) {
+            umint limb = source[i];
+            keep_scalar(limb);
+            r[i] = limb;
+        }
     }
 }
 
@@ -359,13 +379,54 @@ constexpr void math_mul_low_recursive(const T& a, const T& b, T& lo) noexcept {
     lo = T(l0, l1);
 }
 
-/// hi * 2^N + lo = a * b exactly; the bits of math_mul_recursive, computed by straight-line kernels at run time.
-/// lo and hi must be other objects than a and b: the limbs of the result are stored while the operands are still read.
+namespace detail {
+
+#if defined(__x86_64__)
+/// hi:lo = a^2, of sixteen limbs each: a0^2 + 2 a0 a1 2^512 + a1^2 2^1024, three products where a product takes four.
+/// lo and hi must not overlap a.
+inline void square_by_halves(umint* lo, umint* hi, const umint* a) noexcept {
+    umint cross[16];
+    kernel::multiply8(lo, lo + 8, a, a);
+    kernel::multiply8(hi, hi + 8, a + 8, a + 8);
+    kernel::multiply8(cross, cross + 8, a, a + 8);
+    const umint top = shift_limbs_left(cross, cross, 16, 1);
+    std::uint8_t carry = kernel::add_limbs<8>(lo + 8, lo + 8, cross);
+    carry = kernel::add_limbs<8>(hi, hi, cross + 8, carry);
+    const umint above[8] = {top};
+    kernel::add_limbs<8>(hi + 8, hi + 8, above, carry);
+}
+#endif
+
+/// hi:lo = a^2, of n limbs each. lo and hi must not overlap a.
+template <std::size_t n>
+inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
+    if constexpr (n == 1) {
+        math_mul(*a, *a, *lo, *hi);
+    } else {
+#if defined(__x86_64__)
+        if constexpr (n == 16) {
+            if (kernel::processor_has_adx()) {
+                square_by_halves(lo, hi, a);
+                return;
+            }
+        }
+#endif
+        kernel::full_product<n>(lo, hi, a, a);
+    }
+}
+
+}  // namespace detail
+
+/// hi * 2^N + lo = a * b exactly; the bits of math_mul_recursive, computed by straight-line kernels at run time, at
+/// 1024 bits by that for squares when both operands are one object. lo and hi must be other objects than a and b: the
+/// limbs of the result are stored while the operands are still read.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
     KESH_REQUIRE(&lo != &a && &lo != &b && &hi != &a && &hi != &b && &lo != &hi);
     if (std::is_constant_evaluated())
         math_mul_recursive(a, b, lo, hi);
+    else if (T::limbs == 16 && &a == &b)
+        detail::full_square<T::limbs>(lo.limb, hi.limb, a.limb);
     else
         kernel::full_product<T::limbs>(lo.limb, hi.limb, a.limb, b.limb);
 }
@@ -392,19 +453,6 @@ constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
     }
 }
 
-namespace detail {
-
-/// hi:lo = a^2, of n limbs each. lo and hi must not overlap a.
-template <std::size_t n>
-inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
-    if constexpr (n == 1)
-        math_mul(*a, *a, *lo, *hi);
-    else
-        kernel::full_product<n>(lo, hi, a, a);
-}
-
-}  // namespace detail
-
 /// a * b + c0 + cc * 2^64 = r + ret * 2^N + co * 2^(N+64), where ret is the returned limb: the pair (c0, cc) goes in at
 /// the bottom and the pair (ret, co) comes out at the top in the same format, so that calls chain from low to high. cc
 /// is 0 or 1; on a wide value co is always 0. r may alias a. Each limb is the low half of its product and the high half
@@ -415,13 +463,19 @@ constexpr umint math_mul_ui(unsigned char cc, umint c0, const T& a, umint b, uns
     co = 0;
     std::uint8_t carry = 0;
     umint below = c0, next = cc;  // the high half of a product is at most 2^64 - 2, so that cc fits on top of it
-#pragma GCC unroll 16
-    for (std::size_t i = 0; i < T::limbs; ++i) {
-        umint lo = 0, hi = 0;
-        math_mul(a.limb[i], b, lo, hi);
-        carry = math_addcarry(carry, lo, below, r.limb[i]);
-        below = hi + next;
+    constexpr std::size_t block = T::limbs < 4 ? T::limbs : 4;
+#pragma GCC unroll 4
+    for (std::size_t at = 0; at < T::limbs; at += block) {
+        // Four products before their sums: a product changes the carry flag.
+        umint lo[block] = {}, hi[block] = {};
+#pragma GCC unroll 4
+        for (std::size_t i = 0; i < block; ++i) math_mul(a.limb[at + i], b, lo[i], hi[i]);
+        carry = math_addcarry(carry, lo[0], below, r.limb[at]);
+        hi[0] += next;
         next = 0;
+#pragma GCC unroll 4
+        for (std::size_t i = 1; i < block; ++i) carry = math_addcarry(carry, lo[i], hi[i - 1], r.limb[at + i]);
+        below = hi[block - 1];
     }
     return below + carry;
 }
@@ -541,14 +595,6 @@ template <std::size_t count, wide_word T>
 constexpr void divide_significant_limbs(umint* u, const T& d, T& q, T& r) noexcept {
     constexpr std::size_t limbs = T::limbs;
     const std::size_t n = significant_limbs(d.limb, limbs);
-    if (n == 1) {
-        umint digits[count];
-        const mint s = math_count_leading_zeros(d.limb[0]);
-        const umint rest = divide_by_limb<count>(digits, u, d.limb[0], s, reciprocal_of_limb(d.limb[0] << s));
-        for (std::size_t i = 0; i < limbs; ++i) q.limb[i] = digits[i];
-        r = T(rest);
-        return;
-    }
     std::size_t length = significant_limbs(u, count);
     if (n == 0 || length < n) {
         for (std::size_t i = 0; i < limbs; ++i) r.limb[i] = u[i];
@@ -574,6 +620,15 @@ constexpr void divide_significant_limbs(umint* u, const T& d, T& q, T& r) noexce
 /// the significant limbs of d, and one hardware division.
 template <wide_word T>
 constexpr void math_divmod_schoolbook(const T& lo, const T& hi, const T& d, T& q, T& r) noexcept {
+    if (detail::is_one_limb<T::limbs>(d.limb)) {
+        const umint divisor = d.limb[0];
+        const mint s = math_count_leading_zeros(divisor);
+        const umint reciprocal = detail::reciprocal_of_limb(divisor << s);
+        T dropped(detail::unset);
+        const umint above = detail::divide_by_limb<T::limbs>(dropped.limb, hi.limb, divisor, s, reciprocal);
+        r = T(detail::divide_by_limb<T::limbs>(q.limb, lo.limb, divisor, s, reciprocal, above));
+        return;
+    }
     umint u[2 * T::limbs + 1];
     for (std::size_t i = 0; i < T::limbs; ++i) u[i] = lo.limb[i];
     for (std::size_t i = 0; i < T::limbs; ++i) u[T::limbs + i] = hi.limb[i];
@@ -602,6 +657,13 @@ constexpr void math_divmod(const T& lo, const T& hi, const T& d, T& q, T& r) noe
 template <engine_word T>
 constexpr void math_divmod(const T& n, const T& d, T& q, T& r) noexcept {
     if constexpr (wide_word<T>) {
+        if (detail::is_one_limb<T::limbs>(d.limb)) {
+            const umint divisor = d.limb[0];
+            const mint s = math_count_leading_zeros(divisor);
+            const umint reciprocal = detail::reciprocal_of_limb(divisor << s);
+            r = T(detail::divide_by_limb<T::limbs>(q.limb, n.limb, divisor, s, reciprocal));
+            return;
+        }
         umint u[T::limbs + 1];
         for (std::size_t i = 0; i < T::limbs; ++i) u[i] = n.limb[i];
         detail::divide_significant_limbs<T::limbs>(u, T(d), q, r);
@@ -659,21 +721,42 @@ constexpr void multiply_small(const T& q, const T& y, T& z) noexcept {
 
 namespace detail {
 
-/// p a - q b on `limbs` limbs into r, for a difference that is not negative and fits. Preconditions: p, q < 2^63, p a -
-/// q b fits. r may be a or b.
-inline void combine_difference(umint* r, umint p, const umint* a, umint q, const umint* b, std::size_t limbs) noexcept {
-    __extension__ typedef __int128 signed2;
-    // The borrow stays between -q and p, so that no sum leaves 128 bits.
-    mint carry = 0;
-    umint carry_p = 0, carry_q = 0;
+__extension__ typedef __int128 signed2;
+
+/// (a, b) = (pa A - pb B, qb B - qa A) on `limbs` limbs, where (A, B) are a and b in this order or exchanged.
+/// Preconditions: the factors are below 2^32, so that no sum leaves 128 bits; neither difference is negative.
+inline void combine_differences(umint* a, umint* b, const umint* A, const umint* B, umint pa, umint pb, umint qa,
+                                umint qb, std::size_t limbs) noexcept {
+    signed2 first = 0, second = 0;
     for (std::size_t i = 0; i < limbs; ++i) {
-        const umint2 plus = static_cast<umint2>(p) * a[i] + carry_p, minus = static_cast<umint2>(q) * b[i] + carry_q;
-        carry_p = static_cast<umint>(plus >> MINT_BITS);
-        carry_q = static_cast<umint>(minus >> MINT_BITS);
-        const signed2 difference = static_cast<signed2>(static_cast<umint>(plus)) - static_cast<umint>(minus) + carry;
-        r[i] = static_cast<umint>(difference);
-        carry = static_cast<mint>(difference >> MINT_BITS);
+        const umint x = A[i], y = B[i];
+        first += static_cast<signed2>(static_cast<umint2>(pa) * x) - static_cast<signed2>(static_cast<umint2>(pb) * y);
+        second += static_cast<signed2>(static_cast<umint2>(qb) * y) - static_cast<signed2>(static_cast<umint2>(qa) * x);
+        a[i] = static_cast<umint>(first);
+        b[i] = static_cast<umint>(second);
+        first >>= MINT_BITS;
+        second >>= MINT_BITS;
     }
+}
+
+/// (x, y) = (x0 x + y0 y, x1 x + y1 y) on `limbs` limbs; returns how many there are then, at most one more.
+/// Precondition: the factors are below 2^32.
+inline std::size_t combine_sums(umint* x, umint* y, umint x0, umint y0, umint x1, umint y1,
+                                std::size_t limbs) noexcept {
+    umint2 first = 0, second = 0;
+    for (std::size_t i = 0; i < limbs; ++i) {
+        const umint u = x[i], v = y[i];
+        first += static_cast<umint2>(x0) * u + static_cast<umint2>(y0) * v;
+        second += static_cast<umint2>(x1) * u + static_cast<umint2>(y1) * v;
+        x[i] = static_cast<umint>(first);
+        y[i] = static_cast<umint>(second);
+        first >>= MINT_BITS;
+        second >>= MINT_BITS;
+    }
+    if ((first | second) == 0) return limbs;
+    x[limbs] = static_cast<umint>(first);
+    y[limbs] = static_cast<umint>(second);
+    return limbs + 1;
 }
 
 /// r = p a + q b on `limbs` limbs, returns the limb above. r may be a or b.
@@ -732,9 +815,6 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
     if (math_compare(u, v) >= 0) math_divmod(u, v, dropped, b);
     bool y_positive = true;
     std::size_t cofactor_limbs = 1;
-    const auto grow = [&cofactor_limbs](T& c, umint top) {
-        if (top != 0) c.limb[cofactor_limbs] = top;
-    };
     std::size_t limbs = significant_limbs(a.limb, T::limbs);
     while (limbs > 1) {
         const mint s = math_count_leading_zeros(a.limb[limbs - 1]);
@@ -743,24 +823,13 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
         };
         const euclid_steps steps = common_steps(top(a), top(b));
         if (steps.y0 != 0) {
-            T t(detail::unset);
-            T z(0), w(0);
-            const umint over_x = combine_sum(z.limb, steps.x0, x.limb, steps.y0, y.limb, cofactor_limbs);
-            const umint over_y = combine_sum(w.limb, steps.x1, x.limb, steps.y1, y.limb, cofactor_limbs);
+            cofactor_limbs = combine_sums(x.limb, y.limb, steps.x0, steps.y0, steps.x1, steps.y1, cofactor_limbs);
             if (steps.odd) {
-                combine_difference(t.limb, steps.y0, b.limb, steps.x0, a.limb, limbs);
-                combine_difference(b.limb, steps.x1, a.limb, steps.y1, b.limb, limbs);
+                combine_differences(a.limb, b.limb, b.limb, a.limb, steps.y0, steps.x0, steps.y1, steps.x1, limbs);
                 y_positive = !y_positive;
             } else {
-                combine_difference(t.limb, steps.x0, a.limb, steps.y0, b.limb, limbs);
-                combine_difference(b.limb, steps.y1, b.limb, steps.x1, a.limb, limbs);
+                combine_differences(a.limb, b.limb, a.limb, b.limb, steps.x0, steps.y0, steps.x1, steps.y1, limbs);
             }
-            for (std::size_t i = 0; i < limbs; ++i) a.limb[i] = t.limb[i];
-            grow(z, over_x);
-            grow(w, over_y);
-            x = z;
-            y = w;
-            if (over_x != 0 || over_y != 0) ++cofactor_limbs;
         } else {
             // The quotient of the next step does not show in the top limbs.
             if (math_is_zero(b)) return T(0);
@@ -789,7 +858,7 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
     if (low != 1) return T(0);
     T inverse(0);
     const umint over = combine_sum(inverse.limb, steps.x0, x.limb, steps.y0, y.limb, cofactor_limbs);
-    grow(inverse, over);
+    if (over != 0) inverse.limb[cofactor_limbs] = over;
     // y u = b modulo v for a positive y, and x u = a has the other sign.
     if (y_positive != steps.odd) math_subborrow(0, v, inverse, inverse);
     return inverse;

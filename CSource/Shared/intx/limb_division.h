@@ -84,17 +84,26 @@ constexpr umint divide_two_limbs(umint high, umint low, umint d, umint v, umint&
     return rest;
 }
 
-/// q[0 .. n-1] = a / d, returns the remainder. shift = the leading zero bits of d, reciprocal that of d << shift. q may
-/// be a. Precondition: d != 0.
+/// q[0 .. n-1] = (above 2^(64 n) + a) / d, returns the remainder. shift = the leading zero bits of d, reciprocal that
+/// of d << shift. q may be a. Precondition: above < d.
 template <std::size_t n>
-constexpr umint divide_by_limb(umint* q, const umint* a, umint d, mint shift, umint reciprocal) noexcept {
+constexpr umint divide_by_limb(umint* q, const umint* a, umint d, mint shift, umint reciprocal,
+                               umint above = 0) noexcept {
     const umint divisor = d << shift;
-    umint rest = a[n - 1] >> 1 >> (MINT_BITS - 1 - shift);
+    umint rest = (above << shift) | (a[n - 1] >> 1 >> (MINT_BITS - 1 - shift));
     for (std::size_t i = n; i-- > 0;) {
         const umint below = i > 0 ? a[i - 1] >> 1 >> (MINT_BITS - 1 - shift) : 0;
         rest = divide_two_limbs(rest, (a[i] << shift) | below, divisor, reciprocal, q[i]);
     }
     return rest >> shift;
+}
+
+/// Whether a is a limb other than 0 and zeros above it.
+template <std::size_t n>
+constexpr bool is_one_limb(const umint* a) noexcept {
+    umint above = 0;
+    for (std::size_t i = 1; i < n; ++i) above |= a[i];
+    return above == 0 && a[0] != 0;
 }
 
 /// A divisor of two limbs or more, by its top two, d1 and d0, with d1's top bit set: v = floor((2^192 - 1) / (d1 2^64 +

@@ -303,12 +303,19 @@ template <std::size_t K>
     return all != 0;
 }
 
-/// True when odd n > 2 passes the strong probable-prime test to the base. Precondition: 0 < base < 2^16, base < n.
-inline bool strong_test(umint n, umint base) noexcept {
+/// True when odd n > 2 passes the strong probable-prime test to each of the K bases. Precondition: 0 < base < 2^16,
+/// base < n.
+template <std::size_t K>
+bool strong_tests(umint n, const std::array<umint, K>& bases) noexcept {
     const WordModulus modulus(n);
-    WordPowers<1> power(modulus, {base});
-    while (power.unfinished()) power.step(modulus);
-    return end_strongly<1>(modulus, power.finish(modulus));
+    WordPowers<K> powers(modulus, bases);
+    while (powers.unfinished()) powers.step(modulus);
+    return end_strongly<K>(modulus, powers.finish(modulus));
+}
+
+/// The same with one base.
+inline bool strong_test(umint n, umint base) noexcept {
+    return strong_tests<1>(n, {base});
 }
 
 /// True when odd n passes the strong probable-prime tests to base 2 and to each of the K bases. Precondition: that of

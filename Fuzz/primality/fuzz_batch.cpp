@@ -1,0 +1,80 @@
+/**
+ * @file   fuzz_batch.cpp
+ * @brief  Lists of any limbs into KESH_ArePrime, alone and on threads, against single calls; the next and previous
+ * prime of any limbs against what lies between.
+ *
+ * The first byte chooses the length of the integers, the second what is called; the rest are their limbs.
+ */
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "kesh_prime.h"
+
+namespace {
+
+using limbs = std::vector<uint64_t>;
+
+void require(bool holds) {
+    if (!holds) std::abort();
+}
+
+bool prime(const uint64_t* n, int64_t len) {
+    int result = -1;
+    require(KESH_PrimeQ(n, len, &result) == 1);
+    return result == 1;
+}
+
+/** n + 1 or n - 1; false when that is not an integer of as many limbs. */
+bool step(limbs& n, bool upwards) {
+    for (uint64_t& limb : n) {
+        const bool carries = upwards ? ++limb == 0 : limb-- == 0;
+        if (!carries) return true;
+    }
+    return false;
+}
+
+void batch(const limbs& n, int64_t len, int threads) {
+    const auto count = static_cast<int64_t>(n.size()) / len;
+    std::vector<uint8_t> verdicts(static_cast<size_t>(count), 7);
+    require((threads == 0 ? KESH_ArePrime(n.data(), len, count, verdicts.data())
+                          : KESH_ArePrimeOnThreads(n.data(), len, count, verdicts.data(), threads, nullptr, nullptr)) ==
+            KESH_DONE);
+    for (int64_t i = 0; i < count; ++i)
+        require(verdicts[static_cast<size_t>(i)] == (prime(n.data() + i * len, len) ? 1 : 0));
+}
+
+/** Walks by single tests, for as far as that is quick. */
+void neighbour(const limbs& n, bool upwards) {
+    const auto len = static_cast<int64_t>(n.size());
+    limbs found(n.size(), 7);
+    const int code = (upwards ? KESH_NextPrime : KESH_PreviousPrime)(n.data(), len, found.data());
+    require(code == KESH_DONE || code == KESH_NO_PRIME);
+    limbs at = n;
+    for (int i = 0; i < 3000 / (len * len); ++i) {
+        if (!step(at, upwards)) return require(code == KESH_NO_PRIME);
+        if (!prime(at.data(), len)) continue;
+        return require(code == KESH_DONE && found == at);
+    }
+    require(code == KESH_NO_PRIME || prime(found.data(), len));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size < 2 || size > 2048) return 0;
+    const int64_t len = 1 + data[0] % 16;
+    const unsigned what = data[1];
+    limbs n((size - 2) / 8);
+    if (!n.empty()) std::memcpy(n.data(), data + 2, n.size() * 8);
+    n.resize(n.size() / static_cast<size_t>(len) * static_cast<size_t>(len));
+    if (what % 2 == 0) {
+        batch(n, len, static_cast<int>(what / 2 % 4));
+    } else if (!n.empty()) {
+        n.resize(static_cast<size_t>(len));
+        neighbour(n, what / 2 % 2 == 0);
+    }
+    return 0;
+}
