@@ -64,6 +64,18 @@ constexpr mint count_trailing_zeros(umint a) noexcept {
 
 namespace detail {
 
+/// The memory sanitizer does not see what assembly writes through a pointer and takes it for uninitialised. Under it the
+/// forms without such assembly run.
+#if defined(__has_feature)
+#if __has_feature(memory_sanitizer)
+inline constexpr bool memory_sanitizer = true;
+#else
+inline constexpr bool memory_sanitizer = false;
+#endif
+#else
+inline constexpr bool memory_sanitizer = false;
+#endif
+
 /// Keeps a limb in a general register: code that the compiler moved to vectors would load, as vectors, limbs that were
 /// stored one by one a moment before, and the processor cannot forward such stores to the load but waits until they
 /// reach the cache.

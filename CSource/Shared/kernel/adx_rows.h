@@ -41,6 +41,7 @@ inline unsigned extended_features() noexcept {
 inline bool processor_has_adx() noexcept {
     static const bool found = [] {
         constexpr unsigned needed = 1U << 8 | 1U << 19;
+        if (kesh::detail::memory_sanitizer) return false;
         return (detail::extended_features() & needed) == needed;
     }();
     return found;

@@ -4,6 +4,7 @@
 #include <cpuid.h>
 
 #include "Shared/kernel/avx512.h"
+#include "Shared/intx/intx_gcc.h"
 #include "Shared/kernel/kernel.h"
 
 namespace kesh::kernel {
@@ -13,6 +14,7 @@ namespace {
 /// mulx, adcx and adox use general registers only, so that the processor's word suffices. Asked through cpuid because
 /// not every compiler's __builtin_cpu_supports knows "adx".
 bool has_adx() noexcept {
+    if (kesh::detail::memory_sanitizer) return false;
     unsigned a = 0, b = 0, c = 0, d = 0;
     if (__get_cpuid_count(7, 0, &a, &b, &c, &d) == 0) return false;
     const unsigned bmi2 = 1U << 8, adx = 1U << 19;
