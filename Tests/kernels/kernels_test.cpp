@@ -354,6 +354,15 @@ void expect_products_below_radix(std::uint64_t seed) {
         ASSERT_EQ((to_mpz(product) * radix - x * y) % m, 0) << x << " * " << y << " mod " << m;
         ASSERT_EQ((to_mpz(square) * radix - x * x) % m, 0) << x << "^2 mod " << m;
         ASSERT_EQ(to_mpz(reduced), x % m) << x << " mod " << m;
+
+        const Limbs<n> c = random.residue<n>(m);
+        Limbs<n> not_c{};
+        for (std::size_t j = 0; j < n; ++j) not_c[j] = ~c[j];
+        Arithmetic::mul(product.data(), a.data(), b.data(), modulus, not_c.data());
+        Arithmetic::sqr(square.data(), a.data(), modulus, not_c.data());
+        const mpz_class z = to_mpz(c);
+        ASSERT_EQ(((to_mpz(product) + z) * radix - x * y) % m, 0) << x << " * " << y << " - " << z << " mod " << m;
+        ASSERT_EQ(((to_mpz(square) + z) * radix - x * x) % m, 0) << x << "^2 - " << z << " mod " << m;
     }
 }
 
