@@ -99,6 +99,7 @@ void KernelsOf<n>::check_modulus() {
         EXPECT_EQ(modulus.k * m[0], ~umint{0});
         EXPECT_EQ(modulus.inverse, umint{0} - modulus.k);
         EXPECT_EQ(to_mpz(std::to_array(modulus.zero)), 0);
+        EXPECT_EQ(to_mpz(std::to_array(modulus.twice)), 2 * to_mpz(m) % radix());
         EXPECT_EQ(to_mpz(std::to_array(modulus.complement)), radix() - to_mpz(m));
         EXPECT_EQ(to_mpz(std::to_array(modulus.mu)) << 64, to_mpz(m) * mpz_class(modulus.k) + 1);
     }

@@ -23,7 +23,7 @@ namespace {
 using Registers = std::vector<std::string>;
 
 /// Places in kesh::kernel::Modulus<n>, in arrays of n limbs.
-enum class Part { modulus = 0, zero = 1, complement = 2, mu = 3 };
+enum class Part { zero = 2, complement = 3, mu = 4 };
 
 constexpr int limb_size = 8;
 constexpr int longest_strip = 10;
@@ -77,14 +77,14 @@ class Size {
     /// and a flag.
     const Array z{"%rsp"}, finished{"%rsp", 2 * n};
     const std::string result_address = Array{"%rsp", 3 * n}[0], modulus_address = Array{"%rsp", 3 * n}[1],
-                      complement_address = Array{"%rsp", 3 * n}[2], corrected = Array{"%rsp", 3 * n}[3],
-                      carry_into_high_half = Array{"%rsp", 3 * n}[4], memory_zero = Array{"%rsp", 3 * n}[5];
+                      complement_address = Array{"%rsp", 3 * n}[2], carry_into_high_half = Array{"%rsp", 3 * n}[3],
+                      memory_zero = Array{"%rsp", 3 * n}[4];
 
     [[nodiscard]] Array part(Part which) const {
         return {"%rsi", n * static_cast<int>(which)};
     }
     [[nodiscard]] std::string inverse() const {
-        return Array{"%rsi", 5 * n}[1];
+        return Array{"%rsi", 6 * n}[1];
     }
 
     void line(const std::string& text) {
@@ -129,7 +129,7 @@ class Size {
     }
 
     [[nodiscard]] int frame() const {
-        return limb_size * (3 * n + 6);
+        return limb_size * (3 * n + 5);
     }
 
     /// In a product rbp is no accumulator but the address of b.
@@ -313,16 +313,18 @@ class Size {
             long_reduction();
     }
 
-    /// `carry`, 1, 0 or -1, becomes the address of R - m, 0 or m.
+    /// `carry`, 1, 0, -1 or -2, becomes the address of R - m, 0, m or 2 m.
     void choose(const std::string& carry) {
         line("imulq $" + std::to_string(limb_size * n) + ", " + carry + ", " + carry);
         line("leaq " + Array{"%rsi," + carry, part(Part::zero).first}[0] + ", " + carry);
     }
 
     /// The end of the reduction: the limbs, of which the first are finished in memory and the others are in registers,
-    /// with the high half of z and without c. First `carry` brings the sum below R. Then the complement of c is added
-    /// in a second chain of carries; if the two chains together carry no more than the first one must, the difference
-    /// is negative and m is added.
+    /// with the high half of z and less c, a second chain of carries. What brings the sum u, -2 m < u < R + m, below R
+    /// is told by its carry: R - m, that is -m, for 1 and 2 m for -2. For -1 it is m if u >= -m, else 2 m, and the top
+    /// limb decides: let T be that of R - m, W = 2^(64 (n-1)). If the top limb of u + R is above T, then u + R > R - m.
+    /// If not, then u + 2 m < (T + 1) W - R + 2 (R - T W) = R - (T - 1) W, which is enough for T > 0, a precondition
+    /// where c is given.
     void finish(const Registers& sum, const std::string& carry) {
         const int in_memory = n - static_cast<int>(sum.size());
         const Array chosen{carry}, complement{"%rbx"}, r{"%rdx"};
@@ -334,32 +336,44 @@ class Size {
                 if (j < in_memory || to.address != finished.address) line("movq", limb(j), to[j]);
             }
         };
-        if (low > 0) {
-            line("movq", carry_into_high_half, "%rax");
-            line("addq $-1, %rax");
-        }
-        each_limb(finished, [&](int j) { line(j == 0 && low == 0 ? "addq" : "adcq", z[n + j], limb(j)); });
-        line("adcq $0, " + carry);
-        line("movl", half(carry), "%eax");
         line("movq", complement_address, "%rbx");
-        choose(carry);
+        if (low > 0) line("movq", carry_into_high_half, "%rax");
         line("testq %rbx, %rbx");
         line("jz 2f");
-        line("shrl $31, %eax");
-        line("incl %eax");
-        line("movq", "%rax", corrected);
-        line("movb $127, %al");
-        line("addb $1, %al");  // OF = 1, CF = 0
+
+        // OF = 1, which makes R - c of R - 1 - c, and CF = the carry that waits: 127 + 1 or 128 + 128 as bytes.
+        if (low > 0) {
+            line("imull $127, %eax, %edx");
+            line("incl %edx");
+            line("addl $127, %eax");
+            line("addb %dl, %al");
+        } else {
+            line("movb $127, %al");
+            line("addb $1, %al");
+        }
         each_limb(finished, [&](int j) {
-            line("adcx", chosen[j], limb(j));
+            line("adcx", z[n + j], limb(j));
             line("adox", complement[j], limb(j));
         });
-        line("movq", zero_, carry);
         line("adcx", zero_, carry);
         line("adox", zero_, carry);
-        line("subq", corrected, carry);
-        choose(carry);
+        line("decq " + carry);
+        line("movq", part(Part::complement)[n - 1], "%rax");
+        line("cmpq", sum.back(), "%rax");
+        line("setae %al");
+        line("cmpq $-1, " + carry);
+        line("sete %dl");
+        line("andb %dl, %al");
+        line("movzbl %al, %eax");
+        line("subq", "%rax", carry);
+        line("jmp 3f");
+
         out_ << "2:\n";
+        if (low > 0) line("addq $-1, %rax");
+        each_limb(finished, [&](int j) { line(j == 0 && low == 0 ? "addq" : "adcq", z[n + j], limb(j)); });
+        line("adcq $0, " + carry);
+        out_ << "3:\n";
+        choose(carry);
         line("movq", result_address, "%rdx");
         each_limb(r, [&](int j) { line(j == 0 ? "addq" : "adcq", chosen[j], limb(j)); });
     }
@@ -401,7 +415,8 @@ class Size {
         line("movl $0, %ebp");
         line("adcq $0, %rbp");
 
-        // Rows low ... n - 1 begin with what the upper strip finished, and with z below limb n. The carry into limb n waits.
+        // Rows low ... n - 1 begin with what the upper strip finished, and with z below limb n. The carry into limb n
+        // waits.
         sum = accumulators(low + 1);
         load({sum.begin(), sum.begin() + (n - low)}, z.from(low));
         for (int j = 1; j < n - low; ++j)

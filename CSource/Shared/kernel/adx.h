@@ -21,13 +21,32 @@ namespace kesh::kernel {
 /// r = a b / R - c and r = a^2 / R - c modulo m, for any a and b below R and c below m, of which the limbs of R - 1 - c
 /// are given, or null for c = 0. r is below R and may be a or b.
 struct Adx {
-#define KESH_DEFINE(n)                                                                                            \
-    static void mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus,                          \
-                    const umint* not_c = nullptr) noexcept {                                                      \
-        kesh_adx_mul_##n(r, a, b, &modulus, not_c);                                                               \
-    }                                                                                                             \
-    static void sqr(umint* r, const umint* a, const Modulus<n>& modulus, const umint* not_c = nullptr) noexcept { \
-        kesh_adx_sqr_##n(r, a, &modulus, not_c);                                                                  \
+    template <int n>
+    static void mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus,
+                    const umint* not_c = nullptr) noexcept {
+        assembly(r, a, b, modulus, in_assembly(modulus) ? not_c : nullptr);
+        if (not_c != nullptr && !in_assembly(modulus)) subtract_residue<n>(r, not_c, modulus);
+    }
+    template <int n>
+    static void sqr(umint* r, const umint* a, const Modulus<n>& modulus, const umint* not_c = nullptr) noexcept {
+        assembly(r, a, modulus, in_assembly(modulus) ? not_c : nullptr);
+        if (not_c != nullptr && !in_assembly(modulus)) subtract_residue<n>(r, not_c, modulus);
+    }
+
+  private:
+    /// Whether the assembly can subtract c: it cannot where the top limb of the modulus is all ones.
+    template <int n>
+    static bool in_assembly(const Modulus<n>& modulus) noexcept {
+        return modulus.complement[n - 1] != 0;
+    }
+
+#define KESH_DEFINE(n)                                                                                       \
+    static void assembly(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus,                \
+                         const umint* not_c) noexcept {                                                      \
+        kesh_adx_mul_##n(r, a, b, &modulus, not_c);                                                          \
+    }                                                                                                        \
+    static void assembly(umint* r, const umint* a, const Modulus<n>& modulus, const umint* not_c) noexcept { \
+        kesh_adx_sqr_##n(r, a, &modulus, not_c);                                                             \
     }
     KESH_FOR_EACH_WIDTH_ABOVE_2(KESH_DEFINE)
 #undef KESH_DEFINE
@@ -35,11 +54,11 @@ struct Adx {
 
 /// Whether the members of a modulus are where the assembly reads them.
 template <int n>
-constexpr bool modulus_as_assembled = offsetof(Modulus<n>, m) == 0 &&
-                                      offsetof(Modulus<n>, zero) ==
-                                          sizeof(umint) * n&& offsetof(Modulus<n>, complement) ==
-                                          sizeof(umint) * 2 * n&& offsetof(Modulus<n>, mu) ==
-                                          sizeof(umint) * 3 * n&& offsetof(Modulus<n>, inverse) ==
-                                          sizeof(umint) * (5 * n + 1);
+constexpr bool modulus_as_assembled = offsetof(Modulus<n>, twice) == 0 &&
+                                      offsetof(Modulus<n>, m) == sizeof(umint) * n&& offsetof(Modulus<n>, zero) ==
+                                          sizeof(umint) * 2 * n&& offsetof(Modulus<n>, complement) ==
+                                          sizeof(umint) * 3 * n&& offsetof(Modulus<n>, mu) ==
+                                          sizeof(umint) * 4 * n&& offsetof(Modulus<n>, inverse) ==
+                                          sizeof(umint) * (6 * n + 1);
 
 }  // namespace kesh::kernel

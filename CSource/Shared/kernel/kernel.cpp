@@ -53,6 +53,7 @@ noexcept {
         zero[i] = 0;
     }
     subtract<n>(complement, zero, m);
+    shift_left<n>(twice, m, 1);
     k = math_mod_inv_2(m[0]);
     inverse = umint{0} - k;
 

@@ -42,8 +42,9 @@ concept supported_limbs = 2 <= n&& n <= 16;
 template <int n>
 requires supported_limbs<n>
 struct Modulus {
+    umint twice[n];       ///< 2 m, without the bit that exceeds n limbs
     umint m[n];           ///< the modulus, odd, above 1
-    umint zero[n];        ///< 0, between m and R - m: the loops choose one of the three by its address
+    umint zero[n];        ///< 0; the loops choose what they add, from 2 m to R - m, by its address
     umint complement[n];  ///< R - m
     umint mu[n];          ///< (m k + 1) / 2^64, a rounded-up m k / 2^64
     umint r1[n];          ///< R mod m, the Montgomery form of 1

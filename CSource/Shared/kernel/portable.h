@@ -71,14 +71,7 @@ struct Portable {
         std::uint8_t carry = 0;
 #pragma GCC unroll 16
         for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], correction[i], r[i]);
-        if (not_c == nullptr) return;
-        carry = 1;
-#pragma GCC unroll 16
-        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, r[i], not_c[i], t[i]);
-        correction = modulus.m + n * carry;  // m without a carry, else 0
-        carry = 0;
-#pragma GCC unroll 16
-        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], correction[i], r[i]);
+        if (not_c != nullptr) subtract_residue<n>(r, not_c, modulus);
     }
 };
 

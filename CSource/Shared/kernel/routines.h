@@ -80,6 +80,20 @@ struct Doublings {
 /// and sqr() of mont_mul's and mont_sqr's signatures for them: for factors below R the product is below R, and where
 /// one factor is below m it is below 2 m.
 
+/// r -= c modulo m for an r below R, given the limbs of R - 1 - c: r + (R - 1 - c) + 1 carries where r >= c.
+template <int n>
+inline __attribute__((always_inline)) void subtract_residue(umint* r, const umint* not_c,
+                                                            const Modulus<n>& modulus) noexcept {
+    umint t[n];
+    std::uint8_t carry = 1;
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) carry = math_addcarry(carry, r[i], not_c[i], t[i]);
+    const umint* correction = modulus.m + n * carry;  // m without a carry, else 0
+    carry = 0;
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], correction[i], r[i]);
+}
+
 /// r = the residue below m of a value below R.
 template <int n, class Arithmetic>
 inline void fully_reduce(umint* r, const umint* a, const Modulus<n>& modulus) noexcept {
