@@ -155,7 +155,7 @@ class Generator {
                                              pick<std::string>({"x.svg", "/dev/full", "."})}
                                  : Arguments{"--leave-length", word()};
             default:
-                return real_ ? Arguments{} : Arguments{"-" + bytes(8, false)};
+                return real_ ? Arguments{} : Arguments{fmt::format("-{}", bytes(8, false))};
         }
     }
 
@@ -217,7 +217,7 @@ class Generator {
         if (one_in(4) && !words.empty())
             return fmt::format("{}({})", words[0], fmt::join(words.begin() + 1, words.end(), ", "));
         std::string text;
-        for (const std::string& word : words) text += (one_in(6) ? "\"" + word + "\"" : word) + " ";
+        for (const std::string& word : words) text += fmt::format(fmt::runtime(one_in(6) ? "\"{}\" " : "{} "), word);
         return text;
     }
 
@@ -281,7 +281,8 @@ int main(int argc, char** argv) {
         if (fault.empty()) continue;
         ++wrong;
         std::vector<std::string> shown;
-        for (const std::string& word : made.arguments) shown.push_back("'" + bench_host::printable(word) + "'");
+        for (const std::string& word : made.arguments)
+            shown.push_back(fmt::format("'{}'", bench_host::printable(word)));
         fmt::print("--seed {} --first {}: {}\n  kesh-host {}\n  input: {}\n  errors: {}\n", seed, first + tried, fault,
                    fmt::join(shown, " "), bench_host::printable(made.input), bench_host::printable(run.errors));
         std::fflush(stdout);
