@@ -55,7 +55,9 @@ void EventLog::open_csv(const std::string& path) {
 }
 
 void EventLog::append_csv(const std::string& path, const std::vector<Event>& events) {
-    CsvFile& file = files_[path];
+    const auto found = files_.find(path);
+    if (found == files_.end()) return;  // it could not be begun, which has been said
+    CsvFile& file = found->second;
     for (const Event& event : events) {
         file.stream << fmt::format("{:.6f},{},{},{}\n", event.seconds, event.task, event.name,
                                    event.value ? event_value_text(event.value) : "");

@@ -22,7 +22,7 @@ class EventLog {
 
     /** Begins a CSV file, once for each path, with the header "seconds,task,event,value". @throws BadInput */
     void open_csv(const std::string& path);
-    /** Appends the events to the file. @throws OutputError */
+    /** Appends the events to a file that has been begun. @throws OutputError */
     void append_csv(const std::string& path, const std::vector<Event>& events);
     /** How many events the file has taken. */
     std::size_t events_in(const std::string& path) const;
