@@ -10,7 +10,11 @@
 #include "Shared/intx/intx_types.h"
 
 #if defined(__x86_64__)
+#if !defined(__clang__) && __has_include(<x86gprintrin.h>)
+#include <x86gprintrin.h>  // of immintrin.h what is no vector: the vectors take half a second of each compilation
+#else
 #include <immintrin.h>
+#endif
 #endif
 
 namespace kesh {
