@@ -110,14 +110,14 @@ def candidates_of_table(path, lines):
             yield Mutation(path, number, (line,), (new,), 1, f"{path} {table}")
 
 
-def candidates(root, folder="CSource"):
-    """All possible mutations by stratum: a source file, or a table of prime_data.h."""
+def candidates(root, folders, wanted):
+    """All possible mutations by stratum: a source file that is wanted, or a table of prime_data.h."""
     strata = {}
-    for directory, _, names in sorted(os.walk(os.path.join(root, folder))):
+    for directory, _, names in sorted(entry for folder in folders for entry in os.walk(os.path.join(root, folder))):
         for name in sorted(names):
-            if not name.endswith((".h", ".cpp")):
-                continue
             path = os.path.relpath(os.path.join(directory, name), root)
+            if not name.endswith((".h", ".cpp")) or not wanted(path):
+                continue
             with open(os.path.join(root, path), encoding="utf-8") as file:
                 lines = file.readlines()
             find = candidates_of_table if name == "prime_data.h" else candidates_of_source

@@ -3,7 +3,8 @@
 Each worker has a copy of the sources, and compiles only the objects that read the changed file, into a folder of its
 own, so that nothing has to be rebuilt when the change is taken back. The sources of a test program are linked and run
 one at a time, first the quick tests of all, and the first failure ends it. An object that comes out the same, byte for
-byte, is not linked at all: if all do, the compiler has proven that the mutation changes nothing.
+byte, is not linked at all: if all do, the compiler has proven that the mutation changes nothing. The library and the
+bench host, which tests find where they were built, are replaced for as long as the tests of one mutation run.
 """
 import json
 import os
@@ -21,7 +22,7 @@ PROGRAMS = [
     (r"Tools/kesh\.", ["contract_test", "sieve_test"]),
     (r"Prime/prime_data\.h", ["tables_test", "primality64_test"]),
     (r"Prime/prime_sieve\.cpp", ["contract_test", "sieve_test", "kesh-host"]),
-    (r"Prime/prime_count\.cpp", ["contract_test", "counting_test", "kesh-host"]),
+    (r"Prime/prime_count\.cpp", ["contract_test", "counting_order_test", "counting_test", "kesh-host"]),
     (r"Prime/small_primes\.", ["primality_first_call_test", "primality_test"]),
     (r"Prime/prime_testing\.", ["primality64_test", "primality_test"]),
     (r"Shared/jacobi\.h", ["primality_test"]),
@@ -30,15 +31,33 @@ PROGRAMS = [
     (r"Shared/isqrt\.h|Shared/intx/", ["engine_test"]),
     (r"Shared/kernel/(product|columns|adx_rows)\.h", ["engine_test", "kernels_test"]),
     (r"Shared/kernel/(strong_word\.h|trial\.cpp)", ["primality64_test", "kernels_test"]),
-    (r"Shared/kernel/", ["kernels_test", "kernels_model_test", "primality_test"]),
+    (r"Shared/kernel/ifma\.cpp", ["kernels_model_test"]),
+    (r"Shared/kernel/avx512\.h", []),  # the model stands in for it
+    (r"Shared/kernel/", ["kernels_test", "primality_test"]),
+    (r"Adapters/primesieve/", ["sieve_test"]),
+    (r"Adapters/primecount/expression\.", ["counting_expression_test"]),
+    (r"Adapters/primecount/", ["counting_adapter_test", "counting_test", "kesh-host"]),
+    # Of the bench host what judges: the protocol checker, arguments, JSON.
+    (r"BenchHost/(.*/)?(tasks|breaches|tensors|lent_strings|faults|expression|arguments|split_line|digits)\.",
+     ["host_unit_test", "host_process_test"]),
+    (r"BenchHost/(.*/)?(host_tables|call|print)\.", ["host_unit_test", "host_process_test", "host_library_test"]),
 ]
+FOLDERS = ["CSource", "Adapters", "BenchHost"]
 ENGINE = ("engine_test", "engine_mont64_test", "tables_test")  # have nothing of the library
 UNITS = {  # which sources of these are worth a run
     "tables_test": r"prime_data_test",
 }
-LIBRARY = "libVelmoraKesh.so"
 QUICK_MS = 300
 CAMPAIGN = "kesh-host"  # no GoogleTest program: what it does with every fault is compared with a page
+LIBRARY, HOST = "libVelmoraKesh.so", "kesh-host"
+# Whose objects are in what: a program that links an archive gets the changed ones before it.
+PARTS = {"kesh_objects.dir": (LIBRARY, "libkesh_static.a"), "kesh_primecount_adapter.dir": (LIBRARY, None),
+         "kesh_bench_host.dir": (HOST, "libkesh_bench_host.a"), "kesh-host.dir": (HOST, None)}
+
+
+def part_of(name):
+    """(what is replaced, archive) of an object; None for one of a test program."""
+    return next((part for folder, part in PARTS.items() if "/" + folder in name), None)
 
 
 def programs_for(path):
@@ -59,6 +78,7 @@ class Program:
         self.objects = objects
         self.output = re.search(r" -o (\S+) ", self.link).group(1)
         self.opens_library = "libkesh_static.a" not in self.link and name not in ENGINE
+        self.filter = "*_ifma*" if name == "kernels_model_test" else ""
 
 
 class Build:
@@ -68,24 +88,31 @@ class Build:
         self.folder = folder
         self.tree = os.path.join(folder, "tree")
         self.build = os.path.join(folder, "build")
-        self.library = os.path.join(self.build, LIBRARY)
-        self.library_lock = threading.Lock()  # for the tests that open it where they know it
+        self.replaced_lock = threading.Lock()  # for the tests that open what was built where they know it
         self.kills = Counter()  # by file and unit: what found most goes first
         copy_tree(root, self.tree)
-        if os.path.exists(self.library + ".good"):  # an earlier run was cut off
-            os.replace(self.library + ".good", self.library)
-        subprocess.run(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DKESH_BENCHMARKS=OFF",
+        for target in (LIBRARY, HOST):
+            self.put_back(target)  # an earlier run may have been cut off
+        subprocess.run(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DKESH_HOST=ON", "-DKESH_TESTS=ON",
+                        "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON",
                         "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1 -DNDEBUG"], check=True, stdout=subprocess.DEVNULL)
         names = sorted({name for path in paths for name in programs_for(path)})
-        subprocess.run(["ninja", "-C", self.build, "-j", str(jobs), "VelmoraKesh", *names], check=True,
+        subprocess.run(["ninja", "-C", self.build, "-j", str(jobs), "VelmoraKesh", HOST, *names], check=True,
                        stdout=subprocess.DEVNULL)
         self.programs = {name: Program(self.build, name) for name in names}
-        self.link_library = subprocess.run(["ninja", "-C", self.build, "-t", "commands", "VelmoraKesh"], check=True,
-                                           text=True, stdout=subprocess.PIPE).stdout.strip().splitlines()[-1]
+        self.links = {target: subprocess.run(["ninja", "-C", self.build, "-t", "commands", target], check=True, text=True,
+                                             stdout=subprocess.PIPE).stdout.strip().splitlines()[-1]
+                      for target in (LIBRARY, HOST)}
         with open(os.path.join(self.build, "compile_commands.json"), encoding="utf-8") as file:
             self.commands = {re.search(r" -o (\S+\.o) ", c["command"]).group(1): c["command"] for c in json.load(file)}
         self._read_dependencies()
         self._measure()
+
+    def put_back(self, target):
+        """The built file as it was before a mutation replaced it."""
+        path = os.path.join(self.build, target)
+        if os.path.exists(path + ".good"):
+            os.replace(path + ".good", path)
 
     def _read_dependencies(self):
         """Which objects read a file of the tree."""
@@ -153,14 +180,15 @@ class Worker:
         self.scratch = os.path.join(shared.folder, f"scratch{number}")
         shutil.rmtree(self.scratch, ignore_errors=True)
         os.makedirs(self.scratch)
-        shutil.copytree(os.path.join(shared.tree, "CSource"), os.path.join(self.sources, "CSource"), dirs_exist_ok=True)
+        for folder in FOLDERS:
+            shutil.copytree(os.path.join(shared.tree, folder), os.path.join(self.sources, folder), dirs_exist_ok=True)
 
     def durations(self, program, unit):
         """Milliseconds of each test of the unchanged unit."""
         executable = self._link(program, unit, {})
         report = os.path.join(self.scratch, "report.json")
         started = time.monotonic()
-        if self._run(program, executable, ["--gtest_filter=-*Long_*", "--gtest_output=json:" + report], 600) != 0:
+        if self._run(program, executable, [f"--gtest_filter={program.filter}-*Long_*", "--gtest_output=json:" + report], 600) != 0:
             raise SystemExit(f"{unit} fails without a mutation")
         if program.name == CAMPAIGN:
             return {CAMPAIGN: (time.monotonic() - started) * 1000}
@@ -186,25 +214,28 @@ class Worker:
 
     def _verdict(self, path):
         shared = self.shared
-        readers = shared.readers.get(path, set())
+        readers = shared.readers.get(path)
+        if not readers:
+            return "does not belong to this build"
         programs = [shared.programs[name] for name in programs_for(path)]
         with_library = [program for program in programs if program.name not in ENGINE]
         first = self._test(path, [program for program in programs if program.name in ENGINE], readers, {})
         if first not in ("survived", "same code") or not with_library:
             return first
-        fresh = {name: self._compile(name) for name in sorted(readers) if "kesh_objects.dir" in name}
+        fresh = {name: self._compile(name) for name in sorted(readers) if part_of(name)}
         changed = {name: output for name, output in fresh.items() if output}
-        if not any(program.opens_library for program in programs):
+        targets = {part_of(name)[0] for name in changed}
+        if not targets or not any(program.opens_library for program in programs):
             second = self._test(path, with_library, readers, changed)
         else:
-            with shared.library_lock:
-                if changed:
-                    self._replace_library(changed)
+            with shared.replaced_lock:
+                for target in targets:
+                    self._replace(target, changed)
                 try:
                     second = self._test(path, with_library, readers, changed)
                 finally:
-                    if changed:
-                        os.replace(shared.library + ".good", shared.library)
+                    for target in targets:
+                        shared.put_back(target)
         return first if second == "same code" else second
 
     def _test(self, path, programs, readers, changed):
@@ -215,16 +246,17 @@ class Worker:
         any_changed = bool(changed)
         for number, (program, unit) in enumerate(units):
             changed_here = dict(changed)
-            fresh = self._compile(unit) if unit in readers else None
-            if fresh:
-                changed_here[unit] = fresh
+            for name in [unit, *program.helpers]:
+                fresh = self._compile(name) if name in readers and not part_of(name) else None
+                if fresh:
+                    changed_here[name] = fresh
             if not changed_here:
                 continue
             any_changed = True
             executable = self._link(program, unit, changed_here, f"program{number}")
             slow = ":".join(shared.slow[unit])
             later += [(program, unit, executable, slow)] if slow else []
-            found = self._try(path, program, unit, executable, "-*Long_*:" + slow, shared.seconds[unit][0])
+            found = self._try(path, program, unit, executable, program.filter + "-*Long_*:" + slow, shared.seconds[unit][0])
             if found:
                 return found
         for program, unit, executable, slow in later:
@@ -249,7 +281,8 @@ class Worker:
         shared = self.shared
         output = os.path.join(self.scratch, name.replace("/", "_").replace("CMakeFiles_", ""))
         command = shared.commands[name].replace(f" -o {name} ", f" -o {output} ", 1)
-        command = command.replace(f"{shared.tree}/CSource", f"{self.sources}/CSource")
+        for folder in FOLDERS:
+            command = command.replace(f"{shared.tree}/{folder}", f"{self.sources}/{folder}")
         done = subprocess.run(f"{command} -w -ffile-prefix-map={self.sources}={shared.tree}", shell=True, cwd=shared.build,
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
         if done.returncode != 0:
@@ -261,8 +294,12 @@ class Worker:
         """An executable of one unit, with the changed objects in the place of those they were compiled from."""
         if program.name == CAMPAIGN:  # opens the library that lies where it expects it
             return os.path.join(self.shared.build, program.output)
-        from_library = [o for o in changed.values() if "kesh_objects.dir" in o] if "libkesh_static.a" in program.link else []
-        objects = [changed.get(unit, unit), *from_library, *program.helpers]
+        own = [changed.get(o, o) for o in program.helpers]
+        sources = {name.split(".dir/")[1].split("__/")[-1] for name in program.helpers}  # also of a part, compiled otherwise
+        from_archives = [output for name, output in changed.items()
+                         if part_of(name) and name not in program.helpers and part_of(name)[1]
+                         and part_of(name)[1] in program.link and not any(s.endswith(name.split(".dir/")[1]) for s in sources)]
+        objects = [changed.get(unit, unit), *from_archives, *own]
         output = os.path.join(self.scratch, name)
         command = program.link
         for place, each in enumerate(program.objects):
@@ -270,14 +307,18 @@ class Worker:
         self._shell(command.replace(f" -o {program.output} ", f" -o {output} ", 1))
         return output
 
-    def _replace_library(self, changed):
-        command = self.shared.link_library
+    def _replace(self, target, changed):
+        command = self.shared.links[target]
         for name, output in changed.items():
-            command = command.replace(f" {name} ", f" {output} ", 1)
-        fresh = os.path.join(self.scratch, LIBRARY)
-        self._shell(command.replace(f" -o {LIBRARY} ", f" -o {fresh} ", 1))
-        os.replace(self.shared.library, self.shared.library + ".good")
-        os.replace(fresh, self.shared.library)
+            if f" {name} " in command:
+                command = command.replace(f" {name} ", f" {output} ", 1)
+            elif part_of(name)[0] == target:  # comes before the archive that it is in
+                command = re.sub(r" (?=\S+\.o )", f" {output} ", command, count=1)
+        fresh = os.path.join(self.scratch, target)
+        self._shell(command.replace(f" -o {target} ", f" -o {fresh} ", 1))
+        built = os.path.join(self.shared.build, target)
+        os.replace(built, built + ".good")
+        os.replace(fresh, built)
 
     def _shell(self, link):
         if subprocess.run(link, shell=True, cwd=self.shared.build, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
