@@ -2,7 +2,7 @@
 #   A GoogleTest program, of which all tests run, or those that match `pattern`. Tests whose name contains "Long_" get
 #   the CTest label "long": `./test` leaves them out, `./test --all` runs them. Every test finds the built library and
 #   the tree through compile definitions.
-#   Most tests call what was compiled before, and are themselves compiled with -O1, in half of the time. Tests of
+#   Most tests call what was compiled before, and are themselves compiled with -O1, in two thirds of the time. Tests of
 #   headers say OPTIMISE -O2, as programs that use the headers would. This is for g++; the preset "clang" has -O3 throughout.
 include(GoogleTest)
 
