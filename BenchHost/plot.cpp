@@ -77,7 +77,7 @@ Plot event_plot(const Library& library, const Options& options, const std::vecto
     const Caller caller(library, progress);
     Outcome outcome = caller.call(*entry, {words.begin() + 2, words.end()}, settings);
     const std::vector<ArgumentValue> arguments = outcome.arguments;
-    if (outcome.status == Status::submitted) outcome = caller.wait_for_task(outcome.task->id, settings);
+    if (outcome.task) outcome = caller.wait_for_task(outcome.task->id, settings);
     const std::vector<Event> events = host().tasks.take_events();
     if (outcome.status == Status::stopped) throw PlotStopped{};
 

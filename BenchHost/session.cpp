@@ -207,19 +207,20 @@ int Session::execute(const Options& options, bool at_prompt) {
         prepare_faults(options);
         press_after(options.call.abort_after);
         if (!options.events_file.empty()) events_->open_csv(options.events_file);
+        const std::string name = options.words.empty() ? "" : options.words[0];
+        const Export* entry = find_export(name);
+        if (!options.distance.empty() && (entry == nullptr || entry->default_begin.empty()))
+            throw BadInput(fmt::format("--distance belongs to an export that takes a range{}{}",
+                                       name.empty() ? "" : ", not to ", name));
         if (options.version || (!options.words.empty() && options.words[0] == "version"))
             return print(options.json ? json_line(version_json()) : version_text()), exit_ok;
         if (options.list || (!options.words.empty() && options.words[0] == "list"))
             return print(options.json ? json_line(list_json()) : list_text(look(options))), exit_ok;
         if (options.help || options.words.empty()) return help(options, options.words, false);
 
-        const std::string& name = options.words[0];
         const std::vector<std::string> rest(options.words.begin() + 1, options.words.end());
         if (name.starts_with('?'))
             return help(options, name == "?" ? rest : std::vector<std::string>{name.substr(1)}, at_prompt);
-        const Export* entry = find_export(name);
-        if (!options.distance.empty() && (entry == nullptr || entry->default_begin.empty()))
-            throw BadInput(fmt::format("--distance belongs to an export that takes a range, not to {}", name));
         if (options.threads) set_threads(*options.threads);
         if (entry != nullptr) return call(options, *entry, with_distance(options, rest), at_prompt);
         if (name == "help") return help(options, rest, at_prompt);

@@ -45,7 +45,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/HostInterface DESTINATION ${kesh_include
 
 # The Python module, where Debian's python3 looks for modules; elsewhere PYTHONPATH names the folder.
 set(KESH_PYTHON_DIR lib/python3/dist-packages CACHE STRING "Where the Python module is installed")
-install(FILES ${PROJECT_SOURCE_DIR}/python/velmora_kesh.py DESTINATION ${KESH_PYTHON_DIR} COMPONENT runtime)
+install(FILES ${PROJECT_SOURCE_DIR}/python/velmora_kesh.py DESTINATION ${KESH_PYTHON_DIR} COMPONENT python)
 
 # The documentation keeps the tree's layout, so that its links lead where they led.
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/LICENSE

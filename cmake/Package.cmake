@@ -3,6 +3,7 @@
 #
 #   libvelmorakesh        the library
 #   libvelmorakesh-dev    headers, CMake and pkg-config files, manual of the C function
+#   python3-velmora-kesh  the Python module
 #   velmora-kesh          kesh-host
 #   velmora-kesh-doc      pages and examples
 set(CPACK_GENERATOR DEB)
@@ -16,7 +17,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime development documentation)
+set(CPACK_COMPONENTS_ALL runtime development python documentation)
 if(TARGET kesh-host)
     list(APPEND CPACK_COMPONENTS_ALL host)
 endif()
@@ -50,6 +51,16 @@ ${what_it_is}
 This package has the header of its primality test for C and C++, the integer
 engine of fixed widths of up to 1024 bits (headers only), and the headers for
 those who write a host.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-velmora-kesh)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3, libvelmorakesh ${same_version}")
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "number-theoretic functions as a plug-in library - Python module
+${what_it_is}
+.
+This package has the module velmora_kesh: tests of primality, one number or
+many, and the next prime.")
 
 set(CPACK_DEBIAN_HOST_PACKAGE_NAME velmora-kesh)
 set(CPACK_DEBIAN_HOST_PACKAGE_SECTION math)

@@ -60,6 +60,12 @@ TEST(HostScript, ACallInTheForegroundSwallowsNoOtherTasksResult) {
     EXPECT_THAT(run.output, HasSubstr("task 1 Result 37607912018"));
 }
 
+TEST(HostScript, AnUncheckedTaskNeedNotExist) {
+    const Finished run = run_host({}, {.input = "PrimeCount_SubmitPrimePi -1 100 --unchecked\nPrimeSieve_NthPrime 4 -q\n"});
+    EXPECT_THAT(run.output, HasSubstr("PrimeCount_SubmitPrimePi(-1, 100): submitted for a task that does not exist"));
+    EXPECT_THAT(run.output, HasSubstr("\n7\n")) << "the host goes on";
+}
+
 TEST(HostScript, SettingsHoldForTheLinesAfterThem) {
     const Finished run = run_host(
         {}, {.input = "set quiet on\nPrimeSieve_NthPrime 4\nset quiet off\nset nonsense on\nset json maybe\n"});
