@@ -98,6 +98,13 @@ TEST(HostPrompt, CallsCompletionAndHelp) {
     EXPECT_EQ(leave(host), 0);
 }
 
+TEST(HostPrompt, EndOfInputTypedDuringACallLeaves) {
+    TerminalHost host({"--color", "never"});
+    ASSERT_TRUE(host.expect("kesh> "));
+    host.type(std::string(1, '\0'));  // how it arrives once the terminal is in its other mode
+    EXPECT_EQ(host.wait(), 0);
+}
+
 TEST(HostPrompt, HistoryBringsBackTheLastLine) {
     TerminalHost host({"--color", "never"});
     ASSERT_TRUE(host.expect("kesh> "));
