@@ -29,13 +29,6 @@ function(kesh_add_test name)
         set(arg_OPTIMISE ${KESH_TEST_OPTIMISE})
     endif()
     target_compile_options(${name} PRIVATE $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:${arg_OPTIMISE}>)
-    # Where compilations are cached, precompiled headers would be in the way.
-    list(FILTER arg_SOURCES INCLUDE REGEX "_test\\.cpp$")
-    list(LENGTH arg_SOURCES sources)
-    if(sources GREATER 2 AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-        target_precompile_headers(${name} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:<gmock/gmock.h$<ANGLE-R>>
-            $<$<COMPILE_LANGUAGE:CXX>:<gtest/gtest.h$<ANGLE-R>>)
-    endif()
     add_dependencies(${name} VelmoraKesh)
     # As the command that tests run under: of a list in PROPERTIES only the first variable would arrive.
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "env;${KESH_TEST_ENVIRONMENT}")

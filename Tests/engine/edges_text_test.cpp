@@ -22,6 +22,19 @@ TYPED_TEST(WideEdges, MalformedTextIsRefusedAndLeavesTheValue) {
     }
 }
 
+TYPED_TEST(WideEdges, EveryByteThatIsNoDigitIsRefusedAtEveryPlace) {
+    TypeParam a(77);
+    for (int byte = 0; byte < 256; ++byte) {
+        if ('0' <= byte && byte <= '9') continue;
+        for (std::size_t place = 0; place < 38; ++place) {
+            std::string text(38, '1');
+            text[place] = static_cast<char>(byte);
+            EXPECT_FALSE(from_string(text, a)) << byte << " at " << place;
+        }
+    }
+    EXPECT_EQ(a, 77);
+}
+
 TYPED_TEST(WideEdges, TextAtTheEndsOfTheRange) {
     using T = TypeParam;
     T a;

@@ -443,8 +443,10 @@ namespace detail {
 constexpr bool read_eight_digits(const char* text, umint& value) noexcept {
     umint v = 0;
     for (int i = 0; i < 8; ++i) v |= static_cast<umint>(static_cast<unsigned char>(text[i])) << (8 * i);
-    // A digit has 3 in its upper half, and still has it after 6 is added.
-    if (((v | (v + 0x0606060606060606)) & 0xF0F0F0F0F0F0F0F0) != 0x3030303030303030) return false;
+    // A digit has 3 in its upper half, and still has it after 6 is added. What carries into the next byte has failed
+    // the first condition.
+    constexpr umint upper_halves = 0xF0F0F0F0F0F0F0F0, threes = 0x3030303030303030;
+    if ((v & upper_halves) != threes || ((v + 0x0606060606060606) & upper_halves) != threes) return false;
     v = (v & 0x0F0F0F0F0F0F0F0F) * (1 + (10 << 8)) >> 8 & 0x00FF00FF00FF00FF;
     v = v * (1 + (100 << 16)) >> 16 & 0x0000FFFF0000FFFF;
     value = v * (1 + (umint{10000} << 32)) >> 32;

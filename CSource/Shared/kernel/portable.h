@@ -2,6 +2,8 @@
 /// @brief  Montgomery products column by column, for any processor. README.md derives the reduction.
 #pragma once
 
+#include <cstddef>
+
 #include "Shared/kernel/columns.h"
 #include "Shared/kernel/limbs.h"
 #include "Shared/kernel/routines.h"
@@ -67,7 +69,9 @@ struct Portable {
         }
         const std::uint8_t borrow = math_subborrow(0, sum.c0, q[n - 1], t[n - 1]);
         // What exceeds R is 1, what is negative -1.
-        const umint* correction = modulus.zero + n * (static_cast<mint>(sum.c1) - borrow);
+        // Before zero lies m, after it R - m: counted from the whole, as no array may be left by an index.
+        const auto* const zero = reinterpret_cast<const umint*>(reinterpret_cast<const char*>(&modulus) + offsetof(Modulus<n>, zero));
+        const umint* correction = zero + n * (static_cast<mint>(sum.c1) - borrow);
         std::uint8_t carry = 0;
 #pragma GCC unroll 16
         for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], correction[i], r[i]);
