@@ -55,7 +55,7 @@ void on_interrupt(int signal) {
 void install_interrupt_handler() {
     handled_host = &host();
     wake_fd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = on_interrupt;
     sigemptyset(&action.sa_mask);
     // No SA_RESTART: whatever waits has to notice.

@@ -147,7 +147,7 @@ int test_number_stream(const NumberJob& job, const std::string& path) {
     }
     std::istream& input = standard_input ? std::cin : file;
     const std::string name = standard_input ? "standard input" : path;
-    struct stat status {};
+    struct stat status{};
     const bool known = (standard_input ? fstat(STDIN_FILENO, &status) : stat(path.c_str(), &status)) == 0;
     if (known && S_ISDIR(status.st_mode)) throw BadInput(fmt::format("{} is a folder, not a file of numbers", name));
     const bool sized = known && S_ISREG(status.st_mode) && status.st_size > 0;

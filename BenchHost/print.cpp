@@ -148,8 +148,9 @@ std::string result_text(const Outcome& outcome, const PrintLook& look) {
     if (outcome.status == Status::submitted) {
         // An unchecked call may have named a task that does not exist.
         if (!outcome.task)
-            return look.quiet ? "" : fmt::format("{}: submitted for a task that does not exist\n",
-                                                 call_text(*outcome.entry, outcome.arguments));
+            return look.quiet ? ""
+                              : fmt::format("{}: submitted for a task that does not exist\n",
+                                            call_text(*outcome.entry, outcome.arguments));
         return look.quiet ? fmt::format("{}\n", outcome.task->id)
                           : fmt::format("task {}: {}\n", outcome.task->id, outcome.task->what);
     }

@@ -138,8 +138,8 @@ class LineReader {
             const ssize_t got = ::read(STDIN_FILENO, &byte, 1);
             if (got < 0 && errno == EINTR) continue;
             if (got <= 0) return 0;
-            // A Ctrl-D that was typed while a call ran, when the terminal was in line mode, is read as a zero byte. libedit
-            // would take it for the key of what the terminal has switched off, which quotes the next key.
+            // A Ctrl-D that was typed while a call ran, when the terminal was in line mode, is read as a zero byte.
+            // libedit would take it for the key of what the terminal has switched off, which quotes the next key.
             if (byte == 0) byte = end_of_input;
             const std::size_t used = std::mbrtowc(character, &byte, 1, &state);
             if (used == static_cast<std::size_t>(-2)) continue;  // more bytes of the same character follow

@@ -42,9 +42,7 @@ inline uint64_t hint_below(uint64_t x, int64_t k) {
 
 /** True for iterators of primesieve before version 11, which have `skipto` with the strict meaning. */
 template <typename Iterator>
-concept has_skipto = requires(Iterator it, uint64_t x) {
-    it.skipto(x, x);
-};
+concept has_skipto = requires(Iterator it, uint64_t x) { it.skipto(x, x); };
 
 /**
  * Places the iterator so that the following `next_prime()` calls yield the primes > x in increasing order.

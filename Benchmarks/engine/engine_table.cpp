@@ -293,7 +293,7 @@ struct Measured {
 };
 
 #define KESH_OPERATION(text, function) \
-    { text, Measured<128>::function, Measured<256>::function, Measured<512>::function, Measured<1024>::function }
+    {text, Measured<128>::function, Measured<256>::function, Measured<512>::function, Measured<1024>::function}
 
 constexpr Operation all_operations[] = {
     KESH_OPERATION("full product", full_product),

@@ -168,7 +168,6 @@ int main(int argc, char** argv) {
     benchmark::AddCustomContext("level", kernel::name(kernel::supported_level()));
     []<int... less_2>(std::integer_sequence<int, less_2...>) {
         (register_width<less_2 + 2>(), ...);
-    }
-    (std::make_integer_sequence<int, 15>());
+    }(std::make_integer_sequence<int, 15>());
     benchmark::RunSpecifiedBenchmarks();
 }

@@ -237,8 +237,8 @@ int PrimeCount_ExprPrimePi(VelmoraLibraryData libData, mint Argc, MArgument* Arg
         // The text goes back to the host only with a result; after a failure the host disposes of its argument itself.
         return LIBRARY_FUNCTION_ERROR;
     }
-    // The old result goes first, so that two never exist at once. Should there be no memory for the new one, the next call
-    // must not release it again.
+    // The old result goes first, so that two never exist at once. Should there be no memory for the new one, the next
+    // call must not release it again.
     delete[] std::exchange(outstr, nullptr);
     outstr = new char[m.length() + 1];
     copy_string(outstr, m);

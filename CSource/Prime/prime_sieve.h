@@ -13,8 +13,8 @@
 #include "Tools/kesh.h"
 
 /**
- * (n): the n-th prime, counted from 0; primesieve's rules hold for n <= 0. O(n log n log log n) at most: the sieve runs to
- * the n-th prime.
+ * (n): the n-th prime, counted from 0; primesieve's rules hold for n <= 0. O(n log n log log n) at most: the sieve runs
+ * to the n-th prime.
  */
 KESH_EXPORT int PrimeSieve_NthPrime(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);
 
@@ -44,9 +44,9 @@ KESH_EXPORT int PrimeSieve_PreviousKthPrime(VelmoraLibraryData libData, mint Arg
 KESH_EXPORT int PrimeSieve_PrimeSum(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);
 
 /**
- * (a, b): the sum of the primes in [a, b], modulo 2^64, for a >= 1 and b < 2^64 - 59, the last 64-bit prime. The ends are
- * not guarded: a = 0 starts the walk at the top of the 64-bit range, and a walk past 2^64 - 59 asks for a prime above;
- * primesieve throws in both cases. b = -1 ends the walk before its first step and gives 0 where a <= 2^64 - 59.
+ * (a, b): the sum of the primes in [a, b], modulo 2^64, for a >= 1 and b < 2^64 - 59, the last 64-bit prime. The ends
+ * are not guarded: a = 0 starts the walk at the top of the 64-bit range, and a walk past 2^64 - 59 asks for a prime
+ * above; primesieve throws in both cases. b = -1 ends the walk before its first step and gives 0 where a <= 2^64 - 59.
  */
 KESH_EXPORT int PrimeSieve_PrimeSumInterval(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);
 

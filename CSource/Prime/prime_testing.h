@@ -112,8 +112,7 @@ int selfridge_parameters(const T& n, Symbol symbol, mint& D, mint& P, mint& Q) {
 /** The same with the symbol computed at the width of n. */
 template <wide_word T>
 int lucas_DPQ(const T& n, mint& D, mint& P, mint& Q) {
-    return selfridge_parameters(
-        n, [&n](mint d) { return Jacobi<mint, T>(d, n); }, D, P, Q);
+    return selfridge_parameters(n, [&n](mint d) { return Jacobi<mint, T>(d, n); }, D, P, Q);
 }
 
 /**

@@ -90,7 +90,7 @@ constexpr int Jacobi(const T& a, const T& n) noexcept {
 
 /// (x/n) for a signed x, through (-1/n) = -1 exactly for n = 3 modulo 4. Precondition: n odd, x > -2^63.
 template <class Signed, engine_word T>
-requires std::same_as<Signed, long>
+    requires std::same_as<Signed, long>
 constexpr int Jacobi(const Signed& x, const T& n) noexcept {
     KESH_REQUIRE(x > std::numeric_limits<long>::min());
     if (x >= 0) return Jacobi<T>(T(static_cast<umint>(x)), n);

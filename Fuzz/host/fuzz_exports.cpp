@@ -184,8 +184,13 @@ const std::vector<Target>& targets() {
         {"PrimeSieve_PrimeSum", 1, Target::point, sieved, sum},
         {"PrimeSieve_PrimeSumInterval", 2, Target::range, trillion, interval_sum},
         {"PrimeSieve_ListPrimes", 2, Target::range, trillion, count},
-        {"PrimeSieve_ListNPrimes", 1, Target::point, 70'000, [](const Arguments& n) { return Answer(n[0]); },
-         {-1, lowest}, Target::throws},
+        {"PrimeSieve_ListNPrimes",
+         1,
+         Target::point,
+         70'000,
+         [](const Arguments& n) { return Answer(n[0]); },
+         {-1, lowest},
+         Target::throws},
         {"PrimeCount_PrimePi", 1, Target::point, billion, prime_count, {-1, lowest}},
         {"PrimeCount_Prime", 1, Target::point, 70'000, nth, {-1, 0, lowest, highest}, Target::fails},
         {"PrimeCount_Coprime", 2, Target::index, billion, coprime},
@@ -211,10 +216,7 @@ const std::vector<Target>& targets() {
 class Call {
   public:
     Call(FuzzedDataProvider& input, const Target& target)
-        : input_(input),
-          target_(target),
-          name_(target.name),
-          gives_tensor_(name_.starts_with("PrimeSieve_List")) {}
+        : input_(input), target_(target), name_(target.name), gives_tensor_(name_.starts_with("PrimeSieve_List")) {}
 
     void run() {
         host_.reset();

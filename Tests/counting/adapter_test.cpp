@@ -179,7 +179,9 @@ TEST_F(Adapter, ACountWithinAnotherLeavesItsThreadAsItWas) {
     using kesh::counting::RunningCount;
     RunningCount outer;
     EXPECT_EQ(RunningCount::called_here(), &outer);
-    { const RunningCount inner; }
+    {
+        const RunningCount inner;
+    }
     EXPECT_EQ(RunningCount::called_here(), &outer);
 
     // The same while the thread works on an item of the outer count, as a callback does that counts.

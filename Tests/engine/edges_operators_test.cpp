@@ -57,17 +57,11 @@ TYPED_TEST(WideEdges, MachineIntegersInAllOperators) {
 }
 
 template <class T, class I>
-concept multiplies = requires(T a, I b) {
-    a* b;
-};
+concept multiplies = requires(T a, I b) { a * b; };
 template <class T, class I>
-concept multiplies_from_left = requires(T a, I b) {
-    b* a;
-};
+concept multiplies_from_left = requires(T a, I b) { b * a; };
 template <class T, class I>
-concept adds = requires(T a, I b) {
-    a + b;
-};
+concept adds = requires(T a, I b) { a + b; };
 
 TYPED_TEST(WideEdges, WhatWouldLoseBitsDoesNotCompile) {
     using T = TypeParam;

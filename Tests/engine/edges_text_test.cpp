@@ -125,10 +125,9 @@ static_assert(computes_in_constant_expressions<uintx_t<128>>() && computes_in_co
               computes_in_constant_expressions<uintx_t<512>>() && computes_in_constant_expressions<uintx_t<1024>>());
 
 template <class T>
-constexpr bool never_throws =
-    noexcept(T(1) + T(1)) && noexcept(T(1) * T(1)) && noexcept(T(1) / T(1)) && noexcept(T(1) << 1) && noexcept(
-        T("1")) && noexcept(math_invmod(T(1), T(1))) && noexcept(mp_mont_data<T>(T(3))) &&
-    std::is_nothrow_default_constructible_v<T>;
+constexpr bool never_throws = noexcept(T(1) + T(1)) && noexcept(T(1) * T(1)) && noexcept(T(1) / T(1)) &&
+                              noexcept(T(1) << 1) && noexcept(T("1")) && noexcept(math_invmod(T(1), T(1))) &&
+                              noexcept(mp_mont_data<T>(T(3))) && std::is_nothrow_default_constructible_v<T>;
 static_assert(never_throws<uintx_t<128>> && never_throws<uintx_t<1024>>);
 
 static_assert(sizeof(mp_mont_data<uintx_t<1024>>) == 4 * 128 &&

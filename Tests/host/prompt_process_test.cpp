@@ -61,7 +61,8 @@ TEST(HostScript, ACallInTheForegroundSwallowsNoOtherTasksResult) {
 }
 
 TEST(HostScript, AnUncheckedTaskNeedNotExist) {
-    const Finished run = run_host({}, {.input = "PrimeCount_SubmitPrimePi -1 100 --unchecked\nPrimeSieve_NthPrime 4 -q\n"});
+    const Finished run =
+        run_host({}, {.input = "PrimeCount_SubmitPrimePi -1 100 --unchecked\nPrimeSieve_NthPrime 4 -q\n"});
     EXPECT_THAT(run.output, HasSubstr("PrimeCount_SubmitPrimePi(-1, 100): submitted for a task that does not exist"));
     EXPECT_THAT(run.output, HasSubstr("\n7\n")) << "the host goes on";
 }

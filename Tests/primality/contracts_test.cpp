@@ -1,6 +1,6 @@
 /**
- * @brief The contracts of the library's functions on small numbers. Built from their sources with contracts on, since the
- *        library itself is built without.
+ * @brief The contracts of the library's functions on small numbers. Built from their sources with contracts on, since
+ * the library itself is built without.
  */
 #include <gtest/gtest.h>
 

@@ -24,7 +24,8 @@ mint plain_tuplets(uint64_t a, uint64_t b, const std::vector<std::vector<uint64_
         if (primes[i] < a) continue;
         for (const auto& pattern : patterns) {
             bool matches = i + pattern.size() < primes.size() && primes[i + pattern.size()] <= b;
-            for (size_t j = 0; matches && j < pattern.size(); ++j) matches = primes[i + j + 1] == primes[i] + pattern[j];
+            for (size_t j = 0; matches && j < pattern.size(); ++j)
+                matches = primes[i + j + 1] == primes[i] + pattern[j];
             count += matches;
         }
     }
@@ -40,7 +41,17 @@ const std::map<std::string, std::vector<std::vector<uint64_t>>> tuplets = {
 };
 
 const std::vector<std::pair<uint64_t, uint64_t>> ranges = {
-    {0, 10}, {0, 100}, {3, 5}, {4, 5}, {5, 7}, {11, 13}, {5, 19}, {7, 19}, {97, 113}, {0, 10'000'000}, {1'000'003, 7'654'321},
+    {0, 10},
+    {0, 100},
+    {3, 5},
+    {4, 5},
+    {5, 7},
+    {11, 13},
+    {5, 19},
+    {7, 19},
+    {97, 113},
+    {0, 10'000'000},
+    {1'000'003, 7'654'321},
 };
 
 TEST(Counts, AgreeWithAPlainSieve) {

@@ -44,11 +44,13 @@ namespace detail {
 
 /// Two limbs as the compiler's own integer, whose shifts have no branch and whose products no accumulator, and back.
 template <wide_word T>
-requires(T::limbs == 2) constexpr umint2 joined(const T& a) noexcept {
+    requires(T::limbs == 2)
+constexpr umint2 joined(const T& a) noexcept {
     return (static_cast<umint2>(a.limb[1]) << MINT_BITS) | a.limb[0];
 }
 template <wide_word T>
-requires(T::limbs == 2) constexpr void split(umint2 value, T& a) noexcept {
+    requires(T::limbs == 2)
+constexpr void split(umint2 value, T& a) noexcept {
     a.limb[0] = static_cast<umint>(value);
     a.limb[1] = static_cast<umint>(value >> MINT_BITS);
 }
@@ -64,8 +66,7 @@ template <wide_word T>
 constexpr std::uint8_t math_addcarry(std::uint8_t c, const T& a, const T& b, T& r) noexcept {
     [&]<std::size_t... I>(std::index_sequence<I...>) {
         ((c = math_addcarry(c, a.limb[I], b.limb[I], r.limb[I])), ...);
-    }
-    (std::make_index_sequence<T::limbs>());
+    }(std::make_index_sequence<T::limbs>());
     return c;
 }
 
@@ -80,8 +81,7 @@ template <wide_word T>
 constexpr std::uint8_t math_subborrow(std::uint8_t c, const T& a, const T& b, T& r) noexcept {
     [&]<std::size_t... I>(std::index_sequence<I...>) {
         ((c = math_subborrow(c, a.limb[I], b.limb[I], r.limb[I])), ...);
-    }
-    (std::make_index_sequence<T::limbs>());
+    }(std::make_index_sequence<T::limbs>());
     return c;
 }
 

@@ -64,8 +64,8 @@ constexpr mint count_trailing_zeros(umint a) noexcept {
 
 namespace detail {
 
-/// The memory sanitizer does not see what assembly writes through a pointer and takes it for uninitialised. Under it the
-/// forms without such assembly run.
+/// The memory sanitizer does not see what assembly writes through a pointer and takes it for uninitialised. Under it
+/// the forms without such assembly run.
 #if defined(__has_feature)
 #if __has_feature(memory_sanitizer)
 inline constexpr bool memory_sanitizer = true;

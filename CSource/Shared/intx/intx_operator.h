@@ -337,24 +337,24 @@ constexpr T operator^(I a, const T& b) noexcept {
 }
 
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr uintx_t<N>& uintx_t<N>::operator++() noexcept {
     return *this += uintx_t(1);
 }
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr uintx_t<N>& uintx_t<N>::operator--() noexcept {
     return *this -= uintx_t(1);
 }
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr uintx_t<N> uintx_t<N>::operator++(int) noexcept {
     const uintx_t before(*this);
     ++*this;
     return before;
 }
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr uintx_t<N> uintx_t<N>::operator--(int) noexcept {
     const uintx_t before(*this);
     --*this;
@@ -372,7 +372,7 @@ constexpr uintx_t<N> magnitude(const intx_t<N>& a) noexcept {
 }  // namespace detail
 
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr void intx_t<N>::divmod(const intx_t& a, const intx_t& b, intx_t& q, intx_t& r) noexcept {
     const bool remainder_negative = a.sign();
     const bool quotient_negative = a.sign() != b.sign();
@@ -382,14 +382,14 @@ constexpr void intx_t<N>::divmod(const intx_t& a, const intx_t& b, intx_t& q, in
     r = remainder_negative ? -remainder : remainder;
 }
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr intx_t<N>& intx_t<N>::operator/=(const intx_t& b) noexcept {
     intx_t r;
     divmod(*this, b, *this, r);
     return *this;
 }
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr intx_t<N>& intx_t<N>::operator%=(const intx_t& b) noexcept {
     intx_t q;
     divmod(*this, b, q, *this);
@@ -401,18 +401,18 @@ constexpr intx_t<N>& intx_t<N>::operator%=(const intx_t& b) noexcept {
 // --------------------------------------------------------------------------------------------------------------------
 
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr uintx_t<N>::operator bool() const noexcept {
     return !math_is_zero(*this);
 }
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr intx_t<N>::operator bool() const noexcept {
     return uintx_t<N>(*this) != uintx_t<N>(0);
 }
 
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr uintx_t<N>::operator double() const noexcept {
     const mint length = math_num_bits(*this);
     if (length <= MINT_BITS) return static_cast<double>(limb[0]);
@@ -426,7 +426,7 @@ constexpr uintx_t<N>::operator double() const noexcept {
     return static_cast<double>(top.limb[0] | sticky) * scale;
 }
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr intx_t<N>::operator double() const noexcept {
     const double size = static_cast<double>(detail::magnitude(*this));
     return sign() ? -size : size;
@@ -533,19 +533,19 @@ template <mint N>
 }
 
 template <mint N>
-requires supported_width<N> uintx_t<N>::uintx_t(const std::string& text)
-noexcept : uintx_t(text.c_str()) {}
+    requires supported_width<N>
+uintx_t<N>::uintx_t(const std::string& text) noexcept : uintx_t(text.c_str()) {}
 template <mint N>
-requires supported_width<N> uintx_t<N>::uintx_t(const char* text)
-noexcept {
+    requires supported_width<N>
+uintx_t<N>::uintx_t(const char* text) noexcept {
     if (!from_string(text, *this)) *this = uintx_t(0);
 }
 template <mint N>
-requires supported_width<N> intx_t<N>::intx_t(const std::string& text)
-noexcept : intx_t(text.c_str()) {}
+    requires supported_width<N>
+intx_t<N>::intx_t(const std::string& text) noexcept : intx_t(text.c_str()) {}
 template <mint N>
-requires supported_width<N> intx_t<N>::intx_t(const char* text)
-noexcept {
+    requires supported_width<N>
+intx_t<N>::intx_t(const char* text) noexcept {
     if (!from_string(text, *this)) *this = intx_t(0);
 }
 

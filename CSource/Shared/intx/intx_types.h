@@ -29,11 +29,11 @@ template <mint N>
 concept supported_width = N == 128 || N == 256 || N == 512 || N == 1024;
 
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 struct uintx_t;
 
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 struct intx_t;
 
 /// The machine integers that widen into the fixed-width ones. Not the compilers' 128-bit integers, of which the upper
@@ -78,10 +78,7 @@ inline constexpr mint width_v = detail::width_of<T>::value;
 
 /// A uintx_t<N> of any width.
 template <class T>
-concept wide_word = requires {
-    detail::width_of<T>::value;
-}
-&&std::same_as<T, uintx_t<detail::width_of<T>::value>>;
+concept wide_word = requires { detail::width_of<T>::value; } && std::same_as<T, uintx_t<detail::width_of<T>::value>>;
 
 /// What the generic algorithms are instantiated for: the limb and every uintx_t<N>.
 template <class T>
@@ -95,7 +92,7 @@ inline constexpr std::size_t limbs_v = static_cast<std::size_t>(width_v<T> / MIN
 /// limbs uninitialised, as with the built-in types, `uintx_t<N> x{}` is 0. No operation except parsing from and
 /// printing to std::string allocates, and none throws.
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 struct uintx_t {
     using half_type = typename detail::half_of<N>::type;
     static constexpr mint bits = N;
@@ -124,7 +121,8 @@ struct uintx_t {
 
     /// Zero extension of a narrower value.
     template <mint K>
-    requires(K < N) constexpr uintx_t(const uintx_t<K>& narrow) noexcept : limb{} {
+        requires(K < N)
+    constexpr uintx_t(const uintx_t<K>& narrow) noexcept : limb{} {
         for (std::size_t i = 0; i < uintx_t<K>::limbs; ++i) limb[i] = narrow.limb[i];
     }
 
@@ -211,7 +209,7 @@ constexpr void intx_from_array(uintx_t<N>& a, const umint* in, mint len) noexcep
 
 /// Signed two's-complement counterpart of uintx_t<N>, same size and storage. Arithmetic wraps modulo 2^N.
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 struct intx_t {
     static constexpr mint bits = N;
     static constexpr std::size_t limbs = static_cast<std::size_t>(N / MINT_BITS);
@@ -260,13 +258,10 @@ struct intx_t {
 
 /// An intx_t<N> of any width.
 template <class T>
-concept signed_word = requires {
-    detail::width_of<T>::value;
-}
-&&std::same_as<T, intx_t<detail::width_of<T>::value>>;
+concept signed_word = requires { detail::width_of<T>::value; } && std::same_as<T, intx_t<detail::width_of<T>::value>>;
 
 template <mint N>
-requires supported_width<N>
+    requires supported_width<N>
 constexpr uintx_t<N>::uintx_t(const intx_t<N>& value) noexcept : limb{} {
     for (std::size_t i = 0; i < limbs; ++i) limb[i] = value.limb[i];
 }
@@ -276,7 +271,7 @@ namespace detail {
 template <mint N>
 inline constexpr bool layout_holds =
     sizeof(uintx_t<N>) == N / 8 && sizeof(intx_t<N>) == N / 8 && alignof(uintx_t<N>) == alignof(umint) &&
-    std::is_trivial_v<uintx_t<N>>&& std::is_trivial_v<intx_t<N>>&& std::is_standard_layout_v<uintx_t<N>> &&
+    std::is_trivial_v<uintx_t<N>> && std::is_trivial_v<intx_t<N>> && std::is_standard_layout_v<uintx_t<N>> &&
     sizeof(typename uintx_t<N>::half_type) * 2 == sizeof(uintx_t<N>);
 
 }  // namespace detail

@@ -54,11 +54,9 @@ struct Adx {
 
 /// Whether the members of a modulus are where the assembly reads them.
 template <int n>
-constexpr bool modulus_as_assembled = offsetof(Modulus<n>, twice) == 0 &&
-                                      offsetof(Modulus<n>, m) == sizeof(umint) * n&& offsetof(Modulus<n>, zero) ==
-                                          sizeof(umint) * 2 * n&& offsetof(Modulus<n>, complement) ==
-                                          sizeof(umint) * 3 * n&& offsetof(Modulus<n>, mu) ==
-                                          sizeof(umint) * 4 * n&& offsetof(Modulus<n>, inverse) ==
-                                          sizeof(umint) * (6 * n + 1);
+constexpr bool modulus_as_assembled =
+    offsetof(Modulus<n>, twice) == 0 && offsetof(Modulus<n>, m) == sizeof(umint) * n &&
+    offsetof(Modulus<n>, zero) == sizeof(umint) * 2 * n && offsetof(Modulus<n>, complement) == sizeof(umint) * 3 * n &&
+    offsetof(Modulus<n>, mu) == sizeof(umint) * 4 * n && offsetof(Modulus<n>, inverse) == sizeof(umint) * (6 * n + 1);
 
 }  // namespace kesh::kernel

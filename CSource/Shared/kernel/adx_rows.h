@@ -225,8 +225,8 @@ struct Operands8 {
     umint a[8], b[8], m[8], k0;
 };
 
-/// r = a b R^(-1) mod m with R = 2^512. Precondition: a b < m R. r may be a or b. Rows of the product and of the reduction
-/// take turns: the products are done while the reduction waits for its next quotient.
+/// r = a b R^(-1) mod m with R = 2^512. Precondition: a b < m R. r may be a or b. Rows of the product and of the
+/// reduction take turns: the products are done while the reduction waits for its next quotient.
 inline void montgomery_product8(umint* r, const umint* a, const umint* b, const umint* m, umint k0) noexcept {
     static_assert(offsetof(Operands8, b) == 64 && offsetof(Operands8, m) == 128 && offsetof(Operands8, k0) == 192);
     Operands8 operands;

@@ -26,7 +26,8 @@ struct column {
 
     /// += 2 other.
     void add_twice(const column& other) noexcept {
-        const umint d0 = other.c0 << 1, d1 = (other.c1 << 1) | (other.c0 >> 63), d2 = (other.c2 << 1) | (other.c1 >> 63);
+        const umint d0 = other.c0 << 1, d1 = (other.c1 << 1) | (other.c0 >> 63),
+                    d2 = (other.c2 << 1) | (other.c1 >> 63);
         std::uint8_t carry = math_addcarry(0, c0, d0, c0);
         carry = math_addcarry(carry, c1, d1, c1);
         math_addcarry(carry, c2, d2, c2);

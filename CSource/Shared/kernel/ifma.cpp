@@ -20,7 +20,7 @@ constexpr int digits = (64 * n + digit_bits) / digit_bits + 1;
 
 /// R' / (2^52 R) = 2^doublings, for R' = 2^(52 digits): 4 at 4 limbs, more at all other sizes.
 template <int n>
-constexpr int doublings = digit_bits*(digits<n> - 1) - 64 * n;
+constexpr int doublings = digit_bits * (digits<n> - 1) - 64 * n;
 
 /// 512-bit registers that hold those digits.
 template <int n>
@@ -137,10 +137,10 @@ KESH_IFMA_INLINE Vector<n> normalise(Vector<n> a) noexcept {
     __m512i all = a.part[0];
     for (int z = 1; z < registers<n>; ++z) all = _mm512_or_si512(all, a.part[z]);
     while (_mm512_cmpgt_epu64_mask(all, _mm512_set1_epi64(static_cast<long long>(digit_mask))) != 0) [[unlikely]] {
-            a = carry_step<n>(a);
-            all = a.part[0];
-            for (int z = 1; z < registers<n>; ++z) all = _mm512_or_si512(all, a.part[z]);
-        }
+        a = carry_step<n>(a);
+        all = a.part[0];
+        for (int z = 1; z < registers<n>; ++z) all = _mm512_or_si512(all, a.part[z]);
+    }
     return a;
 }
 
@@ -209,9 +209,9 @@ Digits<n> to_internal(const umint* a, const Modulus<n>& modulus) noexcept {
 }
 
 /// The residue a R of an internal form. The product with 2^52 R mod m is congruent to a 2^52 R. It is below
-/// (2^52 + 2^50) m: M = m k is below 2^52 m, and the operands below 4 * 2^(64 n + 52) and 2^52 m add at most 2^50 m (see
-/// the bounds in README.md). One row of 64 bits divides it by 2^64 and adds less than m, so that one subtraction makes
-/// it a residue, also of a small m. The last product with 2^12 R mod m restores the factors.
+/// (2^52 + 2^50) m: M = m k is below 2^52 m, and the operands below 4 * 2^(64 n + 52) and 2^52 m add at most 2^50 m
+/// (see the bounds in README.md). One row of 64 bits divides it by 2^64 and adds less than m, so that one subtraction
+/// makes it a residue, also of a small m. The last product with 2^12 R mod m restores the factors.
 template <int n>
 KESH_IFMA void from_internal(umint* r, const Vector<n>& a, const Vector<n>& mu, const Modulus<n>& modulus) noexcept {
     Digits<n> factor, product;

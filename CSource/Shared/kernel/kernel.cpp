@@ -44,8 +44,8 @@ bool force(Level wanted) noexcept {
 }
 
 template <int n>
-requires supported_limbs<n> Modulus<n>::Modulus(const umint* modulus)
-noexcept {
+    requires supported_limbs<n>
+Modulus<n>::Modulus(const umint* modulus) noexcept {
     const int length = bit_length<n>(modulus);
     assert((modulus[0] & 1) == 1 && length > 1);
     for (int i = 0; i < n; ++i) {

@@ -35,12 +35,12 @@ bool force(Level wanted) noexcept;
 [[nodiscard]] const char* name(Level which) noexcept;
 
 template <int n>
-concept supported_limbs = 2 <= n&& n <= 16;
+concept supported_limbs = 2 <= n && n <= 16;
 
 /// One odd modulus and what Montgomery arithmetic modulo it needs. No kernel needs R^2. The assembly of the level adx
 /// knows the order of the members.
 template <int n>
-requires supported_limbs<n>
+    requires supported_limbs<n>
 struct Modulus {
     umint twice[n];       ///< 2 m, without the bit that exceeds n limbs
     umint m[n];           ///< the modulus, odd, above 1

@@ -3,8 +3,8 @@
 
 #include <cpuid.h>
 
-#include "Shared/kernel/avx512.h"
 #include "Shared/intx/intx_gcc.h"
+#include "Shared/kernel/avx512.h"
 #include "Shared/kernel/kernel.h"
 
 namespace kesh::kernel {

@@ -47,17 +47,19 @@ struct Portable {
     }
 
   private:
-    /// r = t / R - c modulo m for a t below R^2, where add_column(sum, k) adds column k of t to a sum. Columns 0 to n - 2
-    /// give the quotients of n - 1 rows with mu, column n - 1 that of the last row with the complement.
+    /// r = t / R - c modulo m for a t below R^2, where add_column(sum, k) adds column k of t to a sum. Columns 0 to n -
+    /// 2 give the quotients of n - 1 rows with mu, column n - 1 that of the last row with the complement.
     template <int n, class Column>
-    static inline __attribute__((always_inline)) void reduce(umint* r, const Modulus<n>& modulus, const umint* not_c, Column add_column) noexcept {
+    static inline __attribute__((always_inline)) void reduce(umint* r, const Modulus<n>& modulus, const umint* not_c,
+                                                             Column add_column) noexcept {
         umint q[n], t[n];
         column sum;
 #pragma GCC unroll 32
         for (int k = 0; k < 2 * n - 1; ++k) {
             add_column(sum, k);
 #pragma GCC unroll 16
-            for (int i = k < n ? 0 : k - n; i < (k < n - 1 ? k : n - 1); ++i) sum.add_product(q[i], modulus.mu[k - 1 - i]);
+            for (int i = k < n ? 0 : k - n; i < (k < n - 1 ? k : n - 1); ++i)
+                sum.add_product(q[i], modulus.mu[k - 1 - i]);
             if (k < n - 1) {
                 q[k] = sum.shift();
                 continue;
@@ -70,7 +72,8 @@ struct Portable {
         const std::uint8_t borrow = math_subborrow(0, sum.c0, q[n - 1], t[n - 1]);
         // What exceeds R is 1, what is negative -1.
         // Before zero lies m, after it R - m: counted from the whole, as no array may be left by an index.
-        const auto* const zero = reinterpret_cast<const umint*>(reinterpret_cast<const char*>(&modulus) + offsetof(Modulus<n>, zero));
+        const auto* const zero =
+            reinterpret_cast<const umint*>(reinterpret_cast<const char*>(&modulus) + offsetof(Modulus<n>, zero));
         const umint* correction = zero + n * (static_cast<mint>(sum.c1) - borrow);
         std::uint8_t carry = 0;
 #pragma GCC unroll 16

@@ -1,14 +1,17 @@
 /// @file   signed_residue.h
 /// @brief  Montgomery squarings at 256 bits, one after another, for processors with BMI2 and ADX.
 ///
-/// A squaring of a chain waits for the one before, so that what counts is the way from the lowest limb of one to the lowest
-/// limb of the next. Three things shorten it against one product after another:
-/// - The quotient is taken two limbs at a time, (q0, q1) = -(t0, t1) / m mod 2^128, so that the chain has two steps of two
+/// A squaring of a chain waits for the one before, so that what counts is the way from the lowest limb of one to the
+/// lowest limb of the next. Three things shorten it against one product after another:
+/// - The quotient is taken two limbs at a time, (q0, q1) = -(t0, t1) / m mod 2^128, so that the chain has two steps of
+/// two
 ///   rows instead of four of one.
-/// - The residue keeps a sign: x = d - 2^256 s with -m <= x < m, s = 0 or 1. Then (x^2 + q m) / 2^256 lies below 2 m and m
-///   less is the next x, whatever the sign: a subtraction that is always taken, instead of one whose limbs all wait for the
-///   borrow of the last one.
-/// - With x^2 = d^2 + 2^256 s (2^256 - 2 d) both that m and the correction for the sign, g = m + s (2 d - 2^256), come off
+/// - The residue keeps a sign: x = d - 2^256 s with -m <= x < m, s = 0 or 1. Then (x^2 + q m) / 2^256 lies below 2 m
+/// and m
+///   less is the next x, whatever the sign: a subtraction that is always taken, instead of one whose limbs all wait for
+///   the borrow of the last one.
+/// - With x^2 = d^2 + 2^256 s (2^256 - 2 d) both that m and the correction for the sign, g = m + s (2 d - 2^256), come
+/// off
 ///   the high half of d^2, which has time, so that the sign is needed a reduction later than the limbs.
 #pragma once
 

@@ -148,8 +148,7 @@ template <std::size_t K, class Body>
 inline __attribute__((always_inline)) void for_each_chain(Body&& body) noexcept {
     [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
         (body(std::integral_constant<std::size_t, I>{}), ...);
-    }
-    (std::make_index_sequence<K>{});
+    }(std::make_index_sequence<K>{});
 }
 
 /// b^e up to sign for K bases b side by side, from the right.
@@ -187,9 +186,8 @@ class WordPowers {
                     a_[c].value = n.mul_abs(a_[c].value, a_[c].value);
             });
         }
-        for_each_chain<K>([&](auto c) __attribute__((always_inline)) {
-            accumulator[c] = n.mul_abs(accumulator[c], power[c].value);
-        });
+        for_each_chain<K>(
+            [&](auto c) __attribute__((always_inline)) { accumulator[c] = n.mul_abs(accumulator[c], power[c].value); });
         e_ >>= 2;
     }
 
@@ -328,10 +326,9 @@ bool strong_tests_2_and(umint n, const std::array<umint, K>& bases) noexcept {
     PowerOf2 power_of_2(modulus);
     WordPowers<K> powers(modulus, bases);
     while (power_of_2.unfinished()) {
-        power_of_2.step(
-            modulus, [&]() __attribute__((always_inline)) {
-                if (powers.unfinished()) powers.step(modulus);
-            });
+        power_of_2.step(modulus, [&]() __attribute__((always_inline)) {
+            if (powers.unfinished()) powers.step(modulus);
+        });
     }
     if (!end_strongly<1>(modulus, {power_of_2.finish(modulus)})) return false;
     while (powers.unfinished()) powers.step(modulus);

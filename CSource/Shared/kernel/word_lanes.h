@@ -80,9 +80,8 @@ class WordLanes {
         power[0] = one_;
         each([&](auto c) __attribute__((always_inline)) {
             const umint r2 = times_r(one_[c], m_[c]), b = bases[c];
-            const auto mul = [&](umint x, umint y) __attribute__((always_inline)) {
-                return lane_mul_abs(x, y, m_[c], inverse_[c]);
-            };
+            const auto mul = [&](umint x, umint y)
+                                 __attribute__((always_inline)) { return lane_mul_abs(x, y, m_[c], inverse_[c]); };
             power[1][c] = mul(b, r2);
             power[2][c] = mul(b * b, r2);
             power[3][c] = mul(b * b * b, r2);

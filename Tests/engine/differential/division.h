@@ -89,9 +89,11 @@ verdict check_fastdiv(const operands<T>& s) {
     const mpz_class quotient = as_mpz(n) / as_mpz(m);
     KESH_AGREE(n / divisor == as_word<T>(quotient), "division by a prepared divisor");
     KESH_AGREE(n - (n / divisor) * divisor == n % T(m), "remainder by a prepared divisor");
-    // The reference form defines the quotient of every value; a remainder of m - 1 is where the limbs alone would differ.
+    // The reference form defines the quotient of every value; a remainder of m - 1 is where the limbs alone would
+    // differ.
     for (const T& value : {s.a, minus(s.a - s.a % T(m), T(1)), s.a - s.a % T(m), T(-1)}) {
-        KESH_AGREE(value / divisor == math_fastdiv_product(value, divisor), "division by a prepared divisor, all values");
+        KESH_AGREE(value / divisor == math_fastdiv_product(value, divisor),
+                   "division by a prepared divisor, all values");
     }
     const mpz_class whole = as_mpz(s.a) / as_mpz(m);
     const T k = as_word<T>(whole);
