@@ -1,5 +1,5 @@
-# What is installed, in four components that are the four Debian packages: the library (runtime), what programs are built
-# with (development), the bench host (host) and the pages and examples (documentation).
+# What is installed, in five components that are the five Debian packages: the library (runtime), what programs are built
+# with (development), the Python module (python), the bench host (host) and the pages and examples (documentation).
 include(CMakePackageConfigHelpers)
 set(kesh_cmakedir ${CMAKE_INSTALL_LIBDIR}/cmake/VelmoraKesh)
 set(kesh_includedir ${CMAKE_INSTALL_INCLUDEDIR}/velmora-kesh)

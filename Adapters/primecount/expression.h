@@ -25,12 +25,11 @@ constexpr size_t expression_depth = 10'000;
 /**
  * The exact value of an expression.
  *
- * Integers are decimal or, after 0x, hexadecimal. From loose to tight the operators are `|`, `&`, `<<` and `>>`, `+`
- * and
- * `-`, `*` `/` `%`, `^` or `**`, `e` (m e n is m * 10^n), and the signs `-` `+` `~`: -2^2 is 4. The powers and `e`
- * group from the right, the others from the left. Division truncates towards 0, the remainder has the sign of the
- * dividend, `>>` rounds down, and the bitwise operators see negative numbers in two's complement without end. Blanks,
- * tabs and line ends may stand between all of these.
+ * Integers are decimal or, after 0x, hexadecimal. From loose to tight the operators are `|`, `&`, `<<` `>>`, `+` `-`,
+ * `*` `/` `%`, `^` or `**`, `e` (m e n is m * 10^n), and the signs `-` `+` `~`: -2^2 is 4. The powers and `e` group
+ * from the right, the others from the left. Division truncates towards 0, the remainder has the sign of the dividend,
+ * `>>` rounds down, and the bitwise operators see negative numbers in two's complement without end. Blanks, tabs and
+ * line ends may stand between all of these.
  *
  * Negative values below -2^127 are returned as -2^127.
  *

@@ -3,7 +3,7 @@
 # make_root FOLDER [SUITE]: the smallest Debian of a suite, else of this machine's own, from where this machine has its
 # packages. Ends the test as skipped where it cannot be had.
 make_root() {
-    local root=$1 suite own source log script
+    local root=$1 suite own source log script settings
     [[ $(id -u) -eq 0 ]] || { echo "skipped: making a root takes root" >&2; exit 77; }
     command -v debootstrap >/dev/null || { echo "skipped: debootstrap is not installed" >&2; exit 77; }
     own=$(. /etc/os-release && echo "$VERSION_CODENAME")
@@ -17,10 +17,13 @@ make_root() {
     mkdir -p "$root"
     log=$root.log
     debootstrap --variant=minbase "$suite" "$root" "$source" "$script" >"$log" 2>&1 || { tail -n 20 "$log" >&2; return 1; }
-    # Its packages come from where this machine's come from, by the same settings. A copy of a suite that is still in
-    # motion may be older than its index says that it may be.
+    # Its packages come from where this machine's come from, by the same settings. Files of packages are left out: dpkg
+    # would stop to ask which version to keep when the suite's own package brings the file. A copy of a suite that is
+    # still in motion may be older than its index says that it may be.
     echo "deb $source $suite main" >"$root/etc/apt/sources.list"
-    cp -r /etc/apt/apt.conf.d "$root/etc/apt/"
+    for settings in /etc/apt/apt.conf.d/*; do
+        dpkg-query -S "$settings" >/dev/null 2>&1 || cp "$settings" "$root/etc/apt/apt.conf.d/"
+    done
     echo 'Acquire::Check-Valid-Until "false";' >"$root/etc/apt/apt.conf.d/99-any-age"
     cp /etc/resolv.conf /etc/hosts "$root/etc/"
 }
