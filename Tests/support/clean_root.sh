@@ -25,6 +25,8 @@ make_root() {
         dpkg-query -S "$settings" >/dev/null 2>&1 || cp "$settings" "$root/etc/apt/apt.conf.d/"
     done
     echo 'Acquire::Check-Valid-Until "false";' >"$root/etc/apt/apt.conf.d/99-any-age"
+    # Nothing here has to outlive a loss of power, and without waiting for the disk dpkg takes a fraction of the time.
+    echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/unsafe-io"
     cp /etc/resolv.conf /etc/hosts "$root/etc/"
 }
 
