@@ -33,8 +33,8 @@ void set_callback(bool (*callback)(double percent));
  */
 void set_exitcall(bool request);
 
-/** pi(x) of text as text. Version 8 reads no text itself. */
-std::string pi(const std::string& text);
+/** pi(x) of text as text. Version 8 reads no text itself, so its header lacks the declaration. */
+std::string pi(const std::string& text);  // NOLINT(readability-redundant-declaration)
 
 /** pi(x) by one algorithm, on `get_num_threads()` threads. 0 for x < 2. */
 int64_t pi_meissel(int64_t x);
