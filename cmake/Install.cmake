@@ -66,8 +66,8 @@ endif()
 if(PROJECT_IS_TOP_LEVEL)
     install(CODE "
         if(\"\$ENV{DESTDIR}\" STREQUAL \"\" AND CMAKE_INSTALL_PREFIX MATCHES \"^/usr(/local)?/?$\")
-            message(STATUS \"Run ldconfig (as root): it tells the loader of the new library. \"
-                \"What was installed is removed by: cmake --build ${PROJECT_BINARY_DIR} --target uninstall\")
+            message(STATUS \"Run ldconfig (as root): it tells the loader of the new library.\")
+            message(STATUS \"What was installed is removed by: cmake --build ${PROJECT_BINARY_DIR} --target uninstall\")
         endif()" COMPONENT runtime)
     add_custom_target(uninstall
         COMMAND ${CMAKE_COMMAND} -DBUILD=${PROJECT_BINARY_DIR} -P ${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake VERBATIM)
