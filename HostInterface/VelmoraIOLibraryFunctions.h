@@ -3,8 +3,8 @@
  * @brief  The host's table of asynchronous-task and DataStore callbacks, reached through
  *         `VelmoraLibraryData::ioLibraryFunctions`.
  *
- * A DataStore is the ordered payload of one asynchronous event; it passes to the host with the event.
- * Slots after `removeAsynchronousTask` exist in the host and are not declared here.
+ * A DataStore is the ordered payload of one asynchronous event; it belongs to the host after the event. Slots after
+ * `removeAsynchronousTask` exist in the host and are not declared here.
  */
 #ifndef VELMORA_IO_LIBRARY_FUNCTIONS_H
 #define VELMORA_IO_LIBRARY_FUNCTIONS_H
@@ -46,7 +46,7 @@ struct st_VelmoraIOLibrary_Functions {
 #ifdef __cplusplus
 }
 
-// Slot k of the table stands at offset 8 (k - 1).
+// Slot k of the table is at offset 8 (k - 1).
 static_assert(offsetof(st_VelmoraIOLibrary_Functions, createAsynchronousTaskWithoutThread) == 0);
 static_assert(offsetof(st_VelmoraIOLibrary_Functions, raiseAsyncEvent) == 16);
 static_assert(offsetof(st_VelmoraIOLibrary_Functions, createDataStore) == 40);

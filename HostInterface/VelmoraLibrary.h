@@ -1,11 +1,11 @@
 /**
  * @file   VelmoraLibrary.h
  * @brief  The host's library-link interface, version 7: scalar and handle types, the argument slot, the error
- *         codes and the callback table that the host hands to every exported function.
+ *         codes and the callback table that the host passes to every exported function.
  *
- * This folder plays the host's include directory. The host passes pointers to its own tables and a library reads
- * their slots by position, so the order below is a binary contract; the assertions at the end pin it.
- * The header is valid C and C++.
+ * This folder takes the place of the host's include directory. The host passes pointers to its own tables and a library
+ * reads their slots by position, so the order below is a binary contract; the assertions at the end check it. The
+ * header is valid C and C++.
  */
 #ifndef VELMORA_LIBRARY_H
 #define VELMORA_LIBRARY_H
@@ -122,7 +122,7 @@ struct st_VelmoraLibraryData {
 
 static_assert(sizeof(mint) == 8 && sizeof(umint) == 8 && sizeof(mbool) == 4 && sizeof(mreal) == 8);
 static_assert(sizeof(MArgument) == 8);
-// Slot k of the table stands at offset 8 (k - 1).
+// Slot k of the table is at offset 8 (k - 1).
 static_assert(offsetof(st_VelmoraLibraryData, UTF8String_disown) == 0);
 static_assert(offsetof(st_VelmoraLibraryData, MTensor_new) == 8);
 static_assert(offsetof(st_VelmoraLibraryData, MTensor_getInteger) == 88);

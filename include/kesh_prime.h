@@ -1,14 +1,14 @@
 /**
  * @file   kesh_prime.h
  * @brief  The functions of libVelmoraKesh that programs outside the host call: primality of integers of up to 1024
- * bits, one or many at a time, and the next and previous prime. For C and C++.
+ * bits, one or many per call, and the next and previous prime. For C and C++.
  *
  * An integer is an array of len limbs of 64 bits each, least significant limb first, 1 <= len <= 16; zero limbs on top
- * change nothing. Below 2^64 every answer is exact. From there up it is that of the Baillie-PSW test: "not prime" is
- * proven, and no composite number is known that it calls prime.
+ * change nothing. Below 2^64 every answer is exact. From 2^64 up the Baillie-PSW test decides: "not prime" is proven,
+ * and no composite number is known that passes as prime.
  *
- * Every function may be called from any number of threads at once. The first call that meets a number of 2^64 or more
- * builds a table of a few megabytes (about a millisecond).
+ * Every function may be called from any number of threads at once. The first call with a number of 2^64 or more builds
+ * a table of a few megabytes (about a millisecond).
  */
 #ifndef KESH_PRIME_H
 #define KESH_PRIME_H
@@ -30,46 +30,46 @@ enum {
 /**
  * Tests the integer of len limbs at n.
  *
- * Returns 1 and sets *r to 1 (prime) or 0 (not prime). Returns 0 and leaves *r alone when len is not in 1 ... 16.
- * n must point to len readable limbs; limbs above them are not read.
+ * Returns 1 and sets *r to 1 (prime) or 0 (not prime). Returns 0 and does not write *r when len is not in 1 ... 16. n
+ * must point to len readable limbs; limbs above them are not read.
  */
 int KESH_PrimeQ(const uint64_t* n, int64_t len, int* r);
 
 /**
- * Tests count integers, len limbs each, one behind the other at n: verdicts[i] becomes 1 when integer i is prime, else
- * 0, as KESH_PrimeQ would say, in a fraction of the time. Sizes may differ within a call; each integer costs what its
- * own size costs. Allocates nothing that grows with count.
+ * Tests count integers of len limbs each, stored one after the other at n: verdicts[i] becomes 1 when integer i is
+ * prime, else 0. The verdicts are those of KESH_PrimeQ, in less time. Sizes may differ within a call; the time for each
+ * integer depends on its own size. No allocation grows with count.
  *
  * Returns KESH_DONE, or KESH_BAD_ARGUMENT. n and verdicts may be null when count is 0.
  */
 int KESH_ArePrime(const uint64_t* n, int64_t len, int64_t count, uint8_t* verdicts);
 
 /**
- * Told how much of the work is done: done of total integers, 0 at first. Returns 0 to go on; any other value stops the
- * call within a tenth of a second, and it is not called again. It is called from the thread that made the call, and
- * must not throw.
+ * A progress callback: done of total integers are finished, 0 at first. It returns 0 to continue; any other value stops
+ * the call within a tenth of a second, and the callback is not called again. It runs on the thread that made the call,
+ * and must not throw.
  */
 typedef int (*KESH_Progress)(void* data, int64_t done, int64_t total);
 
 /**
- * KESH_ArePrime on `threads` threads, the calling one among them; 0 means one for each processor. progress may be null.
+ * KESH_ArePrime on `threads` threads, including the calling one; 0 means one per processor. progress may be null.
  *
- * Returns KESH_DONE; KESH_STOPPED when the callback asked for it, the verdicts being those of an unknown part of the
- * integers; or KESH_BAD_ARGUMENT, also for a negative number of threads. When the system refuses a thread, the work is
- * done by those there are.
+ * Returns KESH_DONE; KESH_STOPPED when the callback asked to stop (only some of the verdicts are then written, and it
+ * is not known which); or KESH_BAD_ARGUMENT, also for a negative number of threads. When the system refuses a thread,
+ * the existing ones do the work.
  */
 int KESH_ArePrimeOnThreads(const uint64_t* n, int64_t len, int64_t count, uint8_t* verdicts, int threads,
                            KESH_Progress progress, void* data);
 
 /**
  * Sets the len limbs at r to the smallest prime above the integer at n. r may be n.
- * Returns KESH_DONE; KESH_NO_PRIME, leaving r alone, when that prime has more than len limbs; or KESH_BAD_ARGUMENT.
+ * Returns KESH_DONE; KESH_NO_PRIME when that prime has more than len limbs (r is not written); or KESH_BAD_ARGUMENT.
  */
 int KESH_NextPrime(const uint64_t* n, int64_t len, uint64_t* r);
 
 /**
  * Sets the len limbs at r to the largest prime below the integer at n. r may be n.
- * Returns KESH_DONE; KESH_NO_PRIME, leaving r alone, when n is 2 or less; or KESH_BAD_ARGUMENT.
+ * Returns KESH_DONE; KESH_NO_PRIME when n is 2 or less (r is not written); or KESH_BAD_ARGUMENT.
  */
 int KESH_PreviousPrime(const uint64_t* n, int64_t len, uint64_t* r);
 
@@ -77,9 +77,9 @@ int KESH_PreviousPrime(const uint64_t* n, int64_t len, uint64_t* r);
  * Writes the count smallest primes above the integer at n, in increasing order, to r, which has room for count integers
  * of len limbs each and does not overlap n. *found, if found is not null, becomes the number of primes written.
  *
- * progress, if not null, is told how many of count are found. Returns KESH_DONE; KESH_NO_PRIME when fewer than count
- * primes fit into len limbs, KESH_STOPPED when the callback asked for it, both with *found primes at r; or
- * KESH_BAD_ARGUMENT.
+ * progress, if not null, receives how many of count are found. Returns KESH_DONE; KESH_NO_PRIME when fewer than count
+ * primes fit into len limbs; KESH_STOPPED when the callback asked to stop; or KESH_BAD_ARGUMENT. After KESH_NO_PRIME
+ * and KESH_STOPPED there are *found primes at r.
  */
 int KESH_NextPrimes(const uint64_t* n, int64_t len, int64_t count, uint64_t* r, int64_t* found, KESH_Progress progress,
                     void* data);

@@ -1,4 +1,4 @@
-"""Primality of integers of up to 1024 bits, one or many at a time, and the next and previous prime, by libVelmoraKesh.
+"""Primality of integers of up to 1024 bits, one or many per call, and the next and previous prime, by libVelmoraKesh.
 
     >>> import velmora_kesh
     >>> velmora_kesh.is_prime(2**521 - 1)
@@ -8,9 +8,9 @@
     >>> velmora_kesh.next_prime(10**18)
     1000000000000000003
 
-Below 2^64 every answer is exact; above it is that of the Baillie-PSW test. Arguments outside 0 ... 2^1024 - 1 raise
-ValueError, and so does a prime that does not exist. The library is found as the system's linker finds it, or where the
-environment variable VELMORA_KESH_LIBRARY says.
+Below 2^64 every answer is exact; from 2^64 up the Baillie-PSW test decides. Arguments outside 0 ... 2^1024 - 1 raise
+ValueError, and so does a prime that does not exist. The environment variable VELMORA_KESH_LIBRARY names the library; if
+it is not set, the system's linker finds it.
 """
 
 import ctypes
@@ -27,7 +27,7 @@ _library = None
 
 
 def _load():
-    """The library, opened at the first call, so that importing the module needs none."""
+    """The library, opened at the first call, so that the module can be imported without it."""
     global _library
     if _library is None:
         library = ctypes.CDLL(os.environ.get("VELMORA_KESH_LIBRARY", "libVelmoraKesh.so"))
@@ -42,7 +42,7 @@ def _load():
 
 
 def _limb_count(n):
-    """How many limbs n takes. Raises ValueError for what no function here takes."""
+    """The number of limbs of n. Raises ValueError when n is negative or has more than 1024 bits."""
     if isinstance(n, bool) or not isinstance(n, int):
         raise TypeError(f"an integer is needed, not {type(n).__name__}")
     if n < 0:
@@ -57,7 +57,7 @@ def _to_bytes(n, limbs):
 
 
 class _Progress:
-    """A Python function f(done, total) as the library's callback. What it raises stops the call and is raised again."""
+    """A Python function f(done, total) as the library's callback. Its exceptions stop the call and are raised again."""
 
     def __init__(self, function):
         self.error = None
@@ -67,7 +67,7 @@ class _Progress:
     def _call(self, _, done, total):
         try:
             return 1 if self.function(done, total) else 0
-        except BaseException as error:  # also KeyboardInterrupt: nothing may leave through the library
+        except BaseException as error:  # also KeyboardInterrupt: no exception may pass through the library
             self.error = error
             return 1
 
@@ -88,10 +88,10 @@ def is_prime(n):
 
 
 def are_prime(numbers, threads=1, progress=None):
-    """A list of booleans: whether each of the integers is prime. Much faster than one call a number.
+    """A list of booleans: whether each of the integers is prime. Much faster than one call per number.
 
-    threads is how many to use, 0 one for each processor. progress(done, total) is called now and then; when it returns
-    something true the test stops, and the result is None.
+    threads is the number of threads; 0 means one per processor. progress(done, total) is called now and then; when it
+    returns something true, the test stops and the result is None.
     """
     numbers = list(numbers)
     if threads < 0:
@@ -124,9 +124,9 @@ def previous_prime(n):
 
 
 def next_primes(n, count, progress=None):
-    """The count smallest primes above n, in a list: fewer where the next would have more than 1024 bits.
+    """A list of the count smallest primes above n, or of fewer if the next one has more than 1024 bits.
 
-    progress is as in are_prime, told of how many are found; when it stops the walk, what is found is returned.
+    progress(found, count) is called as in are_prime; when it stops the walk, the primes found so far are returned.
     """
     if count < 0:
         raise ValueError("a negative count")

@@ -1,13 +1,13 @@
 # kesh_check_interposed(library list-file)
-#   Looks which generation of the list file the library is: it has to define that generation's names, and to reach them
-#   through the procedure linkage table, because interposing them would have no effect otherwise. Warns if it is none:
-#   counts then work without progress and without a way to end them.
+#   Finds the generation of the list file to which the library belongs. The library has to define that generation's
+#   names and to call them through the procedure linkage table, because interposing them has no effect otherwise. Warns
+#   if no generation fits: counts then work without progress and cannot be ended.
 function(kesh_check_interposed library list_file)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list_file} ${library})
     find_program(KESH_READELF NAMES readelf llvm-readelf REQUIRED)
     execute_process(COMMAND ${CMAKE_NM} -D --defined-only ${library} OUTPUT_VARIABLE defined COMMAND_ERROR_IS_FATAL ANY)
     execute_process(COMMAND ${KESH_READELF} -rW ${library} OUTPUT_VARIABLE relocations COMMAND_ERROR_IS_FATAL ANY)
-    # Square brackets group in CMake lists, so a section's name is told from a symbol before the lines become one.
+    # Square brackets group in CMake lists, so they are replaced before the lines become a list.
     file(READ ${list_file} text)
     string(REGEX REPLACE "\\[([^]\n]*)\\]" "generation \\1" text "${text}")
     string(REGEX REPLACE "#[^\n]*" "" text "${text}")

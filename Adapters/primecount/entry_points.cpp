@@ -2,8 +2,8 @@
  * @file   entry_points.cpp
  * @brief  The counting functions that the exports call: each is the outermost call of one count.
  *
- * The names that primecount's header declares as well are defined here for this library alone (they are not exported):
- * the exports reach these definitions, libprimecount and everyone else keep using libprimecount's.
+ * Some of these names are also declared by primecount's header. They are defined here for this library alone (they are
+ * not exported): the exports call these definitions; libprimecount and everyone else use libprimecount's.
  */
 #include <algorithm>
 #include <cmath>
@@ -15,7 +15,7 @@
 #include "primecount_adapter.h"
 #include "running_count.h"
 
-// What libprimecount exports and its public header leaves out.
+// Functions that libprimecount exports and its public header does not declare.
 using kesh::counting::int128_t;
 namespace primecount {
 int64_t pi(int64_t x, int threads);
@@ -34,11 +34,11 @@ namespace {
 using kesh::counting::RunningCount;
 
 /**
- * Whether primecount's calls arrive at the interposed functions, found out by one small count.
+ * Whether primecount's calls arrive at the interposed functions; one small count finds this out.
  *
- * They do not where something else in the process has loaded libprimecount before this library: its calls were bound
- * then. Its counts are left alone in that case, without progress and without a way to end them. The same holds where
- * the libprimecount found at run time works differently from the one that the library was built with.
+ * They do not if something else in the process has loaded libprimecount before this library: its calls are already
+ * bound then. Nor do they if the libprimecount found at run time works differently from the one that the library was
+ * built with. In both cases counts run without progress and cannot be ended.
  */
 bool hooks_reach_primecount() {
     static const bool reached = [] {
@@ -60,7 +60,7 @@ auto supervised(Count count) {
     return result;
 }
 
-/** pi(x) by the sieve alone, in slices short enough to stop between them. */
+/** pi(x) by the sieve alone, in slices that are short, so that the count can stop between them. */
 int64_t count_by_slices(RunningCount& running, int64_t x) {
     // Each slice begins by sieving the primes up to its end's root, so the slice has to be much longer than that.
     const auto slice = std::max<int64_t>(2'000'000'000, 30 * static_cast<int64_t>(std::sqrt(static_cast<double>(x))));
@@ -91,13 +91,13 @@ void set_exitcall(bool request) {
     }
 }
 
-// libprimecount looks pi of small x up in a table, and a negative x lies outside of it.
+// For small x libprimecount reads pi(x) from a table; a negative x is outside of it.
 int64_t pi(int64_t x) {
     if (x < 2) return 0;
     return supervised([=] { return pi(x, get_num_threads()); });
 }
 
-// Read here: libprimecount 7 wraps modulo 2^128 while it reads, and libprimecount 8 reads no text.
+// The text is read here because libprimecount 7 wraps modulo 2^128 while it reads, and libprimecount 8 reads no text.
 std::string pi(const std::string& text) {
     const int128_t x = kesh::counting::evaluate(text);
     if (x < 2) return "0";

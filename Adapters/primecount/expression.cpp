@@ -1,6 +1,6 @@
 /**
  * @file   expression.cpp
- * @brief  Operator precedence parsing with explicit stacks, over integers in two's complement.
+ * @brief  Operator precedence parsing with explicit stacks, with exact integers in two's complement.
  */
 #include "expression.h"
 
@@ -131,7 +131,7 @@ class Integer {
         return divided_by(power_of_two(count)).first;
     }
 
-    /** Throws above 2^127 - 1, and is -2^127 where the integer lies below that. */
+    /** Throws above 2^127 - 1; integers below -2^127 become -2^127. */
     int128_t to_int128() const {
         constexpr auto largest = static_cast<int128_t>(~uint128_t{0} >> 1);
         const Integer& magnitude_less_sign = is_negative() ? ~*this : *this;
@@ -225,7 +225,7 @@ struct Operator {
     Operation apply;
 };
 
-// Longer names stand before their beginnings.
+// A name comes before the names that are its beginnings.
 constexpr Operator binary_operators[] = {
     {"|", 1, [](const Integer& a, const Integer& b) { return a | b; }},
     {"&", 2, [](const Integer& a, const Integer& b) { return a & b; }},
@@ -244,7 +244,7 @@ constexpr Operator binary_operators[] = {
 
 constexpr Operator parenthesis = {"(", 0, nullptr};
 
-// Applied to 0 and their operand.
+// Signs are applied to 0 and their operand.
 constexpr Operator signs[] = {
     {"+", 8, [](const Integer& a, const Integer& b) { return a + b; }},
     {"-", 8, [](const Integer& a, const Integer& b) { return a - b; }},
@@ -279,7 +279,7 @@ class Reader {
         }
     }
 
-    /** Closing parentheses, then an operator. False at the end of the text, where all is computed. */
+    /** Closing parentheses, then an operator. False at the end of the text, when everything is computed. */
     bool read_operator() {
         for (;;) {
             skip_blanks();
@@ -314,7 +314,7 @@ class Reader {
         return value;
     }
 
-    /** 16 where the character is no digit. */
+    /** The value of a hexadecimal digit; 16 for any other character. */
     static unsigned digit(char c) {
         if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
         if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a' + 10);
@@ -344,7 +344,7 @@ class Reader {
         operators_.push_back(&waiting);
     }
 
-    /** Applies the waiting operators that bind at least so tightly, back to the last open parenthesis. */
+    /** Applies the waiting operators of at least this precedence, back to the last open parenthesis. */
     void apply_down_to(int precedence) {
         for (; !operators_.empty() && operators_.back()->precedence >= precedence; operators_.pop_back()) {
             const Integer b = values_.back();

@@ -25,21 +25,22 @@ constexpr size_t expression_depth = 10'000;
 /**
  * The exact value of an expression.
  *
- * Integers are decimal or, after 0x, hexadecimal. From loose to tight the operators are `|`, `&`, `<<` `>>`, `+` `-`,
- * `*` `/` `%`, `^` or `**`, `e` (m e n is m * 10^n), and the signs `-` `+` `~`: -2^2 is 4. The powers and `e` group
- * from the right, the others from the left. Division truncates towards 0, the remainder has the sign of the dividend,
- * `>>` rounds down, and the bitwise operators see negative numbers in two's complement without end. Blanks, tabs and
- * line ends may stand between all of these.
+ * Integers are decimal or, after 0x, hexadecimal. From loosest to tightest the operators are `|`, `&`, `<<` and `>>`,
+ * `+` and `-`, `*` `/` `%`, `^` or `**`, `e` (m e n is m * 10^n), and the signs `-` `+` `~`: -2^2 is 4. The powers and
+ * `e` group from the right, the others from the left. Division truncates towards 0, the remainder has the sign of the
+ * dividend, `>>` rounds down, and the bitwise operators take negative numbers in infinite two's complement. Blanks,
+ * tabs and line ends are allowed between any of these.
  *
  * Negative values below -2^127 are returned as -2^127.
  *
- * @throws std::invalid_argument where the text is malformed, divides by zero, or has a negative exponent or shift.
+ * @throws std::invalid_argument if the text is malformed, divides by zero, or has a negative exponent or shift.
  * @throws std::length_error beyond expression_depth.
- * @throws std::overflow_error where an intermediate value passes expression_bits or the final one 2^127 - 1.
+ * @throws std::overflow_error if an intermediate value needs more than expression_bits, or the result is above 2^127 -
+ * 1.
  */
 int128_t evaluate(std::string_view text);
 
-/** The decimal digits of x, with a sign where it is negative. */
+/** The decimal digits of x, with a sign if it is negative. */
 std::string to_decimal(int128_t x);
 
 }  // namespace kesh::counting

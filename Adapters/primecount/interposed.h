@@ -1,16 +1,15 @@
 /**
  * @file   interposed.h
- * @brief  What the functions that stand in for libprimecount's own share.
+ * @brief  The common parts of the functions that replace libprimecount's own.
  *
- * libprimecount calls its own functions through its procedure linkage table. This library stands before it in the
- * lookup order (it links to it), so a function here that has the same mangled name is the one that is called; it
- * reaches the original through `RTLD_NEXT`. Each is written with C linkage under that very name, a member function with
- * the object as its first argument, as the ABI passes it: so the functions of all versions stand side by side, whatever
- * the classes of one version look like.
+ * libprimecount calls its own functions through its procedure linkage table. This library links to it and so comes
+ * first in the lookup order: a function here with the same mangled name is called instead, and it reaches the original
+ * through `RTLD_NEXT`. Each function has C linkage and that mangled name; a member function has the object as its first
+ * argument, as the ABI passes it. So one binary can hold the functions of all versions, although their classes differ.
  *
- * A version of primecount calls those that it has itself, the others lie idle. Each file holds what came new with the
- * version in its name; `interposed-symbols.txt` lists which version has which. A count that was not started through
- * this library passes straight through.
+ * Each version of primecount calls the functions that it has itself; the others are unused. Each file has what was new
+ * in the version in its name; `interposed-symbols.txt` lists which version has which. A count that was not started
+ * through this library is passed on unchanged.
  */
 #pragma once
 
@@ -31,18 +30,18 @@ Function* original(const char* mangled_name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, mangled_name));
 }
 
-/** The state of one thread in the A and C formulas (since 7.12), or in S2 and D. Only its beginning is of interest. */
+/** The beginning of the state of one thread in the A and C formulas (since 7.12), or in S2 and D. */
 struct ThreadData {
     int64_t low;
 };
 
 /**
- * One request for work. The owner of the balancer, if it is a count of ours, learns of it and may end. `take` asks the
- * original balancer and returns whether there was work, `low` is where it begins.
+ * One request for work. If the balancer belongs to a count of ours, that count notices the request and may end. `take`
+ * asks the original balancer and returns whether there was work; `low` is where the work begins.
  *
- * A nested count runs to its end, also if the whole is to end: the A and C formulas look primes up by the number
- * that it returns, and a wrong one would be an index out of bounds. It takes some hundredths of a second at most if
- * the whole is one of 64 bits, and longer the farther beyond.
+ * A nested count runs to its end even if the whole count is to end: the A and C formulas use its result as the index of
+ * a prime, and a wrong one would be an index out of bounds. A nested count takes some hundredths of a second at most if
+ * the whole count is of 64 bits, and longer for larger x.
  */
 template <typename Take>
 bool hand_out(const void* balancer, RunningCount::Hook hook, const int64_t& low, Take take) {
@@ -55,19 +54,19 @@ bool hand_out(const void* balancer, RunningCount::Hook hook, const int64_t& low,
 }
 
 /**
- * The calling thread builds the balancer of the hard special leaves. Returns the number of threads to tell it: half of
- * a single thread's range would be its first item.
+ * The calling thread builds the balancer of the hard special leaves. Returns the number of threads to pass to it: for
+ * one thread the first item would be half of the range.
  */
 int begin_hard_leaves(const void* balancer, int64_t sieve_limit, int threads);
 
 /**
- * The remaining time, as the balancer of the hard special leaves is to see it. It sizes its items by that: each is to
- * take a third of it, or 20 times its own set-up where that is more. Hence items of 0.1 s instead of many seconds;
- * measured at 10^17, the extra set-up costs less than 2 % of the phase.
+ * The remaining time to report to the balancer of the hard special leaves, which sizes its items by it: each is to take
+ * a third of it, or 20 times its own set-up if that is more. So items take 0.1 s instead of many seconds; measured at
+ * 10^17, the extra set-up costs less than 2 % of the phase.
  */
 double remaining_for_items(const void* balancer, double seconds);
 
-/** Whether libprimecount ends the process over a wrong result. */
+/** Whether libprimecount ends the process when a result is wrong. */
 bool results_are_checked();
 
 }  // namespace kesh::counting

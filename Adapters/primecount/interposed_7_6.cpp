@@ -40,8 +40,8 @@ KESH_INTERPOSED void _ZN10primecount14LoadBalancerACC1Ellib(void* balancer, int6
     if (RunningCount* const count = RunningCount::called_here()) {
         count->saw(RunningCount::hook_ac);
         count->begin_phase(RunningCount::Phase::ac, balancer, sqrtx, y);
-        // A single thread would be given segments that take up to a minute, with nothing to poll in between. The
-        // team has the size that the caller asked for, whatever the balancer believes.
+        // A single thread would get segments that take up to a minute, and nothing is polled in between. The number of
+        // threads at work is what the caller asked for, whatever the balancer is told.
         if (count->phase_is_long()) threads = std::max(threads, 2);
     }
     construct(balancer, sqrtx, y, threads, is_print);
@@ -63,9 +63,9 @@ KESH_INTERPOSED void _ZN10primecount14LoadBalancerP2C1Enlib(void* balancer, int1
         count->saw(RunningCount::hook_p2);
         count->begin_phase(RunningCount::Phase::p2, balancer, sieve_limit);
         count->set_team_size(threads);
-        // An item is an eighth of a thread's share of the range, and nothing polls in between: more threads than there
-        // are make it shorter. Each item costs one pi(low), so only long ranges are cut finer: a range of 2^32 takes
-        // about half a second. Beyond 64 bits pi(low) takes longer, and the items get longer with it.
+        // An item is an eighth of a thread's share of the range, and nothing is polled in between: a larger number of
+        // threads makes it shorter. Each item costs one pi(low), so only long ranges get shorter items: a range of 2^32
+        // takes about half a second. Beyond 64 bits pi(low) takes longer, and so do the items.
         if (count->phase_is_long()) {
             const int finer = x <= INT64_MAX ? static_cast<int>(std::min<int64_t>(16, 2 + (sieve_limit >> 32)))
                                              : static_cast<int>(std::cbrt(static_cast<double>(sieve_limit)) / 128);
@@ -114,8 +114,8 @@ KESH_INTERPOSED double _ZNK10primecount14LoadBalancerS214remaining_secsEv(const 
 
 // --- whole functions
 
-// S2_easy(int64_t x, int64_t y, int64_t z, int64_t c, int threads, bool is_print), two thirds of the time of
-// pi_deleglise_rivat. It asks for no work; a request made before it begins need not wait for its end.
+// S2_easy(int64_t x, int64_t y, int64_t z, int64_t c, int threads, bool is_print) takes two thirds of the time of
+// pi_deleglise_rivat. It asks for no work; a request made before it begins does not have to wait for its end.
 KESH_INTERPOSED int64_t _ZN10primecount7S2_easyEllllib(int64_t x, int64_t y, int64_t z, int64_t c, int threads,
                                                        bool is_print) {
     static const auto sum = original<int64_t(int64_t, int64_t, int64_t, int64_t, int, bool)>(__func__);
@@ -123,7 +123,7 @@ KESH_INTERPOSED int64_t _ZN10primecount7S2_easyEllllib(int64_t x, int64_t y, int
     return sum(x, y, z, c, threads, is_print);
 }
 
-// pi(int64_t x, int threads) as the whole count or as the longest part of an n-th prime, which must not go on from a
+// pi(int64_t x, int threads) as the whole count or as the longest part of an n-th prime, which must not continue with a
 // wrong number
 KESH_INTERPOSED int64_t _ZN10primecount2piEli(int64_t x, int threads) {
     static const auto count_primes = original<int64_t(int64_t, int)>(__func__);
@@ -136,7 +136,7 @@ KESH_INTERPOSED int64_t _ZN10primecount2piEli(int64_t x, int threads) {
     return result;
 }
 
-// pi_noprint(int64_t x, int threads), pi of a bound that a count needs on its way
+// pi_noprint(int64_t x, int threads), pi of a bound that a count needs
 KESH_INTERPOSED int64_t _ZN10primecount10pi_noprintEli(int64_t x, int threads) {
     static const auto count_primes = original<int64_t(int64_t, int)>(__func__);
     RunningCount* const count = RunningCount::called_here();

@@ -28,7 +28,7 @@ KESH_INTERPOSED double _ZNK10primecount14LoadBalancerS214remaining_secsERNS_10Th
 }
 
 // verify_pix(std::string_view algorithm, int128_t x, int128_t pix) ends the process if pix is too far from Li(x). The
-// number of an ended count would be.
+// number of an ended count is too far from it.
 KESH_INTERPOSED void _ZN10primecount10verify_pixESt17basic_string_viewIcSt11char_traitsIcEEnn(
     std::string_view algorithm, int128_t x, int128_t pix) {
     static const auto verify = original<void(std::string_view, int128_t, int128_t)>(__func__);

@@ -1,11 +1,11 @@
 /**
  * @file   primecount_adapter.h
- * @brief  primecount as the counting exports use it: its own header, and what the installed version lacks of
- *         the progress callback, the exit call and the one-argument counting functions.
+ * @brief  primecount as the counting exports use it: its own header, and the progress callback, the exit call and the
+ *         one-argument counting functions if the installed version lacks them.
  *
  * A primecount that has all of them is used as it is: the build finds out and defines KESH_PRIMECOUNT_HAS_HOOKS.
- * Otherwise this folder provides them, and defines `pi`, `nth_prime`, `phi` and `pi_primesieve` anew for this library
- * only, so that a count started here reports progress, can be ended, and answers 0 for negative x.
+ * Otherwise this folder provides them. It then also defines `pi`, `nth_prime`, `phi` and `pi_primesieve` again for this
+ * library only, so that a count started here reports progress, can be ended, and returns 0 for negative x.
  */
 #pragma once
 
@@ -18,18 +18,18 @@
 namespace primecount {
 
 /**
- * Installs the process-wide callback of long computations. It receives the percentage of the work done, from any
- * thread but never from two at once for one count; a true result ends the count, as does an exception, which then
- * leaves the counting call in place of `primecount_error`. Null removes it.
+ * Installs the process-wide callback of long computations. It receives the percentage of the work done, on any thread
+ * but never on two at once for one count. If it returns true, the count ends. If it throws, the count ends too, and
+ * that exception leaves the counting call in place of `primecount_error`. Null removes the callback.
  */
 void set_callback(bool (*callback)(double percent));
 
 /**
- * Asks all counts that are running to end (true), or declares that the calling thread starts anew (false).
+ * Asks all counts that are running to end (true), or withdraws earlier requests for the calling thread (false).
  *
- * An ended count throws `primecount_error`. A request made while no count runs has nothing to end and does not reach
- * counts that start later. A thread that withdraws requests and then counts is held to be counting from the
- * withdrawal on, so that a request which arrives between the two is not lost.
+ * An ended count throws `primecount_error`. A request made while no count runs has no effect, also on later counts. A
+ * thread that withdraws requests and then counts is regarded as counting from the withdrawal on, so that a request
+ * between the two is not lost.
  */
 void set_exitcall(bool request);
 

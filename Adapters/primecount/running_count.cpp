@@ -11,7 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** Reports are this far apart at least: often enough for a smooth bar, too seldom to be felt. */
+/** The shortest time between two reports: short enough for a smooth bar, long enough to cost nothing. */
 constexpr Clock::duration report_interval = std::chrono::milliseconds(10);
 
 /** A phase that hands out no more than this takes about 0.3 s on one thread. */
@@ -37,8 +37,8 @@ thread_local RunningCount* served = nullptr;
 thread_local std::optional<uint64_t> requests_when_withdrawn;
 
 /**
- * The requests made up to now, or up to the calling thread's last withdrawal, are none of the new count's. A count of
- * the adapter's own uses no withdrawal up: the count that it comes before must not lose a request made meanwhile.
+ * Requests made up to now, or up to the calling thread's last withdrawal, do not apply to the new count. A probe of the
+ * adapter does not use the withdrawal up: the count after the probe must not lose a request made meanwhile.
  */
 uint64_t requests_before_count(RunningCount::Purpose purpose) {
     if (purpose == RunningCount::Purpose::probe) return 0;
@@ -137,8 +137,8 @@ void RunningCount::begin_phase(Phase phase, const void* balancer, int64_t limit,
 }
 
 /**
- * The share of a phase's time that goes into the range below low, measured at 10^16 to 10^18. In AC some 70 percent lie
- * below y, evenly spread; what follows, and the hard leaves, get sparser fast.
+ * The share of a phase's time that goes into the range below low, measured at 10^16 to 10^18. In AC some 70 percent of
+ * the time is spent below y, evenly; above y, and in the hard leaves, work gets sparser fast.
  */
 double RunningCount::phase_fraction(int64_t low) const noexcept {
     const double position = static_cast<double>(low);
@@ -169,8 +169,8 @@ void RunningCount::stop_serving() noexcept {
 }
 
 /**
- * OpenMP joins its threads at the end of a region, so this always holds. It is also where the joining becomes visible:
- * a thread sanitizer knows nothing of an OpenMP runtime that was built without it.
+ * OpenMP joins its threads at the end of a region, so this always holds. The acquiring load also makes the joining
+ * visible to a thread sanitizer, which does not see it in an OpenMP runtime that was built without the sanitizer.
  */
 void RunningCount::expect_nobody_serves() const noexcept {
     [[maybe_unused]] const int serving = serving_.load(std::memory_order_acquire);
@@ -206,7 +206,7 @@ void RunningCount::finish() {
 }
 
 RunningCount::Nested::Nested(RunningCount& count) noexcept {
-    // No phase is under way, and a balancer of the nested count may stand where the last phase's stood.
+    // No phase is under way, and a balancer of the nested count may have the address of the last phase's balancer.
     count.balancer_.store(nullptr);
     served = &count;
 }

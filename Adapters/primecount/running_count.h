@@ -1,6 +1,6 @@
 /**
  * @file   running_count.h
- * @brief  One count in progress: which threads work for it, how far it is, and whether it is to end.
+ * @brief  One count in progress: the threads that work for it, its progress, and whether it is to end.
  */
 #pragma once
 
@@ -13,12 +13,12 @@
 namespace kesh::counting {
 
 /**
- * Lives on the stack of the thread that called a counting function, for the duration of the call.
+ * An object on the stack of the thread that called a counting function, for the duration of the call.
  *
  * primecount hands out parallel work through load balancers. A balancer that the calling thread builds belongs to its
- * count; threads find the count by the balancer's address when they ask it for their first item, and serve the count
- * until it has no more for them. Counts that primecount runs inside a work item (for pi of the item's low end) are
- * nested: their share of the work is not reported, and they run to their end, since the item relies on their number.
+ * count. A thread finds the count by the balancer's address when it asks for its first item, and serves the count until
+ * there are no more items. Counts that primecount runs inside a work item (for pi of the item's low end) are nested:
+ * their progress is not reported, and they run to their end, because the item needs their result.
  *
  * Nothing here throws in a thread that serves: an exception must not leave an OpenMP region. Running out of work ends
  * every phase instead, and the calling thread throws once it is outside.
@@ -45,7 +45,7 @@ class RunningCount {
         all_hooks = (1u << 10) - 1
     };
 
-    /** A probe reports nothing and is not ended: its answer tells whether the hooks work. */
+    /** A probe reports nothing and cannot be ended: its result shows whether the hooks work. */
     enum class Purpose { count, probe };
 
     explicit RunningCount(Purpose purpose = Purpose::count);
@@ -57,19 +57,19 @@ class RunningCount {
     static void request_end() noexcept;
     static void withdraw_requests() noexcept;
 
-    /** The count that this thread has called and is working on outside of any work item; null where there is none. */
+    /** The count that this thread has called and is working on outside of any work item; null if there is none. */
     static RunningCount* called_here() noexcept;
 
     /**
-     * The count whose balancer this is, which the calling thread serves until stop_serving; null for the balancers of
-     * nested counts and of other users of primecount.
+     * The count that owns this balancer; the calling thread then serves it until stop_serving. Null for the balancers
+     * of nested counts and of other users of primecount.
      */
     static RunningCount* enlist(const void* balancer) noexcept;
 
     /** Whether the count is to end. */
     bool ended() const noexcept;
 
-    /** Throws what ended the count, if something did. Only for the calling thread, outside of work items. */
+    /** If the count was ended, throws the exception for that. Only for the calling thread, outside of work items. */
     void throw_if_ended() const;
 
     /**
@@ -79,12 +79,12 @@ class RunningCount {
     void begin_phase(Phase phase, const void* balancer, int64_t limit, int64_t dense_below = 0);
 
     /**
-     * Whether the phase hands out so long a range that its items have to be made shorter for a single thread. In a
-     * short one they end soon as they are, and shorter ones would cost up to a fifth of the time.
+     * Whether the range of the phase is so long that its items have to be made shorter for a single thread. In a short
+     * range items end soon anyway, and shorter ones would cost up to a fifth of the time.
      */
     bool phase_is_long() const noexcept;
 
-    /** This thread has been handed the item that begins at low. False where the count ends: the item is not done. */
+    /** This thread has received the item that begins at low. False if the count is to end: the item is not done. */
     bool begin_item(int64_t low) noexcept;
 
     /** This thread gets no more work from the balancer. */
@@ -105,7 +105,7 @@ class RunningCount {
         Nested& operator=(const Nested&) = delete;
     };
 
-    /** The number of threads that the caller of a P2 balancer asked for. */
+    /** Sets the number of threads that the caller of a P2 balancer asked for. */
     void set_team_size(int threads) noexcept;
     int team_size() const noexcept;
 
@@ -125,7 +125,8 @@ class RunningCount {
     /** The threads that serve. There are none whenever the calling thread changes what follows. */
     std::atomic<int> serving_{0};
 
-    // Written by the calling thread before it stores balancer_, read by those that have found the count through it.
+    // The calling thread writes these before it stores balancer_; threads that found the count through balancer_ read
+    // them.
     std::atomic<const void*> balancer_{nullptr};
     Phase phase_ = Phase::ac;
     double limit_ = 1;

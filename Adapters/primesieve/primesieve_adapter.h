@@ -1,7 +1,7 @@
 /**
  * @file   primesieve_adapter.h
- * @brief  The services of primesieve in the form that the sieve exports rely on: placing an iterator strictly beside a
- *         number, telling it how far a walk will go, and collecting primes into 32-bit elements.
+ * @brief  The services of primesieve in the form that the sieve exports need: placing an iterator strictly above or
+ *         below a number, telling it how far a walk will go, and collecting primes into 32-bit elements.
  *
  * Everything else of primesieve is used directly.
  */
@@ -18,11 +18,11 @@
 namespace kesh::sieve {
 
 /**
- * The distance within which the k-th prime beside x nearly always lies: 1.2 times the average one, and at least the
- * largest gap between primes below 2^64, 1550.
+ * The distance within which the k-th prime above or below x nearly always is: 1.2 times the average distance, plus
+ * 1550, the largest gap between primes below 2^64.
  *
- * An iterator that expects to go on to 2^64 sieves some root of x at a time: 2 GB of primes for the one below 2^64. A
- * hint changes no answer: the iterator goes on as before where it was too near.
+ * Without a hint the iterator expects to continue to 2^64 and sieves about the root of x at a time: 2 GB of primes for
+ * the one below 2^64. A hint changes no result: if it was too near, the iterator continues without it.
  */
 inline uint64_t expected_distance(uint64_t x, int64_t k) {
     const double average = std::log(static_cast<double>(x) + 2);
@@ -47,9 +47,9 @@ concept has_skipto = requires(Iterator it, uint64_t x) { it.skipto(x, x); };
 /**
  * Places the iterator so that the following `next_prime()` calls yield the primes > x in increasing order.
  *
- * Since version 11 `jump_to(y)` includes y, hence x + 1. At the top of the range x + 1 would wrap to 0 and start
- * again at 2; x itself serves there, since 2^64 - 1 is composite: `next_prime()` then throws primesieve's
- * "cannot generate primes > 2^64".
+ * Since version 11 `jump_to(y)` includes y, hence x + 1. For x = 2^64 - 1 the sum x + 1 would wrap to 0 and start again
+ * at 2; x itself is used instead, because it is composite: `next_prime()` then throws primesieve's "cannot generate
+ * primes > 2^64".
  */
 template <typename Iterator>
 void skipto_for_next(Iterator& it, uint64_t x, uint64_t stop_hint) {
@@ -61,8 +61,7 @@ void skipto_for_next(Iterator& it, uint64_t x, uint64_t stop_hint) {
 }
 
 /**
- * Places the iterator so that the following `prev_prime()` calls yield the primes < x in decreasing order, and 0
- * where there is none.
+ * Places the iterator so that the following `prev_prime()` calls yield the primes < x in decreasing order, and then 0.
  */
 template <typename Iterator>
 void skipto_for_prev(Iterator& it, uint64_t x, uint64_t stop_hint) {
@@ -77,8 +76,8 @@ void skipto_for_prev(Iterator& it, uint64_t x, uint64_t stop_hint) {
  * A `std::vector<int>` that keeps the low 32 bits of every prime appended to it.
  *
  * Since version 11 primesieve refuses to fill a container whose `value_type` cannot hold the largest prime. This one
- * announces 64-bit elements and stores 4 bytes a prime. It offers what primesieve's templates ask of a container, and
- * `reserve` is the vector's own, with its length error.
+ * declares 64-bit elements and stores 4 bytes per prime. It has the members that primesieve's templates use; `reserve`
+ * is the vector's own, with its length error.
  */
 class narrowing_primes {
   public:

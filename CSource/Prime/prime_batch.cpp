@@ -1,9 +1,9 @@
 /**
  * @file   prime_batch.cpp
- * @brief  The rounds of a block, and the two exports with their threads.
+ * @brief  Tests of many integers: the rounds that test one block, and the two exports, which hand blocks to threads.
  *
- * A block is screened as a whole before the next, dearer round begins: what is left after a round is packed, so that
- * lanes are filled with numbers that need the work.
+ * Each round tests the whole block before the next, more expensive round begins. The numbers that pass a round are
+ * packed, so that every lane of the next round holds a number that needs the test.
  */
 #include "Prime/prime_batch.h"
 
@@ -31,9 +31,9 @@ struct placed_word {
 };
 
 /**
- * Keeps of the first count words those that pass; returns how many. lanes(group, row) sets the bit of each number of a
- * group that passes; alone(n) says it of one number, and is asked where a group would have at most a third of its lanes
- * in use.
+ * Keeps those of the first count words that pass, and returns their number. lanes(group, row) sets the bit of each
+ * number of a group that passes. alone(n) tests one number; it is used when a group has at most a third of its lanes in
+ * use.
  */
 template <class Lanes, class Alone>
 std::size_t keep_passing(placed_word* words, std::size_t count, Lanes lanes, Alone alone) {
@@ -76,7 +76,7 @@ void test_words(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
             const hashed_bases bases(n);
             return kernel::strong_tests<2>(n, {bases.second, bases.third});
         });
-    // What is below the bound is decided now.
+    // Numbers below the bound are decided now.
     std::size_t open = 0;
     for (std::size_t i = 0; i < kept; ++i) {
         if (words[i].n < third_base_from)
@@ -94,13 +94,13 @@ void test_words(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
     for (std::size_t i = 0; i < kept; ++i) verdicts[words[i].place] = 1;
 }
 
-/** The blocks of a call, handed out one by one to whoever asks. */
+/** The blocks of a call; each thread takes one after another. */
 class shared_blocks {
   public:
     shared_blocks(const umint* n, mint len, mint count, std::uint8_t* verdicts)
         : n_(n), len_(len), count_(count), verdicts_(verdicts) {}
 
-    /** Tests the next block; false when there was none or the work is stopped. */
+    /** Tests the next block; false if there is none or the work is stopped. */
     bool work() {
         if (stopped_.load(std::memory_order_relaxed)) return false;
         const mint size = block_size(len_);
@@ -182,7 +182,7 @@ int KESH_ArePrimeOnThreads(const std::uint64_t* n, std::int64_t len, std::int64_
                 }
             });
         }
-    } catch (const std::system_error&) {  // no more threads: those there are do the work
+    } catch (const std::system_error&) {  // no more threads: the existing ones do the work
     } catch (const std::bad_alloc&) {
     }
     while (blocks.work()) {

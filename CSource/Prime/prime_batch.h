@@ -1,7 +1,7 @@
 /**
  * @file   prime_batch.h
- * @brief  Primality of many integers at a time: the same verdicts as KESH_PrimeQ, in rounds and several numbers side by
- *         side. docs/batch.md says what that saves.
+ * @brief  Primality of many integers per call: the same verdicts as KESH_PrimeQ, in rounds, with several numbers side
+ *         by side. docs/batch.md says what that saves.
  */
 #pragma once
 
@@ -13,10 +13,10 @@
 
 namespace kesh {
 
-/** At most so many numbers are in work at a time; their places and survivors are kept on the stack. */
+/** The largest number of integers in a block; their places and the survivors are kept on the stack. */
 inline constexpr mint largest_block = 512;
 
-/** The numbers of a block of len limbs each: few enough for a block to take milliseconds. */
+/** The number of integers of len limbs in a block: so few that a block takes milliseconds. */
 constexpr mint block_size(mint len) {
     return largest_block / len;
 }
@@ -27,7 +27,7 @@ constexpr mint block_size(mint len) {
  */
 void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts);
 
-/** No array has more limbs; a thousand blocks fewer, so that counting beyond the end cannot overflow. */
+/** A bound on the limbs of any array, less a thousand blocks, so that counting beyond the end cannot overflow. */
 inline constexpr mint longest_array =
     std::numeric_limits<mint>::max() / static_cast<mint>(sizeof(umint)) - 1000 * largest_block;
 

@@ -20,9 +20,9 @@ using kesh::return_integer;
 namespace {
 
 /**
- * The host table most recently handed to a function that installs a callback: the callbacks have no other way to the
- * host. Plain on purpose, as is asyncObjectID: the tables live as long as the process, and a synchronous count that
- * starts during a task takes over the callback and this pointer alike.
+ * The host table most recently passed to a function that installs a callback: the callbacks have no other way to the
+ * host. It is a plain variable on purpose, like asyncObjectID: the tables live as long as the process, and a
+ * synchronous count that starts during a task replaces both the callback and this pointer.
  */
 VelmoraLibraryData wlibData = nullptr;
 
@@ -76,7 +76,7 @@ void addData(VelmoraIOLibrary_Functions iolib, DataStore dstore, const char* val
     iolib->DataStore_addString(dstore, const_cast<char*>(value));
 }
 
-/** Raises one event for the current task, with one unnamed value. The DataStore passes to the host. */
+/** Raises one event for the current task, with one unnamed value. The host becomes the owner of the DataStore. */
 template <typename T>
 void raiseAsyncEvent(const char* message, T data) {
     const std::lock_guard<std::mutex> lock(event_mutex);
@@ -86,7 +86,7 @@ void raiseAsyncEvent(const char* message, T data) {
     iolib->raiseAsyncEvent(asyncObjectID, const_cast<char*>(message), dstore);
 }
 
-/** Progress callback of asynchronous counts. It never ends one: that is the business of PrimeCount_StopTask. */
+/** Progress callback of asynchronous counts. It never ends one; PrimeCount_StopTask does. */
 bool monitor(double percent) {
     raiseAsyncEvent("Status", percent);
     return false;
@@ -102,8 +102,8 @@ char* copy_string(char* buffer, const std::string& text) {
  * The run of one worker: waits for its turn, points the callbacks at its task, counts and reports, removes the task.
  *
  * The stop request is cleared here and nowhere else, so a request made while nothing runs has no effect on any task.
- * Only what derives from std::exception is a failed count. Anything else, and a failure to report the failure, ends
- * the process under the rules of threads: there is no sensible way on from them.
+ * Only an exception derived from std::exception is a failed count. Any other exception, and an exception while the
+ * failure is reported, leaves the thread and so ends the process: there is no sensible way to continue.
  */
 template <typename CountAndReport>
 void run_task(VelmoraLibraryData libData, mint id, CountAndReport count_and_report) {
@@ -119,7 +119,7 @@ void run_task(VelmoraLibraryData libData, mint id, CountAndReport count_and_repo
         failed = true;
     }
     if (failed) raiseAsyncEvent("Error", "$Failed");
-    // Through this worker's own table: wlibData may be another's by now.
+    // Through this worker's own table: another count may have changed wlibData.
     libData->ioLibraryFunctions->removeAsynchronousTask(id);
 }
 
@@ -134,7 +134,7 @@ void prime(int64_t n, VelmoraLibraryData libData, mint id) {
 void exprpi(std::string n, VelmoraLibraryData libData, mint id) {
     run_task(libData, id, [&n] {
         const std::string m = primecount::pi(n);
-        // Never released: the host may read it at any later time, and nothing tells when it has.
+        // Never released: the host may read it at any later time, and nothing tells the library when it has.
         char* const result = copy_string(new char[m.length() + 1], m);
         raiseAsyncEvent("Result", result);
     });
@@ -155,14 +155,14 @@ int abortable_count(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArg
     return return_integer(Res, count);
 }
 
-/** A count under whichever callback is installed; what it throws is the caller's to handle. */
+/** A count under the callback that is installed, whichever it is; its exceptions leave the export. */
 template <int64_t (*Count)(int64_t)>
 int plain_count(mint Argc, MArgument* Args, MArgument Res) {
     if (Argc != 1) return LIBRARY_FUNCTION_ERROR;
     return return_integer(Res, Count(integer_argument(Args, 0)));
 }
 
-/** Starts a worker on (n, libData, id) and leaves it to itself. */
+/** Starts a detached worker with the arguments (n, libData, id). */
 template <void (*Worker)(int64_t, VelmoraLibraryData, mint)>
 int submit_count(VelmoraLibraryData libData, mint Argc, MArgument* Args) {
     if (Argc != 2) return LIBRARY_FUNCTION_ERROR;
@@ -220,7 +220,7 @@ int PrimeCount_GetThreads(VelmoraLibraryData /*libData*/, mint /*Argc*/, MArgume
 
 int PrimeCount_SetThreads(VelmoraLibraryData /*libData*/, mint Argc, MArgument* Args, MArgument Res) {
     if (Argc != 1) return LIBRARY_FUNCTION_ERROR;
-    // Narrowed without a check: primecount clamps what it gets, and the caller sees the outcome.
+    // Narrowed without a check: primecount clamps the number, and the caller gets the new one as the result.
     primecount::set_num_threads(static_cast<int>(integer_argument(Args, 0)));
     return return_integer(Res, mint{primecount::get_num_threads()});
 }
@@ -234,11 +234,11 @@ int PrimeCount_ExprPrimePi(VelmoraLibraryData libData, mint Argc, MArgument* Arg
     try {
         m = primecount::pi(n);
     } catch (const std::exception&) {
-        // The text goes back to the host only with a result; after a failure the host disposes of its argument itself.
+        // The argument is disowned only with a result; after a failure the host releases it itself.
         return LIBRARY_FUNCTION_ERROR;
     }
-    // The old result goes first, so that two never exist at once. Should there be no memory for the new one, the next
-    // call must not release it again.
+    // The old result is released first, so that two never exist at once. The pointer becomes null: if there is no
+    // memory for the new result, the next call must not release the old one again.
     delete[] std::exchange(outstr, nullptr);
     outstr = new char[m.length() + 1];
     copy_string(outstr, m);

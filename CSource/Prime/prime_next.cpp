@@ -1,7 +1,7 @@
 /**
  * @file   prime_next.cpp
- * @brief  Windows of odd numbers, sieved by small primes as far as that is cheaper than testing, and the walks over
- * them.
+ * @brief  The walks to the next and previous primes: windows of odd numbers are sieved by small primes as far as that
+ *         is cheaper than testing, and the remaining numbers are tested.
  */
 #include "Prime/prime_next.h"
 
@@ -19,10 +19,10 @@
 namespace kesh {
 namespace {
 
-/** Odd numbers a window has at most. */
+/** The largest number of odd numbers in a window. */
 constexpr mint largest_window = 32768;
 
-/** Below this no number is sieved: sieving primes would strike out themselves, and the bitmap answers at once. */
+/** Smaller numbers are not sieved: sieving primes would strike out themselves, and the bitmap decides at once. */
 constexpr umint sieve_from = umint{1} << 20;
 
 /** An integer of len limbs. */
@@ -51,7 +51,7 @@ class limbs {
         return std::any_of(limb_.begin() + 1, limb_.begin() + len(), has_room) ? ~umint{0} : ~limb_[0];
     }
 
-    /** Adds; false when the sum does not fit, and then the value is of no use. */
+    /** Adds x; false when the sum does not fit, and then the value is meaningless. */
     bool add(umint x) {
         for (std::size_t i = 0; i < len_ && x != 0; ++i) x = (limb_[i] += x) < x ? 1 : 0;
         return x == 0;
@@ -74,19 +74,19 @@ class limbs {
 };
 
 /**
- * Up to which prime a window is sieved when `tested` odd numbers of n limbs would be tested without: a prime p saves
- * tested / p tests of about 90 n^2 (2 n + 1) cycles and, of more than a limb, 3000 (n - 1) / n, less what smaller
- * primes have saved, and costs 12 + 6 n.
+ * The bound of the primes by which a window is sieved, where `tested` odd numbers of n limbs would be tested without a
+ * sieve. A prime p saves tested / p tests, less those that smaller primes have saved; a test costs about
+ * 90 n^2 (2 n + 1) cycles, and 3000 (n - 1) / n more for more than one limb. The prime itself costs 12 + 6 n cycles.
  */
 umint sieving_limit(mint n, mint tested) {
     const auto bound = static_cast<umint>(tested * (n * n * (2 * n + 1) * 90 + 3000 * (n - 1) / n) / (12 + 6 * n));
     return std::clamp<umint>(bound * 3 / 2 / static_cast<umint>(std::bit_width(bound)), 139, sieve_from);
 }
 
-/** The odd numbers base, base + 2, ..., of which the sieve has struck out multiples of small primes. */
+/** The odd numbers base, base + 2, ..., from which the sieve has removed multiples of small primes. */
 class window {
   public:
-    /** Precondition: base is odd, and all numbers of the window fit. */
+    /** Precondition: base is odd, and all numbers of the window fit into its limbs. */
     window(const limbs& base, mint size, mint tested) : base_(base), size_(size) {
         assert(base.low() % 2 == 1 && 1 <= size && size <= largest_window);
         std::fill_n(struck_.begin(), (size + 63) / 64, 0);
@@ -108,7 +108,10 @@ class window {
     }
 
   private:
-    /** The remainders of the wide base by primes come from its remainders by products of primes that fill a limb. */
+    /**
+     * Remainders of a wide base modulo primes are computed from its remainders modulo products of primes that fill a
+     * limb.
+     */
     void sieve(std::span<const umint> base, umint limit) {
         const std::span<const std::uint32_t> bitmap = odd_prime_bitmap();
         std::array<umint, 40> group;
@@ -135,7 +138,7 @@ class window {
         }
     }
 
-    /** Strikes out the multiples of the odd p: those i with base + 2 i = 0 modulo p. */
+    /** Removes the multiples of the odd p: those i with base + 2 i = 0 modulo p. */
     void strike(umint p, umint remainder) {
         const umint first = remainder == 0 ? 0 : remainder % 2 == 1 ? (p - remainder) / 2 : p - remainder / 2;
         for (umint i = first; i < static_cast<umint>(size_); i += p) struck_[i / 64] |= umint{1} << (i % 64);
@@ -143,12 +146,12 @@ class window {
 
     limbs base_;
     mint size_;
-    std::array<umint, largest_window / 64> struck_;  ///< a bit a number, as many as there are
+    std::array<umint, largest_window / 64> struck_;  ///< one bit per number of the window
 };
 
 /**
- * Goes through the primes of a window, upwards or downwards, and hands each to take(prime) until that returns false;
- * between groups of `group` tested numbers asks go_on(). Returns false when one of the two said so.
+ * Passes each prime of a window, upwards or downwards, to take(prime) until that returns false, and calls go_on()
+ * between groups of `group` tested numbers. Returns false when one of the two returned false.
  */
 template <class Take, class GoOn>
 bool for_primes(const window& w, bool upwards, mint group, Take take, GoOn go_on) {
@@ -172,7 +175,7 @@ bool for_primes(const window& w, bool upwards, mint group, Take take, GoOn go_on
     return true;
 }
 
-/** How many odd numbers there are to a prime near 2^(64 n): half its logarithm, rounded up. */
+/** The number of odd numbers per prime near 2^(64 n): half its logarithm, rounded up. */
 mint odd_numbers_a_prime(mint n) {
     return 23 * n;
 }
@@ -181,14 +184,16 @@ bool bad_arguments(const umint* n, mint len, const umint* r) {
     return n == nullptr || r == nullptr || len < 1 || len > 16;
 }
 
-/** How many numbers to test at a time on the way to `primes` primes: what fills the lanes, as more might be for
- * nothing. */
+/**
+ * The number of integers to test at a time in search of `primes` primes: it just fills the lanes, because more tests
+ * might be wasted.
+ */
 mint group_size(const limbs& n, mint primes) {
     const mint lanes = n.is_word() ? static_cast<mint>(kernel::word_lanes) : 1;
     return std::min(block_size(n.len()), lanes * std::min(primes, largest_block));
 }
 
-/** The walk upwards; found counts the primes at r. */
+/** The walk upwards; found is the number of primes at r. */
 int next_primes(limbs at, mint count, umint* r, mint& found, KESH_Progress progress, void* data) {
     const mint len = at.len();
     const auto take = [&](const limbs& prime) {

@@ -1,7 +1,7 @@
 /**
  * @file   prime_next.h
- * @brief  The next and the previous prime of integers of up to 1024 bits, and the walk over many: candidates are sieved
- *         in windows, and what is left is tested in batches.
+ * @brief  The next and the previous prime of integers of up to 1024 bits, and walks over many primes: candidates are
+ *         sieved in windows, and the remaining ones are tested in batches.
  */
 #pragma once
 

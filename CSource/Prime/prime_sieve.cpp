@@ -1,6 +1,6 @@
 /**
  * @file   prime_sieve.cpp
- * @brief  Thin exports over primesieve; the mathematics and its limits are primesieve's own.
+ * @brief  The exports over primesieve, which does the mathematics and sets its limits.
  */
 #include "Prime/prime_sieve.h"
 
@@ -24,7 +24,7 @@ int count_in_range(mint Argc, MArgument* Args, MArgument Res) {
     return return_integer(Res, Count(a, b));
 }
 
-/** Hands the collected primes to the host as a new integer tensor, sign-extending each element. */
+/** Gives the collected primes to the host as a new integer tensor, sign-extending each element. */
 int return_tensor(VelmoraLibraryData libData, const kesh::sieve::narrowing_primes& collected, MArgument Res) {
     const std::vector<int>& primes = collected.narrowed();
     const mint length = static_cast<mint>(primes.size());
@@ -67,8 +67,8 @@ int PrimeSieve_CountSextuplets(VelmoraLibraryData /*libData*/, mint Argc, MArgum
     return count_in_range<primesieve::count_sextuplets>(Argc, Args, Res);
 }
 
-// The walks below build their iterator before they look at the argument count, so that every way out of them, the
-// failing ones too, leaves through the same owner of the sieve's memory.
+// The walks below build their iterator before they check the number of arguments, so that the same object owns the
+// sieve's memory on every way out, also on failure.
 
 int PrimeSieve_NextPrime(VelmoraLibraryData /*libData*/, mint Argc, MArgument* Args, MArgument Res) {
     primesieve::iterator it(0, primesieve::get_max_stop());
@@ -92,7 +92,7 @@ int PrimeSieve_NextKthPrime(VelmoraLibraryData /*libData*/, mint Argc, MArgument
     const umint n = unsigned_argument(Args, 0);
     const mint k = integer_argument(Args, 1);
     kesh::sieve::skipto_for_next(it, n, kesh::sieve::hint_above(n, k));
-    umint prime = 0;  // what k <= 0 gets: no prime is drawn
+    umint prime = 0;  // the result for k <= 0
     for (mint i = 1; i <= k; ++i) prime = it.next_prime();
     return return_integer(Res, prime);
 }
@@ -103,7 +103,7 @@ int PrimeSieve_PreviousKthPrime(VelmoraLibraryData /*libData*/, mint Argc, MArgu
     const umint n = unsigned_argument(Args, 0);
     const mint k = integer_argument(Args, 1);
     kesh::sieve::skipto_for_prev(it, n, kesh::sieve::hint_below(n, k));
-    umint prime = 0;  // what k <= 0 gets: no prime is drawn
+    umint prime = 0;  // the result for k <= 0
     for (mint i = 1; i <= k; ++i) {
         prime = it.prev_prime();
         if (prime == 0) break;  // below 2 the iterator yields 0 for ever

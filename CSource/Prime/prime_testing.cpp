@@ -1,7 +1,7 @@
 /**
  * @file   prime_testing.cpp
- * @brief  The deterministic test of 64-bit integers, fast and one strong test after another, and the entry
- *         points for limb arrays.
+ * @brief  The deterministic test of 64-bit integers, in its fast form and as one strong test after another, and the
+ *         entry points for limb arrays.
  */
 #include "Prime/prime_testing.h"
 
@@ -15,7 +15,7 @@
 namespace kesh {
 namespace {
 
-/** Last number that the bitmap of odd primes knows. */
+/** The last number in the bitmap of odd primes. */
 constexpr std::uint32_t bitmap_limit = 1048577;
 
 /** Multiplicative hash of the low 32 bits; a table of 2^k entries is indexed by its top k bits. */
@@ -23,7 +23,7 @@ constexpr std::uint32_t hash(u64 n) {
     return static_cast<std::uint32_t>(n) * 0xAD625B89u;
 }
 
-/** The third base, indexed by the top three bits of the hashed one. */
+/** The third base, indexed by the top three bits of the hashed base. */
 constexpr std::array<u64, 8> third_bases = {15, 135, 13, 60, 15, 117, 65, 29};
 
 u64 hashed_base_32(u64 n, const std::uint16_t* bases) {
@@ -46,9 +46,9 @@ struct exact_divisor {
 };
 
 /**
- * Whether one of the primes divides n. The tests are counted without a branch between them, each by adding the carry of
- * its comparison, and read their constants from memory: as operands of 8 bytes in the instructions they keep the
- * processor's front end busy for longer than the multiplications take.
+ * Whether one of the primes divides n. There is no branch between the divisions: each adds the carry of its comparison
+ * to a sum. The constants are read from memory, because immediate operands of 8 bytes would keep the processor's front
+ * end busy for longer than the multiplications take.
  */
 template <u64... primes>
 bool has_divisor_of(u64 n) {
@@ -66,8 +66,8 @@ bool has_divisor_of(u64 n) {
 hashed_bases::hashed_bases(umint n) : second(hashed_base_64(n, prime_data64)), third(third_bases[second >> 13]) {}
 
 /*
- * Up to 61 the tables of bases need it; the other primes cost a fortieth of a strong test and save it for a sixth of
- * the numbers that get there.
+ * The tables of bases require trial division up to 61. The other primes cost a fortieth of a strong test and save that
+ * test for a sixth of the numbers that reach them.
  */
 bool word_has_small_factor(umint n) {
     return n % 2 == 0 || has_divisor_of<3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37, 41, 43, 47, 53, 59, 61>(n) ||
@@ -110,7 +110,7 @@ bool has_small_factor(u64 n) {
     return false;
 }
 
-/** One number's strong tests, one base after another. */
+/** The strong tests of one number, one base after another. */
 class strong_test {
   public:
     explicit strong_test(u64 n) : M(n), k(math_count_trailing_zeros(n - 1)), e((n - 1) >> k) {}
@@ -171,9 +171,9 @@ int KESH_RT_PrimeQ(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgu
     mbool r = 0;
     if (Argc != 1) return LIBRARY_FUNCTION_ERROR;
     MTensor tensor = *Args[0].tensor;
-    // The element read tells the host's verdict on the tensor: it gets no place to put an element, and len is the
-    // position that it may set. The empty assembly keeps from the compiler that the pointer is null: it would remove
-    // the call that follows.
+    // The element read gives the host's verdict on the tensor: it gets no place for an element, and len is the position
+    // that it may set. The empty assembly hides from the compiler that the pointer is null; otherwise the compiler
+    // would remove the call that follows.
     mint len;
     mint* limbs = nullptr;
     asm("" : "+r"(limbs));

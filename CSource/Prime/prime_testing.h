@@ -3,9 +3,9 @@
  * @brief  Primality: the deterministic test of 64-bit integers, by bitmap, trial division and strong probable-prime
  *         tests to hashed bases; the Baillie-PSW test of wider ones; and the entry points.
  *
- * Every test stands here twice. The generic form reads as the mathematics and works on the integer engine; what callers
- * get is a faster form of the same steps with the same verdicts, which the tests hold against the generic one.
- * The mathematics is told in docs/primality.md.
+ * Every test has two forms. The generic form follows the mathematics and works on the integer engine. Callers get a
+ * faster form of the same steps with the same verdicts, and the tests compare the two. docs/primality.md explains the
+ * mathematics.
  */
 #pragma once
 
@@ -29,8 +29,8 @@ using u64 = umint;
 
 /**
  * Strong probable-prime test of n to base b: 1 when n passes, 0 when n is proven composite. M is the context of n, and
- * n - 1 = e * 2^k with e odd. b need not be reduced modulo n; a multiple of n as the base passes nothing.
- * Cost: one Montgomery product a bit of n - 1 and one more for each set bit of e.
+ * n - 1 = e * 2^k with e odd. b need not be reduced modulo n; with a multiple of n as the base no n passes. Cost: one
+ * Montgomery product per bit of n - 1 and one more for each set bit of e.
  */
 template <class T>
 int sprp(const mp_mont_data<T>& M, const std::type_identity_t<T>& n, std::type_identity_t<T> b,
@@ -53,10 +53,10 @@ int sprp(const mp_mont_data<T>& M, const std::type_identity_t<T>& n, std::type_i
     return 0;
 }
 
-/** Primality of n <= 1,048,577 by one look at a bitmap; 1 is not prime. Larger odd n lie outside the bitmap. */
+/** Primality of n <= 1,048,577 by one lookup in a bitmap; 1 is not prime. Larger odd n are outside of the bitmap. */
 bool isPrime(std::uint32_t n);
 
-/** That bitmap: bit k, counted from bit 0 of the first word, tells whether 2 k + 3 is prime. */
+/** That bitmap: bit k, counted from bit 0 of the first word, is 1 when 2 k + 3 is prime. */
 std::span<const std::uint32_t> odd_prime_bitmap();
 
 /** Primality of any 32-bit n: the bitmap, or trial division and one strong test to a hashed base. */
@@ -64,12 +64,15 @@ bool PrimeQ(std::uint32_t n);
 
 /**
  * Primality of any 64-bit n, exact over the whole range: trial division, then strong tests to base 2, to a
- * hashed base and, from 2^49 up, to a third base that the second one names. Base 2 goes ahead of the others and settles
- * composites.
+ * hashed base and, from 2^49 up, to a third base that the hashed base selects. Base 2 runs ahead of the others and
+ * decides nearly all composites.
  */
 bool PrimeQ(u64 n);
 
-/** The same verdicts with one strong test after another, as the algorithm reads; the tests hold PrimeQ against it. */
+/**
+ * The same verdicts with one strong test after another, as in the algorithm's description; tests
+ * compare PrimeQ with it.
+ */
 namespace reference {
 
 /** 256 and 16,384 hashed bases, for the numbers below and above 2^32. */
@@ -81,16 +84,16 @@ struct base_tables {
 bool PrimeQ(std::uint32_t n);
 bool PrimeQ(u64 n);
 
-/** The same by other tables, which shows what each entry is there for. */
+/** The same with other tables; tests use it to show that each entry is needed. */
 bool PrimeQ(u64 n, const base_tables& tables);
 
 }  // namespace reference
 
 /**
  * Selfridge's parameters for the Lucas test: the first D of 5, -7, 9, -11, ... with (D/n) = -1, P = 1, Q = (1 - D)/4.
- * symbol(D) is the Jacobi symbol (D/n). Returns 0, leaving the parameters unset, when the search proves n composite,
- * else 1. A square n has no such D: the test for squares, which is exact, ends the search after the sixth candidate,
- * which few n reach.
+ * symbol(D) is the Jacobi symbol (D/n). Returns 1; returns 0 and does not set the parameters when the search proves n
+ * composite. A square n has no such D: an exact test for squares ends the search after the sixth candidate, which few n
+ * reach.
  */
 template <wide_word T, class Symbol>
 int selfridge_parameters(const T& n, Symbol symbol, mint& D, mint& P, mint& Q) {
@@ -119,9 +122,8 @@ int lucas_DPQ(const T& n, mint& D, mint& P, mint& Q) {
  * 1 when odd n is a Lucas probable prime with Selfridge's parameters, U(n + 1) = 0 modulo n, else 0. M is the context
  * of n. The ladder runs over V of the parameters (a, 1), a = P^2/Q - 2, at k = (n + 1)/2, which needs no powers of Q:
  * 2 V(k + 1) - a V(k) = (a^2 - 4) U(k). Q is deliberately not tested for a common factor with n: trial division has
- * removed all primes up to 541, and the least |D| with (D/n) = -1 is far below. Without an inverse a would be -2 and
- * the condition would hold.
- * Cost: one inverse, and two Montgomery products and two subtractions a bit.
+ * removed all primes up to 541, and the least |D| with (D/n) = -1 is far below. If Q had no inverse, a would be -2
+ * and the condition would hold. Cost: one inverse, and two Montgomery products and two subtractions per bit.
  */
 template <wide_word T>
 int weak_lucas_mont_test(const mp_mont_data<T>& M, T n) {
@@ -180,8 +182,9 @@ class generic_steps {
 };
 
 /**
- * The same three steps, with the same verdicts, by the kernels that fit the processor and the limbs that n has: a value
- * of nine limbs is not tested as one of sixteen. Precondition: n >= 2^64, as all that PrimeQ tests at these widths.
+ * The same three steps, with the same verdicts, by the kernels for this processor and for the limbs that n has: a value
+ * of nine limbs is not tested as one of sixteen. Precondition: n >= 2^64, which holds for all numbers that PrimeQ tests
+ * at these widths.
  */
 template <wide_word T>
 class kernel_steps {
@@ -215,7 +218,7 @@ class kernel_steps {
     struct one_of<std::integer_sequence<int, less_2...>> {
         using type = std::variant<kernel::Modulus<less_2 + 2>...>;
     };
-    /** The modulus with its number of limbs, 2 to that of T. */
+    /** The modulus, for each number of limbs from 2 to that of T. */
     using any_modulus = typename one_of<std::make_integer_sequence<int, limbs - 1>>::type;
 
     static std::span<const umint> significant_limbs(const T& value) {
@@ -238,7 +241,8 @@ class kernel_steps {
 
 /**
  * The Baillie-PSW test: 1 when n is 2 or an odd number without a prime factor up to 541 other than itself that passes
- * the strong test to base 2 and the Lucas test; 0 when n is composite. strong_lucas is 0: there is no other Lucas test.
+ * the strong test to base 2 and the Lucas test; 0 when n is composite. strong_lucas must be 0: there is no strong Lucas
+ * test.
  */
 template <wide_word T, template <class> class Steps = generic_steps>
 int PrimeQ_BPSW(T n, [[maybe_unused]] mint strong_lucas) {
@@ -278,14 +282,14 @@ bool isPrime(const umint* n, mint len) {
 
 /**
  * Primality of the value of the len limbs at n, least significant first: *r = 1 for prime, 0 for not, and the call
- * returns 1. With len outside 1 ... 16 it returns 0 and leaves *r alone.
- * A plain C function, see include/kesh_prime.h. Safe on any number of threads, the first call included.
+ * returns 1. With len outside 1 ... 16 it returns 0 and does not write *r. A plain C function, see
+ * include/kesh_prime.h. Safe on any number of threads, the first call included.
  */
 KESH_EXPORT mbool KESH_PrimeQ(const umint* n, mint len, mbool* r);
 
 /**
- * (tensor): reads an element of the tensor through the host and passes a null limb pointer on to KESH_PrimeQ. It ends
- * cleanly in two ways: with the host's own code where the element read fails, and with 6 where the read leaves a length
+ * (tensor): reads an element of the tensor through the host and passes a null limb pointer on to KESH_PrimeQ. It
+ * returns in two cases: with the host's own code when the element read fails, and with 6 when the read leaves a length
  * outside 1 ... 16.
  */
 KESH_EXPORT int KESH_RT_PrimeQ(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument res);

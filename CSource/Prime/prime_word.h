@@ -1,6 +1,7 @@
 /**
  * @file   prime_word.h
- * @brief  The parts of the 64-bit test that the test of one number and the test of many share; in prime_testing.cpp.
+ * @brief  The parts of the 64-bit test that the test of one number and the test of many share; prime_testing.cpp
+ *         defines them.
  */
 #pragma once
 
@@ -10,7 +11,7 @@
 
 namespace kesh {
 
-/** From here on the hashed base alone does not clear its bucket and a third base is needed. */
+/** From this number on the hashed base does not reject every pseudoprime of its bucket, and a third base is needed. */
 inline constexpr umint third_base_from = umint{1} << 49;
 
 /** The second and the third base of an n of 2^32 or more. */

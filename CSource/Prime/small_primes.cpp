@@ -1,6 +1,6 @@
 /**
  * @file   small_primes.cpp
- * @brief  The sieve that fills the table of small primes, and the table itself.
+ * @brief  Builds the table of small primes, by a sieve or from the bitmap of the 64-bit test.
  */
 #include "Prime/small_primes.h"
 
@@ -18,7 +18,7 @@ std::vector<small_prime> primes_small;
 std::vector<small_prime> gen_small_prime(mint limit) {
     KESH_REQUIRE(limit <= SMALL_PRIMES_UPTO);
     constexpr mint root = 1000;           // floor(sqrt(SMALL_PRIMES_UPTO))
-    constexpr mint segment_size = 32768;  // one byte a number: the first-level cache holds it
+    constexpr mint segment_size = 32768;  // one byte per number: it fits into the first-level cache
 
     std::vector<small_prime> primes;
     primes.emplace_back(2UL);
@@ -26,7 +26,7 @@ std::vector<small_prime> gen_small_prime(mint limit) {
     std::vector<char> is_prime(root + 1, 1);
     std::vector<char> segment(segment_size);
     std::vector<mint> sieving_primes;
-    std::vector<mint> next_multiple;  // of each sieving prime: offset in the coming segment
+    std::vector<mint> next_multiple;  // of each sieving prime: offset in the next segment
     const auto at = [](mint i) { return static_cast<std::size_t>(i); };
 
     mint i = 3, s = 3, n = 3;
@@ -59,7 +59,7 @@ std::vector<small_prime> small_primes_from_bitmap() {
     std::vector<small_prime> primes;
     primes.reserve(SMALL_PRIMES_COUNT);
     primes.emplace_back(2UL);
-    std::uint32_t n = 3;  // what bit 0 of the word stands for
+    std::uint32_t n = 3;  // the number of bit 0 of the word
     for (auto word = odd_prime_bitmap().begin(); n <= SMALL_PRIMES_UPTO; ++word, n += 64) {
         for (std::uint32_t bits = *word; bits != 0; bits &= bits - 1) {
             const std::uint32_t prime = n + 2 * static_cast<std::uint32_t>(std::countr_zero(bits));
@@ -77,8 +77,8 @@ void init_small_primes() {
         try {
             primes_small = small_primes_from_bitmap();
         } catch (const std::bad_alloc&) {
-            // No verdict needs the table. Not left to the caller: an exception that passes through call_once makes the
-            // C library load another one for the unwinding, and without memory it ends the process instead.
+            // No verdict needs the table. The exception is not left to the caller: when one passes through call_once,
+            // the C library loads another library for the unwinding, and without memory it ends the process instead.
         }
     });
 }

@@ -12,15 +12,15 @@ namespace kesh {
 
 using small_prime = fastdiv2x1<unsigned long, unsigned long>;
 
-/** The table's bound. */
+/** The bound of the table. */
 inline constexpr mint SMALL_PRIMES_UPTO = 1000000;
 
-/** The number of primes up to there. */
+/** The number of primes up to that bound. */
 inline constexpr std::size_t SMALL_PRIMES_COUNT = 78498;
 
 /**
- * The primes up to SMALL_PRIMES_UPTO in increasing order, 2 first: SMALL_PRIMES_COUNT entries once built, none before.
- * Built by init_small_primes() and never changed again.
+ * The primes up to SMALL_PRIMES_UPTO in increasing order, 2 first. It is empty until init_small_primes() builds it;
+ * then it has SMALL_PRIMES_COUNT entries and never changes again.
  */
 extern std::vector<small_prime> primes_small;
 
@@ -31,21 +31,21 @@ extern std::vector<small_prime> primes_small;
 std::vector<small_prime> gen_small_prime(mint limit);
 
 /**
- * The same primes up to SMALL_PRIMES_UPTO, read from the bitmap of the 64-bit test. What remains of the cost is the
- * first touch of the table's pages: they are allocated once, where the sieve's table is moved as it grows.
+ * The same primes up to SMALL_PRIMES_UPTO, read from the bitmap of the 64-bit test. The remaining cost is the first
+ * access to the table's pages: they are allocated once, while the sieve's table moves as it grows.
  */
 std::vector<small_prime> small_primes_from_bitmap();
 
 /**
- * Builds primes_small if it is not built yet. Threads that come first at the same time wait for the one that builds;
- * what any of them reads afterwards is the finished table, or for good the empty one if there was no memory for it.
+ * Builds primes_small if it is not built yet. If several threads call this first at the same time, one builds and the
+ * others wait. Afterwards all of them read the finished table, or an empty one for ever if there was no memory for it.
  */
 void init_small_primes();
 
 /**
- * 0 when one of the primes primes_small[from .. to-1] proves n composite, 1 otherwise, also where n is itself the table
- * prime that divides it. Precondition: 0 <= from, and to <= the size of the table.
- * Cost: one short division and one short product of the width for each prime tried.
+ * 0 when one of the primes primes_small[from .. to-1] proves n composite, 1 otherwise, also when n itself is the prime
+ * that divides it. Precondition: 0 <= from, and to <= the size of the table. Cost: one short division and one short
+ * product of the width for each prime tried.
  */
 template <wide_word T>
 int primeq_trial_division(T n, mint from, mint to) {

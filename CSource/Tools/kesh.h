@@ -1,6 +1,6 @@
 /**
  * @file   kesh.h
- * @brief  The lifecycle exports, and the small pieces that every export of the library is written with.
+ * @brief  The lifecycle exports, and the helpers that every export of the library uses.
  */
 #pragma once
 
@@ -12,7 +12,7 @@
 /** Version of the library-link interface that this library is written against. */
 KESH_EXPORT mint VelmoraLibrary_getVersion();
 
-/** Called once by the host after loading. Keeps nothing: every export receives the table afresh. */
+/** Called once by the host after loading. Keeps nothing: every export receives the table again. */
 KESH_EXPORT int VelmoraLibrary_initialize(VelmoraLibraryData libData);
 
 namespace kesh {

@@ -1,12 +1,13 @@
 /*
- * A host in C that makes one synchronous count and lets Ctrl-C end it: while the count runs, the library asks the
- * host's AbortQ whether to go on.
+ * A host in C that makes one synchronous count and lets Ctrl-C end it: while the count runs, the library calls the
+ * host's AbortQ and ends the count when that returns a value other than 0.
  *
  *     cc abortable_count.c $(pkg-config --cflags velmora-kesh-host) -ldl -o abortable_count
  *     ./abortable_count /usr/lib/x86_64-linux-gnu/libVelmoraKesh.so 10000000000000000
  *
- * It calls only PrimeCount_PrimePi, which returns an error code where it fails. Most exports let C++ exceptions pass,
- * and a program in C cannot catch them: it calls those through a few lines of C++ (docs/host-interface.md).
+ * It calls only PrimeCount_PrimePi, which returns an error code when it fails. Most exports let C++ exceptions pass,
+ * and a program in C cannot catch them. It has to call such exports through a few lines of C++
+ * (docs/host-interface.md).
  */
 #include <dlfcn.h>
 #include <signal.h>

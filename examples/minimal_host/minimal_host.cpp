@@ -1,7 +1,7 @@
 /**
  * @file   minimal_host.cpp
- * @brief  The least that a host needs to run one asynchronous count: load the library, hand over the two callback
- *         tables, create a task, submit, and receive the events.
+ * @brief  The minimum that a host needs to run one asynchronous count: load the library, pass the two callback tables,
+ *         create a task, submit, and receive the events.
  *
  *     c++ -std=c++20 -pthread minimal_host.cpp $(pkg-config --cflags velmora-kesh-host) -o minimal_host
  *     ./minimal_host /usr/lib/x86_64-linux-gnu/libVelmoraKesh.so 10000000000000000
@@ -53,7 +53,7 @@ void add_string(DataStore store, char* value) {
     store->value = std::string(value);
 }
 
-/** "Status" carries a percentage, "Result" the count, "Error" the text "$Failed". The store is the host's to delete. */
+/** "Status" has a percentage, "Result" the count, "Error" the text "$Failed". The host deletes the store. */
 void raise_event(mint /*task*/, char* name, DataStore store) {
     const std::lock_guard lock(mutex);
     if (const auto* percent = std::get_if<mreal>(&store->value)) {
