@@ -1,5 +1,7 @@
-/// @file   show.h
-/// @brief  Prints an input as the operation and the operands that it stands for: `Tools/fuzz --show` asks for it.
+/**
+ * @file   show.h
+ * @brief  Prints an input as the operation and the operands that it stands for: `Tools/fuzz --show` asks for it.
+ */
 #pragma once
 
 #include <cstdlib>
@@ -7,13 +9,13 @@
 
 namespace kesh::fuzz {
 
-/// Whether the environment asks for it.
+/** Whether the environment asks for it. */
 inline bool showing() {
     static const bool wanted = std::getenv("KESH_FUZZ_SHOW") != nullptr;
     return wanted;
 }
 
-/// Prints its arguments as one line, where that is asked for. Targets call it before they do what it says.
+/** Prints its arguments as one line, where that is asked for. Targets call it before they do what it says. */
 template <class... Parts>
 void show(const Parts&... parts) {
     if (showing()) (std::cout << ... << parts) << std::endl;

@@ -1,3 +1,7 @@
+/**
+ * @file   running_count.cpp
+ * @brief  One count in progress: the hooks register with it, its reports and its end come from here.
+ */
 #include "running_count.h"
 
 #include <algorithm>

@@ -1,5 +1,7 @@
-/// @file   cycle.h
-/// @brief  The length of one processor cycle, measured: the time stamp counter runs at a fixed rate of its own.
+/**
+ * @file   cycle.h
+ * @brief  The length of one processor cycle, measured: the time stamp counter runs at a fixed rate of its own.
+ */
 #pragma once
 
 #include <algorithm>
@@ -8,8 +10,10 @@
 
 namespace kesh::bench {
 
-/// Nanoseconds a cycle at the speed that the processor runs at now: the best of several runs of a chain of additions,
-/// each of which needs the one before it and takes one cycle.
+/**
+ * Nanoseconds a cycle at the speed that the processor runs at now: the best of several runs of a chain of additions,
+ * each of which needs the one before it and takes one cycle.
+ */
 inline double nanoseconds_per_cycle() {
     constexpr int rounds = 20, chain = 200000, adds = 10;
     double best = 1e9;

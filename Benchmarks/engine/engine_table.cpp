@@ -1,13 +1,15 @@
-/// @file   engine_table.cpp
-/// @brief  The table of docs/integer-engine.md: cycles of the engine's operations beside GMP, Boost.Multiprecision and
-///         FLINT, at 128, 256, 512 and 1024 bits.
-///
-/// Each figure is the least over several rounds of the thread's processor time for a call, in cycles of the processor's
-/// speed of that moment. A round runs through 16 sets of operands, so that nothing depends on one value; results go to
-/// memory that the compiler has to take for read. Peers work on objects that exist before, as a program that cares
-/// would have it: no allocation is timed but those that a peer makes inside.
-///
-///     engine_table [word in the operation's name]
+/**
+ * @file   engine_table.cpp
+ * @brief  The table of docs/integer-engine.md: cycles of the engine's operations beside GMP, Boost.Multiprecision and
+ *         FLINT, at 128, 256, 512 and 1024 bits.
+ *
+ * Each figure is the least over several rounds of the thread's processor time for a call, in cycles of the processor's
+ * speed of that moment. A round runs through 16 sets of operands, so that nothing depends on one value; results go to
+ * memory that the compiler has to take for read. Peers work on objects that exist before, as a program that cares
+ * would have it: no allocation is timed but those that a peer makes inside.
+ *
+ *     engine_table [word in the operation's name]
+ */
 
 #include <gmp.h>
 #include <time.h>
@@ -40,14 +42,14 @@ double thread_nanoseconds() {
     return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
 }
 
-/// Hides the object behind the pointer from the compiler, which has to take it for read and written.
+/** Hides the object behind the pointer from the compiler, which has to take it for read and written. */
 void touch(const void* object) {
     asm volatile("" : : "r"(object) : "memory");
 }
 
 double cycle = 0.3;  ///< nanoseconds
 
-/// Cycles of call(i), i a set of operands.
+/** Cycles of call(i), i a set of operands. */
 template <class Call>
 double cycles(Call call) {
     std::size_t rounds = 1;
@@ -68,13 +70,13 @@ double cycles(Call call) {
     return best / cycle;
 }
 
-/// Cycles of one operation at one width: ours and those of the peers that have it.
+/** Cycles of one operation at one width: ours and those of the peers that have it. */
 struct Figures {
     double ours;
     std::optional<double> gmp, boost, flint;
 };
 
-/// The operands at one width as each library holds them.
+/** The operands at one width as each library holds them. */
 template <mint N>
 struct Operands {
     using Word = uintx_t<N>;
@@ -142,7 +144,7 @@ struct Operands {
     }
 };
 
-/// One line: the name, and its figures at a width.
+/** One line: the name, and its figures at a width. */
 struct Operation {
     const char* name;
     Figures (*at_128)();
@@ -165,7 +167,7 @@ struct Measured {
     static constexpr std::size_t n = O::n;
     static constexpr auto limbs = static_cast<mp_size_t>(n);
 
-    /// A place for results that each library's calls write.
+    /** A place for results that each library's calls write. */
     struct Results {
         Word q, r;
         mp_limb_t limb[2 * n + 2];
@@ -314,7 +316,7 @@ constexpr Operation all_operations[] = {
     KESH_OPERATION("pow", power),
 };
 
-/// "12" above 10, "1.2" below.
+/** "12" above 10, "1.2" below. */
 std::string rounded(double value) {
     char text[32];
     std::snprintf(text, sizeof text, value < 9.95 ? "%.1f" : "%.0f", value);

@@ -1,9 +1,11 @@
-/// @file   kernels_benchmark.cpp
-/// @brief  Nanoseconds and cycles of each kernel at each level and width, beside GMP.
-///
-/// `cycles` counts one call for the products and one bit of the exponent for pow2, the ladder and mpz_powm.
-/// `limb_products` is the number of 64 x 64 products that the portable form of a call makes, the yardstick for the
-/// cycles.
+/**
+ * @file   kernels_benchmark.cpp
+ * @brief  Nanoseconds and cycles of each kernel at each level and width, beside GMP.
+ *
+ * `cycles` counts one call for the products and one bit of the exponent for pow2, the ladder and mpz_powm.
+ * `limb_products` is the number of 64 x 64 products that the portable form of a call makes, the yardstick for the
+ * cycles.
+ */
 
 #include <benchmark/benchmark.h>
 #include <gmp.h>
@@ -22,7 +24,7 @@ using kernel::Level;
 
 const double cycle = bench::nanoseconds_per_cycle();
 
-/// Full-width operands that are the same in every run: a modulus with both end bits set, and residues.
+/** Full-width operands that are the same in every run: a modulus with both end bits set, and residues. */
 template <int n>
 struct Operands {
     std::array<umint, n> m{}, a{}, b{}, e{};
@@ -44,7 +46,7 @@ struct Operands {
     }
 };
 
-/// Limb products of a product and of a square with row-wise reduction.
+/** Limb products of a product and of a square with row-wise reduction. */
 constexpr int product_size(int n) {
     return 2 * n * n + n;
 }
@@ -52,7 +54,7 @@ constexpr int square_size(int n) {
     return n * (n + 1) / 2 + n * n + n;
 }
 
-/// Runs `call` and reports cycles for each of the `units` steps of a call.
+/** Runs `call` and reports cycles for each of the `units` steps of a call. */
 template <class Call>
 void measure(benchmark::State& state, int units, int limb_products, Call call) {
     for (auto _ : state) call();
@@ -97,8 +99,10 @@ void lucas_ladder(benchmark::State& state, Level level) {
             [&] { kernel::lucas_ladder<n>(l.data(), h.data(), o.a.data(), o.e.data(), modulus); });
 }
 
-/// GMP's public functions for a product and a reduction by rows. (Its own reduction, which mpz_powm uses, is not
-/// public.)
+/**
+ * GMP's public functions for a product and a reduction by rows. (Its own reduction, which mpz_powm uses, is not
+ * public.)
+ */
 template <int n>
 void gmp_mul_and_rows(benchmark::State& state) {
     Operands<n> o;

@@ -1,5 +1,7 @@
-/// @file   numbers.h
-/// @brief  The numbers that primality is measured on: the same in every run.
+/**
+ * @file   numbers.h
+ * @brief  The numbers that primality is measured on: the same in every run.
+ */
 #pragma once
 
 #include <gmpxx.h>
@@ -15,8 +17,10 @@ inline const char* name(Kind kind) {
     return kind == Kind::prime ? "prime" : kind == Kind::semiprime ? "semiprime" : "random odd";
 }
 
-/// `count` numbers of exactly `bits` bits: primes, products of two primes of half the length (one a bit longer where
-/// `bits` is odd), or uniformly random odd numbers.
+/**
+ * `count` numbers of exactly `bits` bits: primes, products of two primes of half the length (one a bit longer where
+ * `bits` is odd), or uniformly random odd numbers.
+ */
 inline std::vector<mpz_class> numbers(unsigned bits, Kind kind, std::size_t count) {
     gmp_randclass random(gmp_randinit_mt);
     random.seed(20240917);
@@ -46,12 +50,12 @@ inline std::vector<mpz_class> numbers(unsigned bits, Kind kind, std::size_t coun
     return list;
 }
 
-/// The number of limbs of `bits` bits.
+/** The number of limbs of `bits` bits. */
 inline std::size_t limb_count(unsigned bits) {
     return (bits + 63) / 64;
 }
 
-/// The limbs of numbers of `bits` bits, one number after another, least significant limb first.
+/** The limbs of numbers of `bits` bits, one number after another, least significant limb first. */
 inline std::vector<std::uint64_t> limbs_of(const std::vector<mpz_class>& list, unsigned bits) {
     const std::size_t length = limb_count(bits);
     std::vector<std::uint64_t> limbs(length * list.size());

@@ -1,10 +1,12 @@
-/// @file   primality_benchmark.cpp
-/// @brief  KESH_PrimeQ at each level of kernels beside GMP and FLINT on primes, semiprimes and random odd numbers of 33
-/// to 1024 bits: at the widths, one bit above them and between them.
-///
-/// All take turns in one process (repetitions are interleaved at random), so that what else the machine does meets all
-/// of them. `ns` is the processor time of the thread for one number. GMP's test with 24 rounds is a Baillie-PSW test;
-/// FLINT's are n_is_prime up to 64 bits and fmpz_is_probabprime_BPSW above. Benchmarks/report makes tables of it.
+/**
+ * @file   primality_benchmark.cpp
+ * @brief  KESH_PrimeQ at each level of kernels beside GMP and FLINT on primes, semiprimes and random odd numbers of 33
+ *         to 1024 bits: at the widths, one bit above them and between them.
+ *
+ * All take turns in one process (repetitions are interleaved at random), so that what else the machine does meets all
+ * of them. `ns` is the processor time of the thread for one number. GMP's test with 24 rounds is a Baillie-PSW test;
+ * FLINT's are n_is_prime up to 64 bits and fmpz_is_probabprime_BPSW above. Benchmarks/report makes tables of it.
+ */
 
 #include <gmp.h>  // first: FLINT's header declares what takes a GMP integer only where GMP's header came before
 
@@ -24,7 +26,7 @@ namespace {
 using namespace kesh::bench;
 using kesh::kernel::Level;
 
-/// One row's numbers in the three forms that the three take.
+/** One row's numbers in the three forms that the three take. */
 class Row {
   public:
     Row(unsigned length, Kind kind, std::size_t count)
@@ -46,7 +48,7 @@ class Row {
     std::vector<fmpz> flint;
 };
 
-/// Runs `test`, which returns how many of the row's numbers are prime, and checks the count against GMP's.
+/** Runs `test`, which returns how many of the row's numbers are prime, and checks the count against GMP's. */
 template <class Test>
 void measure(benchmark::State& state, const Row& row, Test test) {
     int expected = 0, found = 0;
@@ -91,7 +93,7 @@ void flint_test(benchmark::State& state, const Row& row) {
     });
 }
 
-/// Many random numbers, because few of them pass trial division and those few take nearly all the time.
+/** Many random numbers, because few of them pass trial division and those few take nearly all the time. */
 std::size_t count_for(unsigned bits, Kind kind) {
     if (kind == Kind::random_odd) return bits >= 512 ? 2000 : 10000;
     return bits >= 512 ? 10 : bits >= 128 ? 100 : 1000;

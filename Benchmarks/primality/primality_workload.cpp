@@ -1,8 +1,10 @@
-/// @file   primality_workload.cpp
-/// @brief  A fixed amount of work for counting instructions: primality_workload bits prime|semiprime|random times
-///
-/// Tests one number once, which builds the table of small primes, and then another one `times` times: the difference
-/// between the counts for 1 and 0 times is one test. Benchmarks/count_instructions does this for every row.
+/**
+ * @file   primality_workload.cpp
+ * @brief  A fixed amount of work for counting instructions: primality_workload bits prime|semiprime|random times
+ *
+ * Tests one number once, which builds the table of small primes, and then another one `times` times: the difference
+ * between the counts for 1 and 0 times is one test. Benchmarks/count_instructions does this for every row.
+ */
 
 #include <iostream>
 #include <string>

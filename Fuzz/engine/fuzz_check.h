@@ -1,8 +1,10 @@
-/// @file   fuzz_check.h
-/// @brief  Runs one family's differential check on operands taken from the fuzzer's bytes.
-///
-/// The first byte picks the width; the others fill the operands in the order of their declaration, zeros where they run
-/// out.
+/**
+ * @file   fuzz_check.h
+ * @brief  Runs one family's differential check on operands taken from the fuzzer's bytes.
+ *
+ * The first byte picks the width; the others fill the operands in the order of their declaration, zeros where they run
+ * out.
+ */
 #pragma once
 
 #include <algorithm>
@@ -35,7 +37,7 @@ void check_at(const char* name, const std::uint8_t* data, std::size_t size, Chec
     }
 }
 
-/// `check` is called with operands<T> of the chosen width, from 128 bits on.
+/** `check` is called with operands<T> of the chosen width, from 128 bits on. */
 template <class Check>
 int run(const char* name, const std::uint8_t* data, std::size_t size, Check check) {
     if (size == 0) return 0;
@@ -59,7 +61,7 @@ int run(const char* name, const std::uint8_t* data, std::size_t size, Check chec
 
 }  // namespace kesh::fuzz
 
-/// The fuzz target of the family whose checks `body` names; `s` holds the operands.
+/** The fuzz target of the family whose checks `body` names; `s` holds the operands. */
 #define KESH_FUZZ_TARGET(body)                                                                    \
     extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {           \
         using namespace kesh::testing;                                                            \

@@ -1,5 +1,7 @@
-/// @file   fuzz_division.cpp
-/// @brief  Division against GMP, and the shape of its reciprocal series.
+/**
+ * @file   fuzz_division.cpp
+ * @brief  Division against GMP, and the shape of its reciprocal series.
+ */
 
 #include "engine/differential/division.h"
 #include "fuzz_check.h"

@@ -1,5 +1,7 @@
-/// @file   fuzz_inverses.cpp
-/// @brief  Inverses modulo 2^N and modulo arbitrary moduli against GMP.
+/**
+ * @file   fuzz_inverses.cpp
+ * @brief  Inverses modulo 2^N and modulo arbitrary moduli against GMP.
+ */
 
 #include "engine/differential/inverses.h"
 #include "fuzz_check.h"

@@ -1,5 +1,7 @@
-/// @file   fuzz_montgomery.cpp
-/// @brief  The Montgomery context against GMP.
+/**
+ * @file   fuzz_montgomery.cpp
+ * @brief  The Montgomery context against GMP.
+ */
 
 #include "engine/differential/montgomery.h"
 #include "fuzz_check.h"

@@ -1,5 +1,7 @@
-/// @file   fuzz_parse.cpp
-/// @brief  Any text into from_string: accepted exactly when GMP reads it as a number that fits, with the same value.
+/**
+ * @file   fuzz_parse.cpp
+ * @brief  Any text into from_string: accepted exactly when GMP reads it as a number that fits, with the same value.
+ */
 
 #include <cstdlib>
 #include <iomanip>
@@ -12,7 +14,7 @@ namespace {
 
 using namespace kesh;
 
-/// The digits of a well-formed text and their base; an empty string for anything else.
+/** The digits of a well-formed text and their base; an empty string for anything else. */
 std::string digits_of(const std::string& text, int& base) {
     const bool prefixed = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     base = prefixed ? 16 : 10;

@@ -1,5 +1,7 @@
-/// @file   fuzz_prepared_divisor.cpp
-/// @brief  Division by a fixed one-limb divisor against GMP.
+/**
+ * @file   fuzz_prepared_divisor.cpp
+ * @brief  Division by a fixed one-limb divisor against GMP.
+ */
 
 #include "engine/differential/division.h"
 #include "fuzz_check.h"

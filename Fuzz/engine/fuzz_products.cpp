@@ -1,5 +1,7 @@
-/// @file   fuzz_products.cpp
-/// @brief  Products against GMP, and the fast forms against the reference forms.
+/**
+ * @file   fuzz_products.cpp
+ * @brief  Products against GMP, and the fast forms against the reference forms.
+ */
 
 #include "engine/differential/products.h"
 #include "fuzz_check.h"

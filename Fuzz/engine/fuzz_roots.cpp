@@ -1,5 +1,7 @@
-/// @file   fuzz_roots.cpp
-/// @brief  Integer square roots against GMP.
+/**
+ * @file   fuzz_roots.cpp
+ * @brief  Integer square roots against GMP.
+ */
 
 #include "engine/differential/roots.h"
 #include "fuzz_check.h"

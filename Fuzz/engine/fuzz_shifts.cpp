@@ -1,5 +1,7 @@
-/// @file   fuzz_shifts.cpp
-/// @brief  Shifts and bit counts against GMP.
+/**
+ * @file   fuzz_shifts.cpp
+ * @brief  Shifts and bit counts against GMP.
+ */
 
 #include "engine/differential/shifts.h"
 #include "fuzz_check.h"

@@ -1,5 +1,7 @@
-/// @file   fuzz_signed.cpp
-/// @brief  Signed division and conversions against GMP.
+/**
+ * @file   fuzz_signed.cpp
+ * @brief  Signed division and conversions against GMP.
+ */
 
 #include "engine/differential/conversions.h"
 #include "fuzz_check.h"

@@ -1,5 +1,7 @@
-/// @file   fuzz_sums.cpp
-/// @brief  Sums, differences and comparison against GMP.
+/**
+ * @file   fuzz_sums.cpp
+ * @brief  Sums, differences and comparison against GMP.
+ */
 
 #include "engine/differential/sums.h"
 #include "fuzz_check.h"

@@ -1,5 +1,7 @@
-/// @file   fuzz_text.cpp
-/// @brief  Text and double against GMP.
+/**
+ * @file   fuzz_text.cpp
+ * @brief  Text and double against GMP.
+ */
 
 #include "engine/differential/conversions.h"
 #include "fuzz_check.h"

@@ -1,3 +1,7 @@
+/**
+ * @file   lifecycle_test.cpp
+ * @brief  The lifecycle exports, and the number of arguments that every export requires.
+ */
 #include <gtest/gtest.h>
 
 #include <fstream>

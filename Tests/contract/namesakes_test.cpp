@@ -14,7 +14,7 @@
 #include "support/library.h"
 #include "support/test_host.h"
 
-/// Names, each with its terminating zero; an empty one ends the list.
+/** Names, each with its terminating zero; an empty one ends the list. */
 extern "C" const char namesakes[];
 
 namespace {

@@ -1,3 +1,8 @@
+/**
+ * @file   strings_test.cpp
+ * @brief  Counts of numbers given as text, on the host's thread and as tasks: values, refused texts, and who owns the
+ *         strings.
+ */
 #include <limits>
 #include <stdexcept>
 

@@ -1,3 +1,8 @@
+/**
+ * @file   synchronous_test.cpp
+ * @brief  Counts on the host's thread: values of every algorithm, numbers of threads, and the callback that calls
+ *         AbortQ.
+ */
 #include <random>
 #include <stdexcept>
 #include <thread>

@@ -1,3 +1,7 @@
+/**
+ * @file   tasks_test.cpp
+ * @brief  Counts as tasks: events, stopping, the one callback and the one table, and faults of the host.
+ */
 #include <stdexcept>
 #include <thread>
 

@@ -1,6 +1,8 @@
-/// @brief Each precondition of the engine's public functions is checked where contracts are on: what breaks one ends
-/// the
-///        program with one line that names the function.
+/**
+ * @file   contracts_test.cpp
+ * @brief  Each precondition of the engine's public functions is checked where contracts are on: what breaks one ends
+ *         the program with one line that names the function.
+ */
 
 #include "Shared/fastdiv.h"
 #include "Shared/isqrt.h"

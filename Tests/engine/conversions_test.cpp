@@ -1,4 +1,7 @@
-/// @brief Text, double and signed arithmetic against GMP.
+/**
+ * @file   conversions_test.cpp
+ * @brief  Text, double and signed arithmetic against GMP.
+ */
 
 #include "engine/differential/conversions.h"
 #include "engine/differential/run.h"

@@ -1,4 +1,7 @@
-/// @brief Division against GMP, and the length of its reciprocal series and corrections.
+/**
+ * @file   division_test.cpp
+ * @brief  Division against GMP, and the length of its reciprocal series and corrections.
+ */
 
 #include "engine/differential/division.h"
 
@@ -12,7 +15,7 @@ namespace {
 
 KESH_DIFFERENTIAL_TESTS(PreparedDivisor, wide_words, check_fastdiv)
 
-/// check_division that keeps the longest series and the most corrections seen at a width.
+/** check_division that keeps the longest series and the most corrections seen at a width. */
 template <engine_word T>
 struct division_record {
     int iterations = 0, corrections = 0;

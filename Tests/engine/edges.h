@@ -1,5 +1,7 @@
-/// @file   edges.h
-/// @brief  Values at the ends of the range and the type lists of the tests by hand.
+/**
+ * @file   edges.h
+ * @brief  Values at the ends of the range and the type lists of the tests by hand.
+ */
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,5 +1,8 @@
-/// @brief By hand: products and division at the ends of the range, the paths of the reciprocal series, prepared
-/// divisors.
+/**
+ * @file   edges_division_test.cpp
+ * @brief  By hand: products and division at the ends of the range, the paths of the reciprocal series, prepared
+ *         divisors.
+ */
 
 #include <bit>
 

@@ -1,4 +1,7 @@
-/// @brief By hand: inverses and the Montgomery context.
+/**
+ * @file   edges_modular_test.cpp
+ * @brief  By hand: inverses and the Montgomery context.
+ */
 
 #include "Shared/mont.h"
 #include "engine/edges.h"
@@ -25,7 +28,7 @@ TYPED_TEST(WordEdges, Inverses) {
     EXPECT_TRUE(equal(math_invmod(T(2), this->ones), this->top_bit)) << "2 2^(N-1) = 2^N = 1 modulo 2^N - 1";
 }
 
-/// The largest prime below 2^N.
+/** The largest prime below 2^N. */
 template <engine_word T>
 T largest_prime() {
     constexpr int distance = width_v<T> == 64    ? 59

@@ -1,5 +1,8 @@
-/// @brief By hand: operators with machine integers on either side, what does not compile, values from empty braces,
-/// signed words.
+/**
+ * @file   edges_operators_test.cpp
+ * @brief  By hand: operators with machine integers on either side, what does not compile, values from empty braces,
+ *         signed words.
+ */
 
 #include <algorithm>
 #include <limits>

@@ -1,4 +1,7 @@
-/// @brief By hand: integer square roots.
+/**
+ * @file   edges_roots_test.cpp
+ * @brief  By hand: integer square roots.
+ */
 
 #include "Shared/isqrt.h"
 #include "engine/edges.h"

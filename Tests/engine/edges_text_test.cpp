@@ -1,4 +1,7 @@
-/// @brief By hand: text, double, signed values; and what holds at compile time.
+/**
+ * @file   edges_text_test.cpp
+ * @brief  By hand: text, double, signed values; and what holds at compile time.
+ */
 
 #include <cmath>
 #include <cstddef>

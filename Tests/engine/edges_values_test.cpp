@@ -1,4 +1,7 @@
-/// @brief By hand: construction, widening, comparison, carries out, shift counts out of range, bit counts.
+/**
+ * @file   edges_values_test.cpp
+ * @brief  By hand: construction, widening, comparison, carries out, shift counts out of range, bit counts.
+ */
 
 #include <limits>
 

@@ -1,4 +1,7 @@
-/// @brief Inverses modulo 2^N and modulo arbitrary moduli against GMP.
+/**
+ * @file   inverses_test.cpp
+ * @brief  Inverses modulo 2^N and modulo arbitrary moduli against GMP.
+ */
 
 #include "engine/differential/inverses.h"
 #include "engine/differential/run.h"

@@ -1,4 +1,7 @@
-/// @brief The test program's flags --sets=N and --seed=N, and the number of results compared.
+/**
+ * @file   main.cpp
+ * @brief  The test program's flags --sets=N and --seed=N, and the number of results compared.
+ */
 
 #include <iostream>
 #include <string>
@@ -7,7 +10,7 @@
 
 namespace {
 
-/// The number after `flag` in an argument "--flag=N", or `otherwise`.
+/** The number after `flag` in an argument "--flag=N", or `otherwise`. */
 std::uint64_t number_after(const std::string& flag, int argc, char** argv, std::uint64_t otherwise) {
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];

@@ -1,4 +1,7 @@
-/// @brief The Montgomery context of the 64-bit limb against 128-bit division.
+/**
+ * @file   mont64_test.cpp
+ * @brief  The Montgomery context of the 64-bit limb against 128-bit division.
+ */
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,7 @@
-/// @brief The Montgomery context against GMP.
+/**
+ * @file   montgomery_test.cpp
+ * @brief  The Montgomery context against GMP.
+ */
 
 #include "engine/differential/montgomery.h"
 #include "engine/differential/run.h"

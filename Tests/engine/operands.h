@@ -1,11 +1,13 @@
-/// @file   operands.h
-/// @brief  Operands for the differential tests: a table of hard cases shared by all of them and a source of skewed
-/// random values.
-///
-/// Uniformly random limbs almost never carry far, never sit next to a power of two and never make a quotient estimate
-/// fail, so the source mixes uniform values with long runs of ones and zeros, single bits, values near 0 and near 2^N,
-/// equal halves and operands that are related to each other (multiples of the divisor and their neighbours, hi = d - 1,
-/// hi >= d).
+/**
+ * @file   operands.h
+ * @brief  Operands for the differential tests: a table of hard cases shared by all of them and a source of skewed
+ *         random values.
+ *
+ * Uniformly random limbs almost never carry far, never sit next to a power of two and never make a quotient estimate
+ * fail, so the source mixes uniform values with long runs of ones and zeros, single bits, values near 0 and near 2^N,
+ * equal halves and operands that are related to each other (multiples of the divisor and their neighbours, hi = d - 1,
+ * hi >= d).
+ */
 #pragma once
 
 #include <random>
@@ -15,7 +17,7 @@
 
 namespace kesh::testing {
 
-/// The limbs of an engine word, least significant first.
+/** The limbs of an engine word, least significant first. */
 template <engine_word T>
 const umint* limbs_of(const T& a) {
     if constexpr (wide_word<T>)
@@ -28,7 +30,7 @@ umint* limbs_of(T& a) {
     return const_cast<umint*>(limbs_of(std::as_const(a)));
 }
 
-/// 2^n, n < N.
+/** 2^n, n < N. */
 template <engine_word T>
 constexpr T power_of_two(mint n) {
     T p;
@@ -47,8 +49,10 @@ T minus(T a, const T& b) {
     return a;
 }
 
-/// Values that break careless carries, shifts and estimates: 0, 1, powers of two at every limb border and their
-/// neighbours, runs of ones that begin and end at limb borders, alternating bits, equal halves.
+/**
+ * Values that break careless carries, shifts and estimates: 0, 1, powers of two at every limb border and their
+ * neighbours, runs of ones that begin and end at limb borders, alternating bits, equal halves.
+ */
 template <engine_word T>
 const std::vector<T>& hard_cases() {
     static const std::vector<T> cases = [] {
@@ -74,7 +78,7 @@ const std::vector<T>& hard_cases() {
     return cases;
 }
 
-/// One set of operands; every check uses what it needs of it.
+/** One set of operands; every check uses what it needs of it. */
 template <engine_word T>
 struct operands {
     T a, b, c, d;
@@ -83,7 +87,7 @@ struct operands {
     std::uint8_t carry;
 };
 
-/// A repeatable stream of operands.
+/** A repeatable stream of operands. */
 class operand_source {
   public:
     explicit operand_source(std::uint64_t seed) : random_(seed) {}
@@ -143,7 +147,7 @@ class operand_source {
         for (std::size_t i = 0; i < limbs_v<T>; ++i) limb[i] = random_();
     }
 
-    /// Alternating runs of ones and zeros with lengths from 1 to 64 bits, or to the whole width.
+    /** Alternating runs of ones and zeros with lengths from 1 to 64 bits, or to the whole width. */
     template <engine_word T>
     void fill_runs(umint* limb) {
         const std::uint64_t longest = below(2) == 0 ? 64 : limbs_v<T> * 64;
@@ -169,7 +173,7 @@ class operand_source {
         return T(static_cast<umint>(below(below(2) == 0 ? 8 : 1000)));
     }
 
-    /// Sometimes ties the operands of a division, a : numerator low, b : high, d : divisor, to each other.
+    /** Sometimes ties the operands of a division, a : numerator low, b : high, d : divisor, to each other. */
     template <engine_word T>
     void relate(operands<T>& s) {
         switch (below(12)) {

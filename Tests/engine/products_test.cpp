@@ -1,4 +1,7 @@
-/// @brief Products against GMP and the fast forms against the reference forms.
+/**
+ * @file   products_test.cpp
+ * @brief  Products against GMP and the fast forms against the reference forms.
+ */
 
 #include "engine/differential/products.h"
 #include "engine/differential/run.h"

@@ -1,4 +1,7 @@
-/// @brief Integer square roots against GMP.
+/**
+ * @file   roots_test.cpp
+ * @brief  Integer square roots against GMP.
+ */
 
 #include "engine/differential/roots.h"
 #include "engine/differential/run.h"

@@ -1,4 +1,7 @@
-/// @brief Shifts and bit counts against GMP.
+/**
+ * @file   shifts_test.cpp
+ * @brief  Shifts and bit counts against GMP.
+ */
 
 #include "engine/differential/shifts.h"
 #include "engine/differential/run.h"

@@ -1,4 +1,7 @@
-/// @brief Sums, differences and comparison against GMP.
+/**
+ * @file   sums_test.cpp
+ * @brief  Sums, differences and comparison against GMP.
+ */
 
 #include "engine/differential/sums.h"
 #include "engine/differential/run.h"

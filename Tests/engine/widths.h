@@ -1,5 +1,7 @@
-/// @file   widths.h
-/// @brief  The type lists of the typed tests.
+/**
+ * @file   widths.h
+ * @brief  The type lists of the typed tests.
+ */
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,5 +1,7 @@
-/// @file   kernels_test.cpp
-/// @brief  Every kernel at every level and width against GMP, on skewed operands.
+/**
+ * @file   kernels_test.cpp
+ * @brief  Every kernel at every level and width against GMP, on skewed operands.
+ */
 
 #include "Shared/kernel/kernel.h"
 
@@ -27,7 +29,7 @@ struct Case {
     static constexpr Level level = level_;
 };
 
-/// The bodies of the tests, which are compiled once for all levels.
+/** The bodies of the tests, which are compiled once for all levels. */
 template <int n>
 class KernelsOf : public testing::Test {
   protected:
@@ -57,7 +59,7 @@ class KernelsOf : public testing::Test {
         return r;
     }
 
-    /// How often to repeat what costs one Montgomery product, and what costs one for each bit of the width.
+    /** How often to repeat what costs one Montgomery product, and what costs one for each bit of the width. */
     static constexpr int product_repetitions = 20000;
     static constexpr int power_repetitions = 9600 / n / n;
 
@@ -217,7 +219,7 @@ TYPED_TEST(Kernels, LucasLadderHoldsTwoNeighboursOfTheSequence) {
     this->check_ladder();
 }
 
-/// The textbook test: 2^d = 1 or 2^(d 2^j) = -1 for some j < s, where m - 1 = d 2^s.
+/** The textbook test: 2^d = 1 or 2^(d 2^j) = -1 for some j < s, where m - 1 = d 2^s. */
 bool strong_base2_by_gmp(const mpz_class& m) {
     const mpz_class minus_one = m - 1;
     const mp_bitcnt_t s = mpz_scan1(minus_one.get_mpz_t(), 0);
@@ -268,7 +270,7 @@ TYPED_TEST(Kernels, StrongBase2AgreesWithTheTextbook) {
     this->check_strong_test();
 }
 
-/// U(m + 1) modulo m of the Lucas sequence (1, Q), by doubling U and V.
+/** U(m + 1) modulo m of the Lucas sequence (1, Q), by doubling U and V. */
 mpz_class lucas_u_by_gmp(const mpz_class& m, mint q) {
     const auto modulo = [&m](const mpz_class& a) {
         mpz_class r;
@@ -336,7 +338,7 @@ TYPED_TEST(Kernels, LucasConditionHoldsWhereQHasNoInverse) {
     this->check_lucas_condition_without_inverse();
 }
 
-/// What the loops rely on: factors that are residues but not below m.
+/** What the loops rely on: factors that are residues but not below m. */
 template <std::size_t n, class Arithmetic>
 void expect_products_below_radix(std::uint64_t seed) {
     Skewed random{seed + n};
@@ -390,7 +392,7 @@ TYPED_TEST(Products, OfFactorsAboveTheModulusAreBelowTheRadixByAdx) {
     expect_products_below_radix<TypeParam::value, Adx>(2);
 }
 
-/// 2^(E + 1) R mod m by division, for every exponent that fits the first bits.
+/** 2^(E + 1) R mod m by division, for every exponent that fits the first bits. */
 TYPED_TEST(Products, PowersBeginWithADivision) {
     constexpr std::size_t n = TypeParam::value;
     Skewed random{7 + n};
@@ -433,7 +435,7 @@ TEST(SignedResidue, SquaresAgreeWithProductsOneAfterAnother) {
     }
 }
 
-/// The engine's headers ask the processor by themselves, since they are used without the library.
+/** The engine's headers ask the processor by themselves, since they are used without the library. */
 TEST(Levels, TheEngineAndTheLibraryFindTheSameProcessor) {
     EXPECT_EQ(processor_has_adx(), supported_level() >= Level::adx);
 }

@@ -1,5 +1,7 @@
-/// @file   main.cpp
-/// @brief  Leaves out the vector kernels where the processor lacks their instructions: kernels_model_test runs them.
+/**
+ * @file   main.cpp
+ * @brief  Leaves out the vector kernels where the processor lacks their instructions: kernels_model_test runs them.
+ */
 
 #include <gtest/gtest.h>
 

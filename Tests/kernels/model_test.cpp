@@ -1,5 +1,7 @@
-/// @file   model_test.cpp
-/// @brief  The model of the vector instructions ends the program where a lane overflows.
+/**
+ * @file   model_test.cpp
+ * @brief  The model of the vector instructions ends the program where a lane overflows.
+ */
 
 #include <gtest/gtest.h>
 

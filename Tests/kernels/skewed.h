@@ -1,5 +1,7 @@
-/// @file   skewed.h
-/// @brief  Random limb arrays of the patterns on which carry chains go wrong, and their exchange with GMP.
+/**
+ * @file   skewed.h
+ * @brief  Random limb arrays of the patterns on which carry chains go wrong, and their exchange with GMP.
+ */
 #pragma once
 
 #include <gmpxx.h>
@@ -22,7 +24,7 @@ mpz_class to_mpz(const Limbs<n>& limbs) {
     return value;
 }
 
-/// The lowest n limbs of a non-negative value.
+/** The lowest n limbs of a non-negative value. */
 template <std::size_t n>
 Limbs<n> from_mpz(const mpz_class& value) {
     Limbs<n> limbs{};
@@ -38,7 +40,7 @@ class Skewed {
         return engine_() % bound;
     }
 
-    /// Uniform bits, long runs of equal bits, a few set bits, a few clear bits, or a short value.
+    /** Uniform bits, long runs of equal bits, a few set bits, a few clear bits, or a short value. */
     template <std::size_t n>
     Limbs<n> limbs() {
         Limbs<n> r{};
@@ -66,8 +68,10 @@ class Skewed {
         return r;
     }
 
-    /// An odd number above 1: of any of the patterns, near 2^(64 n), near 2^(64 n - 1) from either side, near any power
-    /// of two from either side, or small.
+    /**
+     * An odd number above 1: of any of the patterns, near 2^(64 n), near 2^(64 n - 1) from either side, near any power
+     * of two from either side, or small.
+     */
     template <std::size_t n>
     Limbs<n> modulus() {
         Limbs<n> r = limbs<n>();
@@ -107,7 +111,7 @@ class Skewed {
         return r;
     }
 
-    /// A residue modulo m: any, near 0 or near m.
+    /** A residue modulo m: any, near 0 or near m. */
     template <std::size_t n>
     Limbs<n> residue(const mpz_class& m) {
         const mpz_class offset(below(10));

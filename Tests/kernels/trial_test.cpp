@@ -1,5 +1,7 @@
-/// @file   trial_test.cpp
-/// @brief  Trial division and one-limb remainders against GMP.
+/**
+ * @file   trial_test.cpp
+ * @brief  Trial division and one-limb remainders against GMP.
+ */
 
 #include <gtest/gtest.h>
 

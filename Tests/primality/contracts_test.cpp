@@ -1,6 +1,7 @@
 /**
- * @brief The contracts of the library's functions on small numbers. Built from their sources with contracts on, since
- * the library itself is built without.
+ * @file   contracts_test.cpp
+ * @brief  The contracts of the library's functions on small numbers. Their sources are compiled again with contracts
+ *         on, because the library itself has them off.
  */
 #include <gtest/gtest.h>
 

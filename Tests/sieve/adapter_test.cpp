@@ -1,3 +1,7 @@
+/**
+ * @file   adapter_test.cpp
+ * @brief  The primesieve adapter: where an iterator starts, its stop hints, and primes narrowed to 32 bits.
+ */
 #include "primesieve_adapter.h"
 
 #include <gtest/gtest.h>

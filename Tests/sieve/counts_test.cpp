@@ -1,3 +1,7 @@
+/**
+ * @file   counts_test.cpp
+ * @brief  Counts of primes and of prime tuplets in a range, and the n-th prime.
+ */
 #include <gtest/gtest.h>
 
 #include <primesieve.hpp>

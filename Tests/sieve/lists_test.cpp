@@ -1,3 +1,7 @@
+/**
+ * @file   lists_test.cpp
+ * @brief  Lists of primes as tensors: values, narrowing, and errors of the host.
+ */
 #include <gtest/gtest.h>
 
 #include <primesieve.hpp>

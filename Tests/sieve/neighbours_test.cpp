@@ -1,3 +1,7 @@
+/**
+ * @file   neighbours_test.cpp
+ * @brief  Next and previous primes, k-th primes from a number, and sums of primes.
+ */
 #include <gtest/gtest.h>
 
 #include <numeric>

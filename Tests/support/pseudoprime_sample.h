@@ -1,10 +1,12 @@
-/// @file   pseudoprime_sample.h
-/// @brief  Reads the committed sample of hard base-2 strong pseudoprimes between 2^32 and 2^64.
-///
-/// The file holds, in every bucket of the 64-bit test's hash, seven numbers that pass the strong test to most prime
-/// bases, none with a prime factor up to 61, and at least one of them below 2^49. It stores the differences of the
-/// sorted numbers, seven bits a byte, the lowest first, the top bit set in all bytes but the last. Written by
-/// select-sample (Tools/PrimeTables).
+/**
+ * @file   pseudoprime_sample.h
+ * @brief  Reads the committed sample of hard base-2 strong pseudoprimes between 2^32 and 2^64.
+ *
+ * The file holds, in every bucket of the 64-bit test's hash, seven numbers that pass the strong test to most prime
+ * bases, none with a prime factor up to 61, and at least one of them below 2^49. It stores the differences of the
+ * sorted numbers, seven bits a byte, the lowest first, the top bit set in all bytes but the last. Written by
+ * select-sample (Tools/PrimeTables).
+ */
 #pragma once
 
 #include <cstdint>
@@ -12,7 +14,7 @@
 #include <string>
 #include <vector>
 
-/// The numbers, ascending; none when the file cannot be read. KESH_SOURCE_DIR is the tree's root.
+/** The numbers, ascending; none when the file cannot be read. KESH_SOURCE_DIR is the tree's root. */
 inline std::vector<std::uint64_t> readPseudoprimeSample(const std::string& path = KESH_SOURCE_DIR
                                                         "/Tests/data/pseudoprimes_hard.varint") {
     std::ifstream in(path, std::ios::binary);

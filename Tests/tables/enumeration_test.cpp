@@ -1,4 +1,7 @@
-// The searches for base-2 strong pseudoprimes against brute force and against counts known from the literature.
+/**
+ * @file   enumeration_test.cpp
+ * @brief  The searches for base-2 strong pseudoprimes, compared with brute force and with published counts.
+ */
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -179,7 +182,7 @@ TEST(ProgressionSearch, ABlockOfBucketsGetsItsShareOfTheWhole) {
     EXPECT_GT(found.size(), 20U);
 }
 
-/// Every base-2 strong pseudoprime up to `largest` that the two searches find together.
+/** Every base-2 strong pseudoprime up to `largest` that the two searches find together. */
 std::vector<u64> enumerateAll(u64 largest, u64 bound) {
     std::vector<u64> found;
     FermatFilter filter(found, 1);

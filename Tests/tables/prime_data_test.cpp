@@ -1,4 +1,7 @@
-// Facts about the three tables of the primality tests, and that the header is what its generator writes.
+/**
+ * @file   prime_data_test.cpp
+ * @brief  Facts about the three tables of the primality tests, and that the header is what its generator writes.
+ */
 #include "Prime/prime_data.h"
 
 #include <gmock/gmock.h>
@@ -62,7 +65,7 @@ TEST(PrimeData64, HasTheKnownEndsRangeAndDistribution) {
     EXPECT_THAT(count, testing::ElementsAre(12678, 2880, 419, 247, 131, 11, 15, 3));
 }
 
-/// SHA-256 of a text, through the sha256sum of the system.
+/** SHA-256 of a text, through the sha256sum of the system. */
 std::string sha256(const std::string& text) {
     const std::filesystem::path path =
         std::filesystem::temp_directory_path() / ("prime-data-" + std::to_string(::getpid()) + ".txt");

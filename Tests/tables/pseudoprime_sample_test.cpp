@@ -1,4 +1,7 @@
-// The committed sample of hard pseudoprimes, and what the tables do with it.
+/**
+ * @file   pseudoprime_sample_test.cpp
+ * @brief  The committed sample of hard pseudoprimes, and the verdicts of the tables on it.
+ */
 #include "support/pseudoprime_sample.h"
 
 #include <gtest/gtest.h>

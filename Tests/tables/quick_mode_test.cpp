@@ -1,4 +1,7 @@
-// A block of buckets derived from nothing, through the programs that derived the table.
+/**
+ * @file   quick_mode_test.cpp
+ * @brief  Derives a block of buckets from the beginning, with the programs that derived the table.
+ */
 #include <gtest/gtest.h>
 #include <unistd.h>
 

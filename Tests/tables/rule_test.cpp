@@ -1,4 +1,7 @@
-// The rule that the derived table follows, and the exhaustive check of the 32-bit one.
+/**
+ * @file   rule_test.cpp
+ * @brief  The rule that the derived table follows, and the exhaustive check of the rule of the 32-bit table.
+ */
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -66,7 +69,7 @@ TEST(Exceptions, MustFitTheDerivedTable) {
     EXPECT_THROW(applyExceptions({5, 6}, {{2, 6, 9}}), std::out_of_range);
 }
 
-/// Slot i stands for first + 1 + 2 i, first even without a prime factor up to 61.
+/** Slot i stands for first + 1 + 2 i, first even without a prime factor up to 61. */
 class CompositeWindow {
   public:
     static constexpr u64 length = u64{1} << 22;
@@ -101,7 +104,7 @@ class CompositeWindow {
     std::vector<bool> composite_;
 };
 
-/// Composites of [first, first + length) that pass the one test of the 32-bit table.
+/** Composites of [first, first + length) that pass the one test of the 32-bit table. */
 u64 passes32(u64 first) {
     const CompositeWindow window(first);
     u64 passes = 0;

@@ -1,16 +1,18 @@
-/// @file   write_adx_products.cpp
-/// @brief  Writes the assembly of the Montgomery products of 3 to 16 limbs for processors with BMI2 and ADX.
-///
-/// The build runs this program and assembles its output into the library. One description serves all sizes: what
-/// differs between them is how many registers a row has and in which order they follow each other.
-///
-/// Adding the row a b[i] to an accumulator takes two chains of carries, one through the low and one through the high
-/// halves of the products. mulx leaves the flags alone, adcx carries in CF only and adox in OF only, so that both
-/// chains run through one pass over the row, a cycle a limb product. The accumulator stays in registers, and after a
-/// row its lowest limb is finished: it goes to memory and its register becomes the top limb of the next row. Up to
-/// eight limbs make one such strip; more limbs are cut into two strips of nearly equal width.
-///
-/// CSource/Shared/kernel/README.md describes the reduction and proves its bounds.
+/**
+ * @file   write_adx_products.cpp
+ * @brief  Writes the assembly of the Montgomery products of 3 to 16 limbs for processors with BMI2 and ADX.
+ *
+ * The build runs this program and assembles its output into the library. One description serves all sizes: what
+ * differs between them is how many registers a row has and in which order they follow each other.
+ *
+ * Adding the row a b[i] to an accumulator takes two chains of carries, one through the low and one through the high
+ * halves of the products. mulx leaves the flags alone, adcx carries in CF only and adox in OF only, so that both
+ * chains run through one pass over the row, a cycle a limb product. The accumulator stays in registers, and after a
+ * row its lowest limb is finished: it goes to memory and its register becomes the top limb of the next row. Up to
+ * eight limbs make one such strip; more limbs are cut into two strips of nearly equal width.
+ *
+ * CSource/Shared/kernel/README.md describes the reduction and proves its bounds.
+ */
 
 #include <algorithm>
 #include <fstream>
@@ -22,13 +24,13 @@ namespace {
 
 using Registers = std::vector<std::string>;
 
-/// Places in kesh::kernel::Modulus<n>, in arrays of n limbs.
+/** Places in kesh::kernel::Modulus<n>, in arrays of n limbs. */
 enum class Part { zero = 2, complement = 3, mu = 4 };
 
 constexpr int limb_size = 8;
 constexpr int longest_strip = 10;
 
-/// A limb array in memory: a register with its address, and the index of the first limb.
+/** A limb array in memory: a register with its address, and the index of the first limb. */
 struct Array {
     std::string address;
     int first = 0;
@@ -41,16 +43,20 @@ struct Array {
     }
 };
 
-/// The functions of one size. Registers: rax and rbx take the halves of a product, rdx the factor of a row, rsi and rbp
-/// the operands, rsi also the modulus; rdi is 0 or, like the others, an accumulator, and so is rbp in a reduction.
+/**
+ * The functions of one size. Registers: rax and rbx take the halves of a product, rdx the factor of a row, rsi and rbp
+ * the operands, rsi also the modulus; rdi is 0 or, like the others, an accumulator, and so is rbp in a reduction.
+ */
 class Size {
   public:
     Size(std::ostream& out, int limbs)
         : out_(out), n(limbs), low(limbs <= longest_strip ? 0 : limbs / 2), high(limbs - low) {}
 
-    /// r = a b / R - c: rdi = r, rsi = a, rdx = b, rcx = modulus, r8 = the limbs of R - 1 - c, or null for c = 0.
-    /// r = a^2 / R - c: rdi = r, rsi = a, rdx = modulus, rcx the same. Both end in the same reduction, so that the
-    /// loops, which take them in turns, stay in the processor's cache of decoded instructions.
+    /**
+     * r = a b / R - c: rdi = r, rsi = a, rdx = b, rcx = modulus, r8 = the limbs of R - 1 - c, or null for c = 0.
+     * r = a^2 / R - c: rdi = r, rsi = a, rdx = modulus, rcx the same. Both end in the same reduction, so that the
+     * loops, which take them in turns, stay in the processor's cache of decoded instructions.
+     */
     void write() {
         begin("sqr", "%rdx", "%rcx");
         triangles();
@@ -73,8 +79,10 @@ class Size {
     std::string zero_;    ///< an operand that is 0
 
     const Array a{"%rsi"}, b{"%rbp"};
-    /// On the stack: the product of 2 n limbs, limbs that a strip of the reduction has finished, and three addresses
-    /// and a flag.
+    /**
+     * On the stack: the product of 2 n limbs, limbs that a strip of the reduction has finished, and three addresses
+     * and a flag.
+     */
     const Array z{"%rsp"}, finished{"%rsp", 2 * n};
     const std::string result_address = Array{"%rsp", 3 * n}[0], modulus_address = Array{"%rsp", 3 * n}[1],
                       complement_address = Array{"%rsp", 3 * n}[2], carry_into_high_half = Array{"%rsp", 3 * n}[3],
@@ -132,7 +140,7 @@ class Size {
         return limb_size * (3 * n + 5);
     }
 
-    /// In a product rbp is no accumulator but the address of b.
+    /** In a product rbp is no accumulator but the address of b. */
     [[nodiscard]] static Registers accumulators(int count, bool with_rbp = false) {
         Registers all = {"%r8", "%r9", "%r10", "%r11", "%r12", "%r13", "%r14", "%r15", "%rcx"};
         if (with_rbp) all.emplace_back("%rbp");
@@ -142,7 +150,7 @@ class Size {
     static std::string half(const std::string& name) {  // the lower half of r8 ... r15 and of rcx and the like
         return name[2] >= 'a' ? "%e" + name.substr(2) : name + "d";
     }
-    /// A row adds zero with a carry twice: from a register, or from memory where the strip takes all registers.
+    /** A row adds zero with a carry twice: from a register, or from memory where the strip takes all registers. */
     void keep_zero(int strip) {
         zero_ = strip == longest_strip ? memory_zero : "%rdi";
         if (strip == longest_strip)
@@ -154,8 +162,10 @@ class Size {
         line("xorl", half(name), half(name));
     }
 
-    /// Adds rdx times the limbs of `source`, one for each register, and starts the limb above them in `top`, which
-    /// cannot overflow. `after_first` is done when the lowest limb is finished.
+    /**
+     * Adds rdx times the limbs of `source`, one for each register, and starts the limb above them in `top`, which
+     * cannot overflow. `after_first` is done when the lowest limb is finished.
+     */
     template <class Action>
     void add_row(const Array& source, const Registers& sum, const std::string& top, Action after_first) {
         line("testl %eax, %eax");  // clears both carries, faster here than xor
@@ -173,15 +183,17 @@ class Size {
         line("adox", zero_, top);
     }
 
-    /// A row of a product: its lowest limb goes to `low_limb`.
+    /** A row of a product: its lowest limb goes to `low_limb`. */
     void product_row(const Array& source, Registers& sum, const std::string& low_limb) {
         const std::string lowest = sum.front();
         add_row(source, sum, lowest, [&] { line("movq", lowest, low_limb); });
         std::rotate(sum.begin(), sum.begin() + 1, sum.end());
     }
 
-    /// A row of the reduction: the lowest limb is the quotient, which is kept in `quotient` if that is not empty, and
-    /// vanishes. mu has one limb less than `sum`.
+    /**
+     * A row of the reduction: the lowest limb is the quotient, which is kept in `quotient` if that is not empty, and
+     * vanishes. mu has one limb less than `sum`.
+     */
     void quotient_row(const Array& mu, Registers& sum, const std::string& quotient) {
         const std::string lowest = sum.front();
         line("movq", lowest, "%rdx");
@@ -190,7 +202,7 @@ class Size {
         std::rotate(sum.begin(), sum.begin() + 1, sum.end());
     }
 
-    /// sum += rdx times a source of one limb less; carry += the carry.
+    /** sum += rdx times a source of one limb less; carry += the carry. */
     void closing_row(const Array& source, const Registers& sum, const std::string& carry) {
         line("testl %eax, %eax");
         for (std::size_t j = 0; j + 1 < sum.size(); ++j) {
@@ -210,7 +222,7 @@ class Size {
         for (std::size_t i = 0; i < names.size(); ++i) line("movq", names[i], to[static_cast<int>(i)]);
     }
 
-    /// z = a b.
+    /** z = a b. */
     void product() {
         keep_zero(n);
         Registers sum = accumulators(low > 0 ? low : n);
@@ -244,8 +256,10 @@ class Size {
         store(sum, z.from(n + low));
     }
 
-    /// to += the products source[i] source[j], i < j, of as many limbs as `sum` has registers, which hold what lies
-    /// there already.
+    /**
+     * to += the products source[i] source[j], i < j, of as many limbs as `sum` has registers, which hold what lies
+     * there already.
+     */
     void triangle(const Array& source, Registers sum, const Array& to) {
         const int count = static_cast<int>(sum.size());
         for (int i = 0; i + 1 < count; ++i) {
@@ -261,7 +275,7 @@ class Size {
         line("movq", "$0", to[2 * count - 1]);
     }
 
-    /// z = the products a[i] a[j], i < j.
+    /** z = the products a[i] a[j], i < j. */
     void triangles() {
         keep_zero(n);
         Registers sum = accumulators(low > 0 ? low : n);
@@ -278,7 +292,7 @@ class Size {
         triangle(a.from(low), sum, z.from(2 * low));
     }
 
-    /// z = 2 z + the squares a[i]^2.
+    /** z = 2 z + the squares a[i]^2. */
     void doubling() {
         line("xorl %eax, %eax");
         for (int i = 0; i < n; ++i) {
@@ -296,14 +310,16 @@ class Size {
         }
     }
 
-    /// The last row's quotient from the lowest limb, to rdx.
+    /** The last row's quotient from the lowest limb, to rdx. */
     void last_quotient(const std::string& lowest) {
         line("movq", inverse(), "%rdx");
         line("imulq", lowest, "%rdx");
     }
 
-    /// r = z / R, a residue below R: n - 1 rows with mu and one with the complement of the modulus. What exceeds R or
-    /// is negative is known by rbp = 1 or -1, which chooses what is added in the end.
+    /**
+     * r = z / R, a residue below R: n - 1 rows with mu and one with the complement of the modulus. What exceeds R or
+     * is negative is known by rbp = 1 or -1, which chooses what is added in the end.
+     */
     void reduction() {
         line("movq", modulus_address, "%rsi");
         keep_zero(n);
@@ -313,18 +329,20 @@ class Size {
             long_reduction();
     }
 
-    /// `carry`, 1, 0, -1 or -2, becomes the address of R - m, 0, m or 2 m.
+    /** `carry`, 1, 0, -1 or -2, becomes the address of R - m, 0, m or 2 m. */
     void choose(const std::string& carry) {
         line("imulq $" + std::to_string(limb_size * n) + ", " + carry + ", " + carry);
         line("leaq " + Array{"%rsi," + carry, part(Part::zero).first}[0] + ", " + carry);
     }
 
-    /// The end of the reduction: the limbs, of which the first are finished in memory and the others are in registers,
-    /// with the high half of z and less c, a second chain of carries. What brings the sum u, -2 m < u < R + m, below R
-    /// is told by its carry: R - m, that is -m, for 1 and 2 m for -2. For -1 it is m if u >= -m, else 2 m, and the top
-    /// limb decides: let T be that of R - m, W = 2^(64 (n-1)). If the top limb of u + R is above T, then u + R > R - m.
-    /// If not, then u + 2 m < (T + 1) W - R + 2 (R - T W) = R - (T - 1) W, which is enough for T > 0, a precondition
-    /// where c is given.
+    /**
+     * The end of the reduction: the limbs, of which the first are finished in memory and the others are in registers,
+     * with the high half of z and less c, a second chain of carries. What brings the sum u, -2 m < u < R + m, below R
+     * is told by its carry: R - m, that is -m, for 1 and 2 m for -2. For -1 it is m if u >= -m, else 2 m, and the top
+     * limb decides: let T be that of R - m, W = 2^(64 (n-1)). If the top limb of u + R is above T, then u + R > R - m.
+     * If not, then u + 2 m < (T + 1) W - R + 2 (R - T W) = R - (T - 1) W, which is enough for T > 0, a precondition
+     * where c is given.
+     */
     void finish(const Registers& sum, const std::string& carry) {
         const int in_memory = n - static_cast<int>(sum.size());
         const Array chosen{carry}, complement{"%rbx"}, r{"%rdx"};
@@ -456,7 +474,7 @@ class Size {
         finish(sum, "%rbp");
     }
 
-    /// Appends registers with zeros up to `width`.
+    /** Appends registers with zeros up to `width`. */
     void widen(Registers& sum, int width) {
         for (const std::string& name : accumulators(9)) {
             if (static_cast<int>(sum.size()) == width) break;

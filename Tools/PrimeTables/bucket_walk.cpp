@@ -1,3 +1,7 @@
+/**
+ * @file   bucket_walk.cpp
+ * @brief  The walk through a block of buckets: the least step into an interval, and the moves inside of it.
+ */
 #include "bucket_walk.h"
 
 namespace prime_tables {

@@ -1,3 +1,7 @@
+/**
+ * @file   chunk_runner.cpp
+ * @brief  The threads that work off the chunks, the files of results, and the progress line.
+ */
 #include "chunk_runner.h"
 
 #include <fmt/core.h>

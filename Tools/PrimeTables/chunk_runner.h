@@ -1,5 +1,7 @@
-/// @file   chunk_runner.h
-/// @brief  Works off a list of prime ranges on several threads: resumable, pausable, with a progress line.
+/**
+ * @file   chunk_runner.h
+ * @brief  Works off a list of prime ranges on several threads: resumable, pausable, with a progress line.
+ */
 #pragma once
 
 #include <filesystem>
@@ -11,7 +13,7 @@
 
 namespace prime_tables {
 
-/// Primes lo <= p < hi of one search. `cost` is in any unit, for the estimate of the time left.
+/** Primes lo <= p < hi of one search. `cost` is in any unit, for the estimate of the time left. */
 struct Chunk {
     std::string search;
     u64 lo;
@@ -26,7 +28,7 @@ struct RunnerOptions {
     unsigned threads = 1;
 };
 
-/// Blocks while the pause file exists. To be called every fraction of a second.
+/** Blocks while the pause file exists. To be called every fraction of a second. */
 class PauseGate {
   public:
     explicit PauseGate(std::filesystem::path file) : file_(std::move(file)) {}
@@ -36,8 +38,10 @@ class PauseGate {
     std::filesystem::path file_;
 };
 
-/// Runs `work` for every chunk without a result yet, in order. A result is a file of little-endian 64-bit numbers,
-/// sorted, and appears under its name only when it is complete; so a run that was cut off goes on where it stopped.
+/**
+ * Runs `work` for every chunk without a result yet, in order. A result is a file of little-endian 64-bit numbers,
+ * sorted, and appears under its name only when it is complete; so a run that was cut off goes on where it stopped.
+ */
 void runChunks(const std::vector<Chunk>& chunks, const RunnerOptions& options,
                const std::function<std::vector<u64>(const Chunk&, const PauseGate&)>& work);
 

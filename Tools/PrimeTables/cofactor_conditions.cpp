@@ -1,3 +1,7 @@
+/**
+ * @file   cofactor_conditions.cpp
+ * @brief  The residue classes of cofactors that the conditions leave.
+ */
 #include "cofactor_conditions.h"
 
 namespace prime_tables {

@@ -1,5 +1,7 @@
-/// @file   derive_table.cpp
-/// @brief  Derives the second bases of the 64-bit primality test from enumerated base-2 strong pseudoprimes.
+/**
+ * @file   derive_table.cpp
+ * @brief  Derives the second bases of the 64-bit primality test from enumerated base-2 strong pseudoprimes.
+ */
 #include <fmt/core.h>
 
 #include <CLI/CLI.hpp>
@@ -54,15 +56,19 @@ void printCounts(const std::vector<u64>& numbers) {
     fmt::print("2^32 <= n < 2^50: {}\n2^32 <= n < 2^64: {}\n", below(third_base_from_with_margin), numbers.size());
 }
 
-/// More pseudoprimes can only raise the least base with margin: where the one derived from some of them clears all, it
-/// stays. least.
+/**
+ * More pseudoprimes can only raise the least base with margin: where the one derived from some of them clears all, it
+ * stays. least.
+ */
 bool stillClears(u32 base, const std::vector<u64>& pseudoprimes) {
     return std::all_of(pseudoprimes.begin(), pseudoprimes.end(),
                        [base](u64 n) { return clears(base, n, third_base_from_with_margin); });
 }
 
-/// Bases of `earlier` below the end of those with margin are taken over where they still clear their bucket; 0: not
-/// derived.
+/**
+ * Bases of `earlier` below the end of those with margin are taken over where they still clear their bucket; 0: not
+ * derived.
+ */
 std::vector<u32> derive(const std::vector<u64>& numbers, const BucketBlock& block, const std::vector<u32>& earlier,
                         unsigned thread_count) {
     std::vector<std::vector<u64>> buckets(bucket_count);

@@ -1,5 +1,7 @@
-/// @file   enumerate_pseudoprimes.cpp
-/// @brief  Command line of the two searches for base-2 strong pseudoprimes.
+/**
+ * @file   enumerate_pseudoprimes.cpp
+ * @brief  Command line of the two searches for base-2 strong pseudoprimes.
+ */
 #include <fmt/core.h>
 
 #include <CLI/CLI.hpp>
@@ -27,8 +29,10 @@ struct Arguments {
     RunnerOptions runner;
 };
 
-/// Ranges of primes from `to` down to `from`, each about an equal share of the work: the progression of p has some
-/// largest / p^2 members, and finding the order of 2 costs as much as a hundred.
+/**
+ * Ranges of primes from `to` down to `from`, each about an equal share of the work: the progression of p has some
+ * largest / p^2 members, and finding the order of 2 costs as much as a hundred.
+ */
 std::vector<Chunk> progressionChunks(const Arguments& arguments) {
     constexpr double share = 1e10;
     std::vector<Chunk> chunks;
@@ -66,7 +70,7 @@ std::vector<u64> progressionWork(const Chunk& chunk, const PauseGate& gate, cons
     return found;
 }
 
-/// Ranges of equal length, upwards: the smallest primes have the numbers that decide most.
+/** Ranges of equal length, upwards: the smallest primes have the numbers that decide most. */
 std::vector<Chunk> smoothChunks(const Arguments& arguments) {
     constexpr u64 width = u64{1} << 16;
     std::vector<Chunk> chunks;

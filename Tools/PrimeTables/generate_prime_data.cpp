@@ -1,5 +1,7 @@
-/// @file   generate_prime_data.cpp
-/// @brief  Writes CSource/Prime/prime_data.h from the committed data files.
+/**
+ * @file   generate_prime_data.cpp
+ * @brief  Writes CSource/Prime/prime_data.h from the committed data files.
+ */
 #include <CLI/CLI.hpp>
 #include <fstream>
 #include <iostream>

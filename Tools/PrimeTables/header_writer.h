@@ -1,5 +1,7 @@
-/// @file   header_writer.h
-/// @brief  The text of prime_data.h from the committed data files.
+/**
+ * @file   header_writer.h
+ * @brief  The text of prime_data.h from the committed data files.
+ */
 #pragma once
 
 #include <filesystem>
@@ -10,27 +12,29 @@
 
 namespace prime_tables {
 
-/// A bucket whose published base is not the one that the enumeration leads to; the table carries the published one.
+/** A bucket whose published base is not the one that the enumeration leads to; the table carries the published one. */
 struct TableException {
     u32 bucket;
     u32 derived;
     u32 published;
 };
 
-/// Decimal numbers separated by white space. Throws std::runtime_error when the file cannot be read as such.
+/** Decimal numbers separated by white space. Throws std::runtime_error when the file cannot be read as such. */
 std::vector<u32> readTable(const std::filesystem::path& path);
 
-/// Lines "bucket derived published"; lines that begin with # are comments.
+/** Lines "bucket derived published"; lines that begin with # are comments. */
 std::vector<TableException> readExceptions(const std::filesystem::path& path);
 
-/// The derived table with the exceptions put in. Throws std::runtime_error unless every exception names a bucket once,
-/// the value derived there, and another one.
+/**
+ * The derived table with the exceptions put in. Throws std::runtime_error unless every exception names a bucket once,
+ * the value derived there, and another one.
+ */
 std::vector<u32> applyExceptions(std::vector<u32> derived, const std::vector<TableException>& exceptions);
 
-/// 16,384 words: bit k of the whole stands for 2 k + 3 and is 1 when that is prime.
+/** 16,384 words: bit k of the whole stands for 2 k + 3 and is 1 when that is prime. */
 std::vector<u32> oddPrimeBits();
 
-/// The header, from the files bases_32.txt, bases_64_derived.txt and bases_64_exceptions.txt of the folder.
+/** The header, from the files bases_32.txt, bases_64_derived.txt and bases_64_exceptions.txt of the folder. */
 std::string primeDataHeader(const std::filesystem::path& folder);
 
 }  // namespace prime_tables

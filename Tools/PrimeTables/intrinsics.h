@@ -1,5 +1,7 @@
-/// @file   intrinsics.h
-/// @brief  The processor's vector intrinsics, for functions that are compiled for it and chosen at run time.
+/**
+ * @file   intrinsics.h
+ * @brief  The processor's vector intrinsics, for functions that are compiled for it and chosen at run time.
+ */
 #pragma once
 
 // GCC 12 takes the undefined pass-through operands of its own intrinsics for a mistake of ours.

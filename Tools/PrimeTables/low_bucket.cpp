@@ -1,3 +1,7 @@
+/**
+ * @file   low_bucket.cpp
+ * @brief  Lists the composites of a bucket and tests 32 of them at a time, portably or by AVX-512.
+ */
 #include "low_bucket.h"
 
 #include "intrinsics.h"
@@ -16,7 +20,7 @@ struct Columns {
     const u32* square;
 };
 
-/// Bit i is set when the i-th of 32 moduli passes the strong test to the base.
+/** Bit i is set when the i-th of 32 moduli passes the strong test to the base. */
 u32 strongMaskPortable(const Columns& c, u32 base) {
     u32 mask = 0;
     for (std::size_t i = 0; i < lanes; ++i) mask |= u32{isStrongProbablePrime(c.modulus[i], base)} << i;
@@ -117,8 +121,10 @@ void LowBucket::fillUp() {
     while (modulus_.size() % lanes != 0) append(filler);
 }
 
-/// Strong tests to the bases 2, 7 and 61 decide below 4,759,123,141 (G. Jaeschke, On strong pseudoprimes to several
-/// bases, 1993). What passes base 2 is set aside and takes the other two.
+/**
+ * Strong tests to the bases 2, 7 and 61 decide below 4,759,123,141 (G. Jaeschke, On strong pseudoprimes to several
+ * bases, 1993). What passes base 2 is set aside and takes the other two.
+ */
 void LowBucket::dropPrimes() {
     LowBucket suspects;
     std::size_t kept = 0;

@@ -1,5 +1,7 @@
-/// @file   low_bucket.h
-/// @brief  The odd composites below 2^32 of one bucket, tested to one base after another.
+/**
+ * @file   low_bucket.h
+ * @brief  The odd composites below 2^32 of one bucket, tested to one base after another.
+ */
 #pragma once
 
 #include <vector>
@@ -10,10 +12,10 @@ namespace prime_tables {
 
 class LowBucket {
   public:
-    /// Lists the odd composites 2^16 < n < 2^32 of the bucket: above every base.
+    /** Lists the odd composites 2^16 < n < 2^32 of the bucket: above every base. */
     explicit LowBucket(u32 bucket);
 
-    /// The first composite that is a strong probable prime to the base, in no order; 0 when none is.
+    /** The first composite that is a strong probable prime to the base, in no order; 0 when none is. */
     [[nodiscard]] u32 firstPassing(u32 base) const;
 
   private:

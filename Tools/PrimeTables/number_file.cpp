@@ -1,3 +1,7 @@
+/**
+ * @file   number_file.cpp
+ * @brief  Reads and writes files of 64-bit numbers.
+ */
 #include "number_file.h"
 
 #include <bit>

@@ -1,5 +1,7 @@
-/// @file   number_file.h
-/// @brief  Files of 64-bit numbers, eight bytes each, little-endian.
+/**
+ * @file   number_file.h
+ * @brief  Files of 64-bit numbers, eight bytes each, little-endian.
+ */
 #pragma once
 
 #include <filesystem>
@@ -9,9 +11,9 @@
 
 namespace prime_tables {
 
-/// Appends the numbers of a file. Throws std::runtime_error when it cannot be read.
+/** Appends the numbers of a file. Throws std::runtime_error when it cannot be read. */
 void readNumbers(const std::filesystem::path& path, std::vector<u64>& numbers);
-/// Replaces the file. Throws std::runtime_error when it cannot be written.
+/** Replaces the file. Throws std::runtime_error when it cannot be written. */
 void writeNumbers(const std::filesystem::path& path, const std::vector<u64>& numbers);
 
 }  // namespace prime_tables

@@ -1,3 +1,7 @@
+/**
+ * @file   order_of_two.cpp
+ * @brief  Orders of 2 modulo primes: sieves their predecessors for prime factors, window by window.
+ */
 #include "order_of_two.h"
 
 #include <algorithm>
@@ -7,7 +11,7 @@
 namespace prime_tables {
 namespace {
 
-/// Distinct odd prime factors of one p - 1 < 2^32: at most nine, as 3 * 5 * ... * 29 > 2^31.
+/** Distinct odd prime factors of one p - 1 < 2^32: at most nine, as 3 * 5 * ... * 29 > 2^31. */
 struct Factors {
     std::array<u32, 9> prime;
     u32 count = 0;
@@ -39,7 +43,7 @@ const std::vector<u32>& sievingPrimes() {
     return primes;
 }
 
-/// Appends the orders for one window whose flags fit the second-level cache.
+/** Appends the orders for one window whose flags fit the second-level cache. */
 void appendWindow(u64 lo, u64 hi, std::vector<PrimeOrder>& result) {
     std::vector<u32> primes;
     primesieve::generate_primes(std::max<u64>(lo, 3), hi - 1, &primes);

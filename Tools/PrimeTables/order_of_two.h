@@ -1,5 +1,7 @@
-/// @file   order_of_two.h
-/// @brief  The multiplicative order of 2 modulo every prime of a range.
+/**
+ * @file   order_of_two.h
+ * @brief  The multiplicative order of 2 modulo every prime of a range.
+ */
 #pragma once
 
 #include <bit>
@@ -18,8 +20,10 @@ struct PrimeOrder {
     }
 };
 
-/// Orders of all odd primes lo <= p < hi <= 2^32, ascending. The predecessors p - 1 are factored by a sieve of the
-/// whole range, about 0.4 microseconds a prime near 2^32.
+/**
+ * Orders of all odd primes lo <= p < hi <= 2^32, ascending. The predecessors p - 1 are factored by a sieve of the
+ * whole range, about 0.4 microseconds a prime near 2^32.
+ */
 std::vector<PrimeOrder> ordersOfTwo(u64 lo, u64 hi);
 
 }  // namespace prime_tables

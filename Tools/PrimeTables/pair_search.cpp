@@ -1,3 +1,7 @@
+/**
+ * @file   pair_search.cpp
+ * @brief  The search for pairs of primes, portably or by AVX-512.
+ */
 #include "pair_search.h"
 
 #include <algorithm>
@@ -9,10 +13,10 @@ namespace prime_tables {
 
 namespace {
 
-/// The bound on m is compared as a double; candidates past it by rounding are for the caller to drop.
+/** The bound on m is compared as a double; candidates past it by rounding are for the caller to drop. */
 constexpr double bound_slack = 1 + 0x1p-48;
 
-/// m runs over one residue modulo this: the order, and odd numbers only.
+/** m runs over one residue modulo this: the order, and odd numbers only. */
 u64 cofactorStep(const PrimeOrder& p) {
     return p.order % 2 == 0 ? p.order : 2 * u64{p.order};
 }
@@ -49,14 +53,16 @@ KESH_TABLES_AVX512 inline __m512d loadNumbers(__mmask8 valid, const u32* from) {
     return _mm512_maskz_cvtepu32_pd(0xFF, _mm256_maskz_loadu_epi32(valid, from));
 }
 
-/// a * b modulo `modulus`, in absolute value at most half the modulus.
+/** a * b modulo `modulus`, in absolute value at most half the modulus. */
 KESH_TABLES_AVX512 inline __m512d multiplyModulo(__m512d a, __m512d b, __m512d modulus, __m512d inverse) {
     const __m512d product = _mm512_mul_pd(a, b);
     return _mm512_fnmadd_pd(nearest(_mm512_mul_pd(product, inverse)), modulus, product);
 }
 
-/// The prime factor of an order below 2^24 that is at least least_paired_prime: there is at most one. 1 when there is
-/// none.
+/**
+ * The prime factor of an order below 2^24 that is at least least_paired_prime: there is at most one. 1 when there is
+ * none.
+ */
 u32 largePrimeFactor(u32 order) {
     static_assert(u64{least_paired_prime} * least_paired_prime >= u64{1} << 24);
     order >>= std::countr_zero(order);
@@ -66,7 +72,7 @@ u32 largePrimeFactor(u32 order) {
     return order >= least_paired_prime ? order : 1;
 }
 
-/// Replaces each residue by its inverse, all coprime to the modulus.
+/** Replaces each residue by its inverse, all coprime to the modulus. */
 void invertAll(std::array<double, lanes>& residues, u64 modulus) {
     std::array<u64, lanes> value;
     std::array<u64, lanes> prefix;

@@ -1,3 +1,7 @@
+/**
+ * @file   progression_search.cpp
+ * @brief  The sieve over the cofactors in a progression, segment by segment.
+ */
 #include "progression_search.h"
 
 #include <algorithm>
@@ -46,8 +50,10 @@ void ProgressionSearch::searchBlock(const PrimeOrder& p, const Progression& cofa
     }
 }
 
-/// Members m = first + t * step. A small prime q divides m for t = t0 modulo q. Then n must be 1 modulo ord_q, which no
-/// t does when the valuations differ, every t when ord_q divides step, and else one t in w = ord_q / gcd(ord_q, step).
+/**
+ * Members m = first + t * step. A small prime q divides m for t = t0 modulo q. Then n must be 1 modulo ord_q, which no
+ * t does when the valuations differ, every t when ord_q divides step, and else one t in w = ord_q / gcd(ord_q, step).
+ */
 void ProgressionSearch::searchAll(const PrimeOrder& p, const Progression& cofactors, FermatFilter& filter) {
     const auto [first, step, members] = cofactors;
     const auto push = [&](u64 t) {

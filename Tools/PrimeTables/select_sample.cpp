@@ -1,6 +1,8 @@
-/// @file   select_sample.cpp
-/// @brief  Picks the hardest of the enumerated pseudoprimes in every bucket as test data for the library's primality
-/// tests.
+/**
+ * @file   select_sample.cpp
+ * @brief  Picks the hardest of the enumerated pseudoprimes in every bucket as test data for the library's primality
+ *         tests.
+ */
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
@@ -31,14 +33,16 @@ Scored score(u64 n) {
     return {n, passed};
 }
 
-/// Most numbers fail both of the first bases and would come last anyway.
+/** Most numbers fail both of the first bases and would come last anyway. */
 bool isEasy(u64 n) {
     const Modulus mod(n);
     return n >= third_base_from && !isStrongProbablePrime(mod, 3) && !isStrongProbablePrime(mod, 5);
 }
 
-/// The hardest number that the second base must clear alone, so that a wrong base in this bucket is noticed, and then
-/// the hardest of all.
+/**
+ * The hardest number that the second base must clear alone, so that a wrong base in this bucket is noticed, and then
+ * the hardest of all.
+ */
 std::vector<u64> pick(const std::vector<u64>& bucket, std::size_t count) {
     std::vector<Scored> scored;
     for (const u64 n : bucket) {
@@ -54,7 +58,9 @@ std::vector<u64> pick(const std::vector<u64>& bucket, std::size_t count) {
     return picked;
 }
 
-/// Differences of the sorted numbers, seven bits a byte, the lowest first, the top bit set in all bytes but the last.
+/**
+ * Differences of the sorted numbers, seven bits a byte, the lowest first, the top bit set in all bytes but the last.
+ */
 std::string encode(std::vector<u64> numbers) {
     std::sort(numbers.begin(), numbers.end());
     std::string bytes;

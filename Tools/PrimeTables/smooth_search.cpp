@@ -1,3 +1,7 @@
+/**
+ * @file   smooth_search.cpp
+ * @brief  The recursion over prime factors in falling order.
+ */
 #include "smooth_search.h"
 
 #include <algorithm>
@@ -8,7 +12,7 @@
 namespace prime_tables {
 namespace {
 
-/// A squared prime divides a pseudoprime to base 2 only when 2^(p-1) = 1 modulo p^2; below 2^32 these two do.
+/** A squared prime divides a pseudoprime to base 2 only when 2^(p-1) = 1 modulo p^2; below 2^32 these two do. */
 bool mayBeSquared(u32 p) {
     return p == 1093 || p == 3511;
 }

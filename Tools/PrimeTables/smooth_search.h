@@ -1,10 +1,12 @@
-/// @file   smooth_search.h
-/// @brief  Every base-2 strong pseudoprime whose prime factors all lie below a bound, by its largest prime factors.
-///
-/// A product d of prime factors of n fixes the cofactor modulo L, the least common multiple of the orders of 2 modulo
-/// these primes: n / d = d^(-1) modulo L. Starting from the largest prime p, further primes are chosen in falling order
-/// until so few cofactors are left that trying them all is cheaper. These cofactors are not restricted in any way, so
-/// numbers with one more, larger prime factor are found in passing, though not completely.
+/**
+ * @file   smooth_search.h
+ * @brief  Every base-2 strong pseudoprime whose prime factors all lie below a bound, by its largest prime factors.
+ *
+ * A product d of prime factors of n fixes the cofactor modulo L, the least common multiple of the orders of 2 modulo
+ * these primes: n / d = d^(-1) modulo L. Starting from the largest prime p, further primes are chosen in falling order
+ * until so few cofactors are left that trying them all is cheaper. These cofactors are not restricted in any way, so
+ * numbers with one more, larger prime factor are found in passing, though not completely.
+ */
 #pragma once
 
 #include <vector>
@@ -17,10 +19,10 @@ namespace prime_tables {
 
 class SmoothSearch {
   public:
-    /// Finds n <= largest whose largest prime factor is below `bound` <= 2^24.
+    /** Finds n <= largest whose largest prime factor is below `bound` <= 2^24. */
     SmoothSearch(u64 largest, u64 bound);
 
-    /// Pushes every candidate whose largest prime factor is the prime p.
+    /** Pushes every candidate whose largest prime factor is the prime p. */
     void search(const PrimeOrder& p, FermatFilter& filter) const;
 
   private:
@@ -28,7 +30,7 @@ class SmoothSearch {
         std::vector<PrimeOrder> primes;  // ascending
         PrimeColumn column;              // the same
     };
-    /// d has a prime factor; residue = d^(-1) modulo order; the primes of index below `open` may still be chosen.
+    /** d has a prime factor; residue = d^(-1) modulo order; the primes of index below `open` may still be chosen. */
     void descend(const ValuationClass& primes, int valuation, u64 d, u64 order, u64 residue, std::size_t open,
                  FermatFilter& filter) const;
     void tryChild(const ValuationClass& primes, int valuation, u64 d, u64 order, std::size_t index, std::size_t open,

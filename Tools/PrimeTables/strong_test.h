@@ -1,8 +1,10 @@
-/// @file   strong_test.h
-/// @brief  Scalar 64-bit modular powers and strong probable-prime tests for the table generators.
-///
-/// Deliberately not the library's own test: the tables judge the library, so the programs that make them share no code
-/// with it.
+/**
+ * @file   strong_test.h
+ * @brief  Scalar 64-bit modular powers and strong probable-prime tests for the table generators.
+ *
+ * Deliberately not the library's own test: the tables judge the library, so the programs that make them share no code
+ * with it.
+ */
 #pragma once
 
 #include <bit>
@@ -16,7 +18,7 @@ using u32 = std::uint32_t;
 using i64 = std::int64_t;
 __extension__ typedef unsigned __int128 u128;
 
-/// Montgomery arithmetic modulo one odd n > 1 with R = 2^64. Residues are kept in [0, n).
+/** Montgomery arithmetic modulo one odd n > 1 with R = 2^64. Residues are kept in [0, n). */
 class Modulus {
   public:
     explicit Modulus(u64 n) : n_(n), inverse_(n), one_((0 - n) % n) {
@@ -40,11 +42,11 @@ class Modulus {
     [[nodiscard]] u64 twice(u64 x) const {
         return x >= n_ - x ? x - (n_ - x) : x + x;
     }
-    /// Montgomery form of a small number.
+    /** Montgomery form of a small number. */
     [[nodiscard]] u64 enter(u64 a) const {
         return static_cast<u64>((static_cast<u128>(a % n_) << 64) % n_);
     }
-    /// Montgomery form of 2^exponent.
+    /** Montgomery form of 2^exponent. */
     [[nodiscard]] u64 powerOfTwo(u64 exponent) const {
         u64 x = one_;
         for (int bit = 64 - std::countl_zero(exponent); bit-- > 0;) {
@@ -68,8 +70,10 @@ class Modulus {
     u64 one_;
 };
 
-/// True when n = mod.modulus() passes the strong test whose power base^e, e the odd part of n - 1, is x in Montgomery
-/// form.
+/**
+ * True when n = mod.modulus() passes the strong test whose power base^e, e the odd part of n - 1, is x in Montgomery
+ * form.
+ */
 inline bool passesFromOddPower(const Modulus& mod, u64 x) {
     const u64 minus_one = mod.modulus() - mod.one();
     if (x == mod.one() || x == minus_one) return true;
@@ -80,7 +84,7 @@ inline bool passesFromOddPower(const Modulus& mod, u64 x) {
     return false;
 }
 
-/// Strong probable-prime test of mod.modulus() to a base that it does not divide.
+/** Strong probable-prime test of mod.modulus() to a base that it does not divide. */
 inline bool isStrongProbablePrime(const Modulus& mod, u64 base) {
     const u64 n = mod.modulus();
     const u64 odd_part = (n - 1) >> std::countr_zero(n - 1);
@@ -92,7 +96,7 @@ inline bool isStrongProbablePrime(u64 n, u64 base) {
     return isStrongProbablePrime(Modulus(n), base);
 }
 
-/// a^(-1) modulo m, below m, for coprime a and m with m < 2^63; 0 when m is 1.
+/** a^(-1) modulo m, below m, for coprime a and m with m < 2^63; 0 when m is 1. */
 inline u64 inverseModulo(u64 a, u64 m) {
     u64 r0 = m;
     u64 r1 = a % m;

@@ -1,3 +1,7 @@
+/**
+ * @file   table_rule.cpp
+ * @brief  The search for the least base that satisfies the rule.
+ */
 #include "table_rule.h"
 
 #include <algorithm>

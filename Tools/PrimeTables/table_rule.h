@@ -1,8 +1,10 @@
-/// @file   table_rule.h
-/// @brief  The rule that fixes the second base of the 64-bit primality test in every bucket of its hash.
-///
-/// What the test needs of a base: it clears the base-2 strong pseudoprimes of its bucket from 2^32 to 2^49 alone, and
-/// from there with the help of the third base that it names. The table asks for more while it can: see leastBase().
+/**
+ * @file   table_rule.h
+ * @brief  The rule that fixes the second base of the 64-bit primality test in every bucket of its hash.
+ *
+ * What the test needs of a base: it clears the base-2 strong pseudoprimes of its bucket from 2^32 to 2^49 alone, and
+ * from there with the help of the third base that it names. The table asks for more while it can: see leastBase().
+ */
 #pragma once
 
 #include <array>
@@ -15,44 +17,50 @@ namespace prime_tables {
 constexpr u32 bucket_count = 16384;
 constexpr u32 hash_multiplier = 0xAD625B89;
 
-/// Bucket of n: the top 14 bits of the low 32 bits times a fixed multiplier.
+/** Bucket of n: the top 14 bits of the low 32 bits times a fixed multiplier. */
 constexpr u32 bucketOf(u64 n) {
     return (static_cast<u32>(n) * hash_multiplier) >> 18;
 }
 
-/// The third base of the test, named by the top three bits of the second.
+/** The third base of the test, named by the top three bits of the second. */
 constexpr std::array<u32, 8> third_bases = {15, 135, 13, 60, 15, 117, 65, 29};
 constexpr std::size_t thirdIndex(u32 base) {
     return base >> 13;
 }
 
-/// From here up the test uses the third base.
+/** From here up the test uses the third base. */
 constexpr u64 third_base_from = u64{1} << 49;
-/// The limit that a base with margin keeps.
+/** The limit that a base with margin keeps. */
 constexpr u64 third_base_from_with_margin = u64{1} << 50;
-/// Bases with margin are looked for below this.
+/** Bases with margin are looked for below this. */
 constexpr u32 bases_with_margin = 5 << 13;
 
-/// True when the second base, or from `third_from` on the third base that it names, proves the base-2 strong
-/// pseudoprime n composite.
+/**
+ * True when the second base, or from `third_from` on the third base that it names, proves the base-2 strong
+ * pseudoprime n composite.
+ */
 bool clears(u32 base, u64 n, u64 third_from);
 
 class LowBucket;
 
-/// Bases first <= b < end.
+/** Bases first <= b < end. */
 struct BaseRange {
     u32 first;
     u32 end;
 };
 
-/// The least base of the range that clears all given base-2 strong pseudoprimes of a bucket; with a low bucket, only a
-/// base that clears its composites alone as well, whether or not they pass base 2. 0 when there is none.
+/**
+ * The least base of the range that clears all given base-2 strong pseudoprimes of a bucket; with a low bucket, only a
+ * base that clears its composites alone as well, whether or not they pass base 2. 0 when there is none.
+ */
 u32 leastClearingBase(const std::vector<u64>& pseudoprimes, u64 third_from, BaseRange range, const LowBucket* low);
 
-/// The entry of the table: the least base below 5 * 2^13 with margin, that is, one which alone clears every odd
-/// composite between 2^16 and 2^32 and every base-2 strong pseudoprime below 2^50 of the bucket. Where there is none,
-/// the first base that does what the test needs: those below 5 * 2^13 are tried first, then those with third base 65,
-/// 117 and 29, each in ascending order. 0 when there is none either.
+/**
+ * The entry of the table: the least base below 5 * 2^13 with margin, that is, one which alone clears every odd
+ * composite between 2^16 and 2^32 and every base-2 strong pseudoprime below 2^50 of the bucket. Where there is none,
+ * the first base that does what the test needs: those below 5 * 2^13 are tried first, then those with third base 65,
+ * 117 and 29, each in ascending order. 0 when there is none either.
+ */
 u32 leastBase(u32 bucket, const std::vector<u64>& pseudoprimes);
 
 }  // namespace prime_tables

@@ -1,5 +1,9 @@
-/// The exact value of 100 factorial over 2^97, and its remainder: arithmetic, division and text.
-///     c++ -std=c++20 engine_arithmetic.cpp $(pkg-config --cflags velmora-kesh-engine) -o engine_arithmetic
+/**
+ * @file   engine_arithmetic.cpp
+ * @brief  The exact value of 100 factorial over 2^97, and its remainder: arithmetic, division and text.
+ *
+ *     c++ -std=c++20 engine_arithmetic.cpp $(pkg-config --cflags velmora-kesh-engine) -o engine_arithmetic
+ */
 
 #include <cstdio>
 

@@ -1,5 +1,9 @@
-/// A Fermat test of 2^255 - 19: powers in Montgomery form, the inverse of a residue.
-///     c++ -std=c++20 engine_modular_power.cpp $(pkg-config --cflags velmora-kesh-engine) -o engine_modular_power
+/**
+ * @file   engine_modular_power.cpp
+ * @brief  A Fermat test of 2^255 - 19: powers in Montgomery form, the inverse of a residue.
+ *
+ *     c++ -std=c++20 engine_modular_power.cpp $(pkg-config --cflags velmora-kesh-engine) -o engine_modular_power
+ */
 
 #include <cstdio>
 

@@ -1,5 +1,9 @@
-/// Decimal digits of the square root of 2, from one integer square root evaluated by the compiler.
-///     c++ -std=c++20 engine_square_root.cpp $(pkg-config --cflags velmora-kesh-engine) -o engine_square_root
+/**
+ * @file   engine_square_root.cpp
+ * @brief  Decimal digits of the square root of 2, from one integer square root evaluated by the compiler.
+ *
+ *     c++ -std=c++20 engine_square_root.cpp $(pkg-config --cflags velmora-kesh-engine) -o engine_square_root
+ */
 
 #include <cstdio>
 
@@ -7,7 +11,7 @@
 
 using Integer = kesh::uintx_t<256>;
 
-/// floor(10^36 sqrt 2) as the root of 2 * 10^72.
+/** floor(10^36 sqrt 2) as the root of 2 * 10^72. */
 constexpr Integer scaled_root() {
     Integer radicand(2);
     for (int k = 0; k < 72; ++k) radicand = radicand * kesh::umint{10};

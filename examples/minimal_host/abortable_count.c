@@ -1,6 +1,7 @@
-/*
- * A host in C that makes one synchronous count and lets Ctrl-C end it: while the count runs, the library calls the
- * host's AbortQ and ends the count when that returns a value other than 0.
+/**
+ * @file   abortable_count.c
+ * @brief  A host in C that makes one synchronous count and lets Ctrl-C end it: while the count runs, the library calls
+ *         the host's AbortQ and ends the count when that returns a value other than 0.
  *
  *     cc abortable_count.c $(pkg-config --cflags velmora-kesh-host) -ldl -o abortable_count
  *     ./abortable_count /usr/lib/x86_64-linux-gnu/libVelmoraKesh.so 10000000000000000

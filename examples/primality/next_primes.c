@@ -1,8 +1,9 @@
-/*
- * Counts the twin primes among the next primes above 10^18, and looks for a prime of the form k 2^200 + 1 by testing
- * many k at once. Build it against the installed library:
+/**
+ * @file   next_primes.c
+ * @brief  Counts the twin primes among the next primes above 10^18, and looks for a prime of the form k 2^200 + 1 by
+ *         testing many k in one call.
  *
- *   cc next_primes.c $(pkg-config --cflags --libs velmora-kesh) -o next_primes
+ *     cc next_primes.c $(pkg-config --cflags --libs velmora-kesh) -o next_primes
  */
 #include <kesh_prime.h>
 #include <stdio.h>

@@ -1,6 +1,8 @@
-/*
- * Tests a few integers of up to 1024 bits. Build it against the installed library:
- *   cc prime_check.c $(pkg-config --cflags --libs velmora-kesh) -o prime_check
+/**
+ * @file   prime_check.c
+ * @brief  Tests a few integers of up to 1024 bits.
+ *
+ *     cc prime_check.c $(pkg-config --cflags --libs velmora-kesh) -o prime_check
  */
 #include <kesh_prime.h>
 #include <stdio.h>

@@ -1,5 +1,7 @@
-/// Uses the installed engine: 0 when a product, a quotient and a root come out right.
-
+/**
+ * @file   consumer.cpp
+ * @brief  A program that uses the installed engine: it returns 0 when a product, a quotient and a root are right.
+ */
 #include "Shared/fastdiv.h"
 #include "Shared/isqrt.h"
 #include "Shared/mont.h"

@@ -1,5 +1,7 @@
-/// @file   conversions.h
-/// @brief  Text, double and signed arithmetic against GMP.
+/**
+ * @file   conversions.h
+ * @brief  Text, double and signed arithmetic against GMP.
+ */
 #pragma once
 
 #include <cmath>
@@ -8,7 +10,7 @@
 
 namespace kesh::testing {
 
-/// The double nearest to z, ties to even, from the bits of z alone.
+/** The double nearest to z, ties to even, from the bits of z alone. */
 inline double nearest_double(const mpz_class& z) {
     const mpz_class size = abs(z);
     const std::size_t length = mpz_sizeinbase(size.get_mpz_t(), 2);

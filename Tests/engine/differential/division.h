@@ -1,5 +1,7 @@
-/// @file   division.h
-/// @brief  Division in all its forms against GMP, and the shape of the reciprocal series.
+/**
+ * @file   division.h
+ * @brief  Division in all its forms against GMP, and the shape of the reciprocal series.
+ */
 #pragma once
 
 #include <bit>
@@ -12,8 +14,10 @@ namespace kesh::testing {
 template <engine_word T>
 inline constexpr int log2_width = std::countr_zero(static_cast<umint>(width_v<T>));
 
-/// The numerator is b * 2^N + a, the divisor d. A zero divisor is called for its return only. `steps` receives what the
-/// reference form did.
+/**
+ * The numerator is b * 2^N + a, the divisor d. A zero divisor is called for its return only. `steps` receives what the
+ * reference form did.
+ */
 template <engine_word T>
 verdict check_division(const operands<T>& s, division_steps& steps) {
     T q, r;
@@ -75,7 +79,7 @@ verdict check_division(const operands<T>& s, division_steps& steps) {
     return {};
 }
 
-/// Division of the values a and of a multiple of the divisor by the fixed one-limb divisor `limb`, made odd and > 1.
+/** Division of the values a and of a multiple of the divisor by the fixed one-limb divisor `limb`, made odd and > 1. */
 template <wide_word T>
 verdict check_fastdiv(const operands<T>& s) {
     const umint m = (s.limb | 1) == 1 ? 3 : s.limb | 1;

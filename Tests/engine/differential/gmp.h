@@ -1,5 +1,7 @@
-/// @file   gmp.h
-/// @brief  Engine words as GMP integers, and the answer type of the differential checks.
+/**
+ * @file   gmp.h
+ * @brief  Engine words as GMP integers, and the answer type of the differential checks.
+ */
 #pragma once
 
 #include <gmpxx.h>
@@ -14,7 +16,7 @@ namespace kesh::testing {
 
 static_assert(GMP_NUMB_BITS == 64 && sizeof(mp_limb_t) == sizeof(umint), "limbs are shared with GMP");
 
-/// A GMP integer that reads the limbs of one or two words (low, high) in place of a copy. The words must outlive it.
+/** A GMP integer that reads the limbs of one or two words (low, high) in place of a copy. The words must outlive it. */
 template <engine_word T>
 mpz_class as_mpz(const T& a) {
     mpz_t view;
@@ -25,7 +27,7 @@ mpz_class as_mpz(const T& lo, const T& hi) {
     return (as_mpz(hi) << static_cast<mp_bitcnt_t>(width_v<T>)) + as_mpz(lo);
 }
 
-/// The low N bits of z (of its two's complement when z is negative).
+/** The low N bits of z (of its two's complement when z is negative). */
 template <engine_word T>
 T as_word(const mpz_class& z) {
     mpz_class low;
@@ -48,10 +50,10 @@ std::string show(const operands<T>& s) {
     return text + " carry=" + std::to_string(s.carry);
 }
 
-/// Empty when everything agreed, else what differed and on which operands.
+/** Empty when everything agreed, else what differed and on which operands. */
 using verdict = std::string;
 
-/// Results found equal so far, for the report of a long run.
+/** Results found equal so far, for the report of a long run. */
 inline std::uint64_t agreements = 0;
 
 template <engine_word T>
@@ -61,7 +63,7 @@ verdict differs(const char* operation, const operands<T>& s) {
 
 }  // namespace kesh::testing
 
-/// Inside a check: the condition holds, or the check ends with the operation's name and the operands `s`.
+/** Inside a check: the condition holds, or the check ends with the operation's name and the operands `s`. */
 #define KESH_AGREE(condition, operation)                             \
     if (!(condition)) return ::kesh::testing::differs(operation, s); \
     ++::kesh::testing::agreements

@@ -1,5 +1,7 @@
-/// @file   inverses.h
-/// @brief  Inverses modulo 2^N and modulo arbitrary moduli against GMP.
+/**
+ * @file   inverses.h
+ * @brief  Inverses modulo 2^N and modulo arbitrary moduli against GMP.
+ */
 #pragma once
 
 #include "engine/differential/gmp.h"

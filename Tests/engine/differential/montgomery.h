@@ -1,5 +1,7 @@
-/// @file   montgomery.h
-/// @brief  The Montgomery context against GMP's modular arithmetic.
+/**
+ * @file   montgomery.h
+ * @brief  The Montgomery context against GMP's modular arithmetic.
+ */
 #pragma once
 
 #include "Shared/mont.h"
@@ -7,7 +9,7 @@
 
 namespace kesh::testing {
 
-/// The modulus is a, made odd and > 1; the residues are b and c modulo it.
+/** The modulus is a, made odd and > 1; the residues are b and c modulo it. */
 template <engine_word T>
 verdict check_montgomery(const operands<T>& s) {
     T m = s.a;

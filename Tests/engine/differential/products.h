@@ -1,6 +1,8 @@
-/// @file   products.h
-/// @brief  Full, low-half, square, limb and three-word products against GMP, and the fast forms against the reference
-/// forms.
+/**
+ * @file   products.h
+ * @brief  Full, low-half, square, limb and three-word products against GMP, and the fast forms against the reference
+ *         forms.
+ */
 #pragma once
 
 #include "engine/differential/gmp.h"

@@ -1,5 +1,7 @@
-/// @file   roots.h
-/// @brief  Integer square roots against GMP.
+/**
+ * @file   roots.h
+ * @brief  Integer square roots against GMP.
+ */
 #pragma once
 
 #include "Shared/isqrt.h"
@@ -7,8 +9,10 @@
 
 namespace kesh::testing {
 
-/// math_isqrt has the bits of its reference form everywhere and those of GMP wherever the root of the reference form's
-/// innermost level fits its limb; math_isqrt_exact has those of GMP everywhere.
+/**
+ * math_isqrt has the bits of its reference form everywhere and those of GMP wherever the root of the reference form's
+ * innermost level fits its limb; math_isqrt_exact has those of GMP everywhere.
+ */
 template <engine_word T>
 verdict check_root_of(const operands<T>& s, const T& a) {
     T root, rest;
@@ -40,7 +44,7 @@ verdict check_root_of(const operands<T>& s, const T& a) {
     return {};
 }
 
-/// Roots of a, of a perfect square and of its two neighbours.
+/** Roots of a, of a perfect square and of its two neighbours. */
 template <engine_word T>
 verdict check_roots(const operands<T>& s) {
     T k, square;

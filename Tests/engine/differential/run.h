@@ -1,5 +1,7 @@
-/// @file   differential/run.h
-/// @brief  Runs a check on skewed random operands and on all pairs of hard cases.
+/**
+ * @file   differential/run.h
+ * @brief  Runs a check on skewed random operands and on all pairs of hard cases.
+ */
 #pragma once
 
 #include "engine/differential/gmp.h"
@@ -7,8 +9,10 @@
 
 namespace kesh::testing {
 
-/// Sets of operands per width: in every run, and in the tests named Long_. The flags --sets=N and --seed=N of the test
-/// program replace the former and make another stream, for long runs by hand.
+/**
+ * Sets of operands per width: in every run, and in the tests named Long_. The flags --sets=N and --seed=N of the test
+ * program replace the former and make another stream, for long runs by hand.
+ */
 inline std::uint64_t usual_sets = 100'000;
 inline std::uint64_t seed = 0;
 constexpr std::uint64_t long_sets = 10'000'000;
@@ -22,7 +26,7 @@ void run_random(std::uint64_t sets, Check check) {
     }
 }
 
-/// All ordered pairs of hard cases, as operands of each other and as (high word, divisor).
+/** All ordered pairs of hard cases, as operands of each other and as (high word, divisor). */
 template <engine_word T, class Check>
 void run_hard_cases(Check check) {
     const std::vector<T>& cases = hard_cases<T>();
@@ -43,7 +47,7 @@ void run_hard_cases(Check check) {
 
 }  // namespace kesh::testing
 
-/// One family of operations on the given type list: random operands, hard cases, and the long run.
+/** One family of operations on the given type list: random operands, hard cases, and the long run. */
 #define KESH_DIFFERENTIAL_TESTS(name, types, check)                                            \
     template <class T>                                                                         \
     class name : public ::testing::Test {};                                                    \

@@ -1,5 +1,7 @@
-/// @file   shifts.h
-/// @brief  Shifts, also with counts out of range, and bit counts against GMP.
+/**
+ * @file   shifts.h
+ * @brief  Shifts, also with counts out of range, and bit counts against GMP.
+ */
 #pragma once
 
 #include "engine/differential/gmp.h"

@@ -1,5 +1,7 @@
-/// @file   sums.h
-/// @brief  Sums, differences and comparison against GMP's limb-vector functions.
+/**
+ * @file   sums.h
+ * @brief  Sums, differences and comparison against GMP's limb-vector functions.
+ */
 #pragma once
 
 #include "engine/differential/gmp.h"

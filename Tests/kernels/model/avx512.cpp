@@ -1,5 +1,7 @@
-/// @file   avx512.cpp
-/// @brief  The model's instructions, lane by lane. Not inline: kernels unroll their rows, and would grow too large.
+/**
+ * @file   avx512.cpp
+ * @brief  The model's instructions, lane by lane. Not inline: kernels unroll their rows, and would grow too large.
+ */
 
 #include "Shared/kernel/avx512.h"
 
@@ -39,7 +41,7 @@ void check_aligned(const char* instruction, const void* memory) noexcept {
     if (address % sizeof(__m512i) != 0) stop(instruction, "wants aligned memory", address, sizeof(__m512i));
 }
 
-/// The register whose lane i is f(i).
+/** The register whose lane i is f(i). */
 template <class Function>
 __m512i lanes(Function f) noexcept {
     __m512i r;

@@ -1,10 +1,12 @@
-/// @file   avx512.h
-/// @brief  A software model of the AVX-512 intrinsics that the kernels use, in place of the header of the same name.
-///
-/// The intrinsics are declared in the kernels' namespace, where they hide the compiler's. What the kernels rely on is
-/// checked, and ends the program where it does not hold: the operands of a multiply-add are below 2^52 (or come from
-/// low_52_bits), no sum and no shift to the left loses a bit of a lane, and memory is aligned. A new intrinsic is one
-/// function more, with a check unless a kernel means to lose bits by it.
+/**
+ * @file   avx512.h
+ * @brief  A software model of the AVX-512 intrinsics that the kernels use, in place of the header of the same name.
+ *
+ * The intrinsics are declared in the kernels' namespace, where they hide the compiler's. What the kernels rely on is
+ * checked, and ends the program where it does not hold: the operands of a multiply-add are below 2^52 (or come from
+ * low_52_bits), no sum and no shift to the left loses a bit of a lane, and memory is aligned. A new intrinsic is one
+ * function more, with a check unless a kernel means to lose bits by it.
+ */
 #pragma once
 
 #include <immintrin.h>
@@ -43,7 +45,7 @@ __m128i _mm_cvtsi64_si128(long long a) noexcept;
 __m128i _mm512_castsi512_si128(const __m512i& a) noexcept;
 __m512i _mm512_broadcastq_epi64(const __m128i& a) noexcept;
 __m512i _mm512_mask_blend_epi64(__mmask8 mask, const __m512i& a, const __m512i& b) noexcept;
-/// Lanes `count` to count + 7 of the sixteen lanes of low, then high.
+/** Lanes `count` to count + 7 of the sixteen lanes of low, then high. */
 __m512i _mm512_alignr_epi64(const __m512i& high, const __m512i& low, int count) noexcept;
 __m512i _mm512_and_si512(const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_or_si512(const __m512i& a, const __m512i& b) noexcept;
