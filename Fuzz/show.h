@@ -9,13 +9,13 @@
 
 namespace kesh::fuzz {
 
-/** Whether the environment asks for it. */
+/** Whether the environment asks for this output. */
 inline bool showing() {
     static const bool wanted = std::getenv("KESH_FUZZ_SHOW") != nullptr;
     return wanted;
 }
 
-/** Prints its arguments as one line, where that is asked for. Targets call it before they do what it says. */
+/** Prints its arguments as one line, if the environment asks for it. Targets call it before they do the operation. */
 template <class... Parts>
 void show(const Parts&... parts) {
     if (showing()) (std::cout << ... << parts) << std::endl;

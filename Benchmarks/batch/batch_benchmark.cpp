@@ -1,7 +1,7 @@
 /**
  * @file   batch_benchmark.cpp
- * @brief  Batches against single calls, and the next prime against GMP's and FLINT's: processor time of the thread,
- * nanoseconds a number, the best of rounds in which the contestants take turns, and the ratio to ours.
+ * @brief  Compares batches with single calls, and the next prime with GMP's and FLINT's: nanoseconds per number of the
+ * thread's processor time, the best of rounds in which all take turns, and the ratio to ours.
  */
 #include <algorithm>
 #include <cstdio>
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-// FLINT's macros take common names away, so the library's headers go first.
+// FLINT's macros redefine common names, so the library's headers are included first.
 #include "kesh_prime.h"
 
 #include <flint/ulong_extras.h>
@@ -109,7 +109,7 @@ void next_primes(unsigned bits) {
     limbs starts;
     for (std::size_t i = 0; i < count; ++i) {
         limbs n = random_odd(bits, random);
-        n.back() &= ~(std::uint64_t{1} << ((bits - 2) % 64));  // far from the end
+        n.back() &= ~(std::uint64_t{1} << ((bits - 2) % 64));  // far from 2^bits
         starts.insert(starts.end(), n.begin(), n.end());
     }
     limbs result(static_cast<std::size_t>(len));
@@ -143,7 +143,7 @@ void next_primes(unsigned bits) {
 int main() {
     for (const unsigned bits : {33U, 48U, 64U, 128U, 256U, 512U, 1024U}) batches(bits);
     for (const unsigned bits : {48U, 64U, 128U, 256U, 512U, 1024U}) next_primes(bits);
-    // The walk, and the tests alone of what it found.
+    // The walk, and only the tests of the primes that it found.
     constexpr std::int64_t count = 100'000;
     const std::uint64_t from = 1'000'000'000'000'000'000;
     limbs primes(count);

@@ -1,12 +1,11 @@
 /**
  * @file   counting_benchmark.cpp
- * @brief  pi(x) through the library, beside the plain call of libprimecount in a process of its own.
+ * @brief  pi(x) through the library, compared with the plain call of libprimecount in a separate process.
  *
- * The two are measured in turn, so that a change of the machine's pace meets both.
- * PiWithProgress: a task with progress events on. The counters of each row give the medians of both and their ratio,
- * which is to stay below 1.01, and the ratio of the processor times, which a busy machine disturbs less.
- * OneThread: the call on one thread, 10^9 to 10^14. The counters give the least processor times of both and their
- * ratio, which is to stay below 1.02.
+ * The two are measured in turn, so that a change of the machine's speed affects both. PiWithProgress: a task with
+ * progress events. The counters of each row give the medians of both and their ratio, which should stay below 1.01, and
+ * the ratio of the processor times, which a busy machine disturbs less. OneThread: the call on one thread, 10^9 to
+ * 10^14. The counters give the least processor times of both and their ratio, which should stay below 1.02.
  */
 #include <benchmark/benchmark.h>
 #include <sys/wait.h>
@@ -36,7 +35,7 @@ struct Measured {
     mint result = 0;
 };
 
-/** The peer process, fed through a pair of pipes. */
+/** The peer process, connected by a pair of pipes. */
 class Peer {
   public:
     Peer() {

@@ -5,9 +5,9 @@
  *   counting_responsiveness progress THREADS X [list]       events a second, first and last percentage, longest gap
  *   counting_responsiveness stop     THREADS X COUNT SECONDS   COUNT stops of pi(X), each within SECONDS of its start
  *   counting_responsiveness stop-nth THREADS N COUNT SECONDS   the same for the N-th prime
- * Beside each delay stands the processor time that the process spent meanwhile, all threads together: what the delay
- * would at most have been on an idle machine. X and N may be written as 1e17. `list` adds a line for every event: its
- * share of the time and its percentage.
+ * Each delay is printed with the processor time that all threads of the process spent during it. On an idle machine the
+ * delay would have been at most that. X and N may be written as 1e17. `list` adds a line for every event: its share of
+ * the time and its percentage.
  */
 #include <algorithm>
 #include <chrono>

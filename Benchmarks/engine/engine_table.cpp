@@ -4,9 +4,9 @@
  *         FLINT, at 128, 256, 512 and 1024 bits.
  *
  * Each figure is the least over several rounds of the thread's processor time for a call, in cycles of the processor's
- * speed of that moment. A round runs through 16 sets of operands, so that nothing depends on one value; results go to
- * memory that the compiler has to take for read. Peers work on objects that exist before, as a program that cares
- * would have it: no allocation is timed but those that a peer makes inside.
+ * speed of that moment. A round runs through 16 sets of operands, so that nothing depends on one value; results are
+ * written to memory that the compiler must assume to be read. Peers work on objects that exist before, as in a careful
+ * program: the only timed allocations are those inside a peer's function.
  *
  *     engine_table [word in the operation's name]
  */
@@ -26,7 +26,7 @@
 #include "Shared/isqrt.h"
 #include "Shared/mont.h"
 #include "common/cycle.h"
-// Last, because its macros have names that the engine uses.
+// Included last, because its macros have names that the engine uses.
 #include <flint/fmpz.h>
 
 namespace {
@@ -42,7 +42,7 @@ double thread_nanoseconds() {
     return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
 }
 
-/** Hides the object behind the pointer from the compiler, which has to take it for read and written. */
+/** Makes the compiler assume that the object behind the pointer is read and written. */
 void touch(const void* object) {
     asm volatile("" : : "r"(object) : "memory");
 }

@@ -1,7 +1,7 @@
 /**
  * @file   host_benchmark.cpp
- * @brief  What the host path costs: exports of the opened library, called by name through the bench host's tables,
- * beside the bare work, on arguments so small that the call itself shows.
+ * @brief  The cost of the host path: exports of the opened library, called by name through the bench host's tables,
+ * compared with the bare work, on arguments so small that the cost of the call is visible.
  */
 #include <benchmark/benchmark.h>
 

@@ -131,7 +131,7 @@ void gmp_powm(benchmark::State& state) {
 
 template <int n>
 void trial_division(benchmark::State& state) {
-    // A value that no prime of the table divides walks through the whole table.
+    // A value that no prime of the table divides is tested against the whole table.
     Operands<n> o;
     while (kernel::has_small_factor(o.m)) o.m[0] += 2;
     measure(state, 1, 0, [&] { benchmark::DoNotOptimize(kernel::has_small_factor(o.m)); });

@@ -1,14 +1,14 @@
 /**
  * @file   primality_benchmark.cpp
- * @brief  KESH_PrimeQ at each level of kernels beside GMP and FLINT on primes, semiprimes and random odd numbers of 33
- *         to 1024 bits: at the widths, one bit above them and between them.
+ * @brief  KESH_PrimeQ at each level of kernels, compared with GMP and FLINT, on primes, semiprimes and random odd
+ *         numbers of 33 to 1024 bits: at the widths, one bit above them and between them.
  *
- * All take turns in one process (repetitions are interleaved at random), so that what else the machine does meets all
+ * All take turns in one process (repetitions are interleaved at random), so that other work of the machine affects all
  * of them. `ns` is the processor time of the thread for one number. GMP's test with 24 rounds is a Baillie-PSW test;
  * FLINT's are n_is_prime up to 64 bits and fmpz_is_probabprime_BPSW above. Benchmarks/report makes tables of it.
  */
 
-#include <gmp.h>  // first: FLINT's header declares what takes a GMP integer only where GMP's header came before
+#include <gmp.h>  // first: FLINT's header declares functions on GMP integers only after GMP's header
 
 #include <benchmark/benchmark.h>
 #include <flint/fmpz.h>
@@ -26,7 +26,7 @@ namespace {
 using namespace kesh::bench;
 using kesh::kernel::Level;
 
-/** One row's numbers in the three forms that the three take. */
+/** The numbers of one row in the forms of the three libraries. */
 class Row {
   public:
     Row(unsigned length, Kind kind, std::size_t count)

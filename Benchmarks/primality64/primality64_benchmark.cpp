@@ -1,9 +1,9 @@
 /**
  * @file   primality64_benchmark.cpp
- * @brief  Time a verdict on 64-bit numbers, with GMP's and FLINT's tests of the same numbers beside it.
+ * @brief  Time of a verdict on 64-bit numbers, compared with GMP's and FLINT's tests of the same numbers.
  *
- * Engines take turns (random interleaving), and each row reports the median of its repetitions, so that a change of the
- * processor's clock meets all of them. "reference" is the form with one strong test after another.
+ * The tests take turns (random interleaving), and each row reports the median of its repetitions, so that a change of
+ * the processor's clock affects all of them. "reference" is the form with one strong test after another.
  */
 #include <benchmark/benchmark.h>
 
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-// FLINT's macros take common names away, so the library's headers go first.
+// FLINT's macros redefine common names, so the library's headers are included first.
 #include "Prime/prime_testing.h"
 
 #include <flint/ulong_extras.h>
@@ -95,7 +95,7 @@ int main(int argc, char** argv) {
     std::vector<char*> arguments(argv, argv + argc);
     std::string interleave = "--benchmark_enable_random_interleaving=true", repetitions = "--benchmark_repetitions=9",
                 aggregates = "--benchmark_report_aggregates_only=true", time = "--benchmark_min_time=0.02";
-    // First, so that the same options on the command line win.
+    // These come first, so that the same options on the command line override them.
     arguments.insert(arguments.begin() + 1, {interleave.data(), repetitions.data(), aggregates.data(), time.data()});
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());

@@ -1,7 +1,8 @@
 /**
  * @file   sieve_benchmark.cpp
- * @brief  What the sieve exports cost over primesieve itself: each export, called as the host calls it, beside a
- *         direct call that does the same work; and the neighbours beside direct calls with a stop hint and without.
+ * @brief  The cost of the sieve exports above primesieve itself: each export, called as the host calls it, compared
+ *         with a direct call that does the same work; and the neighbours, compared with direct calls with and without a
+ *         stop hint.
  *
  * Run with  --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only
  * and compare the medians of each pair.

@@ -2,8 +2,7 @@
  * @file   fuzz_check.h
  * @brief  Runs one family's differential check on operands taken from the fuzzer's bytes.
  *
- * The first byte picks the width; the others fill the operands in the order of their declaration, zeros where they run
- * out.
+ * The first byte selects the width; the others fill the operands in the order of their declaration, followed by zeros.
  */
 #pragma once
 

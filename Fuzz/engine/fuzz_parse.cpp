@@ -1,6 +1,6 @@
 /**
  * @file   fuzz_parse.cpp
- * @brief  Any text into from_string: accepted exactly when GMP reads it as a number that fits, with the same value.
+ * @brief  Any text for from_string: accepted exactly when GMP reads it as a number that fits, with the same value.
  */
 
 #include <cstdlib>

@@ -2,9 +2,9 @@
  * @file   fuzz_exports.cpp
  * @brief  Every host export with any number of arguments and any values that keep the call short.
  *
- * A call comes out in one of the ways that the arguments allow: code 6 for a wrong count, the host's code where the
- * host failed, an exception where the dependency throws, else code 0 and, up to a million, the answer of a sieve of our
- * own. The result slot is written with code 0 only. Texts, tasks and limbs have fuzz targets of their own.
+ * A call must end in one of the ways that the arguments allow: code 6 for a wrong count, the host's code if the host
+ * failed, an exception if the dependency throws, else code 0 and, up to a million, the result of a sieve of our own.
+ * The result slot is written with code 0 only. Texts, tasks and limbs have fuzz targets of their own.
  */
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -28,14 +28,14 @@ void require(bool condition) {
     if (!condition) std::abort();
 }
 
-/** What a call with the right number of arguments is to answer; nothing where only the code is known. */
+/** The expected result of a call with the right number of arguments; none if only the code is known. */
 using Answer = std::optional<mint>;
 using Arguments = std::vector<mint>;
 
-/** Up to here the sieve below knows every answer. */
+/** The sieve below knows every result up to here. */
 constexpr mint sieved = 1'000'000;
 
-/** The primes a little beyond that, from the sieve of Eratosthenes. */
+/** The primes up to a little above that, by the sieve of Eratosthenes. */
 const std::vector<mint>& primes() {
     static const std::vector<mint> list = [] {
         constexpr size_t end = sieved + 1000;
@@ -58,7 +58,7 @@ bool in_sieve(const Arguments& arguments) {
     return true;
 }
 
-/** How many primes lie below n. */
+/** The number of primes below n. */
 mint below(mint n) {
     return std::lower_bound(primes().begin(), primes().end(), n) - primes().begin();
 }
@@ -72,7 +72,7 @@ Answer count(const Arguments& n) {
     return std::max<mint>(0, below(n[1] + 1) - below(n[0]));
 }
 
-/** Groups of primes p + d, d out of one of the patterns, that lie in the range. */
+/** The number of groups of primes p + d in the range, where d runs through one of the patterns. */
 Answer groups(const Arguments& n, const std::vector<std::vector<mint>>& patterns) {
     if (!in_sieve(n)) return {};
     mint found = 0;
@@ -155,10 +155,10 @@ struct Target {
     /** -1: the export takes any number and reads none. */
     int count;
     enum { range, point, index } arguments;
-    /** Up to where the first argument keeps the call short. */
+    /** The largest first argument for which the call is short. */
     mint largest;
     Answer (*answer)(const Arguments&);
-    /** What else is quick: these values, and whether they make the call throw or fail. */
+    /** Other values for which the call is quick, and whether they make it throw or fail. */
     std::vector<mint> edges = {};
     enum { answers, throws, fails } at_edges = answers;
 };
@@ -204,7 +204,7 @@ const std::vector<Target>& targets() {
         {"PrimeCount_SetThreads", 1, Target::point, highest, unknown, {-1, lowest, highest, (1LL << 32) + 3}},
         {"PrimeCount_CreateTask", -1, Target::point, highest, unknown},
         {"PrimeCount_StopTask", -1, Target::point, highest, unknown},
-        // Of these only the number of arguments is tried here.
+        // For these only the number of arguments is tested here.
         {"PrimeCount_ExprPrimePi", 1, Target::point, 0, unknown},
         {"PrimeCount_SubmitExprPrimePi", 2, Target::point, 0, unknown},
         {"PrimeCount_SubmitPrimePi", 2, Target::point, 0, unknown},
@@ -304,7 +304,7 @@ class Call {
             require(list.size() == static_cast<size_t>(*length));
             for (size_t i = 0; i < list.size(); ++i) require(list[i] == prime(first + static_cast<mint>(i) + 1));
         }
-        // Farther out primes keep their low 32 bits: they are odd all the same.
+        // Larger primes keep their low 32 bits: these are odd too.
         for (const mint p : list) require(p == 2 || p % 2 != 0);
     }
 
@@ -317,7 +317,7 @@ class Call {
     bool at_edge_ = false;
 };
 
-/** The export whose limbs never arrive: it answers what the host's reading answers, else 6. */
+/** The export that never gets its limbs: it returns the code of the host's element read, else 6. */
 void call_with_tensor(FuzzedDataProvider& input) {
     TestHost::instance().reset();
     const int fault = input.ConsumeIntegralInRange(0, 7);

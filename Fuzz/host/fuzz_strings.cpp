@@ -1,6 +1,6 @@
 /**
  * @file   fuzz_strings.cpp
- * @brief  Any text into PrimeCount_ExprPrimePi: the digits of pi(x) with code 0, or code 6 and everything as it was.
+ * @brief  Any text for PrimeCount_ExprPrimePi: the digits of pi(x) with code 0, or code 6 and nothing changed.
  *
  * Counts are aborted at their first progress, so that each input is quick; short ones end before and must be right.
  */
@@ -22,8 +22,8 @@ bool only_digits(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-/** Whether the count takes milliseconds: one of 2^63 and more, which powers, shifts and products soon reach, sets up
- * large tables before its first progress. */
+/** Whether the count takes milliseconds. Counts of 2^63 and more, which powers, shifts and products soon reach, set
+ * up large tables before their first progress. */
 bool quick(const std::string& text) {
     if (text.find_first_of("^eE*<") != std::string::npos) return false;
     const auto digits = std::count_if(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -39,11 +39,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static char* previous = nullptr;
     static std::string previous_text;
 
-    // As the host hands it over: up to the first NUL.
+    // As the host passes it: up to the first NUL.
     const std::string text = std::string(reinterpret_cast<const char*>(data), size).c_str();
     if (size > 80 || !quick(text)) return 0;
     kesh::fuzz::show("PrimeCount_ExprPrimePi ", std::quoted(text));
-    // Small numbers are counted to the end, to know the answer; the others end in the count, or out of its range.
+    // Small counts run to their end, so that the result is known; the others are aborted, or are out of range.
     const bool small = only_digits(text) && text.size() < 9;
     host.abort = small ? 0 : 1;
     char* argument = host.new_string(text);

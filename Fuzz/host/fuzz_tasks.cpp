@@ -3,10 +3,10 @@
  * @brief  Random sequences of task operations and counts on the host's thread against a model of the task states.
  *
  * The model: every submitted task receives "Status" events, then one "Result" with the right answer or one "Error",
- * then it is removed; events of two tasks never mix. "Error" comes of a count that cannot succeed, of a stop request
- * and of an abort, and a request ends one task at most, of those that were there when it was made. One thing may come
- * outside of a task's run: the callback is the process's, so a worker that starts during a count on the host's thread
- * takes that count's progress over, and the rest of it goes out as "Status" of the last task, even after its removal.
+ * then it is removed; events of two tasks never mix. The causes of "Error" are a count that cannot succeed, a stop
+ * request and an abort. A request ends at most one task, of those that existed when it was made. Only "Status" may
+ * arrive outside of a task's run: the process has one callback, so a worker that starts during a count on the host's
+ * thread replaces it, and the rest of that count is reported as "Status" of the last task, even after its removal.
  */
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -61,7 +61,7 @@ struct Task {
 class Sequence {
   public:
     explicit Sequence(FuzzedDataProvider& input) : input_(input) {
-        // The progress of no earlier sequence's last task is to go on here.
+        // No progress of the last task of an earlier sequence may continue here.
         call_integer("PrimeCount_PrimePi", {10});
         host_.reset();
     }
@@ -95,7 +95,7 @@ class Sequence {
             case 6:
                 return count_here("PrimeCount_Prime", count.argument, count.prime);
             case 7:
-                // Without a callback of its own: under whichever is installed.
+                // This count installs no callback and uses the one that is installed.
                 counted_here_ = true;
                 show("count here: PrimeCount_LMO ", count.argument);
                 require(call_integer("PrimeCount_LMO", {count.argument}).result == count.pi);
@@ -146,8 +146,8 @@ class Sequence {
             require(call.code == LIBRARY_FUNCTION_ERROR && call.result == unwritten && (abort || answer < 0));
         }
         if (!abort) return;
-        // The running task asks for an abort as well from here on; the next one no longer does. Before, an earlier
-        // count may have left the question behind, and with it ended one more.
+        // From here on the running task calls AbortQ as well; the next task does not. The callback of an earlier count,
+        // which calls AbortQ, may have ended one more task before.
         may_end_a_task();
         may_end_a_task();
     }

@@ -1,9 +1,9 @@
 /**
  * @file   sanitizer_options.cpp
- * @brief  What the sanitizers do in fuzz targets that start threads.
+ * @brief  The options of the sanitizers in fuzz targets that start threads.
  *
- * The leak sanitizer looks through the stacks of all threads, and crashes now and then where one of them is just
- * ending, as a counting task's thread may be. Leaks of these calls are counted to the block by the leak tests instead.
+ * The leak sanitizer reads the stacks of all threads, and crashes now and then when one of them is just ending, as a
+ * counting task's thread may be. The leak tests count the blocks of these calls instead.
  */
 extern "C" const char* __asan_default_options() {
     return "detect_leaks=0";

@@ -1,7 +1,7 @@
 /**
  * @file   fuzz_batch.cpp
- * @brief  Lists of any limbs into KESH_ArePrime, alone and on threads, against single calls; the next and previous
- * prime of any limbs against what lies between.
+ * @brief  Lists of any limbs for KESH_ArePrime, on one thread and on several, compared with single calls; the next and
+ * previous prime of any limbs, compared with tests of the numbers between.
  *
  * The first byte chooses the length of the integers, the second what is called; the rest are their limbs.
  */
@@ -27,7 +27,7 @@ bool prime(const uint64_t* n, int64_t len) {
     return result == 1;
 }
 
-/** n + 1 or n - 1; false when that is not an integer of as many limbs. */
+/** n + 1 or n - 1; false if the result does not fit the limbs of n. */
 bool step(limbs& n, bool upwards) {
     for (uint64_t& limb : n) {
         const bool carries = upwards ? ++limb == 0 : limb-- == 0;
@@ -46,7 +46,7 @@ void batch(const limbs& n, int64_t len, int threads) {
         require(verdicts[static_cast<size_t>(i)] == (prime(n.data() + i * len, len) ? 1 : 0));
 }
 
-/** Walks by single tests, for as far as that is quick. */
+/** Walks by single tests, as far as that is quick. */
 void neighbour(const limbs& n, bool upwards) {
     const auto len = static_cast<int64_t>(n.size());
     limbs found(n.size(), 7);

@@ -1,9 +1,9 @@
 /**
  * @file   fuzz_primality.cpp
- * @brief  Any limbs into KESH_PrimeQ, at every length that holds them, against GMP; and at lengths that are none.
+ * @brief  Any limbs for KESH_PrimeQ, at every length that holds them, compared with GMP; and invalid lengths.
  *
- * The first byte chooses what becomes of the number x that the others spell: x itself, the next prime, x^2, or
- * x (k (x - 1) + 1) with x made prime, the shape of most strong pseudoprimes.
+ * The other bytes are a number x. The first byte selects what is tested: x itself, the next prime, x^2, or x (k
+ * (x - 1) + 1) with x replaced by a prime, the form of most strong pseudoprimes.
  */
 #include <gmpxx.h>
 
@@ -43,7 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     size_t count = 0;
     mpz_export(limbs.data(), &count, -1, sizeof(uint64_t), 0, 0, n.get_mpz_t());
     for (size_t length = std::max<size_t>((bits + 63) / 64, 1); length <= limbs.size(); ++length) {
-        // Storage of just this length, so that a look beyond it is seen.
+        // Storage of exactly this length, so that the sanitizer sees a read beyond it.
         const std::vector<uint64_t> given(limbs.begin(), limbs.begin() + static_cast<std::ptrdiff_t>(length));
         int prime = -1;
         if (KESH_PrimeQ(given.data(), static_cast<int64_t>(length), &prime) != 1 || prime != expected) std::abort();

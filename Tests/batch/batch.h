@@ -17,7 +17,7 @@ namespace kesh_test {
 
 using limbs = std::vector<std::uint64_t>;
 
-/** Verdict of one number by a call of its own; the limbs are copied, so that a look beyond them is seen. */
+/** The verdict on one number by a single call; the limbs are copied, so that the sanitizer sees a read beyond them. */
 inline int verdict(const std::uint64_t* n, std::int64_t len) {
     const limbs given(n, n + len);
     int prime = -1;
@@ -65,7 +65,7 @@ inline void append(limbs& to, const mpz_class& n, std::int64_t len) {
     mpz_export(to.data() + at, nullptr, -1, sizeof(std::uint64_t), 0, 0, n.get_mpz_t());
 }
 
-/** Primes whose top limb is in use, of one of the bit lengths that allows. */
+/** Primes whose top limb is not 0, of various bit lengths. */
 inline limbs primes(std::int64_t len, std::int64_t count, std::mt19937_64& random) {
     limbs found;
     for (std::int64_t i = 0; i < count; ++i)
@@ -84,9 +84,9 @@ inline limbs semiprimes(std::int64_t len, std::int64_t count, std::mt19937_64& r
 }
 
 /**
- * Numbers of up to len limbs with structure: runs of ones and zeros, next to powers of two, squares, p (k (p - 1) + 1),
- * products of three primes like the Carmichael numbers', Fermat and Mersenne numbers' neighbours, and plain random odd
- * ones.
+ * Numbers of up to len limbs with structure: runs of ones and zeros, neighbours of powers of two, squares, p (k
+ * (p - 1) + 1), products of three primes as in Carmichael numbers, neighbours of Fermat and Mersenne numbers, and
+ * random odd numbers.
  */
 inline limbs structured(std::int64_t len, std::int64_t count, std::mt19937_64& random) {
     limbs found;

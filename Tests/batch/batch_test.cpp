@@ -62,7 +62,9 @@ TEST(Batch, SmallestNumbers) {
     expect_verdicts(n, 1);
 }
 
-/** Every count up to beyond a block, of numbers that all reach the last round and of numbers that stop at each. */
+/**
+ * Every count up to more than a block, of numbers that all reach the last round and of numbers that stop at each round.
+ */
 TEST(Batch, EveryLengthOfTheLastGroup) {
     for (const std::int64_t len : {1, 2, 3, 4, 5, 8, 16}) {
         std::mt19937_64 random(static_cast<unsigned>(len));
@@ -118,7 +120,7 @@ TEST(Batch, StructuredNumbersOfEveryLength) {
     }
 }
 
-/** 10^7 numbers of 64 bits, and for the wider classes what an hour allows. */
+/** 10^7 numbers of 64 bits, and as many of the wider classes as an hour allows. */
 TEST(Batch, Long_ManyNumbersOfEachSize) {
     std::mt19937_64 random(77);
     for (int round = 0; round < 100; ++round) expect_verdicts(kesh_test::structured(1, 100'000, random), 1);

@@ -16,7 +16,7 @@ using kesh::u64;
 using kesh::kernel::strong_test;
 using kesh::kernel::WordLanes;
 
-/** The lanes hold numbers of different sizes and different powers of two in n - 1, so that some wait for others. */
+/** Numbers of different sizes and with different powers of two in n - 1, so that some lanes wait for others. */
 WordLanes::Row mixed_numbers(std::mt19937_64& random) {
     WordLanes::Row row;
     for (u64& n : row) {

@@ -1,7 +1,7 @@
 /**
  * @file   next_test.cpp
- * @brief  Next and previous prime and the walk against GMP and the bitmap, and at the ends: before 2, at the limits of
- * a limb and of len limbs, where nothing wraps.
+ * @brief  Next and previous prime and the walk against GMP and the bitmap, and at the ends: before 2, at the limit of a
+ * limb and at that of len limbs, where nothing may wrap.
  */
 #include <gtest/gtest.h>
 
@@ -30,7 +30,7 @@ mpz_class mpz_of(const std::uint64_t* n, std::int64_t len) {
     return value;
 }
 
-/** The answer, none for KESH_NO_PRIME, which must leave the limbs alone. */
+/** The result; none for KESH_NO_PRIME, which must not write the limbs. */
 template <class Function>
 std::optional<mpz_class> answer(Function function, const mpz_class& n, std::int64_t len) {
     const limbs given = limbs_of(n, len);

@@ -17,7 +17,7 @@ namespace {
 
 using kesh_test::limbs;
 
-/** What the callback was told, and from when on it says stop. */
+/** The arguments that the callback received, and the call from which on it asks to stop. */
 struct Watcher {
     std::vector<std::int64_t> done;
     std::int64_t total = -1;

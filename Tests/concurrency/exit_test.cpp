@@ -1,7 +1,7 @@
 /**
  * @file   exit_test.cpp
- * @brief  The process exits at random moments while threads work inside the library: it ends with the status it was
- *         given, and nothing else.
+ * @brief  The process exits at random moments while threads work inside the library: it ends with the status that was
+ *         given to exit.
  */
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ namespace {
 
 constexpr int exit_code = 23;
 
-/** Starts work that goes on for long, waits for a moment of the given length and exits. */
+/** Starts long work, waits for the given time and exits. */
 template <typename Work>
 [[noreturn]] void exit_amid(Work work, int microseconds) {
     call_integer("PrimeCount_SetThreads", {2}, inert_host());
@@ -31,7 +31,7 @@ void submit_long_count(mint task) {
     call_integer("PrimeCount_SubmitPrimePi", {task, power_of_ten(16)}, inert_host());
 }
 
-/** Exits at moments up to 0.1 s after the start; each run is a process of its own. */
+/** Exits at moments up to 0.1 s after the start, each time in a separate process. */
 template <typename Work>
 void expect_clean_exits(Work work) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
@@ -73,7 +73,8 @@ TEST(Exit, WhileOtherThreadsCallSieveAndPrimality) {
             mbool answer = 0;
             prime_q(mersenne521, 16, &answer);
         };
-        // The first wide test builds the table of small primes, which the exit releases: it has to be over by then.
+        // The first wide test builds the table of small primes, which the exit releases: it must be finished before the
+        // exit.
         test_wide_prime();
         std::thread([test_wide_prime] {
             for (;;) test_wide_prime();

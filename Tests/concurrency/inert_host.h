@@ -1,7 +1,7 @@
 /**
  * @file   inert_host.h
- * @brief  A host without any state, so that nothing of it is gone when the process exits or while a library is closed
- *         under a running task: it takes events and drops them.
+ * @brief  A host that receives events and drops them. It has no state that could be destroyed when the process exits or
+ *         when a library is closed under a running task.
  */
 #pragma once
 
@@ -12,7 +12,7 @@
 
 namespace kesh::test {
 
-/** The last "Result" that carried an integer, and how many tasks were removed. */
+/** The last integer of a "Result" event, and the number of removed tasks. */
 inline std::atomic<mint> last_result{0};
 inline std::atomic<int> tasks_removed{0};
 

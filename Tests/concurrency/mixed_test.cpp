@@ -2,8 +2,8 @@
  * @file   mixed_test.cpp
  * @brief  Exports called from several threads at once, first calls included, while tasks run and are stopped at random.
  *
- * Counts that take over the host's table, and the one string result, belong to one thread: the host's evaluation.
- * Everything else may be called from any.
+ * Counts that replace the host's table, and the string count, belong to one thread: the host's evaluation. Everything
+ * else may be called from any thread.
  */
 #include <barrier>
 #include <chrono>
@@ -45,8 +45,8 @@ class Mixed : public CountingTest {
     }
 
     /**
-     * The table of small primes, the divisors of the square test, the choice of kernels, and the trial whether
-     * primecount's calls arrive: each is built by the first call that needs it. Exits with 0 if all answers are right.
+     * The first call that needs them builds the table of small primes and the divisors of the square test, chooses the
+     * kernels, and finds out whether primecount's calls arrive. Exits with 0 if all results are right.
      */
     [[noreturn]] static void race_first_calls(std::chrono::microseconds apart) {
         constexpr int threads = 8;
@@ -73,7 +73,8 @@ class Mixed : public CountingTest {
 };
 
 TEST_F(Mixed, FirstCallsOfEveryKindRace) {
-    // Each process has but one such race: ten of them, the threads further and further apart.
+    // Each process can have only one such race. So there are ten processes, with longer and longer times between
+    // threads.
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     for (int run = 0; run < 10; ++run) {
         EXPECT_EXIT(race_first_calls(std::chrono::microseconds(30 * run)), testing::ExitedWithCode(0), "^$");

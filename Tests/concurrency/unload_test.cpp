@@ -2,9 +2,9 @@
  * @file   unload_test.cpp
  * @brief  dlclose, when nothing runs and while a task counts.
  *
- * The installed primecount and primesieve cannot be unloaded (they define names that are unique in a process), and what
- * they hold on to stays with them: this library too. dlclose then takes nothing away from a running task. Where it does
- * unload, a task's code would vanish under it, and a host has to wait for its tasks first.
+ * The installed primecount and primesieve cannot be unloaded (they define names that are unique in a process), and they
+ * keep this library loaded too. So dlclose does not disturb a running task. With libraries that can be unloaded,
+ * dlclose would remove the code of the task, and a host has to wait for its tasks first.
  */
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -54,13 +54,13 @@ TEST(Unload, OpenedAndClosedAgainAndAgain) {
 TEST(Unload, AfterTheTasksHaveEnded) {
     for (int round = 0; round < 10; ++round) {
         void* const handle = open_library();
-        // The helper of this thread's counts stays from the first on.
+        // The helper thread of this thread's counts exists from the first count on.
         EXPECT_EQ(call(handle, "PrimeCount_PrimePi", {power_of_ten(11)}), pi_of_power_of_ten[11]);
         const long threads = thread_count();
         const int removed = tasks_removed;
         call(handle, "PrimeCount_SubmitPrimePi", {1, power_of_ten(11)});
         while (tasks_removed == removed) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        // The thread still has a few instructions of the library before it when its task has been removed.
+        // After its task has been removed, the thread still executes a few instructions of the library.
         ASSERT_TRUE(wait_for_threads(threads));
         EXPECT_EQ(last_result, pi_of_power_of_ten[11]);
         EXPECT_EQ(dlclose(handle), 0);

@@ -36,7 +36,7 @@ const std::vector<std::pair<std::string, int>> fixed_counts = {
 
 class ArgumentCount : public testing::TestWithParam<std::pair<std::string, int>> {};
 
-/** With a wrong count nothing is read: the slots are null here, so that reading one would end the test. */
+/** With a wrong count no slot is read: the slots are null here, so that a read would end the test. */
 TEST_P(ArgumentCount, WrongCountReadsNothingAndWritesNothing) {
     const auto& [name, count] = GetParam();
     for (const mint wrong : {count - 1, count + 1, -1, 1000}) {

@@ -2,9 +2,9 @@
  * @file   namesakes_test.cpp
  * @brief  The library in a host that defines, and exports, everything under the same names.
  *
- * The program is linked with a namesake of every global symbol of the library's objects. The dynamic loader would
- * prefer them to the library's own wherever it is asked; a call of one of them traps. So these tests show that it is
- * not asked.
+ * The program is linked with a function of the same name for every global symbol of the library's objects. If the
+ * dynamic loader resolved a call inside the library, it would choose the program's function, and that traps. So these
+ * tests show that calls inside the library do not go through the loader.
  */
 #include <gtest/gtest.h>
 
@@ -52,7 +52,7 @@ TEST(Namesakes, PrimalityAtEveryWidth) {
     }
 }
 
-/** KESH_RT_PrimeQ asks KESH_PrimeQ, which refuses the length that this host leaves. */
+/** KESH_RT_PrimeQ calls KESH_PrimeQ, which refuses the length that this host leaves. */
 TEST(Namesakes, AnExportThatCallsAnother) {
     st_VelmoraLibraryData table{};
     table.MTensor_getInteger = [](MTensor, mint* position, mint*) -> int {

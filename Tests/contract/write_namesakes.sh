@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# write_namesakes.sh ARCHIVE OUTPUT   Writes an assembler file that defines every global symbol of the archive once more:
-# functions that trap when called, data of a senseless pattern, and the list of their names, an empty one at its end.
-# Instances of templates of the standard library are left out: the program that gets this file uses them too, and so do
-# the libraries it loads.
+# write_namesakes.sh ARCHIVE OUTPUT Writes an assembler file that defines every global symbol of the archive again:
+# functions that trap when called, data with a meaningless pattern, and the list of their names, which ends with an
+# empty one. Instances of templates of the standard library are left out: the program that is linked with this file uses
+# them too, and so do the libraries that it loads.
 set -euo pipefail
 
 symbols=$(nm --defined-only --extern-only "$1" | awk 'NF == 3 {print $2, $3}' | sort -u |

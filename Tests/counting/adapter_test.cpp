@@ -1,7 +1,7 @@
 /**
  * @file   adapter_test.cpp
- * @brief  The primecount adapter by itself, linked into this program: what its callback and its exit call do to the
- *         very libprimecount that was found, and that other users of that library are left alone.
+ * @brief  The primecount adapter alone, linked into this program: the effect of its callback and its exit call on the
+ *         libprimecount that was found, and that other users of that library are not affected.
  */
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -102,7 +102,7 @@ TEST_F(Adapter, ATrueResultEndsTheCount) {
     EXPECT_EQ(primecount::pi(x14), pi14);
 }
 
-/** Inside a work item primecount counts for itself, and looks primes up by the number: it must be right at any time. */
+/** Inside a work item primecount counts, and uses the result as the index of a prime: it must be right at any time. */
 TEST_F(Adapter, NestedCountsRunToTheirEndAlsoWhenTheWholeIsToEnd) {
     using Count = int64_t(int64_t, int);
     static auto* const nested = reinterpret_cast<Count*>(dlsym(RTLD_DEFAULT, "_ZN10primecount10pi_noprintEli"));
@@ -119,7 +119,7 @@ TEST_F(Adapter, NestedCountsRunToTheirEndAlsoWhenTheWholeIsToEnd) {
 }
 
 TEST_F(Adapter, CountsEndInEveryPhase) {
-    // After the last phase an n-th prime would go on by sieving its way from a worthless pi(x).
+    // After the last phase the n-th prime would continue with a sieve that starts from a meaningless pi(x).
     static double threshold = 0;
     primecount::set_callback([](double percent) { return percent >= threshold; });
     for (const double percent : {1.0, 20.0, 48.0, 60.0, 80.0, 95.0, 100.0}) {
@@ -172,7 +172,7 @@ TEST(RunningCount, AProbeIsNeitherEndedNorUsesAWithdrawalUp) {
     EXPECT_TRUE(count.ended()) << "the request came after the withdrawal, while the probe ran";
 }
 
-/** Balancers are known by their address alone. */
+/** A balancer is identified by its address alone. */
 const int balancer = 0;
 
 TEST_F(Adapter, ACountWithinAnotherLeavesItsThreadAsItWas) {
@@ -184,7 +184,7 @@ TEST_F(Adapter, ACountWithinAnotherLeavesItsThreadAsItWas) {
     }
     EXPECT_EQ(RunningCount::called_here(), &outer);
 
-    // The same while the thread works on an item of the outer count, as a callback does that counts.
+    // The same while the thread works on an item of the outer count, as when a callback counts.
     outer.begin_phase(RunningCount::Phase::ac, &balancer, 100);
     ASSERT_EQ(RunningCount::enlist(&balancer), &outer);
     {
@@ -213,7 +213,7 @@ TEST_F(Adapter, StepsWithoutWorkItemsDoNotBeginAfterARequest) {
         << leaves;
 }
 
-/** primecount 8 ends the process over a result that is too far from Li(x). */
+/** primecount 8 ends the process when a result is too far from Li(x). */
 TEST_F(Adapter, AnEndedCountLeavesBeforeItsResultIsChecked) {
     const kesh::counting::RunningCount count;
     kesh::counting::RunningCount::request_end();

@@ -1,6 +1,7 @@
 /**
  * @file   counting.h
- * @brief  What the tests of the counting exports share: known values, calls with strings, tasks and the event protocol.
+ * @brief  The common parts of the tests of the counting exports: known values, calls with strings, tasks and the event
+ *         protocol.
  */
 #pragma once
 
@@ -66,7 +67,7 @@ constexpr mint power_of_ten(int k) {
     return power;
 }
 
-/** One call of an export with a string argument, or a task and a string. `text` is null where nothing was written. */
+/** One call of an export with a string argument, or a task and a string. `text` is null if nothing was written. */
 struct StringCall {
     int code = 0;
     const char* text = nullptr;
@@ -125,7 +126,7 @@ inline std::vector<Event> events_of(mint task) {
     return selected;
 }
 
-/** Waits for the removal of a task and returns its report: the last event that is no progress. */
+/** Waits for the removal of a task and returns its report: the last event that is not "Status". */
 inline Event report_of(mint task) {
     EXPECT_TRUE(TestHost::instance().wait_for_removal(task)) << "task " << task << " was not removed";
     Event report{task, "nothing", {}};
@@ -139,7 +140,7 @@ inline mint integer_of(const Event& event) {
     return event.name == "Result" ? std::get<mint>(event.values.at(0)) : -1;
 }
 
-/** Waits for the first progress of a task; false where it ended without. */
+/** Waits for the first progress of a task; false if the task ended without any. */
 inline bool wait_for_progress(mint task) {
     bool progressed = false;
     TestHost::instance().wait_until([&](const std::vector<Event>& events) {
@@ -154,8 +155,8 @@ inline bool wait_for_progress(mint task) {
 }
 
 /**
- * Holds every count where it reports progress, until release(): what is done meanwhile is done amid the count. The
- * test waits for the removal of its tasks before this goes.
+ * Stops every count at its next report of progress until release(), so that a test can act in the middle of a count.
+ * The test must wait for the removal of its tasks before this object is destroyed.
  */
 class HeldProgress {
   public:
@@ -180,13 +181,13 @@ class HeldProgress {
 };
 
 /**
- * What the recorded events break of the protocol, one line a breach: a task sees "Status" events that never fall, then
- * one "Result" or "Error", then its removal and nothing more; the tasks' events do not mix; every event carries one
- * value; no DataStore is left over.
+ * The breaches of the protocol by the recorded events, one per line. The protocol: a task receives "Status" events that
+ * never decrease, then one "Result" or "Error", then its removal and nothing more; the tasks' events do not mix; every
+ * event has one value; no DataStore is left over.
  *
- * The progress callback is one for the process. Once a task has installed it, a synchronous count that has none of its
- * own, or began before, reports to the task that came last: beside such counts, progress that falls back or comes after
- * that task's end is none of the task's.
+ * The process has one progress callback. Once a task has installed it, a synchronous count that installs none, or that
+ * began before, reports to the last task. So if such counts run, progress that decreases or that arrives after the end
+ * of that task is not a breach by the task.
  */
 inline std::vector<std::string> protocol_breaches(bool synchronous_counts_beside_tasks = false) {
     struct Course {
@@ -237,7 +238,7 @@ inline std::vector<std::string> protocol_breaches(bool synchronous_counts_beside
     return breaches;
 }
 
-/** Starts each test with an empty record, and ends it with a look at the event protocol. */
+/** Starts each test with an empty record, and checks the event protocol at its end. */
 class CountingTest : public testing::Test {
   protected:
     void SetUp() override {

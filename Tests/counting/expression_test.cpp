@@ -1,7 +1,7 @@
 /**
  * @file   expression_test.cpp
- * @brief  The reader of texts for pi(x): values, the grammar, its limits, GMP as oracle, and libprimecount's own reader
- *         where that one does not wrap.
+ * @brief  The reader of texts for pi(x): values, the grammar and its limits; compared with GMP, and with
+ *         libprimecount's own reader for values that do not wrap there.
  */
 #include "expression.h"
 
@@ -113,7 +113,7 @@ TEST(Expression, MalformedTexts) {
     EXPECT_EQ(value("1%(2-2)"), "malformed");
 }
 
-/** A negative power is no integer; the reader of primecount 7 takes it for 1, and so "1000e-1" for 1000. */
+/** A negative power is not an integer; the reader of primecount 7 takes it for 1, and so "1000e-1" for 1000. */
 TEST(Expression, NegativeExponentsAndShiftsFail) {
     for (const char* text : {"2^-1", "1000e-1", "0e-1", "1^(0-1)", "1<<-1", "0<<-1", "1>>-1"})
         EXPECT_EQ(value(text), "malformed") << text;
@@ -188,12 +188,12 @@ TEST(Expression, Decimals) {
 
 // --- random expressions -----------------------------------------------------------------------------------------
 
-/** An expression with the value that GMP computes; none where a step is undefined or leaves the range. */
+/** An expression with the value that GMP computes; no value if a step is undefined or leaves the range. */
 struct Sample {
     std::string text;
     std::optional<mpz_class> value;
-    int precedence = 9;           // of the outermost operator, 9 for what stands alone
-    bool within_128_bits = true;  // all along, so that no reader of 128 bits wraps
+    int precedence = 9;           // of the outermost operator; 9 for a number or parentheses
+    bool within_128_bits = true;  // at every step, so that no reader of 128 bits wraps
 };
 
 const mpz_class range = mpz_class(1) << expression_bits;
@@ -218,7 +218,7 @@ class Generator {
     }
 
     Sample literal() {
-        // Short and long ones, with the sizes between which something changes.
+        // Short and long ones, also on both sides of each size at which something changes.
         static constexpr std::array<size_t, 10> sizes{1, 3, 7, 8, 31, 63, 64, 65, 127, 200};
         mpz_class n = 0;
         for (size_t i = sizes[below(below(3) == 0 ? sizes.size() : 4)]; i-- > 0;) n = 2 * n + (below(4) != 0 ? 1 : 0);
@@ -315,7 +315,7 @@ class Generator {
     std::mt19937_64 random_;
 };
 
-/** What the reader is to say of a value: beyond 128 bits below it stops at the end, above it fails. */
+/** What the reader must return for a value: below the range of 128 bits its lower end; above the range it fails. */
 std::string expected(const Sample& sample) {
     const mpz_class limit = mpz_class(1) << 127;
     if (!sample.value || *sample.value >= limit) return "fails";
@@ -325,7 +325,7 @@ std::string expected(const Sample& sample) {
 }  // namespace
 
 namespace primecount {
-// Null from version 8 on, which reads no text.
+// Null from version 8 on, which has no reader.
 [[gnu::weak]] int128_t to_maxint(const std::string& text);
 }  // namespace primecount
 

@@ -1,7 +1,7 @@
 /**
  * @file   order_test.cpp
- * @brief  The counting exports over a primecount that records what is asked of it: what a worker, a stop and a text
- *         count do, and in which order.
+ * @brief  The counting exports with a primecount that records its calls: what a worker, a stop and a text count call,
+ *         and in which order.
  */
 #include <gtest/gtest.h>
 
@@ -23,7 +23,7 @@ namespace {
 
 using Log = std::vector<std::string>;
 
-/** What was asked of primecount. */
+/** The recorded calls of primecount. */
 class Record {
   public:
     void add(const std::string& what) {
@@ -46,7 +46,7 @@ bool (*installed)(double) = nullptr;
 constexpr int64_t held_count = 42;
 std::atomic<bool> held{false}, let_go{false};
 
-/** What the host's string holds is changed to this when the callback is installed. */
+/** A string of the host whose first character is changed when the callback is installed. */
 char* string_to_change = nullptr;
 
 int64_t counted(const std::string& name, int64_t n) {
@@ -193,7 +193,7 @@ TEST_F(Order, AWaitingWorkerTouchesNothing) {
     submit(PrimeCount_SubmitPrimePi, 1, held_count);
     held.wait(false);
     submit(PrimeCount_SubmitPrimePi, 2, 100);
-    // Both workers sleep, one in its count, the other where it waits for its turn; this thread runs.
+    // Both workers sleep, one in its count, the other while it waits for its turn; this thread runs.
     for (std::string states; states.size() < 3 || std::ranges::count(states, 'S') + 1 != std::ssize(states);) {
         std::this_thread::yield();
         states = thread_states();

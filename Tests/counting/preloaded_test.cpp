@@ -1,7 +1,7 @@
 /**
  * @file   preloaded_test.cpp
- * @brief  A process in which something else has loaded libprimecount first: its inner calls are bound by then, so
- *         counts work as ever, without progress and without a way to end them.
+ * @brief  A process in which something else has loaded libprimecount first: its internal calls are bound then, so
+ *         counts work, but without progress, and they cannot be ended.
  */
 #include <chrono>
 #include <thread>

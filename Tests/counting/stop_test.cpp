@@ -1,7 +1,7 @@
 /**
  * @file   stop_test.cpp
- * @brief  Counts ended at random moments: the process lives, no wrong number gets out, the event protocol holds and the
- *         next count is right.
+ * @brief  Counts ended at random moments: the process survives, no wrong number is returned, the event protocol holds
+ *         and the next count is right.
  */
 #include <chrono>
 #include <random>
@@ -18,19 +18,19 @@ class Stops : public CountingTest {
   protected:
     void SetUp() override {
         CountingTest::SetUp();
-        call_integer("PrimeCount_PrimePi", {10});  // AbortQ is asked from now on
+        call_integer("PrimeCount_PrimePi", {10});  // AbortQ is called from now on
     }
 
-    /** A waiting time of a few milliseconds to `longest`, short ones more often: phases near the start are brief. */
+    /** A waiting time of a few milliseconds to `longest`, short ones more often: phases near the start are short. */
     Microseconds moment(Microseconds longest) {
         const double share = std::uniform_real_distribution<double>(0, 1)(random_);
         return Microseconds(static_cast<int64_t>(static_cast<double>(longest.count()) * share * share));
     }
 
     /**
-     * Tasks stopped at random moments. Each ends with an error or with the right number. A stop that comes before the
-     * worker's turn is dropped by it, and on a busy machine that turn may be late: so stops go on until the task is
-     * over. A count that is longer than most of the moments therefore ends with an error.
+     * Tasks stopped at random moments. Each ends with an error or with the right number. A stop before the worker's
+     * turn has no effect, and on a busy machine that turn may be late: so stops are repeated until the task is over. A
+     * count that is longer than most of the moments therefore ends with an error.
      */
     void stop_tasks(mint threads, int repetitions, Microseconds longest) {
         call_integer("PrimeCount_SetThreads", {threads});
@@ -68,7 +68,7 @@ class Stops : public CountingTest {
         EXPECT_GT(ended, repetitions / 10);
     }
 
-    /** Synchronous counts of every kind, aborted when AbortQ has been asked a random number of times. */
+    /** Synchronous counts of every kind, aborted when AbortQ has been called a random number of times. */
     void abort_counts(mint threads, int repetitions) {
         call_integer("PrimeCount_SetThreads", {threads});
         const std::vector<std::pair<std::string, int>> counts = {
@@ -77,7 +77,7 @@ class Stops : public CountingTest {
             {"PrimeCount_Legendre", 12}, {"PrimeCount_PrimeSieve", 10}};
         for (int i = 0; i < repetitions; ++i) {
             const auto& [name, k] = counts[static_cast<size_t>(i) % counts.size()];
-            // The sieve asks once in 2 10^9 numbers, the others up to a hundred times a second.
+            // The sieve calls it once in 2 10^9 numbers, the others up to a hundred times a second.
             const mint most = name == "PrimeCount_PrimeSieve" ? 2 : 12;
             const mint patience = std::uniform_int_distribution<mint>(0, most)(random_);
             std::atomic<mint> asked{0};
@@ -108,7 +108,7 @@ class Stops : public CountingTest {
         EXPECT_EQ(call_integer("PrimeCount_DelegliseRivat", {power_of_ten(10)}).result, pi_of_power_of_ten[10]);
         EXPECT_EQ(call_integer("PrimeCount_Prime", {power_of_ten(9)}).result, prime_of_power_of_ten[9]);
         EXPECT_EQ(integer_of(report_of(submit("PrimeCount_SubmitPrimePi", power_of_ten(11)))), pi_of_power_of_ten[11]);
-        call_integer("PrimeCount_PrimePi", {10});  // AbortQ instead of the task's progress for the counts that follow
+        call_integer("PrimeCount_PrimePi", {10});  // the next counts call AbortQ and report no progress
     }
 
   private:

@@ -51,7 +51,7 @@ TEST_F(Strings, TextsThatFail) {
     EXPECT_TRUE(host.disowned().empty()) << "the text goes back to the host with a result only";
 }
 
-/** Modulo 2^128 each of these is an integer that can be counted to at once, or a negative one. */
+/** Modulo 2^128 each of these is a small integer, whose count is quick, or a negative one. */
 TEST_F(Strings, NumbersThatWouldWrapFail) {
     for (const char* x : {"10^39", "1e100", "10^400", "2^128+100", " 340282366920938463463374607431768211556", "2^127",
                           "1<<128", "0xffffffffffffffffffffffffffffffffff"}) {
@@ -83,7 +83,7 @@ TEST_F(Strings, WrongArgumentCounts) {
         EXPECT_EQ(result, nullptr);
     }
     EXPECT_STREQ(first.text, "25");
-    // The table of the successful call is still the one that is asked.
+    // The table of the successful call is still in use.
     EXPECT_EQ(call_integer("PrimeCount_LMO", {power_of_ten(13)}).result, pi_of_power_of_ten[13]);
     EXPECT_GT(host.abort_calls, 0);
 }

@@ -151,7 +151,7 @@ TEST_F(Synchronous, ThreadCount) {
     EXPECT_EQ(count("PrimeCount_SetThreads", {(mint{1} << 32) + 1}), 1);
     EXPECT_EQ(count("PrimeCount_SetThreads", {2}), 2);
     EXPECT_EQ(count("PrimeCount_SetThreads", {(mint{1} << 32) - 1}), 1);
-    // What 2^32 + 3 gives is what 3 gives, whatever primecount makes of it on this machine.
+    // 2^32 + 3 has the same effect as 3, whatever primecount makes of it on this machine.
     const mint three = count("PrimeCount_SetThreads", {3});
     EXPECT_EQ(count("PrimeCount_SetThreads", {1}), 1);
     EXPECT_EQ(count("PrimeCount_SetThreads", {(mint{1} << 32) + 3}), three);
@@ -168,7 +168,7 @@ TEST_F(Synchronous, CountsUnderAnyThreadCount) {
     }
 }
 
-// --- the callback that asks AbortQ ------------------------------------------------------------------------------
+// --- the callback that calls AbortQ -----------------------------------------------------------------------------
 
 TEST_F(Synchronous, LongCountsAskAbortQ) {
     EXPECT_EQ(count("PrimeCount_PrimePi", {power_of_ten(14)}), pi_of_power_of_ten[14]);
@@ -198,7 +198,7 @@ TEST_F(Synchronous, AlgorithmsRunUnderTheCallbackLeftBehind) {
     host.abort = 1;
     EXPECT_EQ(count("PrimeCount_DelegliseRivat", {power_of_ten(13)}), pi_of_power_of_ten[13]);
     EXPECT_EQ(host.abort_calls, 0);
-    // They install none themselves, and what the one left behind ends leaves them as an exception.
+    // They install no callback, and when the one from an earlier count ends them, an exception leaves them.
     EXPECT_EQ(count("PrimeCount_PrimePi", {10}), 4);
     for (const char* name : {"PrimeCount_DelegliseRivat", "PrimeCount_LMO", "PrimeCount_Meissel", "PrimeCount_Lehmer",
                              "PrimeCount_PrimeSieve"}) {

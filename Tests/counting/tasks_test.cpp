@@ -132,8 +132,8 @@ TEST_F(Tasks, StopWhileIdleHasNoEffectOnTheNextTask) {
 }
 
 TEST_F(Tasks, StopWhileIdleHasNoEffectOnSynchronousCounts) {
-    // A request ends the counts that run when it is made. Were it to end later ones, every synchronous count after a
-    // late stop would fail until the next task.
+    // A request ends the counts that run when it is made. If it ended later ones, every synchronous count after a late
+    // stop would fail until the next task.
     stop();
     EXPECT_EQ(call_integer("PrimeCount_PrimePi", {power_of_ten(13)}).result, pi_of_power_of_ten[13]);
     EXPECT_EQ(call_integer("PrimeCount_LMO", {power_of_ten(12)}).result, pi_of_power_of_ten[12]);
@@ -186,7 +186,7 @@ TEST_F(Tasks, AbortAfterTheTakeOverEndsTheTask) {
 }
 
 TEST_F(Tasks, ProgressOfLaterCountsGoesToTheLastTask) {
-    // The progress callback stays installed after a task has ended; the exports that install none run under it.
+    // The progress callback stays installed after a task has ended; the exports that install none use it.
     synchronous_counts_beside_tasks = true;
     const mint task = submit("PrimeCount_SubmitPrimePi", 10);
     EXPECT_EQ(integer_of(report_of(task)), 4);
@@ -230,7 +230,7 @@ TEST_F(Tasks, TheTaskIsRemovedThroughTheTableItWasSubmittedWith) {
     const mint task = call_integer("PrimeCount_CreateTask", {}).result;
     EXPECT_EQ(call_integer("PrimeCount_SubmitPrimePi", {task, power_of_ten(13)}, &data).code, 0);
     EXPECT_TRUE(held.wait());
-    EXPECT_EQ(call_integer("PrimeCount_PrimePi", {10}).result, 4);  // later events go through the ordinary table
+    EXPECT_EQ(call_integer("PrimeCount_PrimePi", {10}).result, 4);  // later events use the ordinary table
     held.release();
     EXPECT_EQ(integer_of(report_of(task)), pi_of_power_of_ten[13]);
     EXPECT_EQ(removed, 1);
@@ -251,7 +251,7 @@ TEST_F(Tasks, AHostThatThrowsWhileTheResultIsRaised) {
 }
 
 TEST_F(Tasks, AHostThatThrowsAfterItTookTheResult) {
-    // The task then sees both: what the failed raise achieved is not undone.
+    // The task then receives both events: the one of the failed raise is not taken back.
     static std::atomic<bool> thrown{false};
     thrown = false;
     st_VelmoraIOLibrary_Functions io = host.io;
@@ -269,7 +269,7 @@ TEST_F(Tasks, AHostThatThrowsAfterItTookTheResult) {
 }
 
 TEST_F(Tasks, AHostThatThrowsWhileProgressIsRaised) {
-    // The callback runs on primecount's threads, where nothing may be thrown; the count ends and the task fails.
+    // The callback runs on primecount's threads, where no exception may pass; the count ends and the task fails.
     host.before("DataStore_addReal", [] { throw std::runtime_error("no room"); });
     expect_breaches = true;  // the DataStore of the failed event stays
     const mint task = submit("PrimeCount_SubmitPrimePi", power_of_ten(14));
@@ -280,7 +280,7 @@ TEST_F(Tasks, AHostThatThrowsWhileProgressIsRaised) {
 }
 
 TEST_F(Tasks, AHostWithoutDataStores) {
-    // A null DataStore is passed on as it is: what to make of it is the host's business.
+    // A null DataStore is passed on unchanged: the host has to deal with it.
     expect_breaches = true;
     host.null_data_store = true;
     const mint task = submit("PrimeCount_SubmitPrimePi", 100);

@@ -31,7 +31,7 @@ def lasting(lines):
 
 
 def matches(shown, seen):
-    """Whether the shown lines equal the seen ones, "..." standing for any number of lines."""
+    """Whether the shown lines equal the seen ones; "..." matches any number of lines."""
     if not shown:
         return not seen
     if shown[0] == "...":

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Checks that every relative link in the given Markdown pages names a file that is there, and that no page of docs/ is
-left out of the index docs/README.md.   check_links.py ROOT PAGE...
+"""Checks that every relative link in the given Markdown pages names an existing file, and that the index docs/README.md
+links to every page of docs/.   check_links.py ROOT PAGE...
 """
 import os
 import re

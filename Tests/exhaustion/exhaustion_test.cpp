@@ -1,12 +1,12 @@
 /**
  * @file   exhaustion_test.cpp
- * @brief  Every export while memory or threads run out: the k-th allocation or thread start of a call fails, alone or
- *         with all after it, for each k, in a process of its own each time.
+ * @brief  Every export while memory or threads run out: for each k the k-th allocation or thread start of a call fails,
+ *         alone or with all later ones, each time in a separate process.
  *
  * The program defines the C library's allocation functions and pthread_create itself, so that every library in the
- * process uses these. A call may give its right answer, fail as docs/limits.md tells, or, where a library below
- * fails within its own threads, end the process. It never gives a wrong answer, writes its result slot on failure,
- * crashes or hangs, and afterwards it works.
+ * process uses these. A call may return the right result, fail as docs/limits.md describes, or, if a library below
+ * fails within its own threads, end the process. It never returns a wrong result, writes its result slot on failure,
+ * crashes or hangs, and later calls work.
  */
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -62,7 +62,7 @@ class Supply {
 constinit Supply memory;
 constinit Supply threads;
 
-// The text that a call returned last. Once released it is kept back, so that nobody else gets the same block.
+// The text that a call returned last. When it is released, it is not freed, so that no other allocation gets the block.
 constinit std::atomic<const void*> watched{nullptr};
 constinit std::atomic<bool> watched_is_released{false};
 constinit std::atomic<bool> released_twice{false};
@@ -176,7 +176,7 @@ struct Call {
     const char* text = nullptr;
 };
 
-/** What came of one call: an answer, or how it failed. Fixed size, for a pipe. */
+/** The outcome of one call: a result, or how it failed. Fixed size, for a pipe. */
 struct Outcome {
     char failure[100] = "";
     char answer[200] = "";
@@ -194,7 +194,7 @@ mint sum_of_tensor() {
     return sum;
 }
 
-/** Makes the call without allocating anything itself. */
+/** Makes the call; allocates nothing itself. */
 Outcome make(const Call& call, void* function) {
     Outcome outcome;
     mint values[2] = {untouched, untouched};
@@ -259,7 +259,7 @@ Outcome make(const Call& call, void* function) {
     return outcome;
 }
 
-/** What a child process reports of one call during which something ran out. */
+/** The report of a child process on one call during which something ran out. */
 struct Report {
     Outcome outcome;
     Outcome afterwards;
@@ -272,8 +272,8 @@ struct Verdict {
     bool refused = true;
 };
 
-/** In a process of its own: an earlier call of the kind if told so, the call with its k-th request refused, the call
- * again. */
+/** In a separate process: if warm, an earlier call of the kind; then the call with its k-th request refused; then
+ * the call again. */
 Verdict run(const Call& call, Supply& supply, long k, bool only_one, bool warm, const std::string& right) {
     int ends[2];
     if (pipe(ends) != 0) throw std::system_error(errno, std::generic_category());
@@ -341,7 +341,7 @@ const std::string error_event = "Error event";
 const std::string terminates = "ends the process: std::terminate";
 const std::string exits = "ends the process: exit by the OpenMP library";
 
-/** What docs/limits.md says of the calls; the right answer is always welcome. */
+/** Expects only the outcomes that docs/limits.md lists for the calls, or the right result. */
 void expect_only(const Outcomes& documented, const std::vector<Call>& calls, Supply& supply, long step = 1) {
     for (const Call& call : calls) {
         std::string seen_here;
@@ -397,7 +397,7 @@ TEST(WithoutMemory, WhatAsksForNone) {
                 memory);
 }
 
-/** The text of an answer is the library's own allocation, made after the count. */
+/** The library allocates the text of a result itself, after the count. */
 TEST(WithoutMemory, ATextThatCannotBeStoredIsNotReleasedTwice) {
     expect_only({code6, no_memory, terminates, exits}, {{"PrimeCount_ExprPrimePi", Kind::text, {}, "100"}}, memory);
 }

@@ -1,6 +1,6 @@
 /**
  * @file   completion_test.cpp
- * @brief  What Tab offers.
+ * @brief  The completions that Tab offers.
  */
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

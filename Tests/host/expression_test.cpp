@@ -1,6 +1,6 @@
 /**
  * @file   expression_test.cpp
- * @brief  Integers of the command line: what they mean, and the one line that says why a text is none.
+ * @brief  Integers of the command line: their values, and the one line that says why a text is not an integer.
  */
 #include "expression.h"
 

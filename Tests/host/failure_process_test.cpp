@@ -1,7 +1,7 @@
 /**
  * @file   failure_process_test.cpp
- * @brief  What cannot be done is said and has an exit code of its own: nothing that failed passes as done, nothing that
- * is typed ends the process.
+ * @brief  Failures: each prints a line and has its exit code, so that no failed command looks successful, and no input
+ * ends the process.
  */
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -124,7 +124,7 @@ TEST(HostFailure, APictureWithoutGnuplot) {
         run_host({"plot", "pi", "100", "--svg", folder + "/x.svg"}, {.environment = {{"PATH", folder}}});
     EXPECT_EQ(none.code, 2);
     EXPECT_THAT(none.errors, HasSubstr("gnuplot is not installed"));
-    // One that is there and fails.
+    // A gnuplot that exists and fails.
     const std::string program = folder + "/gnuplot";
     std::ofstream(program) << "#!/bin/sh\nexit 1\n";
     chmod(program.c_str(), 0755);

@@ -1,6 +1,6 @@
 /**
  * @file   fault_process_test.cpp
- * @brief  Injected faults, and what the real library makes of them.
+ * @brief  Injected faults, and how the real library reacts to them.
  */
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 /**
  * @file   faults_test.cpp
- * @brief  Reading and playing planned faults.
+ * @brief  Planned faults: how they are read, and when they take effect.
  */
 #include "faults.h"
 

@@ -1,6 +1,6 @@
 /**
  * @file   host_tables_test.cpp
- * @brief  Every slot of both tables is laid out; the slots without use report a call.
+ * @brief  Every slot of both tables exists; the slots that must not be called report a call.
  */
 #include "host_tables.h"
 
@@ -36,7 +36,7 @@ mint call_slot(void* slot) {
 TEST(HostTables, EverySlotIsFilled) {
     const auto slots = slots_of(library_data(), library_slots + further_slots);
     for (std::size_t i = 0; i < slots.size(); ++i) {
-        // Two pointers to tables of other services, which this host has not.
+        // Two pointers to tables of other services, which this host does not have.
         if (slot_name(i + 1) == "runtimeData" || slot_name(i + 1) == "compileLibraryFunctions") continue;
         EXPECT_NE(slots[i], nullptr) << "slot " << i + 1 << ' ' << slot_name(i + 1);
     }

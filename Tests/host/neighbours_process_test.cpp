@@ -43,7 +43,7 @@ TEST(HostNeighbours, Primes) {
     EXPECT_EQ(run_host({"primes", "7", "2"}).output, "7\n11\n") << "FROM is one of them when it is prime";
     EXPECT_EQ(run_host({"primes", "2^64-60", "2"}).output, "18446744073709551557\n18446744073709551629\n");
     EXPECT_THAT(run_host({"primes", "10", "0"}).output, IsEmpty());
-    // More than a piece: the 100,000 primes from 0 on end with 1,299,709.
+    // More primes than in one piece: the last of the first 100,000 primes is 1,299,709.
     const Finished many = run_host({"primes", "0", "10^5"});
     EXPECT_EQ(std::count(many.output.begin(), many.output.end(), '\n'), 100'000);
     EXPECT_THAT(many.output, EndsWith("\n1299709\n"));

@@ -1,7 +1,7 @@
 /**
  * @file   page_process_test.cpp
- * @brief  What is written about kesh-host against kesh-host: the reference page, the man page, the shell's completion,
- * the plots as files.
+ * @brief  The documents about kesh-host agree with the program: the reference page, the man page, the shell's
+ * completion, the plots as files.
  */
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -60,7 +60,7 @@ TEST(HostPages, EveryOptionAndCommandIsInTheManPageAndTheManual) {
     }
 }
 
-/** What the pattern's first group matches in the file, each match once. */
+/** The matches of the pattern's first group in the file, each once. */
 std::set<std::string> names_in(const std::string& path, const std::string& pattern) {
     const std::string text = file_text(path);
     const std::regex expression(pattern);

@@ -1,6 +1,6 @@
 /**
  * @file   pieces_test.cpp
- * @brief  Cut counts, sums and walks give the answer of the uncut call.
+ * @brief  Counts, sums and walks in pieces give the result of the single call.
  */
 #include "pieces.h"
 
@@ -39,8 +39,8 @@ TEST(Pieces, CutsStandAtTheRightResidue) {
 }
 
 TEST(Pieces, NoTupletLiesAcrossAnyCut) {
-    // All the cuts up to a bound beyond which the residues repeat, for a small range in which every residue class of
-    // tuplet occurs.
+    // All cuts up to a bound beyond which the residues repeat, for a small range in which every residue class of
+    // tuplets occurs.
     constexpr umint end = 200'000;
     for (const char* name : counts) {
         const umint whole = count(name, 0, end);

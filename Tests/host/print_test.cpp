@@ -1,6 +1,6 @@
 /**
  * @file   print_test.cpp
- * @brief  Tables, sentences and JSON of outcomes that are made up here.
+ * @brief  Tables, sentences and JSON of outcomes that this test constructs.
  */
 #include "print.h"
 

@@ -22,7 +22,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 [[noreturn]] void execute(const Arguments& arguments, const std::map<std::string, std::string>& environment) {
-    // A developer's own settings must not decide what is tested.
+    // The developer's own settings must not change the tests.
     unsetenv("NO_COLOR");
     unsetenv("COLUMNS");
     setenv("XDG_STATE_HOME", "/dev/null", 1);  // no history file
@@ -36,7 +36,7 @@ using Clock = std::chrono::steady_clock;
     _exit(127);
 }
 
-/** In the child: the descriptor becomes the file, when one is named. */
+/** In the child: the descriptor becomes the file, if one is named. */
 void redirect(const std::string& file, int mode, int descriptor) {
     if (file.empty()) return;
     const int opened = open(file.c_str(), mode | O_CLOEXEC);
@@ -65,7 +65,7 @@ int exit_code(int status) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-/** Appends what is there to read; closes the end at its end. */
+/** Appends the data that can be read; closes the pipe's end at the end of the data. */
 void drain(Pipe& pipe, std::string& text) {
     std::array<char, 65536> buffer{};
     const ssize_t got = read(pipe.ends[0], buffer.data(), buffer.size());

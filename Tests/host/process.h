@@ -1,6 +1,6 @@
 /**
  * @file   process.h
- * @brief  Runs kesh-host as users do: as a process with pipes, and as a process on a terminal of its own.
+ * @brief  Runs kesh-host as users do: as a process with pipes, and as a process on a pseudo-terminal.
  */
 #pragma once
 
@@ -21,13 +21,13 @@ struct Finished {
     std::string errors;  ///< standard error
 };
 
-/** What to give a process besides its arguments. */
+/** The environment of a process besides its arguments. */
 struct Surroundings {
     std::string input = {};                                 ///< standard input
     std::string input_file = {};                            ///< standard input is this file instead
     std::string output_file = {};                           ///< standard output goes to this file
     std::map<std::string, std::string> environment = {};    ///< set on top of the test's own
-    std::chrono::seconds limit = std::chrono::minutes(20);  ///< of silence, after which it is killed
+    std::chrono::seconds limit = std::chrono::minutes(20);  ///< without output, after which it is killed
     int signal = 0;                                         ///< sent once `signal_when` has appeared on standard error
     std::string signal_when = {};
 };
@@ -35,7 +35,7 @@ struct Surroundings {
 /** Runs kesh-host to its end. */
 Finished run_host(const Arguments& arguments, const Surroundings& surroundings = {});
 
-/** kesh-host on a terminal of 80 or another number of columns. */
+/** kesh-host on a pseudo-terminal, of 80 columns by default. */
 class TerminalHost {
   public:
     explicit TerminalHost(const Arguments& arguments, unsigned short columns = 80,
@@ -45,11 +45,11 @@ class TerminalHost {
     TerminalHost& operator=(const TerminalHost&) = delete;
 
     void type(const std::string& keys);
-    /** Reads until the text has appeared after what was last expected; false when it does not in time. */
+    /** Reads until the text appears after the text last expected; false if it does not in time. */
     bool expect(const std::string& text, std::chrono::seconds limit = std::chrono::minutes(20));
-    /** Waits for the end; the exit code, or -1 when it does not come. */
+    /** Waits for the end; returns the exit code, or -1 if the process does not end in time. */
     int wait(std::chrono::seconds limit = std::chrono::minutes(20));
-    /** The last of what has been written, for messages. */
+    /** The end of the output, for messages. */
     std::string recent() const {
         return screen_.substr(screen_.size() > 500 ? screen_.size() - 500 : 0);
     }

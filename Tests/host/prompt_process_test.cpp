@@ -20,8 +20,8 @@ constexpr const char* interrupt = "\x03";
 constexpr const char* end_of_input = "\x04";
 
 /**
- * Leaves with Ctrl-D; the exit code. The prompt is written a moment before the terminal hands on every key. Lines typed
- * before are kept, but Ctrl-D the terminal itself would take: it is typed again where nothing comes of it.
+ * Leaves with Ctrl-D and returns the exit code. The prompt appears a moment before the terminal passes every key on. A
+ * line typed in that moment is kept, but the terminal itself takes a Ctrl-D: it is typed again if it has no effect.
  */
 int leave(TerminalHost& host) {
     int code = -1;
@@ -102,7 +102,7 @@ TEST(HostPrompt, CallsCompletionAndHelp) {
 TEST(HostPrompt, EndOfInputTypedDuringACallLeaves) {
     TerminalHost host({"--color", "never"});
     ASSERT_TRUE(host.expect("kesh> "));
-    host.type(std::string(1, '\0'));  // how it arrives once the terminal is in its other mode
+    host.type(std::string(1, '\0'));  // what the host receives when the terminal is in its other mode
     EXPECT_EQ(host.wait(), 0);
 }
 
@@ -149,7 +149,7 @@ TEST(HostPrompt, InterruptEndsTheWaitingForAQueuedTask) {
     TerminalHost host({"--color", "never"});
     ASSERT_TRUE(host.expect("kesh> "));
     host.type("PrimeCount_PrimePi 10^18 --async\r");
-    // Waiting tasks have no order: the second may be first unless the first already counts.
+    // Waiting tasks have no order: the second may run first unless the first already counts.
     ASSERT_TRUE(host.expect("task 1 Status")) << host.recent();
     ASSERT_TRUE(host.expect("kesh (1 running)> ")) << host.recent();
     host.type("PrimeCount_PrimePi 10^17\r");

@@ -1,6 +1,6 @@
 /**
  * @file   protocol_process_test.cpp
- * @brief  A library that breaks the protocol is reported loudly, with exit code 4, and the host lives on.
+ * @brief  A library that breaks the protocol is reported, with exit code 4, and the host continues.
  */
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -79,7 +79,7 @@ TEST(HostProtocolMore, TheHostGoesOn) {
     EXPECT_THAT(run.output, AllOf(HasSubstr("Result 25"), HasSubstr("7\n")));
 }
 
-/** The second task takes the progress callback over, and the rest of the third count goes out as its progress. */
+/** The second task replaces the progress callback, and the rest of the third count is reported as its progress. */
 TEST(HostProtocolMore, ACountBesideTasksBreaksNothing) {
     const Finished run = run_host({}, {.input = "PrimeCount_PrimePi 10^12 --async\nPrimeCount_PrimePi 10^12 --async\n"
                                                 "PrimeCount_PrimePi 3*10^14 --bare\n"});

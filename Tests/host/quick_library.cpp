@@ -1,7 +1,7 @@
 /**
  * @file   quick_library.cpp
- * @brief  Every export with an answer that costs nothing, whatever the arguments: what random command lines are tried
- * with, so that one that does not end is the host's fault.
+ * @brief  A library in which every export returns at once, whatever the arguments. Random command lines are tried with
+ * it, so that a command that does not end is the host's fault.
  */
 #include <algorithm>
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-/** Checks the number of arguments, and answers with a function of two numbers; where there is one, the second is 0. */
+/** Checks the number of arguments, and returns a function of two numbers; if there is only one, the second is 0. */
 template <typename Answer>
 int answer(mint wanted, mint count, MArgument* arguments, MArgument result, Answer compute) {
     if (count != wanted) return LIBRARY_FUNCTION_ERROR;

@@ -1,13 +1,13 @@
 /**
  * @file   random_commands.cpp
- * @brief  Random command lines and scripts, of words that mean something and of any bytes, against the program itself.
+ * @brief  Tests the program with random command lines and scripts, made of meaningful words and of any bytes.
  *
  *     host_random_commands [--seed N] [--cases N | --minutes M]
  *
- * Whatever is typed, kesh-host ends by itself with an exit status of its own, writes printable lines, and, with --json,
- * lines that are JSON. Most cases go to a library whose calls cost nothing, so that one that does not end is the host's
- * fault; the others call the real one with small numbers. Case k of seed s is the same each time: a failure is printed
- * with both.
+ * Whatever is typed, kesh-host must end by itself with one of its exit statuses and write printable lines, with --json
+ * only JSON. Most cases use a library whose calls return at once, so that a case that does not end is the host's fault;
+ * the others call the real library with small numbers. Case k of seed s is the same each time: a failure is printed
+ * with k and s.
  */
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -60,7 +60,7 @@ class Generator {
         } else {
             append(made.arguments, command());
             if (one_in(6)) std::shuffle(made.arguments.begin() + (real_ ? 0 : 4), made.arguments.end(), random_);
-            // Numbers for "-", and otherwise nothing that is read.
+            // Numbers for "-"; other commands read no input.
             const auto lines = up_to(5);
             for (std::size_t i = 0; i < lines; ++i) made.input += (one_in(3) ? bytes(20, true) : number()) + "\n";
         }
@@ -131,7 +131,7 @@ class Generator {
             "--help", "--list",      "--version",     "--json"};
         if (one_in(2)) {
             const std::string flag = pick(flags);
-            // The real library follows what it is handed.
+            // The real library dereferences its pointers without a check.
             if (real_ && (flag == "--null-io" || flag == "--unchecked")) return {};
             return {flag};
         }
@@ -163,7 +163,7 @@ class Generator {
         const auto& slots = bench_host::fault_slots();
         const auto& slot = slots[random_() % slots.size()];
         std::string text(slot.name);
-        // A null pointer in place of a tensor's data would be followed.
+        // A null pointer in place of a tensor's data would be dereferenced.
         const std::string form(pick(slot.forms));
         text += "=" + (form == "code" ? pick<std::string>({"3", "77", "-1"}) : form == "null" ? "slow" : form);
         if (one_in(3)) text += "@" + pick<std::string>({"1", "2", "x"});
@@ -229,7 +229,7 @@ bool has(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
 }
 
-/** What is wrong with how the case ended; empty when nothing is. */
+/** What is wrong with the end of the case; empty if nothing is. */
 std::string fault_of(const Case& tried, const Finished& run) {
     if (run.code == 128 + SIGKILL) return "it did not end";
     if (run.code >= 5 && run.code != 130) return fmt::format("it ended with status {}", run.code);
@@ -267,7 +267,7 @@ int main(int argc, char** argv) {
     const std::uint64_t first = number_after(words, "--first", 0);
     const std::uint64_t minutes = number_after(words, "--minutes", 0);
     const std::uint64_t cases = number_after(words, "--cases", minutes > 0 ? ~std::uint64_t{0} : 400);
-    // Files that a case writes stay in a folder of their own.
+    // Cases write their files into a folder of their own.
     char folder[] = "/tmp/kesh_random_XXXXXX";
     if (mkdtemp(folder) == nullptr || chdir(folder) != 0) return 2;
 

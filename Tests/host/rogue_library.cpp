@@ -1,7 +1,7 @@
 /**
  * @file   rogue_library.cpp
- * @brief  Breaks the host protocol in every way the host watches for. Each export misbehaves in one way; SubmitPrimePi
- * in the way that its count argument picks.
+ * @brief  A library that breaks the host protocol in every way that the host detects. Each export misbehaves in one
+ * way; the count argument of SubmitPrimePi selects its way.
  */
 #include <cstring>
 #include <stdexcept>
@@ -35,7 +35,7 @@ extern "C" int VelmoraLibrary_initialize(VelmoraLibraryData) {
     return LIBRARY_NO_ERROR;
 }
 
-/** Calls a slot that it has no use for. */
+/** Calls a slot that a library must not call. */
 ROGUE_EXPORT(PrimeSieve_CountTwins) {
     (void)count, (void)arguments;
     call_slot(data, 23);
@@ -52,7 +52,7 @@ ROGUE_EXPORT(PrimeSieve_CountTriplets) {
     return LIBRARY_NO_ERROR;
 }
 
-/** Fails and writes its result all the same. */
+/** Fails and writes its result nevertheless. */
 ROGUE_EXPORT(PrimeSieve_CountPrimes) {
     (void)data, (void)count, (void)arguments;
     *result.integer = 1;
@@ -65,13 +65,13 @@ ROGUE_EXPORT(PrimeSieve_NthPrime) {
     return LIBRARY_NO_ERROR;
 }
 
-/** Throws what is no std::exception. */
+/** Throws an object that is not a std::exception. */
 ROGUE_EXPORT(PrimeSieve_NextPrime) {
     (void)data, (void)count, (void)arguments, (void)result;
     throw 42;
 }
 
-/** Returns a handle that is no tensor. */
+/** Returns a handle that is not a tensor. */
 ROGUE_EXPORT(PrimeSieve_ListNPrimes) {
     (void)data, (void)count, (void)arguments;
     static char nothing[64];
@@ -87,7 +87,7 @@ ROGUE_EXPORT(PrimeCount_ExprPrimePi) {
     return LIBRARY_NO_ERROR;
 }
 
-/** Hands back a string that was never lent. */
+/** Disowns a string that was never lent. */
 ROGUE_EXPORT(PrimeCount_GetThreads) {
     (void)count, (void)arguments;
     static char text[] = "mine";
@@ -171,7 +171,7 @@ ROGUE_EXPORT(PrimeCount_SubmitPrimePi) {
     return LIBRARY_NO_ERROR;
 }
 
-/** Answers what is neither 0 nor 1. */
+/** Sets a verdict that is neither 0 nor 1. */
 extern "C" mbool KESH_PrimeQ(const umint*, mint, mbool* answer) {
     *answer = 7;
     return 1;

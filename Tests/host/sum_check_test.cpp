@@ -1,6 +1,6 @@
 /**
  * @file   sum_check_test.cpp
- * @brief  Sums of primes that fit 64 bits and such that do not, against sums in 128 bits.
+ * @brief  Sums of primes that fit 64 bits and sums that do not, compared with sums in 128 bits.
  */
 #include "sum_check.h"
 
@@ -20,7 +20,7 @@ __extension__ using Wide = unsigned __int128;
 
 constexpr umint base = 1'000'000'000'000'000'000;
 
-/** The primes of a short range where nineteen of them add up to more than 2^64. */
+/** The primes of a short range in which nineteen of them add up to more than 2^64. */
 const std::vector<umint>& primes() {
     static const std::vector<umint> list = [] {
         std::vector<umint> found;
@@ -30,7 +30,7 @@ const std::vector<umint>& primes() {
     return list;
 }
 
-/** The primes from a to b, of which the list has all. */
+/** The primes from a to b; the list must have all of them. */
 std::span<const umint> between(umint a, umint b) {
     const auto first = std::lower_bound(primes().begin(), primes().end(), a);
     return {first, std::upper_bound(first, primes().end(), b)};
@@ -44,7 +44,7 @@ std::optional<umint> no_count(umint, umint) {
     return std::nullopt;
 }
 
-/** The check against the sum itself: what it says is true, and `decided` says whether it says anything. */
+/** Compares the check with the sum: its statement is true, and `decided` says whether it makes one. */
 void expect_right(umint a, umint b, bool decided, const PrimeCounter& counter) {
     const auto range = between(a, b);
     const Wide total = std::accumulate(range.begin(), range.end(), Wide{0});

@@ -1,6 +1,6 @@
 /**
  * @file   tasks_test.cpp
- * @brief  The event protocol: what passes, and each way of breaking it.
+ * @brief  The check of the event protocol: correct sequences, and each kind of breach.
  */
 #include "tasks.h"
 

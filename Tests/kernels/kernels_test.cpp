@@ -59,7 +59,10 @@ class KernelsOf : public testing::Test {
         return r;
     }
 
-    /** How often to repeat what costs one Montgomery product, and what costs one for each bit of the width. */
+    /**
+     * The numbers of repetitions: for a test that costs one Montgomery product, and for one that costs a product per
+     * bit.
+     */
     static constexpr int product_repetitions = 20000;
     static constexpr int power_repetitions = 9600 / n / n;
 
@@ -219,7 +222,7 @@ TYPED_TEST(Kernels, LucasLadderHoldsTwoNeighboursOfTheSequence) {
     this->check_ladder();
 }
 
-/** The textbook test: 2^d = 1 or 2^(d 2^j) = -1 for some j < s, where m - 1 = d 2^s. */
+/** The strong test by its definition: 2^d = 1 or 2^(d 2^j) = -1 for some j < s, where m - 1 = d 2^s. */
 bool strong_base2_by_gmp(const mpz_class& m) {
     const mpz_class minus_one = m - 1;
     const mp_bitcnt_t s = mpz_scan1(minus_one.get_mpz_t(), 0);
@@ -311,7 +314,7 @@ void KernelsOf<n>::check_lucas_condition() {
         const Modulus<n> modulus(from_mpz<n>(m).data());
         for (mint q : {-1L, 2L, -3L, 5L, 4611686018427387847L, -4611686018427387847L}) {
             if (gcd(m, mpz_class(q)) != 1) continue;
-            // The final comparison of the ladder is of D U(m + 1) with 0, which matters where m has a factor in
+            // The ladder finally compares D U(m + 1) with 0, which differs from U(m + 1) = 0 if m has a factor in
             // common with D.
             const mpz_class d = 1 - 4 * mpz_class(q);
             const bool vanishes = modulo(d * lucas_u_by_gmp(m, q), m) == 0;
@@ -338,7 +341,7 @@ TYPED_TEST(Kernels, LucasConditionHoldsWhereQHasNoInverse) {
     this->check_lucas_condition_without_inverse();
 }
 
-/** What the loops rely on: factors that are residues but not below m. */
+/** The loops multiply residues that are not below m: their products must be below the radix. */
 template <std::size_t n, class Arithmetic>
 void expect_products_below_radix(std::uint64_t seed) {
     Skewed random{seed + n};
@@ -435,7 +438,7 @@ TEST(SignedResidue, SquaresAgreeWithProductsOneAfterAnother) {
     }
 }
 
-/** The engine's headers ask the processor by themselves, since they are used without the library. */
+/** The engine's headers detect the processor themselves, because they can be used without the library. */
 TEST(Levels, TheEngineAndTheLibraryFindTheSameProcessor) {
     EXPECT_EQ(processor_has_adx(), supported_level() >= Level::adx);
 }

@@ -1,6 +1,6 @@
 /**
  * @file   main.cpp
- * @brief  Leaves out the vector kernels where the processor lacks their instructions: kernels_model_test runs them.
+ * @brief  Leaves out the vector kernels if the processor lacks their instructions; kernels_model_test runs them.
  */
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 /**
  * @file   model_test.cpp
- * @brief  The model of the vector instructions ends the program where a lane overflows.
+ * @brief  The model of the vector instructions ends the program when a lane overflows.
  */
 
 #include <gtest/gtest.h>

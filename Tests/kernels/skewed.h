@@ -1,6 +1,6 @@
 /**
  * @file   skewed.h
- * @brief  Random limb arrays of the patterns on which carry chains go wrong, and their exchange with GMP.
+ * @brief  Random limb arrays with patterns that reveal errors in carry chains, and their conversion from and to GMP.
  */
 #pragma once
 

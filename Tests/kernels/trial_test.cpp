@@ -56,7 +56,7 @@ TYPED_TEST(Trial, FindsEachPrimeOfTheTableAlone) {
     Skewed random(n);
     for (umint p : primes) {
         for (int i = 0; i < 20; ++i) {
-            // A cofactor without a prime of the table, so that p is the only one that divides.
+            // A cofactor without a prime of the table, so that p is the only prime of the table that divides.
             mpz_class cofactor = (to_mpz(random.limbs<n>()) >> 11) + 1;
             for (umint q : primes) mpz_remove(cofactor.get_mpz_t(), cofactor.get_mpz_t(), mpz_class(q).get_mpz_t());
             EXPECT_TRUE(has_small_factor(from_mpz<n>(p * cofactor))) << p << " * " << cofactor;

@@ -1,7 +1,7 @@
 /**
  * @file   leaks_test.cpp
- * @brief  Every block that operator new hands out in this process is counted, the library's among them: each export
- *         leaves as many behind as it is meant to, which is none for all but the counts of decimal strings.
+ * @brief  Counts every block of operator new in this process, also the library's: each export leaves behind the
+ *         intended number of blocks, which is 0 for all but the counts of decimal strings.
  */
 #include <atomic>
 #include <cstdlib>
@@ -26,7 +26,7 @@ void uncounted(void* block) noexcept {
 }
 }  // namespace
 
-// The library finds these before the standard library's. Aligned forms are left alone: nobody here uses them.
+// The library finds these before the standard library's. The aligned forms are not replaced: nothing here uses them.
 void* operator new(std::size_t size) {
     return counted(size);
 }
@@ -53,7 +53,7 @@ constexpr int repetitions = 20;
 
 class Leaks : public testing::Test {
   protected:
-    /** What the calls leave behind, beyond what the first of them build once and keep. */
+    /** The blocks that the calls leave behind, without those that the first calls build once and keep. */
     template <typename Calls>
     long left_by(Calls calls) {
         idle_threads();
@@ -68,7 +68,9 @@ class Leaks : public testing::Test {
         return living_blocks - before;
     }
 
-    /** This thread and the helper that its counts have. Asked before there is any task. */
+    /**
+     * The number of threads without a task: this one and the helper of its counts. To be called before there is a task.
+     */
     static long idle_threads() {
         static const long count = [] {
             call_integer("PrimeCount_SetThreads", {2});
@@ -194,7 +196,7 @@ TEST_F(Leaks, SievingLeavesNothing) {
 
 TEST_F(Leaks, PrimalityLeavesNothing) {
     const auto prime_q = Library::instance().get<mbool (*)(const umint*, mint, mbool*)>("KESH_PrimeQ");
-    umint limbs[16] = {3, 7, 1};  // reaches every width, and every one has its own preparations
+    umint limbs[16] = {3, 7, 1};  // reaches every width, because each width has its own preparations
     EXPECT_EQ(left_by([&] {
                   for (const mint length : {1, 2, 3, 4, 8, 16}) {
                       limbs[length - 1] |= 1;

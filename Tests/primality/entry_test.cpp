@@ -29,7 +29,7 @@ TEST(KeshPrimeQ, EveryLengthGivesTheVerdictOnItsLimbs) {
     number_source source(51);
     for (mint length = 1; length <= 16; ++length) {
         const unsigned bits = static_cast<unsigned>(64 * length);
-        // Each number alone in storage of just its limbs, so that a look beyond them shows under the address sanitizer.
+        // Each number has storage for exactly its limbs, so that the address sanitizer sees a read beyond them.
         for (const mpz_class& n : {source.prime(bits), source.close_semiprime(bits), mpz_class(7), mpz_class(1),
                                    mpz_class(0), mpz_class(power_of_2(bits) - 1)}) {
             const limbs16 limbs = limbs_of(n);

@@ -61,7 +61,8 @@ TEST(FirstCall, AnEvenNumberIsToldWithoutTheTable) {
 }
 
 TEST(FirstCall, MayRace) {
-    // Each process has but one such race: ten of them, the threads further and further apart.
+    // Each process can have only one such race. So there are ten processes, with longer and longer times between
+    // threads.
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     for (int run = 0; run < 10; ++run) {
         EXPECT_EXIT(race(std::chrono::microseconds(20 * run)), testing::ExitedWithCode(0), "^$");

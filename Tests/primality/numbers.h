@@ -127,9 +127,9 @@ class number_source {
     }
 
     /**
-     * p q with q = k(p + 1) + 1, both prime: modulo p the rank of a Lucas sequence with (D/p) = -1 divides p + 1,
-     * modulo q with (D/q) = 1 it divides q - 1, and n + 1 is 0 modulo p + 1, and p + 1 modulo q - 1. One in a few
-     * passes Lucas tests.
+     * p q with q = k(p + 1) + 1, both prime. The rank of a Lucas sequence with (D/p) = -1 modulo p divides p + 1; with
+     * (D/q) = 1 modulo q it divides q - 1. And n + 1 is 0 modulo p + 1, and p + 1 modulo q - 1. One in a few passes
+     * Lucas tests.
      */
     mpz_class lucas_pseudoprime_candidate(unsigned bits) {
         for (;;) {
@@ -157,13 +157,12 @@ class number_source {
     gmp_randstate_t random;
 };
 
-/** A family of numbers, and how many of it a test of quick length takes at 128 bits. */
+/** A family of numbers, and how many of them a quick test takes at 128 bits. */
 struct family {
     const char* name;
     mpz_class (number_source::*make)(unsigned bits);
     unsigned quick_count;
-    bool costly;  ///< whether most of its numbers get past trial division, at a cost that grows with the cube of the
-                  ///< width
+    bool costly;  ///< whether most of its numbers pass trial division: then the cost grows with the cube of the width
 
     [[nodiscard]] unsigned count_at(long width) const {
         const unsigned ratio = static_cast<unsigned>(width) / 128;

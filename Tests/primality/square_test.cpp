@@ -1,6 +1,6 @@
 /**
  * @file   square_test.cpp
- * @brief  The perfect-square test: its residue filters by exhaustion, and the whole of it against constructed squares.
+ * @brief  The perfect-square test: its residue filters on all residues, and the whole test on constructed squares.
  */
 #include <gtest/gtest.h>
 
@@ -113,7 +113,7 @@ TYPED_TEST(Square, ANonSquareThatPassesAllFiltersFallsToTheRoot) {
 }
 
 TYPED_TEST(Square, SquaresJustBelowPowersOf4) {
-    // (2^k - 1)^2 begins with k - 1 ones. From k = 66 up math_isqrt keeps an estimate there that is no root.
+    // (2^k - 1)^2 begins with k - 1 ones. From k = 66 up math_isqrt returns an estimate there that is not the root.
     using T = TypeParam;
     for (unsigned k = 1; k <= static_cast<unsigned>(T::bits) / 2; ++k) {
         for (unsigned distance : {1, 2, 3, 1000}) {
@@ -129,7 +129,7 @@ TYPED_TEST(Square, SquaresJustBelowPowersOf4) {
 }
 
 TYPED_TEST(Square, TheParameterSearchEndsForSquaresJustBelowPowersOf4) {
-    // A square has no D with the symbol -1. A missed one would be searched for ever.
+    // A square has no D with the symbol -1. If the test missed a square, the search would never end.
     using T = TypeParam;
     for (unsigned k = 2; k <= static_cast<unsigned>(T::bits) / 2; ++k) {
         const mpz_class root = power_of_2(k) - 1;

@@ -12,7 +12,7 @@ namespace {
 
 using namespace kesh_test;
 
-/** Widths at which observed_steps was asked, in order. */
+/** The widths at which observed_steps was called, in order. */
 std::vector<long> widths_asked;
 
 template <kesh::wide_word T>

@@ -17,7 +17,7 @@ class Wide : public testing::Test {};
 using widths = testing::Types<kesh::uintx_t<128>, kesh::uintx_t<256>, kesh::uintx_t<512>, kesh::uintx_t<1024>>;
 TYPED_TEST_SUITE(Wide, widths);
 
-/** Through the entry point that callers use, at the limb count of the value rounded up to a width. */
+/** The verdict by the public entry point, with the limb count of the value rounded up to a width. */
 bool kesh_says_prime(const mpz_class& n) {
     const limbs16 limbs = limbs_of(n);
     const std::size_t bits = mpz_sizeinbase(n.get_mpz_t(), 2);
@@ -39,7 +39,7 @@ void at_every_level(Body body) {
     kesh::kernel::force(before);
 }
 
-/** From the smallest size that a width is used for up to its own. */
+/** A random size, from the smallest for which the width is used up to the width. */
 template <class T>
 unsigned random_size(number_source& source) {
     return static_cast<unsigned>(T::bits / 2 + 1 + static_cast<long>(source.below(T::bits / 2).get_ui()));
@@ -74,7 +74,7 @@ TYPED_TEST(Wide, FormsAgreeAtEveryKernelLevel) {
         SCOPED_TRACE(kind.name);
         const unsigned count = kind.costly ? std::max(40u, kind.count_at(T::bits) / 20) : 1000;
         for (unsigned i = 0; i < count; ++i) {
-            // Every other number small for the width: there pseudoprimes are frequent.
+            // Every other number is small for the width, because pseudoprimes are frequent among small numbers.
             const unsigned bits = i % 2 == 0 ? random_size<T>(source) : random_size<kesh::uintx_t<128>>(source);
             const mpz_class number = (source.*kind.make)(bits);
             if (number < power_of_2(64)) continue;  // the product of close factors may be one bit short
@@ -82,7 +82,7 @@ TYPED_TEST(Wide, FormsAgreeAtEveryKernelLevel) {
             const bool small = kesh::generic_steps<T>::has_small_factor(n);
             at_every_level([&] { ASSERT_EQ(kesh::kernel_steps<T>::has_small_factor(n), small) << number; });
             if (small) continue;
-            // Each step alone, also where an earlier one has settled the verdict.
+            // Each step alone, also when an earlier one has decided the verdict.
             const kesh::generic_steps<T> generic(n);
             const bool passes_base_2 = generic.passes_base_2(), passes_lucas = generic.passes_lucas();
             at_every_level([&] {

@@ -1,7 +1,7 @@
 /**
  * @file   primality64_test.cpp
- * @brief  The deterministic 64-bit test: edges, sieves as oracle, Carmichael numbers, strong pseudoprimes, and what
- *         becomes of it when a table entry is wrong.
+ * @brief  The deterministic 64-bit test: edges, comparison with sieves, Carmichael numbers, strong pseudoprimes, and
+ *         the effect of a wrong table entry.
  */
 #include <gtest/gtest.h>
 
@@ -78,7 +78,7 @@ TEST(Primality64, EveryNumberBelow2To24) {
     EXPECT_EQ(differences, 0);
 }
 
-/** Holds every number of [from, from + length) against primesieve. */
+/** Compares the verdict on every number of [from, from + length) with primesieve. */
 void expect_window(u64 from, u64 length) {
     primesieve::iterator primes(from == 0 ? 0 : from - 1);
     u64 next = primes.next_prime();
@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(Around, Window,
 INSTANTIATE_TEST_SUITE_P(FromZero, Window, testing::Values(u64{0}));
 
 TEST(Primality64, TopWindowAgreesWithTheSieve) {
-    // The largest prime has no successor in 64 bits, and above it EndOf64Bits has looked at every number.
+    // The largest prime has no successor in 64 bits; EndOf64Bits tests every number above it.
     constexpr u64 largest_prime = 18446744073709551557u;
     expect_window(largest_prime - 9'999'999, 9'999'999);
 }
@@ -156,7 +156,7 @@ TEST(Primality64, StrongPseudoprimesToBase2) {
     for (u64 n : pseudoprimes()) ASSERT_FALSE(verdict(n)) << n;
 }
 
-/** Seven of the hardest in each bucket, numbers that most prime bases let through. */
+/** Seven of the hardest in each bucket: numbers that pass the strong test to most prime bases. */
 const std::vector<u64>& hard_pseudoprimes() {
     static const std::vector<u64> all = readPseudoprimeSample();
     return all;
@@ -171,8 +171,8 @@ TEST(Primality64, HardStrongPseudoprimes) {
 }
 
 /**
- * Changes each entry of the table to 2 in turn: one of the numbers must then be taken for a prime. Returns how many
- * entries there were numbers for.
+ * Changes each entry of the table to 2 in turn: one of the numbers must then be taken for a prime. Returns the number
+ * of entries for which there were numbers.
  */
 template <std::size_t Size>
 std::size_t expect_every_entry_to_matter(const std::uint16_t (&table)[Size], const std::vector<u64>& numbers,

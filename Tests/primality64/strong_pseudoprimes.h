@@ -1,7 +1,7 @@
 /**
  * @file   strong_pseudoprimes.h
- * @brief  Base-2 strong pseudoprimes made on the spot: products of two primes p and q with q - 1 = k (p - 1), the shape
- *         that most of those without small factors have.
+ * @brief  Computes base-2 strong pseudoprimes: products of two primes p and q with q - 1 = k (p - 1), which most of
+ *         those without small factors are.
  */
 #pragma once
 

@@ -149,7 +149,7 @@ TEST(StrongTest, Base2AndOthersEqualOneAfterAnother) {
         const u64 b = random() % 0xFFFF + 1, c = random() % 0xFFFF + 1;
         expect_equal(n, b, c);
         expect_equal(n, 0xFFFF, b);
-        // Primes nearby, and what is n times a power of two and one: both reach what composites leave out.
+        // Also a nearby prime, and numbers of the form n 2^k + 1: both reach code that composites do not.
         while (!kesh::reference::PrimeQ(n)) n = n > ~u64{0} - 100 ? n - 1000 : n + 2;
         expect_equal(n, b, c);
         for (int k = 1; k < 46; k += 3) {
@@ -166,7 +166,7 @@ TEST(StrongTest, Base2AndOthersEqualOneAfterAnother) {
 }
 
 TEST(StrongTest, EveryBaseOfEverySmallNumber) {
-    // Among them many that have b^(n-1) = 1 and fail for the sign of a square root of it only.
+    // Many of these have b^(n-1) = 1 and fail only because a square root of it is neither 1 nor -1.
     for (u64 n = 3; n < 1200; n += 2) {
         for (u64 b = 1; b < n; ++b) ASSERT_EQ(kesh::kernel::strong_test(n, b), passes(n, b)) << n << " to base " << b;
     }

@@ -81,7 +81,7 @@ TEST(Hints, LieBeyondTheWalkAndInRange) {
     EXPECT_LT(hint_above(1'000'000'000'000, 1000), 1'000'000'040'000u);
 }
 
-/** The last of k primes of a walk; 0 where a walk downwards runs out of them. */
+/** The last of k primes of a walk; 0 if a walk downwards finds fewer. */
 uint64_t kth_above(uint64_t x, int64_t k, uint64_t stop_hint) {
     primesieve::iterator it;
     kesh::sieve::skipto_for_next(it, x, stop_hint);
@@ -107,13 +107,13 @@ TEST(Hints, ChangeNoAnswer) {
         const uint64_t below = kth_below(x, k, max64);
         ASSERT_EQ(kth_above(x, k, kesh::sieve::hint_above(x, k)), above) << x << ' ' << k;
         ASSERT_EQ(kth_below(x, k, kesh::sieve::hint_below(x, k)), below) << x << ' ' << k;
-        // Also one that the walk leaves behind.
+        // Also a hint that the walk passes.
         ASSERT_EQ(kth_above(x, k, x + 2), above) << x << ' ' << k;
         ASSERT_EQ(kth_below(x, k, x - x / 1000), below) << x << ' ' << k;
     }
 }
 
-/** An iterator of an older primesieve, as far as the adapter touches it. */
+/** An iterator of an older primesieve, with the members that the adapter uses. */
 struct OlderIterator {
     uint64_t position = 0;
     void skipto(uint64_t start, uint64_t /*stop_hint*/) {

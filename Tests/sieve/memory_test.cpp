@@ -1,10 +1,10 @@
 /**
  * @file   memory_test.cpp
- * @brief  What a list of primes costs in memory, 4 bytes a prime for the collection and the host's 8 for the tensor;
- *         and what a neighbour of a large number costs.
+ * @brief  The memory that a list of primes takes, 4 bytes per prime for the collection and 8 for the host's tensor; and
+ *         the memory for a neighbour of a large number.
  *
- * The program replaces operator new for the whole process, the library included, and records the peak. It is a
- * program of its own so that no other test's allocations are seen.
+ * The program replaces operator new for the whole process, the library included, and records the peak. It is a separate
+ * program so that the allocations of other tests are not counted.
  */
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -76,7 +76,7 @@ TEST(ListMemory, FourBytesAPrimeBesideTheTensor) {
     const double bytes_per_prime = static_cast<double>(peak - before) / 5'761'455;
     RecordProperty("bytes_per_prime", std::to_string(bytes_per_prime));
     std::printf("peak: %.3f bytes a prime\n", bytes_per_prime);
-    // The reserve is an upper estimate of the count and the sieve has buffers of its own, well below a byte a prime.
+    // The reserve is an upper estimate of the count, and the sieve's buffers take well below a byte per prime.
     EXPECT_GE(bytes_per_prime, 12.0) << "the library's allocations were not seen";
     EXPECT_LE(bytes_per_prime, 12.6);
     EXPECT_LE(in_use - before, 8u * 5'761'455 + 65536) << "only the tensor outlives the call";

@@ -146,7 +146,7 @@ TEST(PrimeSumInterval, MinusOneWrapsToAnEmptyInterval) {
 }
 
 TEST(PrimeSumInterval, Long_SumsWrapModulo2To64) {
-    // The walk looks one prime past the bound, so the interval ends below the largest prime.
+    // The walk needs one prime above the bound, so the interval ends below the largest prime.
     const uint64_t last = 18446744073709551533u;
     const uint64_t first = static_cast<uint64_t>(value("PrimeSieve_PreviousPrime", {mint(last)}));
     EXPECT_EQ(value("PrimeSieve_NextPrime", {mint(last)}), largest_prime);

@@ -1,6 +1,6 @@
 /**
  * @file   plain_sieve.h
- * @brief  An oracle of the plainest kind: the sieve of Eratosthenes up to 10^7.
+ * @brief  An independent list of primes to compare with: the sieve of Eratosthenes up to 10^7.
  */
 #pragma once
 

@@ -1,6 +1,6 @@
 /**
  * @file   library.h
- * @brief  The shared library under test, opened as the host opens it, and its exports by name.
+ * @brief  The shared library under test, opened as a host opens it, and its exports by name.
  */
 #pragma once
 

@@ -1,9 +1,9 @@
 /**
  * @file   test_host.h
- * @brief  A host in miniature for tests: both callback tables with traps in the slots that are never to be read,
- *         tensors, strings, tasks and events that it records, and faults on demand.
+ * @brief  A small host for tests: both callback tables, with traps in the slots that must not be called; tensors,
+ *         strings, tasks and recorded events; and faults on demand.
  *
- * Callbacks carry no context, so there is one host a process (`TestHost::instance()`); `reset()` forgets everything.
+ * Callbacks have no context argument, so there is one host per process (`TestHost::instance()`); `reset()` clears it.
  */
 #pragma once
 
@@ -69,7 +69,7 @@ class TestHost {
     std::atomic<mint> abort_calls{0};
     std::atomic<bool> null_data_store{false};
 
-    /** A string argument as the host owns it; `disowned` counts those handed back. */
+    /** A string argument, owned by the host; `disowned` counts those that the library has disowned. */
     char* new_string(const std::string& text) {
         const std::lock_guard lock(mutex_);
         auto buffer = std::make_unique<char[]>(text.size() + 1);
@@ -93,14 +93,14 @@ class TestHost {
         return tensors_.size();
     }
 
-    /** Data stores created and not handed over with an event. */
+    /** The number of data stores that were created and not passed to the host with an event. */
     size_t open_data_stores() const {
         const std::lock_guard lock(mutex_);
         return stores_.size();
     }
 
-    /** Waits until the condition on the recorded events holds; false after the time given. The usual limit is for what
-     * must come: longer than any machine takes, so that only what never comes is missed. */
+    /** Waits until the condition on the recorded events holds; false after the given time. The usual limit is longer
+     * than any machine takes, so that only an event that never comes fails. */
     bool wait_until(const std::function<bool(const std::vector<Event>&)>& condition,
                     std::chrono::microseconds limit = std::chrono::minutes(20)) {
         std::unique_lock lock(mutex_);
@@ -145,7 +145,7 @@ class TestHost {
             instance().enter("UTF8String_disown");
             const std::lock_guard lock(instance().mutex_);
             instance().disowned_.push_back(text);
-            // It is the host's again: whoever still reads it shall see that.
+            // The string belongs to the host now: overwritten, so that a later read by the library is noticed.
             for (char* c = text; *c != '\0'; ++c) *c = '#';
         };
         table.MTensor_new = [](mint type, mint rank, const mint* dims, MTensor* out) -> int {
@@ -271,7 +271,7 @@ inline IntegerCall call_integer(const std::string& name, std::vector<mint> argum
     return call;
 }
 
-/** One call of an export with integer arguments and a tensor result; `tensor` stays null where none was written. */
+/** One call of an export with integer arguments and a tensor result; `tensor` stays null if none was written. */
 struct TensorCall {
     int code;
     MTensor tensor = nullptr;

@@ -1,6 +1,6 @@
 /**
  * @file   threads.h
- * @brief  The threads of this process, to wait for the end of those that the library detached.
+ * @brief  The number of threads of this process, to wait for the end of those that the library detached.
  */
 #pragma once
 
@@ -16,8 +16,8 @@ inline long thread_count() {
     return std::distance(begin(threads), end(threads));
 }
 
-/** Waits until there are no more threads than that; false when it takes longer than twenty minutes. A task's thread
- * ends a moment after the task was removed. */
+/** Waits until there are at most count threads; false after twenty minutes. A task's thread ends shortly after the
+ * task was removed. */
 inline bool wait_for_threads(long count) {
     for (int wait = 0; wait < 120'000 && thread_count() > count; ++wait)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

@@ -53,12 +53,12 @@ TEST(FermatFilter, BatchAgreesWithThePortableForm) {
     for (int round = 0; round < 2000; ++round) {
         for (std::size_t i = 0; i < FermatFilter::batch; ++i) {
             m[i] = std::max<u64>(3, random() >> (17 + random() % 44) | 1);
-            // Half of the candidates pass often: m itself, and 2^k + 1, whose exponent has one bit.
+            // Half of the candidates are of kinds that often pass: m itself, and 2^k + 1, whose exponent has one bit.
             n[i] = i % 4 == 0 ? m[i] : i % 4 == 1 ? (u64{1} << (2 + random() % 62)) + 1 : random() | 1;
         }
         const u64 batch = fermatMask(n.data(), m.data());
         const u64 portable = fermatMaskPortable(n.data(), m.data());
-        // The batch raises to a multiple of n - 1 by a power of 2: it may pass more, never less.
+        // The exponent in the batch is n - 1 times a power of 2: more numbers may pass, never fewer.
         EXPECT_EQ(portable & ~batch, 0U);
         passed += static_cast<u64>(std::popcount(portable));
         for (u64 more = batch & ~portable; more != 0; more &= more - 1) {

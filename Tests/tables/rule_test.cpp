@@ -20,7 +20,7 @@ TEST(Rule, LeastClearingBaseIsTheFirstThatNoPseudoprimePasses) {
     // A strong pseudoprime to the bases 2, 3, 5 and 7 (J. L. Selfridge and S. S. Wagstaff), not to 11.
     EXPECT_EQ(leastClearingBase({3215031751}, third_base_from, {2, 100}, nullptr), 11U);
     EXPECT_EQ(leastClearingBase({3215031751}, third_base_from, {2, 11}, nullptr), 0U);
-    // With 1373653, which passes 2 and 3 and not 5, the answer stays; 25326001 passes 2, 3 and 5 and fails 7.
+    // With 1373653, which passes 2 and 3 and not 5, the result is the same; 25326001 passes 2, 3 and 5 and fails 7.
     EXPECT_EQ(leastClearingBase({1373653, 3215031751, 25326001}, third_base_from, {2, 100}, nullptr), 11U);
     EXPECT_EQ(leastClearingBase({}, third_base_from, {2, 100}, nullptr), 2U);
 }

@@ -1,6 +1,7 @@
 /**
  * @file   avx512.cpp
- * @brief  The model's instructions, lane by lane. Not inline: kernels unroll their rows, and would grow too large.
+ * @brief  The model's instructions, lane by lane. They are not inline, because kernels unroll their rows and would
+ *         become too large.
  */
 
 #include "Shared/kernel/avx512.h"

@@ -2,10 +2,10 @@
  * @file   avx512.h
  * @brief  A software model of the AVX-512 intrinsics that the kernels use, in place of the header of the same name.
  *
- * The intrinsics are declared in the kernels' namespace, where they hide the compiler's. What the kernels rely on is
- * checked, and ends the program where it does not hold: the operands of a multiply-add are below 2^52 (or come from
- * low_52_bits), no sum and no shift to the left loses a bit of a lane, and memory is aligned. A new intrinsic is one
- * function more, with a check unless a kernel means to lose bits by it.
+ * The intrinsics are declared in the kernels' namespace, where they hide the compiler's. The model checks what the
+ * kernels rely on, and ends the program if it does not hold: the operands of a multiply-add are below 2^52 (or come
+ * from low_52_bits), no sum and no shift to the left loses a bit of a lane, and memory is aligned. For a new intrinsic
+ * add a function, with a check unless a kernel loses bits on purpose.
  */
 #pragma once
 
