@@ -1,6 +1,6 @@
 # Writes the linker version script that makes exactly the listed symbols visible.
 #   kesh_write_export_script(OUTPUT list-file ...)
-# A list file has one symbol a line; blank lines and lines that begin with # or [ are skipped.
+# A list file has one symbol per line; blank lines and lines that begin with # or [ are skipped.
 function(kesh_write_export_script output)
     set(all "")
     foreach(list_file IN LISTS ARGN)

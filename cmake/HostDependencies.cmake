@@ -1,5 +1,5 @@
-# Finds what the bench host and the tools need. With KESH_HOST=ON all of it must be there; with AUTO one line says what is
-# missing, KESH_HOST_DEPENDENCIES_FOUND is false, and the library is built alone.
+# Finds the dependencies of the bench host and the tools. With KESH_HOST=ON all of them must be installed. With AUTO, if
+# some are missing, one line names them, KESH_HOST_DEPENDENCIES_FOUND is false, and the library is built alone.
 set(required "")
 if(NOT KESH_HOST STREQUAL "AUTO")
     set(required REQUIRED)

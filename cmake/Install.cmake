@@ -1,4 +1,4 @@
-# What is installed, in five components that are the five Debian packages: the library (runtime), what programs are built
+# What is installed, in components that become the Debian packages: the library (runtime), the files to build programs
 # with (development), the Python module (python), the bench host (host) and the pages and examples (documentation).
 include(CMakePackageConfigHelpers)
 set(kesh_cmakedir ${CMAKE_INSTALL_LIBDIR}/cmake/VelmoraKesh)
@@ -17,7 +17,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/VelmoraKeshConfigVersion.
 install(FILES ${PROJECT_BINARY_DIR}/VelmoraKeshConfig.cmake ${PROJECT_BINARY_DIR}/VelmoraKeshConfigVersion.cmake
     DESTINATION ${kesh_cmakedir} COMPONENT development)
 
-# The same three for pkg-config, which finds the prefix from where the file is: the installed tree may be moved.
+# The same three for pkg-config, which finds the prefix from the place of the file: the installed tree may be moved.
 file(RELATIVE_PATH prefix_from_pc_file ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 function(kesh_install_pc name description flags)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/velmora-kesh.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
@@ -30,8 +30,9 @@ kesh_install_pc(velmora-kesh-engine "Fixed-width integers of up to 1024 bits and
 kesh_install_pc(velmora-kesh-host "Headers for a host that loads the Velmora Kesh library"
     "Cflags: -I\${includedir}/velmora-kesh/HostInterface")
 
-# The header for callers outside the host. The host's headers are apart from it: a host brings its own, and they serve
-# those who write one. Of the kernels, what the engine's headers include; the others belong to the library.
+# The header for callers outside the host. The host's headers are in a separate folder: an existing host has its own,
+# and these are for writing a new one. Only those kernel headers are installed that the engine's headers include; the
+# others belong to the library.
 install(FILES ${PROJECT_SOURCE_DIR}/include/kesh_prime.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(FILES ${PROJECT_SOURCE_DIR}/include/KESH_PrimeQ.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/CSource/Shared DESTINATION ${kesh_includedir} COMPONENT development
@@ -47,7 +48,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/HostInterface DESTINATION ${kesh_include
 set(KESH_PYTHON_DIR lib/python3/dist-packages CACHE STRING "Where the Python module is installed")
 install(FILES ${PROJECT_SOURCE_DIR}/python/velmora_kesh.py DESTINATION ${KESH_PYTHON_DIR} COMPONENT python)
 
-# The documentation keeps the tree's layout, so that its links lead where they led.
+# The documentation keeps the layout of the tree, so that its links work.
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/LICENSE
     DESTINATION ${kesh_docdir} COMPONENT documentation)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${kesh_docdir} COMPONENT documentation)

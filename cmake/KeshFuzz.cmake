@@ -1,8 +1,9 @@
 # kesh_add_fuzzer(name SOURCES a.cpp ... [LIBRARIES lib ...] [RUNS n] [SECONDS n])
-#   A libFuzzer target, and two CTest entries for it. The short one replays the committed inputs and goes on from a fixed
-#   seed to RUNS (10000) inputs in all: it guards what is known and, as far as threads allow, does the same every time.
-#   The one with the label "long" seeks for SECONDS (600). What a run finds new stays in the build folder, never in the tree.
-#   The committed inputs are Fuzz/corpora/NAME.hex, unpacked by the build, and the files in Fuzz/regressions/NAME.
+#   A libFuzzer target, and two CTest entries for it. The short one replays the committed inputs and continues from a
+#   fixed seed to RUNS (10000) inputs in all: it checks the known inputs and, as far as threads allow, does the same
+#   every time. The one with the label "long" searches for SECONDS (600). New inputs stay in the build folder, never in
+#   the tree. The committed inputs are Fuzz/corpora/NAME.hex, unpacked by the build, and the files in
+#   Fuzz/regressions/NAME.
 add_custom_target(fuzzers)
 function(kesh_add_fuzzer name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "RUNS;SECONDS" "SOURCES;LIBRARIES")

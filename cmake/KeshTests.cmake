@@ -1,16 +1,16 @@
 # kesh_add_test(name SOURCES a.cpp ... [LIBRARIES lib ...] [OPTIMISE option] [FILTER pattern])
-#   A GoogleTest program, of which all tests run, or those that match `pattern`. Tests whose name contains "Long_" get
-#   the CTest label "long": `./test` leaves them out, `./test --all` runs them. Every test finds the built library and
-#   the tree through compile definitions.
-#   Most tests call what was compiled before, and are themselves compiled with -O1, in two thirds of the time. Tests of
-#   headers say OPTIMISE -O2, as programs that use the headers would. This is for g++; the preset "clang" has -O3 throughout.
+#   A GoogleTest program. All its tests run, or those that match `pattern`. Tests whose name contains "Long_" get the
+#   CTest label "long": `./test` leaves them out, `./test --all` runs them. Every test finds the built library and the
+#   tree through compile definitions. Most tests call code that is already compiled, and are themselves compiled with
+#   -O1, in two thirds of the time. Tests of headers say OPTIMISE -O2, like programs that use the headers. This is for
+#   g++; the preset "clang" uses -O3 everywhere.
 include(GoogleTest)
 
-# Seconds, for what hangs: a busy machine does not reach it.
+# Seconds after which a test counts as hanging: a busy machine does not reach it.
 set(KESH_TEST_TIMEOUT 3600)
 set(KESH_TEST_OPTIMISE -O1)
 
-# A request for more memory than there is must fail in the library as it does without a sanitizer.
+# Under a sanitizer, too, a request for more memory than there is must fail in the library.
 set(KESH_TEST_ENVIRONMENT
     ASAN_OPTIONS=allocator_may_return_null=1
     UBSAN_OPTIONS=print_stacktrace=1
@@ -45,7 +45,7 @@ function(kesh_add_test name)
     target_compile_options(${name} PRIVATE $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:${arg_OPTIMISE}>)
     kesh_precompile_test_headers(${name} ${arg_OPTIMISE})
     add_dependencies(${name} VelmoraKesh)
-    # As the command that tests run under: of a list in PROPERTIES only the first variable would arrive.
+    # Set by the command that runs the test: PROPERTIES would pass only the first variable of a list.
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "env;${KESH_TEST_ENVIRONMENT}")
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "${arg_FILTER}-*Long_*" PROPERTIES TIMEOUT ${KESH_TEST_TIMEOUT})
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER "*Long_*" TEST_LIST ${name}_LONG

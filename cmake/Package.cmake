@@ -1,5 +1,5 @@
-# The Debian packages: `cpack -G DEB` in a build folder writes one for each component. What their files need is read off
-# them by dpkg-shlibdeps, so packages built against other versions of the dependencies ask for those.
+# The Debian packages: `cpack -G DEB` in a build folder writes one for each component. dpkg-shlibdeps reads the
+# dependencies from the files, so packages built with other versions of the dependencies require those.
 #
 #   libvelmorakesh        the library
 #   libvelmorakesh-dev    headers, CMake and pkg-config files, manual of the C function
@@ -12,7 +12,7 @@ set(CPACK_PACKAGE_CONTACT "The Velmora Kesh developers <developers@velmora-kesh.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-# Folders of a package are for their owner to write into, whatever the umask of the one who builds it.
+# Only the owner may write into the folders of a package, whatever the umask of the builder.
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
@@ -33,8 +33,8 @@ loads into its process.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvelmorakesh)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-# The trigger runs ldconfig once for all packages of an installation. cpack adds scripts that run it once more, except
-# where scripts of these names are given; of what is given it takes what exists, and says what does not.
+# The trigger runs ldconfig once for all packages of an installation. cpack would add scripts that run it again, unless
+# scripts of these names are given. It takes the given files that exist, and names those that do not.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
     ${PROJECT_SOURCE_DIR}/cmake/package/triggers ${PROJECT_SOURCE_DIR}/cmake/package/no/postinst
     ${PROJECT_SOURCE_DIR}/cmake/package/no/postrm)

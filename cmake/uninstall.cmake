@@ -1,5 +1,5 @@
-# Removes what the last `cmake --install` of the build folder BUILD put where it did, and the folders of ours that this
-# leaves empty. Honours DESTDIR as the installation does.
+# Removes the files of the last `cmake --install` of the build folder BUILD, and our folders that are empty then. Uses
+# DESTDIR as the installation does.
 file(GLOB manifests ${BUILD}/install_manifest*.txt)
 if(NOT manifests)
     message(FATAL_ERROR "Nothing was installed from ${BUILD}: it has no install_manifest.txt")
@@ -12,7 +12,7 @@ foreach(manifest IN LISTS manifests)
             file(REMOVE ${file})
             message(STATUS "Removed ${file}")
         endif()
-        # Folders above with our name in their path, from the inner one out.
+        # Parent folders with our name in their path, the innermost first.
         cmake_path(GET file PARENT_PATH folder)
         while(folder MATCHES "/([Vv]elmora-?[Kk]esh)(/|$)")
             execute_process(COMMAND rmdir ${folder} RESULT_VARIABLE not_empty ERROR_QUIET)

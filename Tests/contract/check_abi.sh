@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # check_abi.sh LIBRARY BASELINE            Compares the binary interface of a library that has debug information, its
 #                                          functions with their types, with the committed one.
-# check_abi.sh --update LIBRARY BASELINE Renews the baseline: the test's target is contract_abi.
+# check_abi.sh --update LIBRARY BASELINE   Renews the baseline: the test's target is contract_abi.
 set -euo pipefail
 
 update=false

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# check_binary.sh LIBRARY LIST... Reads the built library: its dynamic symbol table holds exactly the listed names, its
+# check_binary.sh LIBRARY LIST...   Reads the built library: its dynamic symbol table holds exactly the listed names, its
 # soname is the documented one, it needs exactly the documented libraries, and it is hardened.
 set -euo pipefail
 library=$1

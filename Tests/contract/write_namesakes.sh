@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# write_namesakes.sh ARCHIVE OUTPUT Writes an assembler file that defines every global symbol of the archive again:
+# write_namesakes.sh ARCHIVE OUTPUT   Writes an assembler file that defines every global symbol of the archive again:
 # functions that trap when called, data with a meaningless pattern, and the list of their names, which ends with an
 # empty one. Instances of templates of the standard library are left out: the program that is linked with this file uses
 # them too, and so do the libraries that it loads.

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""check_silent.py HOST LIBPRIMECOUNT UNKNOWN: the bench host in processes in which the hooks do not reach libprimecount.
+"""check_silent.py HOST LIBPRIMECOUNT UNKNOWN: the bench host in processes in which the hooks do not work.
 
 These are: a process that loaded libprimecount before the library; one with a libprimecount whose calls among its own
 functions cannot be interposed, as after link-time optimisation; one with UNKNOWN, a version with other functions. Counts

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# memcheck.sh KESH_HOST Calls every export under valgrind's memcheck, and makes calls that faults of the host end early:
+# memcheck.sh KESH_HOST   Calls every export under valgrind's memcheck, and makes calls that faults of the host end early:
 # there must be no error, and no lost block except one for each result of a string task.
 set -euo pipefail
 host=$1
@@ -7,7 +7,7 @@ host=$1
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 
-# check STATUS RESULTS ARGUMENT... Runs kesh-host, which must end with the status and leave RESULTS results of string
+# check STATUS RESULTS ARGUMENT...   Runs kesh-host, which must end with the status and leave RESULTS results of string
 # tasks.
 check() {
     local wanted=$1 results=$2 status=0

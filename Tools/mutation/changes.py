@@ -1,4 +1,4 @@
-"""The small changes that Tools/mutate makes to the sources, and the choice among them."""
+"""The small changes that Tools/mutate makes to the sources, and how it chooses among them."""
 import math
 import os
 import random
@@ -29,7 +29,8 @@ NUMBER = re.compile(r"(?<![\w.'<%])(\d+)(?![\w.']*[.x'])(?![\d']*>)")
 STATEMENT = re.compile(r"^(\s*)(?!return|break|continue|throw|using|typedef|static|const|friend|extern|template|else|case|if|for|while|do)"
                        r"([\w:.>\[\]*-]+(<[^;<>]*>)?\([^{}]*\)|[\w.>\[\]*-]+ [-+*/|&^]?= [^{}]*);$")
 CHECK = re.compile(r"^(\s*)if \([^{}]*\) (return|break|continue)\b[^{}]*;$")
-# Not code that runs, or what only a sanitizer or a debug build can see: assertions and the sizes of local arrays.
+# Lines that are not code that runs, and lines whose effect only a sanitizer or a debug build sees: assertions and the sizes
+# of local arrays.
 SKIPPED = re.compile(r"\s*(#|//|\*|static_assert|assert|template|using|namespace|TYPED|requires|@|KESH_KERNEL_WIDTH|"
                      r"concept|inline constexpr bool layout|((static|const|constexpr) )*(umint|half_type|char|limb_type)\s[^=(]*\[)")
 
@@ -44,7 +45,7 @@ class Mutation:
     stratum: str
 
     def name(self):
-        """What stays the same when lines are added elsewhere in the file."""
+        """A name that stays the same when lines are added elsewhere in the file."""
         place = self.path if self.occurrence == 1 else f"{self.path} ({self.occurrence})"
         return f"{place}: {self.text(self.old)}  ->  {self.text(self.new)}"
 
@@ -98,7 +99,7 @@ def candidates_of_source(path, lines):
 
 
 def candidates_of_table(path, lines):
-    """One entry a line of the generated tables, each table a stratum of its own."""
+    """One entry per line of the generated tables; each table is a stratum of its own."""
     table = ""
     for number, line in enumerate(lines):
         opening = re.match(r"static const \w+ (\w+)\[", line)
@@ -111,7 +112,7 @@ def candidates_of_table(path, lines):
 
 
 def candidates(root, folders, wanted):
-    """All possible mutations by stratum: a source file that is wanted, or a table of prime_data.h."""
+    """All possible mutations by stratum. A stratum is a selected source file, or a table of prime_data.h."""
     strata = {}
     for directory, _, names in sorted(entry for folder in folders for entry in os.walk(os.path.join(root, folder))):
         for name in sorted(names):
@@ -128,8 +129,8 @@ def candidates(root, folders, wanted):
 
 
 def plan(strata, count, seed):
-    """(quota, its mutations in random order) by stratum. Every file gets some, the bigger ones more: the quota grows
-    with the square root of the number of candidates, and is at least 2."""
+    """(quota, its mutations in random order) by stratum. Every file gets at least 2, and larger files get more: the quota
+    grows with the square root of the number of candidates."""
     weight = {stratum: 0 if " " in stratum else math.sqrt(len(found)) for stratum, found in strata.items()}
     total = sum(weight.values()) or 1
     chosen = {}

@@ -1,10 +1,10 @@
-"""Builds the test programs once, and then tells of one mutation after the other whether the tests notice.
+"""Builds the test programs once, and then finds out for one mutation after another whether the tests notice it.
 
-Each worker has a copy of the sources, and compiles only the objects that read the changed file, into a folder of its
-own, so that nothing has to be rebuilt when the change is taken back. The sources of a test program are linked and run
-one at a time, first the quick tests of all, and the first failure ends it. An object that comes out the same, byte for
-byte, is not linked at all: if all do, the compiler has proven that the mutation changes nothing. The library and the
-bench host, which tests find where they were built, are replaced for as long as the tests of one mutation run.
+Each worker has a copy of the sources, and compiles only the objects that read the changed file, into a folder of its own, so
+that nothing has to be rebuilt when the change is undone. The sources of a test program are linked and run one at a time,
+beginning with the quick tests of all, and end with the first failure. An object that is the same, byte for byte, is not
+linked: if all are, the compiler has proven that the mutation changes nothing. The library and the bench host, which tests
+find where they were built, are replaced while the tests of one mutation run.
 """
 import json
 import os
@@ -17,7 +17,7 @@ import threading
 import time
 from collections import Counter
 
-# The programs that test a file, the quickest to find something first.
+# The programs that test a file, in the order of how quickly they find errors.
 PROGRAMS = [
     (r"Tools/kesh\.", ["contract_test", "sieve_test"]),
     (r"Prime/prime_data\.h", ["tables_test", "primality64_test"]),
@@ -37,7 +37,7 @@ PROGRAMS = [
     (r"Adapters/primesieve/", ["sieve_test"]),
     (r"Adapters/primecount/expression\.", ["counting_expression_test"]),
     (r"Adapters/primecount/", ["counting_adapter_test", "counting_test", "kesh-host"]),
-    # Of the bench host what judges: the protocol checker, arguments, JSON.
+    # The parts of the bench host that judge: the protocol checker, arguments, JSON.
     (r"BenchHost/(.*/)?(tasks|breaches|tensors|lent_strings|faults|expression|arguments|split_line|digits)\.",
      ["host_unit_test", "host_process_test"]),
     (r"BenchHost/(.*/)?(host_tables|call|print)\.", ["host_unit_test", "host_process_test", "host_library_test"]),
@@ -50,13 +50,13 @@ UNITS = {  # which sources of these are worth a run
 QUICK_MS = 300
 CAMPAIGN = "kesh-host"  # no GoogleTest program: what it does with every fault is compared with a page
 LIBRARY, HOST = "libVelmoraKesh.so", "kesh-host"
-# Whose objects are in what: a program that links an archive gets the changed ones before it.
+# The archive that has an object: a program that links the archive gets the changed objects before it.
 PARTS = {"kesh_objects.dir": (LIBRARY, "libkesh_static.a"), "kesh_primecount_adapter.dir": (LIBRARY, None),
          "kesh_bench_host.dir": (HOST, "libkesh_bench_host.a"), "kesh-host.dir": (HOST, None)}
 
 
 def part_of(name):
-    """(what is replaced, archive) of an object; None for one of a test program."""
+    """(the target that is replaced, archive) of an object; None for an object of a test program."""
     return next((part for folder, part in PARTS.items() if "/" + folder in name), None)
 
 
@@ -82,7 +82,7 @@ class Program:
 
 
 class Build:
-    """What all workers share: the build of the unchanged sources."""
+    """The build of the unchanged sources, which all workers share."""
 
     def __init__(self, root, folder, jobs, paths):
         self.folder = folder
@@ -115,7 +115,7 @@ class Build:
             os.replace(path + ".good", path)
 
     def _read_dependencies(self):
-        """Which objects read a file of the tree."""
+        """The objects that read a file of the tree."""
         self.readers = {}
         text = subprocess.run(["ninja", "-C", self.build, "-t", "deps"], check=True, text=True,
                               stdout=subprocess.PIPE).stdout
@@ -128,7 +128,7 @@ class Build:
                 current = line.split(":")[0]
 
     def _measure(self):
-        """Runs every unit once, unchanged: which of its tests are slow, and how long they take."""
+        """Runs every unchanged unit once, to find out which of its tests are slow and how long they take."""
         cache = os.path.join(self.build, "durations.json")
         known = {}
         if os.path.exists(cache):
@@ -277,7 +277,7 @@ class Worker:
         return f"killed by {source}" + (" (hangs)" if code is None else "")
 
     def _compile(self, name):
-        """Path of the freshly compiled object; None when it came out unchanged."""
+        """Path of the newly compiled object; None if it is unchanged."""
         shared = self.shared
         output = os.path.join(self.scratch, name.replace("/", "_").replace("CMakeFiles_", ""))
         command = shared.commands[name].replace(f" -o {name} ", f" -o {output} ", 1)
@@ -291,7 +291,7 @@ class Worker:
             return output if fresh.read() != before.read() else None
 
     def _link(self, program, unit, changed, name="program"):
-        """An executable of one unit, with the changed objects in the place of those they were compiled from."""
+        """An executable of one unit, with the changed objects in place of the original ones."""
         if program.name == CAMPAIGN:  # opens the library that lies where it expects it
             return os.path.join(self.shared.build, program.output)
         own = [changed.get(o, o) for o in program.helpers]
@@ -339,7 +339,7 @@ class Worker:
 
         with subprocess.Popen(command, cwd=self.shared.tree, stdout=subprocess.DEVNULL,
                               stderr=subprocess.DEVNULL, start_new_session=True, preexec_fn=limits) as process:
-            # Counted in naps and not by the clock, since a machine may stop for a while.
+            # Time is counted in sleeps and not by the clock, because a machine may pause for a while.
             for _ in range(int(10 * (40 + 5 * seconds))):
                 try:
                     code = process.wait(timeout=0.1)
@@ -354,4 +354,4 @@ class Worker:
 
 
 class BuildFailure(Exception):
-    """What could not be done: compile, or link."""
+    """The step that failed: compile or link."""

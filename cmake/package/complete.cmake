@@ -1,6 +1,6 @@
-# Run by cpack on the staged files. Adds what Debian wants in every package: the licence, the two changelogs and the
-# reasons for what lintian is told to let pass; and compresses what Debian wants compressed, without a time stamp, so
-# that the same file makes the same bytes.
+# cpack runs this on the staged files. It adds what Debian requires in every package: the licence, the two changelogs
+# and lintian's overrides with their reasons. It compresses what Debian requires to be compressed, without a time stamp,
+# so that the result is always the same.
 set(input ${CPACK_KESH_SOURCE}/cmake/package)
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     string(TOUPPER ${component} upper)

@@ -1,5 +1,5 @@
-# Progress and stop of counts rest on internals of primecount. Beside the oldest version, which dpkg-shlibdeps finds, the
-# package names the newest one: the next after the last of its generation that the tests have passed with.
+# Progress and stop of counts depend on internals of primecount. dpkg-shlibdeps finds the oldest version; here an upper
+# bound is added: the version after the newest of its generation with which the tests have passed.
 set(newest_tested 7.16 8.8)
 
 get_filename_component(library ${CPACK_KESH_PRIMECOUNT} REALPATH)
