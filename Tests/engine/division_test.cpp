@@ -39,7 +39,7 @@ TYPED_TEST_SUITE(Division, all_words, width_names);
 
 TYPED_TEST(Division, RandomOperands) {
     division_record<TypeParam> record;
-    run_random<TypeParam>(usual_sets, std::ref(record));
+    run_random<TypeParam>(usual_sets_of<TypeParam>(), std::ref(record));
     record.report();
 }
 TYPED_TEST(Division, HardCases) {

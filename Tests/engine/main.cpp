@@ -1,6 +1,6 @@
 /**
  * @file   main.cpp
- * @brief  The test program's flags --sets=N and --seed=N, and the number of results compared.
+ * @brief  The test program's flags --sets=N, --seed=N and --stride=N, and the number of results compared.
  */
 
 #include <iostream>
@@ -25,6 +25,7 @@ int main(int argc, char** argv) {
     using namespace kesh::testing;
     ::testing::InitGoogleTest(&argc, argv);
     usual_sets = number_after("--sets=", argc, argv, usual_sets);
+    stride = number_after("--stride=", argc, argv, stride);
     seed = number_after("--seed=", argc, argv, seed);
     const int result = RUN_ALL_TESTS();
     std::cout << agreements << " results compared\n";

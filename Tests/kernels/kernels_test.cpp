@@ -312,7 +312,9 @@ void KernelsOf<n>::check_lucas_condition() {
             if (m < 5) continue;
         }
         const Modulus<n> modulus(from_mpz<n>(m).data());
-        for (mint q : {-1L, 2L, -3L, 5L, 4611686018427387847L, -4611686018427387847L}) {
+        // The definition takes long: two of six parameters for a modulus, other ones for the next.
+        constexpr mint parameters[3][2] = {{-1, 2}, {-3, 5}, {4611686018427387847, -4611686018427387847}};
+        for (const mint q : parameters[i / 2 % 3]) {
             if (gcd(m, mpz_class(q)) != 1) continue;
             // The ladder finally compares D U(m + 1) with 0, which differs from U(m + 1) = 0 if m has a factor in
             // common with D.
