@@ -31,16 +31,18 @@ make_root() {
 }
 
 # in_root FOLDER COMMAND...: runs the command there with a clean environment. Its mounts and processes end with it.
+# If root_cache names a folder, the root has it as /var/cache/ccache.
 in_root() {
     local root=$1
     shift
     unshare --mount --pid --fork --kill-child bash -c '
-        root=$1
-        shift
+        root=$1 cache=$2
+        shift 2
         mount -t proc proc "$root/proc"
         mount -t devpts -o newinstance,ptmxmode=0666 devpts "$root/dev/pts"
         mount --bind "$root/dev/pts/ptmx" "$root/dev/ptmx"
         mount -t tmpfs tmpfs "$root/dev/shm"
+        [[ -z $cache ]] || { mkdir -p "$cache" "$root/var/cache/ccache" && mount --bind "$cache" "$root/var/cache/ccache"; }
         exec chroot "$root" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 TERM=xterm-256color "$@"
-    ' in_root "$root" "$@"
+    ' in_root "$root" "${root_cache:-}" "$@"
 }
