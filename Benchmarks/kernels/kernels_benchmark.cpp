@@ -3,8 +3,7 @@
  * @brief  Nanoseconds and cycles of each kernel at each level and width, beside GMP.
  *
  * `cycles` counts one call for the products and one bit of the exponent for pow2, the ladder and mpz_powm.
- * `limb_products` is the number of 64 x 64 products that the portable form of a call makes, the yardstick for the
- * cycles.
+ * `limb_products` is the number of 64 x 64 products in the portable form of a call, for comparison with the cycles.
  */
 
 #include <benchmark/benchmark.h>

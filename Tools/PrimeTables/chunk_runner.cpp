@@ -1,6 +1,6 @@
 /**
  * @file   chunk_runner.cpp
- * @brief  The threads that work off the chunks, the files of results, and the progress line.
+ * @brief  The threads that process the chunks, the files of results, and the progress line.
  */
 #include "chunk_runner.h"
 

@@ -1,6 +1,7 @@
 /**
  * @file   chunk_runner.h
- * @brief  Works off a list of prime ranges on several threads: resumable, pausable, with a progress line.
+ * @brief  Processes a list of prime ranges on several threads, with a progress line; a run can be paused, interrupted
+ *         and resumed.
  */
 #pragma once
 
@@ -40,7 +41,7 @@ class PauseGate {
 
 /**
  * Runs `work` for every chunk without a result yet, in order. A result is a file of little-endian 64-bit numbers,
- * sorted, and appears under its name only when it is complete; so a run that was cut off goes on where it stopped.
+ * sorted, and gets its name only when it is complete, so an interrupted run continues where it stopped.
  */
 void runChunks(const std::vector<Chunk>& chunks, const RunnerOptions& options,
                const std::function<std::vector<u64>(const Chunk&, const PauseGate&)>& work);

@@ -57,8 +57,8 @@ void printCounts(const std::vector<u64>& numbers) {
 }
 
 /**
- * More pseudoprimes can only raise the least base with margin: where the one derived from some of them clears all, it
- * stays. least.
+ * More pseudoprimes can only raise the least base with margin: if the base derived from some of them clears all, it is
+ * still the least.
  */
 bool stillClears(u32 base, const std::vector<u64>& pseudoprimes) {
     return std::all_of(pseudoprimes.begin(), pseudoprimes.end(),
@@ -66,7 +66,7 @@ bool stillClears(u32 base, const std::vector<u64>& pseudoprimes) {
 }
 
 /**
- * Bases of `earlier` below the end of those with margin are taken over where they still clear their bucket; 0: not
+ * Keeps the bases of `earlier` that are below the end of those with margin and still clear their bucket; 0 means not
  * derived.
  */
 std::vector<u32> derive(const std::vector<u64>& numbers, const BucketBlock& block, const std::vector<u32>& earlier,

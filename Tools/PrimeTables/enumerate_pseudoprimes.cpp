@@ -70,7 +70,7 @@ std::vector<u64> progressionWork(const Chunk& chunk, const PauseGate& gate, cons
     return found;
 }
 
-/** Ranges of equal length, upwards: the smallest primes have the numbers that decide most. */
+/** Ranges of equal length, ascending: the numbers with the smallest primes decide most buckets. */
 std::vector<Chunk> smoothChunks(const Arguments& arguments) {
     constexpr u64 width = u64{1} << 16;
     std::vector<Chunk> chunks;

@@ -23,9 +23,10 @@ namespace {
  * Montgomery form with R = 2^52, residues kept in (0, 2m] by adding m before the subtraction; a doubling may follow
  * before the next square, as (4m)^2 < 2^52 m for m < 2^48.
  *
- * The ladder starts for nothing: x = 2^j is the form of 2^(j-52), so with E = -ceil(e / 2^59) it holds 2^E, and 59
- * squarings with the bits of -e - E 2^59 lead to 2^(-e), which is 1 exactly when 2^e is. The exponent is first shifted
- * up to 64 bits: a multiple of n - 1, so the condition stays necessary, and the strong test that follows is exact.
+ * The ladder starts without a multiplication: x = 2^j is the form of 2^(j-52), so with E = -ceil(e / 2^59) it holds
+ * 2^E, and 59 squarings with the bits of -e - E 2^59 lead to 2^(-e), which is 1 exactly when 2^e is. The exponent is
+ * first shifted up to 64 bits: a multiple of n - 1, so the condition stays necessary, and the strong test that follows
+ * is exact.
  */
 __attribute__((target("avx512f,avx512dq,avx512cd,avx512ifma"))) u64 fermatMaskIfma(const u64* n, const u64* m) {
     constexpr std::size_t vectors = FermatFilter::batch / 8;

@@ -30,7 +30,7 @@ class FermatFilter {
         m_[fill_] = m;
         if (++fill_ == batch) flush();
     }
-    /** Tests what is still waiting. To be called once after the last push. */
+    /** Tests the candidates that still wait. To be called once after the last push. */
     void flush();
 
     [[nodiscard]] u64 tested() const {
@@ -53,7 +53,7 @@ class FermatFilter {
 
 /** Bit i is set when 2^(n[i]-1) = 1 modulo m[i]. Odd 1 < m[i] < 2^48, 2^2 < n[i]. */
 u64 fermatMask(const u64* n, const u64* m);
-/** The same, one candidate at a time: the form every processor runs, and the reference for the batch. */
+/** The same, one candidate at a time: the form for every processor, and the reference for the batch. */
 u64 fermatMaskPortable(const u64* n, const u64* m);
 
 }  // namespace prime_tables

@@ -12,7 +12,7 @@
 
 namespace prime_tables {
 
-/** A bucket whose published base is not the one that the enumeration leads to; the table carries the published one. */
+/** A bucket whose published base differs from the derived one; the table has the published one. */
 struct TableException {
     u32 bucket;
     u32 derived;
@@ -31,7 +31,7 @@ std::vector<TableException> readExceptions(const std::filesystem::path& path);
  */
 std::vector<u32> applyExceptions(std::vector<u32> derived, const std::vector<TableException>& exceptions);
 
-/** 16,384 words: bit k of the whole stands for 2 k + 3 and is 1 when that is prime. */
+/** 16,384 words: bit k of all of them is 1 when 2 k + 3 is prime. */
 std::vector<u32> oddPrimeBits();
 
 /** The header, from the files bases_32.txt, bases_64_derived.txt and bases_64_exceptions.txt of the folder. */

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-// GCC 12 takes the undefined pass-through operands of its own intrinsics for a mistake of ours.
+// GCC 12 wrongly warns of the undefined pass-through operands of its own intrinsics.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #if !defined(__clang__)

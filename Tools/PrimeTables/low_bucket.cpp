@@ -123,7 +123,7 @@ void LowBucket::fillUp() {
 
 /**
  * Strong tests to the bases 2, 7 and 61 decide below 4,759,123,141 (G. Jaeschke, On strong pseudoprimes to several
- * bases, 1993). What passes base 2 is set aside and takes the other two.
+ * bases, 1993). Numbers that pass base 2 are set aside and tested to the other two.
  */
 void LowBucket::dropPrimes() {
     LowBucket suspects;

@@ -47,7 +47,7 @@ const std::vector<u32>& sievingPrimes() {
 void appendWindow(u64 lo, u64 hi, std::vector<PrimeOrder>& result) {
     std::vector<u32> primes;
     primesieve::generate_primes(std::max<u64>(lo, 3), hi - 1, &primes);
-    const u64 base = lo & ~u64{1};  // slot i stands for the even predecessor base + 2 i
+    const u64 base = lo & ~u64{1};  // slot i is the even predecessor base + 2 i
     constexpr std::uint16_t none = 0xFFFF;
     std::vector<std::uint16_t> slot((hi - base) / 2 + 1, none);
     for (std::size_t i = 0; i < primes.size(); ++i) slot[(primes[i] - 1 - base) / 2] = static_cast<std::uint16_t>(i);

@@ -13,7 +13,7 @@ namespace prime_tables {
 
 namespace {
 
-/** The bound on m is compared as a double; candidates past it by rounding are for the caller to drop. */
+/** The bound on m is compared as a double; the caller drops candidates that exceed it by rounding. */
 constexpr double bound_slack = 1 + 0x1p-48;
 
 /** m runs over one residue modulo this: the order, and odd numbers only. */

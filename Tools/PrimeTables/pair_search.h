@@ -4,8 +4,8 @@
  *
  * The cofactor must satisfy q m = 1 modulo ord_p and p m = 1 modulo ord_q. The first fixes m modulo ord_p through the
  * inverse of q; inverses of a block of q are taken together (one extended Euclid, three products each). The second is
- * tried for every such m up to the bound. Almost no pair survives, so the work is all here, eight pairs a vector with
- * AVX-512.
+ * tried for every such m up to the bound. Almost no pair survives, so nearly all work is here; AVX-512 tries eight
+ * pairs in a vector.
  *
  * Residues are doubles: products stay below 2^53, so that they and the fused remainder are exact.
  */
@@ -34,7 +34,7 @@ constexpr u32 least_paired_prime = 4096;
 void searchPairs(const PrimeOrder& p, const PrimeColumn& column, std::size_t from, std::size_t to, double largest,
                  const std::function<void(u64 q, u64 m)>& hit);
 
-/** The same, one pair at a time: the form every processor runs, and the reference for the vectors. */
+/** The same, one pair at a time: the form for every processor, and the reference for the vectors. */
 void searchPairsPortable(const PrimeOrder& p, const PrimeColumn& column, std::size_t from, std::size_t to,
                          double largest, const std::function<void(u64 q, u64 m)>& hit);
 

@@ -5,7 +5,7 @@
  * A product d of prime factors of n fixes the cofactor modulo L, the least common multiple of the orders of 2 modulo
  * these primes: n / d = d^(-1) modulo L. Starting from the largest prime p, further primes are chosen in falling order
  * until so few cofactors are left that trying them all is cheaper. These cofactors are not restricted in any way, so
- * numbers with one more, larger prime factor are found in passing, though not completely.
+ * numbers with one more, larger prime factor are also found, but not completely.
  */
 #pragma once
 

@@ -18,7 +18,7 @@ bool clears(u32 base, u64 n, u64 third_from) {
 }
 
 u32 leastClearingBase(const std::vector<u64>& pseudoprimes, u64 third_from, BaseRange range, const LowBucket* low) {
-    std::vector<Modulus> open;  // what the third base of the present range leaves to the second
+    std::vector<Modulus> open;  // the numbers that the third base of this range does not clear
     for (u32 base = range.first; base < range.end; ++base) {
         if (base == range.first || thirdIndex(base) != thirdIndex(base - 1)) {
             open.clear();
@@ -32,7 +32,7 @@ u32 leastClearingBase(const std::vector<u64>& pseudoprimes, u64 third_from, Base
         if (liar_for == open.end()) {
             if (low == nullptr || low->firstPassing(base) == 0) return base;
         } else if (liar_for != open.begin()) {
-            // Numbers with many liars gather in front, so that most bases fail at once.
+            // This moves numbers with many liars to the front, so that most bases fail early.
             std::iter_swap(liar_for, open.begin() + (liar_for - open.begin()) / 2);
         }
     }

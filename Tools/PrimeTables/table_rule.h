@@ -2,8 +2,8 @@
  * @file   table_rule.h
  * @brief  The rule that fixes the second base of the 64-bit primality test in every bucket of its hash.
  *
- * What the test needs of a base: it clears the base-2 strong pseudoprimes of its bucket from 2^32 to 2^49 alone, and
- * from there with the help of the third base that it names. The table asks for more while it can: see leastBase().
+ * The test needs a base that clears the base-2 strong pseudoprimes of its bucket from 2^32 to 2^49 alone, and those
+ * from 2^49 up with the third base that it names. The rule of the table asks for more if possible: see leastBase().
  */
 #pragma once
 
@@ -30,9 +30,9 @@ constexpr std::size_t thirdIndex(u32 base) {
 
 /** From here up the test uses the third base. */
 constexpr u64 third_base_from = u64{1} << 49;
-/** The limit that a base with margin keeps. */
+/** A base with margin clears the pseudoprimes below this alone. */
 constexpr u64 third_base_from_with_margin = u64{1} << 50;
-/** Bases with margin are looked for below this. */
+/** Bases with margin are below this. */
 constexpr u32 bases_with_margin = 5 << 13;
 
 /**
@@ -57,9 +57,9 @@ u32 leastClearingBase(const std::vector<u64>& pseudoprimes, u64 third_from, Base
 
 /**
  * The entry of the table: the least base below 5 * 2^13 with margin, that is, one which alone clears every odd
- * composite between 2^16 and 2^32 and every base-2 strong pseudoprime below 2^50 of the bucket. Where there is none,
- * the first base that does what the test needs: those below 5 * 2^13 are tried first, then those with third base 65,
- * 117 and 29, each in ascending order. 0 when there is none either.
+ * composite between 2^16 and 2^32 and every base-2 strong pseudoprime below 2^50 of the bucket. If there is none, the
+ * first base that does what the test needs: those below 5 * 2^13 are tried first, then those with third base 65, 117
+ * and 29, each in ascending order. 0 if there is no such base either.
  */
 u32 leastBase(u32 bucket, const std::vector<u64>& pseudoprimes);
 

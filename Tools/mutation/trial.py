@@ -32,7 +32,7 @@ PROGRAMS = [
     (r"Shared/kernel/(product|columns|adx_rows)\.h", ["engine_test", "kernels_test"]),
     (r"Shared/kernel/(strong_word\.h|trial\.cpp)", ["primality64_test", "kernels_test"]),
     (r"Shared/kernel/ifma\.cpp", ["kernels_model_test"]),
-    (r"Shared/kernel/avx512\.h", []),  # the model stands in for it
+    (r"Shared/kernel/avx512\.h", []),  # the model replaces it
     (r"Shared/kernel/", ["kernels_test", "primality_test"]),
     (r"Adapters/primesieve/", ["sieve_test"]),
     (r"Adapters/primecount/expression\.", ["counting_expression_test"]),
@@ -89,7 +89,7 @@ class Build:
         self.tree = os.path.join(folder, "tree")
         self.build = os.path.join(folder, "build")
         self.replaced_lock = threading.Lock()  # for the tests that open what was built where they know it
-        self.kills = Counter()  # by file and unit: what found most goes first
+        self.kills = Counter()  # by file and unit: the unit with the most kills runs first
         copy_tree(root, self.tree)
         for target in (LIBRARY, HOST):
             self.put_back(target)  # an earlier run may have been cut off
