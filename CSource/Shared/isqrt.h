@@ -197,7 +197,7 @@ inline void math_isqrt_exact(const T& aa, T& ss, T& rr) noexcept {
     }
 }
 
-/// ss = floor(sqrt(aa)), rr = aa - ss^2: the bits of math_isqrt_recursive, also at the top of the range, where both
+/// ss = floor(sqrt(aa)), rr = aa - ss^2: the bits of math_isqrt_recursive, also just below powers of 4, where both
 /// keep an estimate that is not the root. Cost: one half-width root, one division by half the width and one half-width
 /// square for each level. ss and rr may alias aa.
 template <wide_word T>

@@ -128,6 +128,38 @@ def candidates(root, folders, wanted):
     return strata
 
 
+def by_hand(root):
+    """The mutations of by_hand.txt, by a stratum of their own a file: blocks of a path, lines "- old" and "+ new"."""
+    strata, path, old, new = {}, "", [], []
+
+    def add():
+        if not old:
+            return
+        with open(os.path.join(root, path), encoding="utf-8") as file:
+            lines = file.readlines()
+        stripped = [line.strip() for line in lines]
+        places = [i for i in range(len(lines)) if stripped[i:i + len(old)] == old]
+        if len(places) != 1:
+            raise SystemExit(f"Tools/mutation/by_hand.txt: these lines stand {len(places)} times in {path}:\n" + "\n".join(old))
+        found = tuple(lines[places[0]:places[0] + len(old)])
+        stratum = f"{path} by hand"
+        strata.setdefault(stratum, []).append(
+            Mutation(path, places[0], found, tuple(line + "\n" for line in new), 1, stratum))
+
+    with open(os.path.join(root, "Tools", "mutation", "by_hand.txt"), encoding="utf-8") as file:
+        for line in [*file.read().split("\n"), ""]:
+            if not line.strip():
+                add()
+                old, new = [], []
+            elif line.startswith("- "):
+                old.append(line[2:].strip())
+            elif line.startswith("+ "):
+                new.append(line[2:])
+            elif not line.startswith("#"):
+                path = line.strip()
+    return strata
+
+
 def plan(strata, count, seed):
     """(quota, its mutations in random order) by stratum. Every file gets at least 2, and larger files get more: the quota
     grows with the square root of the number of candidates."""
@@ -138,5 +170,7 @@ def plan(strata, count, seed):
         order = list(found)
         random.Random(f"{seed} {stratum}").shuffle(order)
         quota = min(len(order), max(2, round(count * weight[stratum] / total)))
+        if stratum.endswith(" by hand"):
+            quota = len(order)
         chosen[stratum] = (quota, order)
     return chosen
