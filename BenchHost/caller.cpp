@@ -33,10 +33,17 @@ bool stop_asked() {
 
 /** What the progress line says once the end is asked for: some algorithms have long steps in which nothing can be
  * stopped. */
-std::string stop_note() {
+std::string stop_note(bool stoppable = true) {
     if (!stop_asked()) return "";
+    if (!stoppable) return "cannot be stopped; Ctrl-C again leaves";
     const int left = presses_for_stoppable - interrupts_seen();
     return fmt::format("stopping; Ctrl-C {} leaves", left <= 1 ? "once more" : "twice more");
+}
+
+/** How many presses of Ctrl-C leave the host during a call. */
+int presses_to_leave(bool stoppable, const ProgressLook& look) {
+    if (stoppable) return presses_for_stoppable;
+    return look.visible && look.in_place ? presses_for_unstoppable : 1;
 }
 
 }  // namespace
@@ -111,17 +118,12 @@ Outcome Caller::call_plainly(const Export& entry, const std::vector<ArgumentValu
                        worth_splitting(entry, arguments);
     const bool stoppable = answers_abort || split;
     const ProgressLook look = look_for(settings);
-    const InterruptScope scope(
-        stoppable ? presses_for_stoppable : (look.visible && look.in_place ? presses_for_unstoppable : 1),
-        stoppable ? Stoppable::yes : Stoppable::no);
+    const InterruptScope scope(presses_to_leave(stoppable, look), stoppable ? Stoppable::yes : Stoppable::no);
     std::atomic<double> fraction = 0;
 
     ProgressLine::Source source;
     if (split) source.fraction = [&] { return std::optional<double>(fraction.load()); };
-    source.note = [&]() -> std::string {
-        if (stoppable || !stop_asked()) return stop_note();
-        return "cannot be stopped; Ctrl-C again leaves";
-    };
+    source.note = [&] { return stop_note(stoppable); };
     source.tick = [&] {
         if (stop_asked()) host().abort_requested = true;
     };
@@ -244,7 +246,7 @@ bool Caller::install_status_callback() const {
         host().tasks.withdraw(id);
         return false;
     }
-    return host().tasks.wait_removed(id, 5s);
+    return host().tasks.wait_removed(id, 1min);
 }
 
 Outcome Caller::call_under_status(const Export& entry, const std::vector<ArgumentValue>& arguments,
@@ -254,7 +256,9 @@ Outcome Caller::call_under_status(const Export& entry, const std::vector<Argumen
         return call_plainly(entry, arguments, settings);
     }
 
-    const InterruptScope scope(presses_for_stoppable, Stoppable::yes);
+    const bool stoppable = can_be_stopped(entry);
+    const ProgressLook look = look_for(settings);
+    const InterruptScope scope(presses_to_leave(stoppable, look), stoppable ? Stoppable::yes : Stoppable::no);
     const std::size_t reports_before = host().tasks.latest_status().second;
     bool stop_sent = false;
     Outcome outcome;
@@ -265,13 +269,13 @@ Outcome Caller::call_under_status(const Export& entry, const std::vector<Argumen
             if (reports == reports_before) return std::nullopt;
             return percent / 100;
         };
-        source.note = stop_note;
+        source.note = [&] { return stop_note(stoppable); };
         source.tick = [&] {
             if (!stop_asked()) return;
             stop_task();
             stop_sent = true;
         };
-        const ProgressLine line(look_for(settings), call_text(entry, arguments), source);
+        const ProgressLine line(look, call_text(entry, arguments), source);
         outcome = call_export(library_, entry, arguments, settings.table);
     }
     if (stop_sent && !outcome.good()) outcome.status = Status::stopped;

@@ -66,9 +66,9 @@ void EventLog::append_csv(const std::string& path, const std::vector<Event>& eve
     if (!file.stream.flush()) throw OutputError(fmt::format("the events cannot be written to {}", path));
 }
 
-std::size_t EventLog::events_in(const std::string& path) const {
+bool EventLog::holds_header_alone(const std::string& path) const {
     const auto file = files_.find(path);
-    return file == files_.end() ? 0 : file->second.events;
+    return file != files_.end() && file->second.events == 0;
 }
 
 }  // namespace bench_host

@@ -24,8 +24,8 @@ class EventLog {
     void open_csv(const std::string& path);
     /** Appends the events to a file that has been begun. @throws OutputError */
     void append_csv(const std::string& path, const std::vector<Event>& events);
-    /** How many events the file has taken. */
-    std::size_t events_in(const std::string& path) const;
+    /** Whether the file has been begun and has taken no event. */
+    bool holds_header_alone(const std::string& path) const;
 
   private:
     struct CsvFile {

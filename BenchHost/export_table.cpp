@@ -436,6 +436,10 @@ const std::vector<Export>& export_table() {
     return table;
 }
 
+bool can_be_stopped(const Export& entry) {
+    return !entry.stop.starts_with(no_stop);
+}
+
 const Export* find_export(std::string_view name) {
     const auto& table = export_table();
     const auto found =

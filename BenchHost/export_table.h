@@ -66,6 +66,9 @@ struct Export {
 /** All exports, by family, in the order in which they are listed. */
 const std::vector<Export>& export_table();
 
+/** Whether something ends a long call of it before its time, as its help says. */
+bool can_be_stopped(const Export& entry);
+
 /** The export of that name, or null. */
 const Export* find_export(std::string_view name);
 

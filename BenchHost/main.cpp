@@ -53,10 +53,15 @@ int main(int argc, char** argv) {
     // Character set only: numbers keep their point, whatever the country.
     std::setlocale(LC_CTYPE, "");
     int code = exit_ok;
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
     try {
-        code = run(std::vector<std::string>(argv + 1, argv + argc));
+        code = run(arguments);
     } catch (const LibraryError& error) {
-        print_error(fmt::format("kesh-host: {}\n", printable(error.what())));
+        if (asks_for_json(arguments)) {
+            print(json_line({{"export", nullptr}, {"status", "no library"}, {"message", error.what()}}));
+        } else {
+            print_error(fmt::format("kesh-host: {}\n", printable(error.what())));
+        }
         code = exit_no_library;
     } catch (const std::exception& error) {
         print_error(fmt::format("kesh-host: {}\n", printable(error.what())));

@@ -15,6 +15,7 @@
 #include "interrupts.h"
 #include "kesh_prime.h"
 #include "primality.h"
+#include "printable.h"
 #include "session.h"
 #include "stopwatch.h"
 
@@ -137,7 +138,8 @@ int print_primes(const Library& library, const Options& options, const std::vect
         return exit_code_when_stopped();
     }
     if (code == KESH_NO_PRIME) {
-        print_error(fmt::format("there are only {} primes from {} on within 1024 bits\n", printed.load(), words[0]));
+        print_error(fmt::format("there {} only {} from {} on within 1024 bits\n", printed == 1 ? "is" : "are",
+                                counted(static_cast<std::size_t>(printed), "prime", "primes"), words[0]));
         return exit_call_failed;
     }
     return exit_ok;

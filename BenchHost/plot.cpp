@@ -64,7 +64,7 @@ Ends read_range(const std::vector<std::string>& words, umint default_begin) {
 
 /** Runs a count as a task and takes down its events. */
 Plot event_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
-                const ProgressLook& progress) {
+                const ProgressLook& progress, const EventWriter& write_events) {
     const Export* entry = words.size() < 2 ? nullptr : find_export(words[1]);
     if (entry == nullptr || entry->route != Route::as_task) {
         throw BadInput("plot events takes a count that can run as a task, as in plot events PrimeCount_PrimePi 10^14");
@@ -79,6 +79,7 @@ Plot event_plot(const Library& library, const Options& options, const std::vecto
     const std::vector<ArgumentValue> arguments = outcome.arguments;
     if (outcome.task) outcome = caller.wait_for_task(outcome.task->id, settings);
     const std::vector<Event> events = host().tasks.take_events();
+    write_events(events);
     if (outcome.status == Status::stopped) throw PlotStopped{};
 
     const std::string what = call_text(*entry, arguments);
@@ -96,16 +97,17 @@ Plot event_plot(const Library& library, const Options& options, const std::vecto
             end = fmt::format("{} {} after {}", event.name, event_value_text(event.value),
                               format_duration(event.seconds));
     }
-    plot.notes = {fmt::format("{} \"Status\" events, {:.0f} a second; {}", percent.points.size(),
+    plot.notes = {fmt::format("{}, {:.0f} a second; {}",
+                              counted(percent.points.size(), "\"Status\" event", "\"Status\" events"),
                               static_cast<double>(percent.points.size()) / std::max(outcome.seconds, 1e-3), end)};
     plot.curves = {std::move(percent)};
     return plot;
 }
 
 Plot make_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
-               const ProgressLook& progress) {
+               const ProgressLook& progress, const EventWriter& write_events) {
     if (words.empty()) throw BadInput(fmt::format("plot what? There are {}", usage));
-    if (words[0] == "events") return event_plot(library, options, words, progress);
+    if (words[0] == "events") return event_plot(library, options, words, progress, write_events);
     std::atomic<double> fraction = 0;
     const PlotJob job{.library = library,
                       .points = options.points == 0 ? default_points : options.points,
@@ -144,14 +146,14 @@ nlohmann::ordered_json plot_json(const Plot& plot, const std::string& kind) {
 }  // namespace
 
 int draw_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
-              const PrintLook& look, const ProgressLook& progress) {
+              const PrintLook& look, const ProgressLook& progress, const EventWriter& write_events) {
     for (const std::string& file : {options.svg, options.png}) {
         if (!file.empty()) check_picture_file(file);
     }
     Plot plot;
     const Stopwatch watch;
     try {
-        plot = make_plot(library, options, words, progress);
+        plot = make_plot(library, options, words, progress, write_events);
     } catch (const PlotStopped&) {
         const Style style(STDERR_FILENO, options.colour);
         print_error(fmt::format("{} plot {} after {}\n", style.yellow("stopped:"),

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "options.h"
 #include "print.h"
 #include "progress.h"
+#include "tasks.h"
 
 namespace bench_host {
 
@@ -33,8 +35,11 @@ struct Plot {
     std::vector<std::string> notes;  ///< a few numbers in words, below the picture
 };
 
+/** Takes the events of the tasks that a plot ran. */
+using EventWriter = std::function<void(const std::vector<Event>&)>;
+
 /** Carries out "plot KIND ...". Answers an exit code. @throws BadInput */
 int draw_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
-              const PrintLook& look, const ProgressLook& progress);
+              const PrintLook& look, const ProgressLook& progress, const EventWriter& write_events);
 
 }  // namespace bench_host

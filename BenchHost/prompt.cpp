@@ -242,6 +242,7 @@ int run_prompt(Session& session) {
         print(fmt::format("stopping {}\n", counted(running, "task", "tasks")));
         session.stop_all();
     }
+    session.tell_of_no_events(session.defaults());
     return host().breaches.total() > 0 ? exit_breach : exit_ok;
 }
 
@@ -259,7 +260,9 @@ int run_script(Session& session) {
         print_error("standard input cannot be read to its end\n");
         code = std::max<int>(code, exit_call_failed);
     }
-    return std::max({code, session.wait_for_all(session.defaults()), session.exit_code_of_events()});
+    code = std::max(code, session.wait_for_all(session.defaults()));
+    session.tell_of_no_events(session.defaults());
+    return std::max(code, session.exit_code_of_events());
 }
 
 }  // namespace bench_host

@@ -7,7 +7,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
+#include <regex>
 
 #include "digits.h"
 #include "printable.h"
@@ -37,6 +39,8 @@ std::optional<std::string> taken_as(const Outcome& outcome, std::size_t i) {
     // primesieve counts from the first prime on, and primecount sieves no prime out.
     if (outcome.entry->name == "PrimeSieve_NthPrime" && *value == 0) return "1";
     if (outcome.entry->name == "PrimeCount_Coprime" && i == 1 && *value < 0) return "0";
+    const auto low = static_cast<std::int32_t>(*value);
+    if (outcome.entry->name == "PrimeCount_SetThreads" && low != *value) return fmt::format("{}", low);
     return std::nullopt;
 }
 
@@ -50,6 +54,17 @@ bool is_narrowed(const Outcome& outcome) {
     return !elements.empty() && (begins_beyond || *std::min_element(elements.begin(), elements.end()) < 0);
 }
 
+/**
+ * Whether a text has a minus sign before the base of a power. To the library's reader of text the sign binds tighter,
+ * to most people the power does.
+ */
+bool signs_a_power(const Outcome& outcome) {
+    if (outcome.arguments.empty()) return false;
+    const auto* text = std::get_if<std::string>(&outcome.arguments.back().value);
+    static const std::regex signed_base(R"((^|[-+*/%^(&|<>~])\s*-\s*(\w+|\([^()]*\))\s*(\^|\*\*))");
+    return text != nullptr && text->size() < 1000 && std::regex_search(*text, signed_base);
+}
+
 /** The argument as the sentence names it: as typed, or what it was taken for. */
 std::string shown(const Outcome& outcome, const Remarks& remarks, std::size_t i) {
     if (i >= outcome.arguments.size()) return "?";  // left out under --unchecked
@@ -61,6 +76,7 @@ std::optional<std::string> stand_in(const Outcome& outcome, const Remarks& remar
     const mint* result = std::get_if<mint>(&outcome.result);
     if (result == nullptr || outcome.arguments.size() != outcome.entry->parameters.size()) return std::nullopt;
     const auto argument = [&](std::size_t i) { return shown(outcome, remarks, i); };
+    if (name == "PrimeCount_CreateTask" && *result < 1) return "There is no new task: the host's table refused it.";
     if (name == "PrimeSieve_NextKthPrime" || name == "PrimeSieve_PreviousKthPrime") {
         const mint steps = *integer(outcome, 1);
         if (steps < 1) return fmt::format("No prime was drawn for k = {}: the result has no meaning.", argument(1));
@@ -139,6 +155,7 @@ std::string answer_sentence(const Outcome& outcome) {
         text += fmt::format(" The library takes {} as {}{}.", printable(outcome.arguments[i].typed),
                             pattern ? "its 64-bit pattern, " : "", arguments[i]);
     }
+    if (signs_a_power(outcome)) text += " In this text a sign binds tighter than a power: -2^2 is 4.";
     if (remarks.narrowed)
         text +=
             " The list keeps the low 32 bits of each, with sign: elements above 2^31 - 1 are not the primes "

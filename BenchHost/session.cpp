@@ -207,44 +207,10 @@ int Session::execute(const Options& options, bool at_prompt) {
         prepare_faults(options);
         press_after(options.call.abort_after);
         if (!options.events_file.empty()) events_->open_csv(options.events_file);
-        const std::string name = options.words.empty() ? "" : options.words[0];
-        const Export* entry = find_export(name);
-        if (!options.distance.empty() && (entry == nullptr || entry->default_begin.empty()))
-            throw BadInput(fmt::format("--distance belongs to an export that takes a range{}{}",
-                                       name.empty() ? "" : ", not to ", name));
-        if (options.version || (!options.words.empty() && options.words[0] == "version"))
-            return print(options.json ? json_line(version_json()) : version_text()), exit_ok;
-        if (options.list || (!options.words.empty() && options.words[0] == "list"))
-            return print(options.json ? json_line(list_json()) : list_text(look(options))), exit_ok;
-        if (options.help || options.words.empty()) return help(options, options.words, false);
-
-        const std::vector<std::string> rest(options.words.begin() + 1, options.words.end());
-        if (name.starts_with('?'))
-            return help(options, name == "?" ? rest : std::vector<std::string>{name.substr(1)}, at_prompt);
-        if (options.threads) set_threads(*options.threads);
-        if (entry != nullptr) return call(options, *entry, with_distance(options, rest), at_prompt);
-        if (name == "help") return help(options, rest, at_prompt);
-        if (name == "plot") return draw_plot(library_, options, rest, look(options), progress_look(options));
-        if (name == "next-prime" || name == "previous-prime")
-            return print_neighbours(library_, options, rest, look(options), name == "next-prime");
-        if (name == "primes") return print_primes(library_, options, rest, progress_look(options));
-        if (name == "endure") return refuse_json(options, name), endure(library_, options.endurance);
-        if (name == "faults") return refuse_json(options, name), faults(rest, at_prompt);
-        if (at_prompt) {
-            if (name == "tasks") {
-                const std::vector<Task> tasks = host().tasks.list();
-                return print(options.json ? json_line(tasks_json(tasks)) : tasks_text(tasks, look(options))), exit_ok;
-            }
-            if (name == "stop") return Caller(library_, progress_look(options)).stop_task(), exit_ok;
-            if (name == "wait") return wait(options, rest);
-            if (name == "set") return set(options, rest);
-        }
-        for (const CommandWord& word : command_words()) {
-            if (word.name == name)
-                throw BadInput(
-                    fmt::format("'{}' works at the prompt only; kesh-host without arguments opens it", name));
-        }
-        throw BadInput(unknown_name(name));
+        const int code = carry_out(options, at_prompt);
+        // A file for the whole script is looked at in the end.
+        if (!at_prompt || options.events_file != defaults_.events_file) tell_of_no_events(options);
+        return std::max(code, exit_code_of_events());
     } catch (const BadInput& error) {
         return report_bad_input(options.json, options.words, error.what());
     } catch (const std::exception& error) {
@@ -254,9 +220,63 @@ int Session::execute(const Options& options, bool at_prompt) {
     }
 }
 
+int Session::carry_out(const Options& options, bool at_prompt) {
+    const std::string name = options.words.empty() ? "" : options.words[0];
+    const Export* entry = find_export(name);
+    if (!options.distance.empty() && (entry == nullptr || entry->default_begin.empty()))
+        throw BadInput(fmt::format("--distance belongs to an export that takes a range{}{}",
+                                   name.empty() ? "" : ", not to ", name));
+    if (options.version || name == "version")
+        return print(options.json ? json_line(version_json()) : version_text()), exit_ok;
+    if (options.list || name == "list")
+        return print(options.json ? json_line(list_json()) : list_text(look(options))), exit_ok;
+    if (options.help || options.words.empty()) return help(options, options.words, false);
+
+    const std::vector<std::string> rest(options.words.begin() + 1, options.words.end());
+    if (name.starts_with('?'))
+        return help(options, name == "?" ? rest : std::vector<std::string>{name.substr(1)}, at_prompt);
+    if (options.threads) set_threads(*options.threads);
+    if (entry != nullptr) return call(options, *entry, with_distance(options, rest), at_prompt);
+    if (name == "help") return help(options, rest, at_prompt);
+    if (name == "plot")
+        return draw_plot(library_, options, rest, look(options), progress_look(options),
+                         [&](const std::vector<Event>& events) { write_events(options, events); });
+    if (name == "next-prime" || name == "previous-prime")
+        return print_neighbours(library_, options, rest, look(options), name == "next-prime");
+    if (name == "primes") return print_primes(library_, options, rest, progress_look(options));
+    if (name == "endure") return refuse_json(options, name), endure(library_, options.endurance);
+    if (name == "faults") return refuse_json(options, name), faults(rest, at_prompt);
+    if (at_prompt) {
+        if (name == "tasks") {
+            const std::vector<Task> tasks = host().tasks.list();
+            return print(options.json ? json_line(tasks_json(tasks)) : tasks_text(tasks, look(options))), exit_ok;
+        }
+        if (name == "stop") return Caller(library_, progress_look(options)).stop_task(), exit_ok;
+        if (name == "wait") return wait(options, rest);
+        if (name == "set") return set(options, rest);
+    }
+    for (const CommandWord& word : command_words()) {
+        if (word.name == name)
+            throw BadInput(fmt::format("'{}' works at the prompt only; kesh-host without arguments opens it", name));
+    }
+    throw BadInput(unknown_name(name));
+}
+
+void Session::tell_of_no_events(const Options& options) const {
+    if (host().tasks.running() > 0 || !events_->holds_header_alone(options.events_file)) return;
+    print_error(fmt::format("no events: {} ran no task, and {} holds its header alone\n",
+                            options.words.empty() ? "the script" : printable(options.words[0]),
+                            printable(options.events_file)));
+}
+
 void Session::set_threads(int threads) const {
-    if (call_export(library_, "PrimeCount_SetThreads", {threads}).status == Status::missing)
+    const Outcome outcome = call_export(library_, "PrimeCount_SetThreads", {threads});
+    if (outcome.status == Status::missing)
         throw BadInput("this library has no PrimeCount_SetThreads, so --threads cannot be had");
+    const mint* const accepted = std::get_if<mint>(&outcome.result);
+    if (accepted != nullptr && *accepted != threads)
+        print_error(fmt::format("--threads {}: counts use {}, as many as primecount takes here\n", threads,
+                                counted(static_cast<std::size_t>(*accepted), "thread", "threads")));
 }
 
 int Session::help(const Options& options, const std::vector<std::string>& words, bool at_prompt) {
@@ -300,15 +320,6 @@ int Session::show(const Options& options, const Outcome& outcome) {
 
 int Session::call(const Options& options, const Export& entry, const std::vector<std::string>& words, bool at_prompt) {
     if (entry.name == "KESH_PrimeQ") return test_primality(options, words);
-    const int code = make_call(options, entry, words, at_prompt);
-    if (!options.events_file.empty() && !at_prompt && events_->events_in(options.events_file) == 0)
-        print_error(fmt::format("no events: {} ran no task, and {} holds its header alone\n", entry.name,
-                                printable(options.events_file)));
-    return std::max(code, exit_code_of_events());
-}
-
-int Session::make_call(const Options& options, const Export& entry, const std::vector<std::string>& words,
-                       bool at_prompt) {
     if (options.next || options.previous || !options.file.empty())
         throw BadInput(fmt::format("--next, --previous and --file belong to KESH_PrimeQ, not to {}", entry.name));
     if (!options.svg.empty() || !options.png.empty())
@@ -330,6 +341,7 @@ int Session::make_call(const Options& options, const Export& entry, const std::v
     // Submitted, or stopped waiting for: the task goes on by itself, if it has not ended already.
     if (outcome.task && (outcome.status == Status::submitted || outcome.task->running()))
         in_background_.insert(outcome.task->id);
+    if (outcome.status == Status::submitted && outcome.task) background_files_[outcome.task->id] = options.events_file;
     auto events = host().tasks.take_events();
     write_events(options, events);
     // What a call in the foreground raised has been shown as its progress and result.
@@ -346,9 +358,16 @@ void Session::print_events(const Options& options) {
 }
 
 void Session::write_events(const Options& options, const std::vector<Event>& events) {
-    if (options.events_file.empty() || events_lost_) return;
+    if (events_lost_) return;
+    // The file of a task in the background is that of the line that submitted it.
+    std::map<std::string, std::vector<Event>> by_file;
+    for (const Event& event : events) {
+        const auto submitted_with = background_files_.find(event.task);
+        by_file[submitted_with == background_files_.end() ? options.events_file : submitted_with->second].push_back(
+            event);
+    }
     try {
-        events_->append_csv(options.events_file, events);
+        for (const auto& [file, of_file] : by_file) events_->append_csv(file, of_file);
     } catch (const OutputError& error) {
         events_lost_ = true;
         print_error(printable(error.what()) + "\n");

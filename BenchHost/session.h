@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <set>
@@ -41,6 +42,8 @@ class Session {
 
     /** Prints the events that wait. */
     void print_events(const Options& options);
+    /** Says so when a file was asked for and no task ran. */
+    void tell_of_no_events(const Options& options) const;
     /** exit_ok, or, when events were lost on their way to a file, what that comes to. */
     int exit_code_of_events() const;
 
@@ -49,6 +52,7 @@ class Session {
     }
 
   private:
+    int carry_out(const Options& options, bool at_prompt);
     int call(const Options& options, const Export& entry, const std::vector<std::string>& words, bool at_prompt);
     int test_primality(const Options& options, const std::vector<std::string>& words);
     int wait(const Options& options, const std::vector<std::string>& words);
@@ -56,7 +60,6 @@ class Session {
     int help(const Options& options, const std::vector<std::string>& words, bool at_prompt);
     int faults(const std::vector<std::string>& words, bool at_prompt);
     int show(const Options& options, const Outcome& outcome);
-    int make_call(const Options& options, const Export& entry, const std::vector<std::string>& words, bool at_prompt);
     void write_events(const Options& options, const std::vector<Event>& events);
     void show_events(const Options& options, const std::vector<Event>& events);
     std::string unknown_name(const std::string& name) const;
@@ -71,6 +74,7 @@ class Session {
     Options defaults_;
     Library library_;
     std::unique_ptr<EventLog> events_;
+    std::map<mint, std::string> background_files_;  ///< --events of the line that submitted a task
     std::set<mint> in_background_;  ///< tasks that nobody waits for: their events are printed as they come
     bool events_lost_ = false;      ///< a file took no more
 };

@@ -5,8 +5,8 @@
     check_console_blocks.py --shell PROGRAM PAGE...
 
 A block that opens with ```console holds commands, each on a line that begins with "$ ", followed by what it prints.
-Times differ from run to run: "(2.06 s)" equals any time, and lines of progress, which a call prints every two seconds,
-are left out on both sides. A line "..." stands for any number of lines.
+Times differ from run to run: "(2.06 s)" equals any time, and lines of progress, which a call prints every two seconds and
+a task in the background every second, are left out on both sides. A line "..." stands for any number of lines.
 
 Without a shell only calls of kesh-host are run, also at the end of a pipe. With one every command is, as PROGRAM COMMAND,
 in the order of the pages; commands other than kesh-host must succeed besides.
@@ -18,7 +18,8 @@ import sys
 
 TIME = re.compile(r"\b(\d+ h |\d+ min )?\d+(\.\d+)? (µs|us|ms|s|min|h)\b")
 COUNT = re.compile(r"\b\d+ (progress report|piece)s?\b")
-PROGRESS = re.compile(r".* [#\-█░]* +\d+\.\d %  TIME(, .*)?|[|/\\⠋⠙⠸⠴⠦⠧⠇⠏-] .*  TIME(, .*)?")
+PROGRESS = re.compile(r".* [#\-█░]* +\d+\.\d %  TIME(, .*)?|[|/\\⠋⠙⠸⠴⠦⠧⠇⠏-] .*  TIME(, .*)?|"
+                      r"\[ *TIME\] task \d+ Status \d+\.\d\d %")
 
 
 def normalised(line):

@@ -49,6 +49,8 @@ TEST(HostCall, RangesInTheFormsThatPeopleBring) {
 TEST(HostCall, ThreadsAreSetBeforeTheCall) {
     EXPECT_EQ(run_host({"PrimeCount_GetThreads", "--threads", "1", "-q"}).output, "1\n");
     EXPECT_EQ(run_host({"--threads", "1", "plot", "pi", "100"}).code, 0);
+    EXPECT_THAT(run_host({"--threads", "1000000", "PrimeCount_PrimePi", "100"}).errors,
+                AllOf(StartsWith("--threads 1000000: counts use "), HasSubstr("as many as primecount takes here")));
 }
 
 TEST(HostCall, SumsAreWholeOrSayThatTheyAreNot) {

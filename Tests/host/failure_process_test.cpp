@@ -67,7 +67,7 @@ TEST(HostFailure, JsonModeIsJsonForEveryCommand) {
     for (const Arguments& words :
          {Arguments{"version"}, Arguments{"--version"}, Arguments{"list"}, Arguments{"help"}, Arguments{"--help"},
           Arguments{"help", "PrimeSieve_NthPrime"}, Arguments{"help", "plot"}, Arguments{"faults"}, Arguments{"endure"},
-          Arguments{"--no-such-option"}, Arguments{"nonsense"}}) {
+          Arguments{"--no-such-option"}, Arguments{"nonsense"}, Arguments{"--library", "/nonexistent/\xff"}}) {
         Arguments arguments = words;
         arguments.push_back("--json");
         const Finished run = run_host(arguments);
@@ -151,17 +151,33 @@ TEST(HostFailure, AFolderIsNoFileOfNumbers) {
 TEST(HostFailure, EventsWithoutATerminal) {
     const std::string path = testing::TempDir() + "kesh_events_plain.csv";
     EXPECT_EQ(run_host({"PrimeCount_PrimePi", "10^9", "--events", path}).code, 0);
-    std::stringstream text;
-    text << std::ifstream(path).rdbuf();
-    EXPECT_THAT(text.str(), HasSubstr(",1,Result,50847534\n"));
-    const Finished none = run_host({"PrimeSieve_NthPrime", "4", "--events", path});
-    EXPECT_EQ(none.code, 0);
-    EXPECT_THAT(none.errors, HasSubstr("no events: PrimeSieve_NthPrime ran no task"));
+    const auto text = [&path] {
+        std::stringstream stream;
+        stream << std::ifstream(path).rdbuf();
+        return stream.str();
+    };
+    EXPECT_THAT(text(), HasSubstr(",1,Result,50847534\n"));
+    for (const Arguments& call : {Arguments{"PrimeSieve_NthPrime", "4"}, Arguments{"KESH_PrimeQ", "7"},
+                                  Arguments{"next-prime", "7"}, Arguments{"plot", "pi", "100"}, Arguments{"list"}}) {
+        Arguments arguments = call;
+        arguments.insert(arguments.end(), {"--events", path});
+        const Finished none = run_host(arguments);
+        EXPECT_EQ(none.code, 0);
+        EXPECT_THAT(none.errors, HasSubstr("no events: " + call[0] + " ran no task"));
+    }
+    EXPECT_THAT(run_host({"--events", path}, {.input = "PrimeSieve_NthPrime 4\n"}).errors,
+                HasSubstr("no events: the script ran no task"));
+    EXPECT_THAT(run_host({"plot", "events", "PrimeCount_PrimePi", "10^9", "--events", path}).errors, IsEmpty());
+    EXPECT_THAT(text(), HasSubstr(",1,Result,50847534\n"));
+    EXPECT_THAT(run_host({}, {.input = "PrimeCount_PrimePi 10^8 --async --events " + path + "\nwait\n"}).errors,
+                IsEmpty());
+    EXPECT_THAT(text(), HasSubstr(",1,Result,5761455\n"));
     EXPECT_EQ(run_host({"PrimeCount_PrimePi", "10^9", "--events", "/nonexistent/x.csv"}).code, 2);
     const Finished script = run_host({"--events", "/nonexistent/x.csv"},
                                      {.input = "PrimeSieve_NthPrime 4\nPrimeCount_PrimePi 5 --async\n"});
     EXPECT_EQ(script.code, 2);
     EXPECT_THAT(script.output, IsEmpty());
+    EXPECT_THAT(script.errors, Not(HasSubstr("no events")));
     std::remove(path.c_str());
 }
 
@@ -187,9 +203,15 @@ TEST(HostFailure, AbortAfterWorksAwayFromATerminal) {
         EXPECT_EQ(run.code, 1) << call[0] << call[1];
         EXPECT_THAT(run.errors, HasSubstr("stopped: " + call[0])) << call[1];
     }
-    const Finished left = run_host({"--abort-after", "0.2", "PrimeSieve_CountPrimes", "0", "10^15", "--bare"});
-    EXPECT_EQ(left.code, 1);
-    EXPECT_THAT(left.errors, HasSubstr("left in the middle of the call")) << "it cannot be stopped";
+    for (const Arguments& call :
+         {Arguments{"PrimeSieve_CountPrimes", "0", "10^15", "--bare"}, Arguments{"PrimeCount_Legendre", "10^18"},
+          Arguments{"PrimeCount_Coprime", "10^18", "10^8"}, Arguments{"PrimeSieve_ListPrimes", "0", "10^10"}}) {
+        Arguments arguments = {"--abort-after", "0.2"};
+        arguments.insert(arguments.end(), call.begin(), call.end());
+        const Finished left = run_host(arguments);
+        EXPECT_EQ(left.code, 1) << call[0];
+        EXPECT_THAT(left.errors, HasSubstr("left in the middle of the call")) << call[0] << " cannot be stopped";
+    }
     EXPECT_EQ(run_host({"--abort-after", "0", "PrimeCount_PrimePi", "10^18"}).code, 1);
     for (const char* seconds : {"nan", "-1", "x"})
         EXPECT_EQ(run_host({"--abort-after", seconds, "PrimeCount_PrimePi", "5"}).code, 2) << seconds;

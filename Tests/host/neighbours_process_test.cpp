@@ -54,7 +54,9 @@ TEST(HostNeighbours, PrimesEndAt1024Bits) {
     const Finished run = run_host({"primes", "2^1024-105", "3"});
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(std::count(run.output.begin(), run.output.end(), '\n'), 1);
-    EXPECT_EQ(run.errors, "there are only 1 primes from 2^1024-105 on within 1024 bits\n");
+    EXPECT_EQ(run.errors, "there is only 1 prime from 2^1024-105 on within 1024 bits\n");
+    EXPECT_EQ(run_host({"primes", "2^1024-1", "3"}).errors,
+              "there are only 0 primes from 2^1024-1 on within 1024 bits\n");
 }
 
 TEST(HostNeighbours, BadInput) {

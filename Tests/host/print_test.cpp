@@ -90,12 +90,25 @@ TEST(Print, BoundsThatTheLibraryTakesForOthersAreNamed) {
     EXPECT_EQ(sentence("PrimeCount_Coprime", {"100", "-5"}, 100),
               "100 numbers up to 100 are divisible by none of the first 0 primes. The library takes -5 as 0.");
     EXPECT_EQ(sentence("PrimeCount_PrimePi", {"-5"}, 0), "There are 0 primes up to -5.") << "no pattern";
+    EXPECT_EQ(sentence("PrimeCount_SetThreads", {"2^32+1"}, 1),
+              "Counts now use 1 thread. The library takes 2^32+1 as 1.");
+    EXPECT_EQ(sentence("PrimeCount_SetThreads", {"-1"}, 1), "Counts now use 1 thread.");
     Outcome outcome = outcome_of("PrimeSieve_CountPrimes", {"-10", "10"});
     outcome.result = mint{0};
     const auto json = to_json(outcome);
     EXPECT_EQ(json["bounds_reinterpreted"], nlohmann::ordered_json({"a"}));
     EXPECT_EQ(json["arguments"][0]["taken_as"], "18446744073709551606");
     EXPECT_FALSE(json["arguments"][1].contains("taken_as"));
+}
+
+TEST(Print, ASignBeforeAPowerIsExplained) {
+    const auto said = [](const std::string& text) {
+        Outcome outcome = outcome_of("PrimeCount_ExprPrimePi", {text});
+        outcome.result = std::string("2");
+        return sentence(outcome).find("-2^2 is 4") != std::string::npos;
+    };
+    for (const char* text : {"-2^2", "- 2 ** 2", "5+-2^2", "-(1+1)^2", "3*-2^2"}) EXPECT_TRUE(said(text)) << text;
+    for (const char* text : {"4", "-4", "2^2", "10-2^2", "(-2)^2", "2^-2", "5-3"}) EXPECT_FALSE(said(text)) << text;
 }
 
 TEST(Print, AResultThatStandsForNoneSaysSo) {
@@ -107,6 +120,8 @@ TEST(Print, AResultThatStandsForNoneSaysSo) {
               "There is no prime before 2: the 0 stands for that.");
     EXPECT_EQ(sentence("PrimeSieve_NextKthPrime", {"10", "-1"}, 0),
               "No prime was drawn for k = -1: the result has no meaning.");
+    EXPECT_EQ(sentence("PrimeCount_CreateTask", {}, -1), "There is no new task: the host's table refused it.");
+    EXPECT_EQ(sentence("PrimeCount_CreateTask", {}, 1), "Task 1 is ready for a count.");
     EXPECT_EQ(sentence("PrimeSieve_PrimeSumInterval", {"5", "2^64-1"}, 0),
               "No prime was added: the library adds the primes below b + 1, and that wraps to 0.");
     Outcome outcome = outcome_of("PrimeSieve_PreviousPrime", {"2"});

@@ -100,16 +100,17 @@ class Build:
     def __init__(self, root, folder, jobs, paths):
         self.folder = folder
         self.tree = os.path.join(folder, "tree")
-        self.build = os.path.join(folder, "build")
+        self.build = os.path.join(self.tree, "build", "release")  # as a checkout has it: ccache knows most objects
         self.replaced_lock = threading.Lock()  # for the tests that open what was built where they know it
         self.kills = Counter()  # by file and unit: the unit with the most kills runs first
         self.unsteady = set()   # units that failed once and passed when they ran again
         copy_tree(root, self.tree)
         for target in (LIBRARY, HOST):
             self.put_back(target)  # an earlier run may have been cut off
+        launcher = "ccache" if shutil.which("ccache") else ""
         subprocess.run(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DKESH_HOST=ON", "-DKESH_TESTS=ON",
-                        "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON",
-                        "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1 -DNDEBUG"], check=True, stdout=subprocess.DEVNULL)
+                        "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_COMPILER_LAUNCHER=" + launcher], check=True,
+                       stdout=subprocess.DEVNULL)
         names = sorted({name for path in paths for name in programs_for(path)})
         subprocess.run(["ninja", "-C", self.build, "-j", str(jobs), "VelmoraKesh", HOST, *names], check=True,
                        stdout=subprocess.DEVNULL)
@@ -181,7 +182,9 @@ def copy_tree(root, tree):
         with open(target, "wb") as file:
             file.write(content)
         shutil.copymode(source, target)
-    for directory, _, names in os.walk(tree):
+    for directory, folders, names in os.walk(tree):
+        if directory == tree and "build" in folders:
+            folders.remove("build")
         for name in names:
             if os.path.relpath(os.path.join(directory, name), tree) not in wanted:
                 os.remove(os.path.join(directory, name))
