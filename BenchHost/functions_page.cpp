@@ -25,7 +25,7 @@ int NAME(VelmoraLibraryData libData, mint Argc, MArgument *Args, MArgument Res);
 ```
 
 reads the answer from the result slot, and gets an error code back: 0 when all is well, 6 (`LIBRARY_FUNCTION_ERROR`) when the
-number of arguments is wrong, and where "Errors" says so ([why did I get 6?](host-interface.md#why-did-i-get-6)). A result slot is
+number of arguments is wrong, and where "Errors" says so ([why did I get 6?](host-interface.md#causes-of-code-6)). A result slot is
 written only with code 0. Kinds: an *integer* is a signed 64-bit machine integer;
 where a function works on unsigned numbers, it takes the same 64 bits, so that values of 2^63 and above appear as negative
 integers. A *task id* is an integer that `PrimeCount_CreateTask` gave out. `KESH_PrimeQ` and the two lifecycle functions have

@@ -137,7 +137,7 @@ def by_hand(root):
             return
         with open(os.path.join(root, path), encoding="utf-8") as file:
             lines = file.readlines()
-        stripped = [line.strip() for line in lines]
+        stripped = [without_comment(line).strip() for line in lines]
         places = [i for i in range(len(lines)) if stripped[i:i + len(old)] == old]
         if len(places) != 1:
             raise SystemExit(f"Tools/mutation/by_hand.txt: these lines stand {len(places)} times in {path}:\n" + "\n".join(old))
@@ -152,7 +152,7 @@ def by_hand(root):
                 add()
                 old, new = [], []
             elif line.startswith("- "):
-                old.append(line[2:].strip())
+                old.append(without_comment(line[2:]).strip())
             elif line.startswith("+ "):
                 new.append(line[2:])
             elif not line.startswith("#"):
