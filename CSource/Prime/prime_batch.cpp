@@ -17,6 +17,7 @@
 
 #include "Prime/prime_testing.h"
 #include "Prime/prime_word.h"
+#include "Prime/wide_batch.h"
 #include "Shared/kernel/word_lanes.h"
 
 namespace kesh {
@@ -31,23 +32,15 @@ struct placed_word {
 };
 
 /**
- * Keeps those of the first count words that pass, and returns their number. lanes(group, row) sets the bit of each
- * number of a group that passes. alone(n) tests one number; it is used when a group has at most a third of its lanes in
- * use.
+ * Keeps of the first count words those that pass; returns how many. passing(group, used) sets the bit of each of the
+ * next `used` words, at most width, that passes.
  */
-template <class Lanes, class Alone>
-std::size_t keep_passing(placed_word* words, std::size_t count, Lanes lanes, Alone alone) {
+template <std::size_t width, class Passing>
+std::size_t keep_passing(placed_word* words, std::size_t count, Passing passing) {
     std::size_t kept = 0;
-    for (std::size_t first = 0; first < count; first += WordLanes::W) {
-        const std::size_t used = std::min(WordLanes::W, count - first);
-        unsigned passed = 0;
-        if (used <= WordLanes::W / 3) {
-            for (std::size_t c = 0; c < used; ++c) passed |= unsigned{alone(words[first + c].n)} << c;
-        } else {
-            WordLanes::Row row;
-            for (std::size_t c = 0; c < row.size(); ++c) row[c] = words[std::min(first + c, count - 1)].n;
-            passed = lanes(WordLanes(row), row);
-        }
+    for (std::size_t first = 0; first < count; first += width) {
+        const std::size_t used = std::min(width, count - first);
+        const unsigned passed = passing(words + first, used);
         for (std::size_t c = 0; c < used; ++c) {
             words[kept] = words[first + c];
             kept += passed >> c & 1;
@@ -56,27 +49,53 @@ std::size_t keep_passing(placed_word* words, std::size_t count, Lanes lanes, Alo
     return kept;
 }
 
-/** The rounds for numbers of 2^32 or more; words is overwritten. */
-void test_words(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
-    std::size_t kept = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        words[kept] = words[i];
-        kept += word_has_small_factor(words[i].n) ? 0 : 1;
-    }
-    kept = keep_passing(
-        words, kept, [](const WordLanes& lanes, const auto&) { return lanes.strong_base_2(); },
-        [](umint n) { return PrimeQ(n); });
-    kept = keep_passing(
-        words, kept,
-        [](const WordLanes& lanes, WordLanes::Row row) {
-            for (umint& n : row) n = hashed_bases(n).second;
-            return lanes.strong_to(row);
-        },
-        [](umint n) {
-            const hashed_bases bases(n);
-            return kernel::strong_tests<2>(n, {bases.second, bases.third});
-        });
-    // Numbers below the bound are decided now.
+/** The same with a test of one word at a time. */
+template <class Passes>
+unsigned one_by_one(const placed_word* group, std::size_t used, Passes passes) {
+    unsigned passed = 0;
+    for (std::size_t c = 0; c < used; ++c) passed |= unsigned{passes(group[c].n)} << c;
+    return passed;
+}
+
+/** f(n) for the words of a group, and that of the last one in the places that are left. */
+template <class Row, class F>
+Row row_of(const placed_word* group, std::size_t used, F f) {
+    Row row;
+    for (std::size_t c = 0; c < row.size(); ++c) row[c] = f(group[std::min(c, used - 1)].n);
+    return row;
+}
+
+umint itself(umint n) {
+    return n;
+}
+umint second_base(umint n) {
+    return hashed_bases(n).second;
+}
+umint third_base(umint n) {
+    return hashed_bases(n).third;
+}
+
+bool passes_hashed_bases(umint n) {
+    const hashed_bases bases(n);
+    return kernel::strong_tests<2>(n, {bases.second, bases.third});
+}
+
+/** The rounds for numbers of 2^32 or more in general registers; words is overwritten. */
+void test_words_in_registers(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
+    using Row = WordLanes::Row;
+    // The lanes take longer than up to so many numbers alone.
+    constexpr std::size_t alone_at_most = WordLanes::W / 3;
+    std::size_t kept = keep_passing<1>(
+        words, count, [](const placed_word* group, std::size_t) { return word_has_small_factor(group->n) ? 0U : 1U; });
+    kept = keep_passing<WordLanes::W>(words, kept, [](const placed_word* group, std::size_t used) {
+        if (used <= alone_at_most) return one_by_one(group, used, [](umint n) { return PrimeQ(n); });
+        return WordLanes(row_of<Row>(group, used, itself)).strong_base_2();
+    });
+    kept = keep_passing<WordLanes::W>(words, kept, [](const placed_word* group, std::size_t used) {
+        if (used <= alone_at_most) return one_by_one(group, used, passes_hashed_bases);
+        return WordLanes(row_of<Row>(group, used, itself)).strong_to(row_of<Row>(group, used, second_base));
+    });
+    // What is below the bound is decided now.
     std::size_t open = 0;
     for (std::size_t i = 0; i < kept; ++i) {
         if (words[i].n < third_base_from)
@@ -84,32 +103,65 @@ void test_words(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
         else
             words[open++] = words[i];
     }
-    kept = keep_passing(
-        words, open,
-        [](const WordLanes& lanes, WordLanes::Row row) {
-            for (umint& n : row) n = hashed_bases(n).third;
-            return lanes.strong_to(row);
-        },
-        [](umint n) { return kernel::strong_test(n, hashed_bases(n).third); });
+    kept = keep_passing<WordLanes::W>(words, open, [](const placed_word* group, std::size_t used) {
+        if (used <= alone_at_most)
+            return one_by_one(group, used, [](umint n) { return kernel::strong_test(n, third_base(n)); });
+        return WordLanes(row_of<Row>(group, used, itself)).strong_to(row_of<Row>(group, used, third_base));
+    });
     for (std::size_t i = 0; i < kept; ++i) verdicts[words[i].place] = 1;
 }
 
-/** The blocks of a call; each thread takes one after another. */
+/**
+ * The same in vector lanes. The second and the third base go side by side, also where the second one decides: a number
+ * that passes both is prime, and a prime passes both.
+ */
+void test_words_in_vectors(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
+    using Row = kernel::WordVector;
+    constexpr std::size_t width = kernel::word_vector_lanes;
+    std::size_t kept = keep_passing<kernel::lanes>(words, count, [](const placed_word* group, std::size_t used) {
+        const unsigned odd = one_by_one(group, used, [](umint n) { return n % 2 == 1; });
+        const auto row = row_of<std::array<umint, kernel::lanes>>(group, used, itself);
+        return odd & ~kernel::divisors_in_lanes(row, word_divisors());
+    });
+    kept = keep_passing<width>(words, kept, [](const placed_word* group, std::size_t used) {
+        if (used <= 2) return one_by_one(group, used, [](umint n) { return PrimeQ(n); });
+        return kernel::strong_base2_in_lanes(row_of<Row>(group, used, itself), used);
+    });
+    kept = keep_passing<width>(words, kept, [](const placed_word* group, std::size_t used) {
+        if (used <= 2) return one_by_one(group, used, passes_hashed_bases);
+        return kernel::strong_tests_in_lanes(row_of<Row>(group, used, itself), row_of<Row>(group, used, second_base),
+                                             row_of<Row>(group, used, third_base), used);
+    });
+    for (std::size_t i = 0; i < kept; ++i) verdicts[words[i].place] = 1;
+}
+
+void test_words(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
+    (kernel::has_lanes() ? test_words_in_vectors : test_words_in_registers)(words, count, verdicts);
+}
+
+/** The blocks of a call, handed out one by one to whoever asks. */
 class shared_blocks {
   public:
     shared_blocks(const umint* n, mint len, mint count, std::uint8_t* verdicts)
         : n_(n), len_(len), count_(count), verdicts_(verdicts) {}
 
-    /** Tests the next block; false if there is none or the work is stopped. */
-    bool work() {
+    /** Tests the next block; false when there was none or the work is stopped. Wide numbers may go into the batch. */
+    bool work(WideBatch& wide) {
         if (stopped_.load(std::memory_order_relaxed)) return false;
         const mint size = block_size(len_);
         const mint first = next_.fetch_add(size, std::memory_order_relaxed);
         if (first >= count_) return false;
         const mint count = std::min(size, count_ - first);
-        test_block(n_ + first * len_, len_, count, verdicts_ + first);
+        test_block(n_ + first * len_, len_, count, verdicts_ + first, wide);
         done_.fetch_add(count, std::memory_order_relaxed);
         return true;
+    }
+    /** Tests blocks as long as there are any. after_each() is called after each. */
+    template <class AfterEach>
+    void work_to_the_end(AfterEach after_each) {
+        WideBatch wide;
+        while (work(wide)) after_each();
+        if (!stopped()) wide.finish();
     }
     void stop() {
         stopped_.store(true, std::memory_order_relaxed);
@@ -136,7 +188,7 @@ bool bad_arguments(const umint* n, mint len, mint count, const std::uint8_t* ver
 
 }  // namespace
 
-void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts) {
+void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, WideBatch& wide) {
     assert(1 <= len && len <= 16 && 0 <= count && count <= largest_block);
     std::array<placed_word, largest_block> words;
     std::size_t word_count = 0;
@@ -145,9 +197,7 @@ void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts) {
         const mint size = significant_limbs(limbs, len);
         verdicts[i] = 0;
         if (size > 1) {
-            mbool prime = 0;
-            KESH_PrimeQ(limbs, size, &prime);
-            verdicts[i] = static_cast<std::uint8_t>(prime);
+            wide.add(limbs, size, verdicts + i);
         } else if (limbs[0] >> 32 == 0) {
             verdicts[i] = PrimeQ(limbs[0]) ? 1 : 0;
         } else {
@@ -157,13 +207,18 @@ void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts) {
     test_words(words.data(), word_count, verdicts);
 }
 
+void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts) {
+    WideBatch wide;
+    test_block(n, len, count, verdicts, wide);
+    wide.finish();
+}
+
 }  // namespace kesh
 
 int KESH_ArePrime(const std::uint64_t* n, std::int64_t len, std::int64_t count, std::uint8_t* verdicts) {
     if (kesh::bad_arguments(n, len, count, verdicts)) return KESH_BAD_ARGUMENT;
     kesh::shared_blocks blocks(n, len, count, verdicts);
-    while (blocks.work()) {
-    }
+    blocks.work_to_the_end([] {});
     return KESH_DONE;
 }
 
@@ -177,17 +232,14 @@ int KESH_ArePrimeOnThreads(const std::uint64_t* n, std::int64_t len, std::int64_
     std::vector<std::thread> others;
     try {
         for (std::int64_t i = 1; i < std::min(wanted, most); ++i) {
-            others.emplace_back([&blocks] {
-                while (blocks.work()) {
-                }
-            });
+            others.emplace_back([&blocks] { blocks.work_to_the_end([] {}); });
         }
     } catch (const std::system_error&) {  // no more threads: the existing ones do the work
     } catch (const std::bad_alloc&) {
     }
-    while (blocks.work()) {
+    blocks.work_to_the_end([&] {
         if (progress != nullptr && progress(data, blocks.done(), count) != 0) blocks.stop();
-    }
+    });
     for (std::thread& other : others) other.join();
     return blocks.stopped() ? KESH_STOPPED : KESH_DONE;
 }

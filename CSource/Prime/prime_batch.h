@@ -27,6 +27,11 @@ constexpr mint block_size(mint len) {
  */
 void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts);
 
+class WideBatch;
+
+/** The same, but the verdicts of numbers of 2^64 and more may come as late as with wide.finish(). */
+void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, WideBatch& wide);
+
 /** A bound on the limbs of any array, less a thousand blocks, so that counting beyond the end cannot overflow. */
 inline constexpr mint longest_array =
     std::numeric_limits<mint>::max() / static_cast<mint>(sizeof(umint)) - 1000 * largest_block;

@@ -13,7 +13,9 @@
 
 #include "Prime/prime_batch.h"
 #include "Prime/prime_testing.h"
+#include "Prime/prime_word.h"
 #include "Shared/kernel/kernel.h"
+#include "Shared/kernel/lanes.h"
 #include "Shared/kernel/word_lanes.h"
 
 namespace kesh {
@@ -189,7 +191,9 @@ bool bad_arguments(const umint* n, mint len, const umint* r) {
  * might be wasted.
  */
 mint group_size(const limbs& n, mint primes) {
-    const mint lanes = n.is_word() ? static_cast<mint>(kernel::word_lanes) : 1;
+    const mint lanes = static_cast<mint>(n.is_word()           ? kernel::word_lanes
+                                         : kernel::has_lanes() ? kernel::lanes
+                                                               : std::size_t{1});
     return std::min(block_size(n.len()), lanes * std::min(primes, largest_block));
 }
 
@@ -240,15 +244,58 @@ limbs previous_prime(const limbs& n) {
     }
 }
 
+/** From here on a word's neighbours are tested without a window, and have no small prime for a factor. */
+constexpr umint words_from = umint{1} << 32;
+
+/**
+ * The nearest prime above or below a word n >= words_from, or 0 where it is not found between words_from and 2^64.
+ * Trial division by a few multiplications is quicker here than to prepare a sieve for some twenty numbers.
+ */
+umint neighbour_word(umint n, bool upwards) {
+    constexpr std::size_t group = kernel::word_lanes;
+    const umint room = (upwards ? ~umint{0} - n : n - words_from) / 2;
+    umint candidate = upwards ? n - 1 + n % 2 : n + 1 - n % 2;  // the odd number from which the next one is a step
+    for (umint steps = 0; steps < room;) {
+        kernel::WordLanes::Row row;
+        std::size_t count = 0;
+        for (; steps < room && count < group; ++steps) {
+            candidate += upwards ? umint{2} : ~umint{1};
+            if (!word_has_small_factor(candidate)) row[count++] = candidate;
+        }
+        if (count == 0) break;
+        std::fill(row.begin() + static_cast<std::ptrdiff_t>(count), row.end(), row[0]);
+        const unsigned passed = kernel::WordLanes(row).strong_base_2();
+        for (std::size_t c = 0; c < count; ++c) {
+            if ((passed >> c & 1) == 0) continue;
+            const hashed_bases bases(row[c]);
+            if (kernel::strong_tests<2>(row[c], {bases.second, bases.third})) return row[c];
+        }
+    }
+    return 0;
+}
+
+/** Stores the neighbour at r if n and the neighbour are words and neighbour_word finds it. */
+bool stored_neighbour(const umint* n, mint len, umint* r, bool upwards) {
+    if (significant_limbs(n, len) != 1 || n[0] < words_from) return false;
+    const umint prime = neighbour_word(n[0], upwards);
+    if (prime == 0) return false;
+    std::fill_n(r, len, 0);
+    r[0] = prime;
+    return true;
+}
+
 }  // namespace
 }  // namespace kesh
 
 int KESH_NextPrime(const std::uint64_t* n, std::int64_t len, std::uint64_t* r) {
-    return KESH_NextPrimes(n, len, 1, r, nullptr, nullptr, nullptr);
+    if (kesh::bad_arguments(n, len, r)) return KESH_BAD_ARGUMENT;
+    return kesh::stored_neighbour(n, len, r, true) ? KESH_DONE
+                                                   : KESH_NextPrimes(n, len, 1, r, nullptr, nullptr, nullptr);
 }
 
 int KESH_PreviousPrime(const std::uint64_t* n, std::int64_t len, std::uint64_t* r) {
     if (kesh::bad_arguments(n, len, r)) return KESH_BAD_ARGUMENT;
+    if (kesh::stored_neighbour(n, len, r, false)) return KESH_DONE;
     const kesh::limbs from(n, len);
     if (from.is_word() && from.low() < 4) {
         if (from.low() < 3) return KESH_NO_PRIME;

@@ -74,6 +74,20 @@ bool word_has_small_factor(umint n) {
            has_divisor_of<67, 71, 73, 79, 83, 89, 97, 101, 103, 107, 109, 113, 127, 131, 137, 139>(n);
 }
 
+std::span<const kernel::ExactDivisor> word_divisors() {
+    static constexpr auto divisors = [] {
+        std::array<kernel::ExactDivisor, 33> all{};
+        std::size_t count = 0;
+        for (u64 p = 3; count < all.size(); p += 2) {
+            bool prime = true;
+            for (u64 q = 3; q * q <= p; q += 2) prime = prime && p % q != 0;
+            if (prime) all[count++] = {kernel::word_inverse(p), ~u64{0} / p};
+        }
+        return all;
+    }();
+    return divisors;
+}
+
 std::span<const std::uint32_t> odd_prime_bitmap() {
     return odd_prime_bit;
 }

@@ -200,13 +200,18 @@ class kernel_steps {
     }
 
     [[nodiscard]] bool passes_lucas() const {
-        const auto symbol = [this](mint d) {
+        mint D, P, Q;
+        if (parameters(n, D, P, Q) == 0) return false;
+        return std::visit([Q](const auto& m) { return kernel::lucas_u_vanishes(m, Q); }, modulus);
+    }
+
+    /// lucas_DPQ by remainders of the limbs that n has.
+    static int parameters(const T& n, mint& D, mint& P, mint& Q) {
+        const auto symbol = [&n](mint d) {
             const umint rest = kernel::mod_limb(significant_limbs(n), static_cast<umint>(std::abs(d)));
             return jacobi_of_small(d, rest, n.limb[0]);
         };
-        mint D, P, Q;
-        if (selfridge_parameters(n, symbol, D, P, Q) == 0) return false;
-        return std::visit([Q](const auto& m) { return kernel::lucas_u_vanishes(m, Q); }, modulus);
+        return selfridge_parameters(n, symbol, D, P, Q);
     }
 
   private:

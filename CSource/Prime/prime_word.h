@@ -6,8 +6,10 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "Shared/intx/intx_types.h"
+#include "Shared/kernel/word_vectors.h"
 
 namespace kesh {
 
@@ -24,5 +26,8 @@ struct hashed_bases {
 
 /** Whether n > 139 is even or a multiple of a prime up to 139. */
 bool word_has_small_factor(umint n);
+
+/** The odd primes among them, for many n at a time. */
+std::span<const kernel::ExactDivisor> word_divisors();
 
 }  // namespace kesh

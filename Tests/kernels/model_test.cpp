@@ -27,6 +27,9 @@ TEST(Model, SumsAndShiftsKeepEveryBit) {
     const __m512i digit = _mm512_set1_epi64(above_52_bits - 1);
     EXPECT_DEATH(_mm512_madd52hi_epu64(all_ones, digit, digit), "madd52hi overflows");
     EXPECT_DEATH(_mm512_sll_epi64(all_ones, _mm_cvtsi64_si128(1)), "sll loses bits");
+    EXPECT_DEATH(_mm512_slli_epi64(all_ones, 1), "slli loses bits");
+    EXPECT_DEATH(_mm512_sllv_epi64(all_ones, one), "sllv loses bits");
+    EXPECT_DEATH(_mm512_sub_epi64(one, all_ones), "sub borrows");
 }
 
 TEST(Model, MemoryIsAligned) {

@@ -46,8 +46,7 @@ bool force(Level wanted) noexcept {
 template <int n>
     requires supported_limbs<n>
 Modulus<n>::Modulus(const umint* modulus) noexcept {
-    const int length = bit_length<n>(modulus);
-    assert((modulus[0] & 1) == 1 && length > 1);
+    assert((modulus[0] & 1) == 1 && bit_length<n>(modulus) > 1);
     for (int i = 0; i < n; ++i) {
         m[i] = modulus[i];
         zero[i] = 0;
@@ -64,13 +63,7 @@ Modulus<n>::Modulus(const umint* modulus) noexcept {
     }
     mu[n - 1] = static_cast<umint>(product >> 64);
 
-    // With m' = 2^s m, whose top bit is set: 2^s R mod m' = 2^s (R mod m), and R mod m' = R - m'.
-    const int s = 64 * n - length;
-    umint shifted[n];
-    shift_left<n>(shifted, m, s);
-    subtract<n>(r1, zero, shifted);
-    for (int left = s; left > 0; left -= 64) shift_residue<n>(r1, left < 64 ? left : 64, shifted);
-    shift_right<n>(r1, r1, s);
+    power_of_2_residue<n>(r1, 64 * n, m);
 }
 
 template <int n>
@@ -111,38 +104,6 @@ bool strong_base2(const Modulus<n>& modulus) noexcept {
     }
     return false;
 }
-
-namespace {
-
-/// r = x / q modulo m for a residue x and q > 0 prime to m, else r = 0. With c = -x/m mod q, x + c m is divisible by q,
-/// and the quotient is below m because c < q. No long division and no product of residues is needed, and a Montgomery
-/// form stays one.
-template <int n>
-void divide_by_limb(umint* r, const umint* x, umint q, const umint* m) noexcept {
-    umint quotient = 0, c = 0;
-    if (q > 1) {
-        const umint inverse = math_invmod(mod_limb({m, n}, q), q);
-        if (inverse == 0) {
-            for (int i = 0; i < n; ++i) r[i] = 0;
-            return;
-        }
-        umint low = 0, high = 0;
-        math_mul(mod_limb({x, n}, q), inverse, low, high);
-        math_divmod(low, high, q, quotient, c);
-        c = c == 0 ? 0 : q - c;
-    }
-    umint t[n];
-    umint carry = 0;
-    for (int i = 0; i < n; ++i) {
-        const umint2 p = static_cast<umint2>(m[i]) * c + x[i] + carry;
-        t[i] = static_cast<umint>(p);
-        carry = static_cast<umint>(p >> 64);
-    }
-    umint remainder = carry;
-    for (int i = n - 1; i >= 0; --i) math_divmod(t[i], remainder, q, r[i], remainder);
-}
-
-}  // namespace
 
 template <int n>
 bool lucas_u_vanishes(const Modulus<n>& modulus, mint q) noexcept {

@@ -155,4 +155,18 @@ inline void shift_right(umint* r, const umint* a, int shift) noexcept {
     }
 }
 
+/// r = 2^e mod m for an odd m > 1 and an e that is at least its bit length. With m' = 2^s m, whose top bit is set:
+/// 2^s (2^e mod m) = 2^(e + s) mod m', and 2^(64 n) mod m' = 2^(64 n) - m'. Cost: a division by the highest limb for
+/// each 64 bits that 2^e is longer than m.
+template <int n>
+inline void power_of_2_residue(umint* r, int e, const umint* m) noexcept {
+    const umint zero[n] = {};
+    const int length = bit_length<n>(m), s = 64 * n - length;
+    umint shifted[n];
+    shift_left<n>(shifted, m, s);
+    subtract<n>(r, zero, shifted);
+    for (int left = e - length; left > 0; left -= 64) shift_residue<n>(r, left < 64 ? left : 64, shifted);
+    shift_right<n>(r, r, s);
+}
+
 }  // namespace kesh::kernel

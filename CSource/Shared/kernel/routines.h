@@ -151,4 +151,32 @@ inline void generic_lucas_ladder(umint* l, umint* h, const umint* a, const umint
     fully_reduce<n, Arithmetic>(h, pair[1], modulus);
 }
 
+/// r = x / q modulo m for a residue x and q > 0 prime to m, else r = 0. With c = -x/m mod q, x + c m is divisible by q,
+/// and the quotient is below m because c < q. No long division and no product of residues is needed, and a Montgomery
+/// form stays one.
+template <int n>
+inline void divide_by_limb(umint* r, const umint* x, umint q, const umint* m) noexcept {
+    umint quotient = 0, c = 0;
+    if (q > 1) {
+        const umint inverse = math_invmod(mod_limb({m, n}, q), q);
+        if (inverse == 0) {
+            for (int i = 0; i < n; ++i) r[i] = 0;
+            return;
+        }
+        umint low = 0, high = 0;
+        math_mul(mod_limb({x, n}, q), inverse, low, high);
+        math_divmod(low, high, q, quotient, c);
+        c = c == 0 ? 0 : q - c;
+    }
+    umint t[n];
+    umint carry = 0;
+    for (int i = 0; i < n; ++i) {
+        const umint2 p = static_cast<umint2>(m[i]) * c + x[i] + carry;
+        t[i] = static_cast<umint>(p);
+        carry = static_cast<umint>(p >> 64);
+    }
+    umint remainder = carry;
+    for (int i = n - 1; i >= 0; --i) math_divmod(t[i], remainder, q, r[i], remainder);
+}
+
 }  // namespace kesh::kernel

@@ -27,6 +27,11 @@ umint checked_sum(const char* instruction, umint a, umint b) noexcept {
     return sum;
 }
 
+umint checked_difference(const char* instruction, umint a, umint b) noexcept {
+    if (a < b) stop(instruction, "borrows", a, b);
+    return a - b;
+}
+
 umint2 checked_product(const char* instruction, umint a, umint b) noexcept {
     if (((a | b) >> 52) != 0) stop(instruction, "has an operand above 52 bits", a, b);
     return static_cast<umint2>(a) * b;
@@ -48,6 +53,18 @@ __m512i lanes(Function f) noexcept {
     __m512i r;
     for (int i = 0; i < 8; ++i) r.lane[i] = f(i);
     return r;
+}
+
+/// The mask whose bit i is f(i).
+template <class Function>
+__mmask8 mask_of(Function f) noexcept {
+    unsigned mask = 0;
+    for (int i = 0; i < 8; ++i) mask |= (f(i) ? 1U : 0U) << i;
+    return static_cast<__mmask8>(mask);
+}
+
+umint right_shift(umint a, umint count) noexcept {
+    return count > 63 ? 0 : a >> count;
 }
 
 }  // namespace
@@ -100,6 +117,10 @@ __m512i _mm512_or_si512(const __m512i& a, const __m512i& b) noexcept {
     return lanes([&](int i) { return a.lane[i] | b.lane[i]; });
 }
 
+__m512i _mm512_xor_si512(const __m512i& a, const __m512i& b) noexcept {
+    return lanes([&](int i) { return a.lane[i] ^ b.lane[i]; });
+}
+
 __m512i _mm512_srli_epi64(const __m512i& a, unsigned count) noexcept {
     return lanes([&](int i) { return a.lane[i] >> count; });
 }
@@ -108,18 +129,48 @@ __m512i _mm512_maskz_srli_epi64(__mmask8 mask, const __m512i& a, unsigned count)
     return lanes([&](int i) { return ((mask >> i) & 1) != 0 ? a.lane[i] >> count : 0; });
 }
 
+__m512i _mm512_srl_epi64(const __m512i& a, const __m128i& count) noexcept {
+    return lanes([&](int i) { return right_shift(a.lane[i], count.lane[0]); });
+}
+
+__m512i _mm512_srlv_epi64(const __m512i& a, const __m512i& count) noexcept {
+    return lanes([&](int i) { return right_shift(a.lane[i], count.lane[i]); });
+}
+
+__m512i _mm512_slli_epi64(const __m512i& a, unsigned count) noexcept {
+    return lanes([&](int i) { return checked_left_shift("slli", a.lane[i], count); });
+}
+
+__m512i _mm512_sllv_epi64(const __m512i& a, const __m512i& count) noexcept {
+    return lanes([&](int i) { return checked_left_shift("sllv", a.lane[i], count.lane[i]); });
+}
+
 __m512i _mm512_sll_epi64(const __m512i& a, const __m128i& count) noexcept {
     return lanes([&](int i) { return checked_left_shift("sll", a.lane[i], count.lane[0]); });
 }
 
 __mmask8 _mm512_cmpgt_epu64_mask(const __m512i& a, const __m512i& b) noexcept {
-    unsigned mask = 0;
-    for (int i = 0; i < 8; ++i) mask |= (a.lane[i] > b.lane[i] ? 1U : 0U) << i;
-    return static_cast<__mmask8>(mask);
+    return mask_of([&](int i) { return a.lane[i] > b.lane[i]; });
+}
+
+__mmask8 _mm512_cmpeq_epi64_mask(const __m512i& a, const __m512i& b) noexcept {
+    return mask_of([&](int i) { return a.lane[i] == b.lane[i]; });
+}
+
+__mmask8 _mm512_test_epi64_mask(const __m512i& a, const __m512i& b) noexcept {
+    return mask_of([&](int i) { return (a.lane[i] & b.lane[i]) != 0; });
 }
 
 __m512i _mm512_add_epi64(const __m512i& a, const __m512i& b) noexcept {
     return lanes([&](int i) { return checked_sum("add", a.lane[i], b.lane[i]); });
+}
+
+__m512i _mm512_sub_epi64(const __m512i& a, const __m512i& b) noexcept {
+    return lanes([&](int i) { return checked_difference("sub", a.lane[i], b.lane[i]); });
+}
+
+__m512i _mm512_mullo_epi64(const __m512i& a, const __m512i& b) noexcept {
+    return lanes([&](int i) { return a.lane[i] * b.lane[i]; });
 }
 
 __m512i _mm512_madd52lo_epu64(const __m512i& acc, const __m512i& a, const __m512i& b) noexcept {

@@ -4,8 +4,8 @@
  *
  * The intrinsics are declared in the kernels' namespace, where they hide the compiler's. The model checks what the
  * kernels rely on, and ends the program if it does not hold: the operands of a multiply-add are below 2^52 (or come
- * from low_52_bits), no sum and no shift to the left loses a bit of a lane, and memory is aligned. For a new intrinsic
- * add a function, with a check unless a kernel loses bits on purpose.
+ * from low_52_bits), no sum, difference or shift to the left loses a bit of a lane, and memory is aligned. For a new
+ * intrinsic add a function, with a check unless a kernel loses bits on purpose.
  */
 #pragma once
 
@@ -14,7 +14,9 @@
 #include "Shared/intx/intx_gcc.h"
 
 #undef _mm512_alignr_epi64
+#undef _mm512_cmpeq_epi64_mask
 #undef _mm512_cmpgt_epu64_mask
+#undef _mm512_slli_epi64
 #undef _mm512_srli_epi64
 #undef _mm512_maskz_srli_epi64
 
@@ -49,11 +51,22 @@ __m512i _mm512_mask_blend_epi64(__mmask8 mask, const __m512i& a, const __m512i& 
 __m512i _mm512_alignr_epi64(const __m512i& high, const __m512i& low, int count) noexcept;
 __m512i _mm512_and_si512(const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_or_si512(const __m512i& a, const __m512i& b) noexcept;
+__m512i _mm512_xor_si512(const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_srli_epi64(const __m512i& a, unsigned count) noexcept;
 __m512i _mm512_maskz_srli_epi64(__mmask8 mask, const __m512i& a, unsigned count) noexcept;
+__m512i _mm512_srl_epi64(const __m512i& a, const __m128i& count) noexcept;
+__m512i _mm512_srlv_epi64(const __m512i& a, const __m512i& count) noexcept;
 __m512i _mm512_sll_epi64(const __m512i& a, const __m128i& count) noexcept;
+__m512i _mm512_slli_epi64(const __m512i& a, unsigned count) noexcept;
+__m512i _mm512_sllv_epi64(const __m512i& a, const __m512i& count) noexcept;
+__mmask8 _mm512_cmpeq_epi64_mask(const __m512i& a, const __m512i& b) noexcept;
 __mmask8 _mm512_cmpgt_epu64_mask(const __m512i& a, const __m512i& b) noexcept;
+/// The lanes where a and b have a bit in common.
+__mmask8 _mm512_test_epi64_mask(const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_add_epi64(const __m512i& a, const __m512i& b) noexcept;
+__m512i _mm512_sub_epi64(const __m512i& a, const __m512i& b) noexcept;
+/// Low halves of 64-bit products: bits are lost on purpose.
+__m512i _mm512_mullo_epi64(const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_madd52lo_epu64(const __m512i& acc, const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_madd52hi_epu64(const __m512i& acc, const __m512i& a, const __m512i& b) noexcept;
 __m512i low_52_bits(const __m512i& a) noexcept;

@@ -1,0 +1,146 @@
+/**
+ * @file   wide_batch.cpp
+ * @brief  The queues in front of the lanes.
+ */
+#include "Prime/wide_batch.h"
+
+#include <cassert>
+#include <cstdlib>
+
+#include "Prime/prime_testing.h"
+
+namespace kesh {
+namespace {
+
+/** So many numbers or fewer are tested one after another: the lanes would take longer. */
+constexpr std::size_t alone_at_most = 1;
+
+/** Calls body(n) with the value at the narrowest width that holds it. */
+template <class Body>
+auto at_its_width(const kernel::LaneNumber& number, Body body) {
+    const auto with = [&]<int bits>(std::integral_constant<int, bits>) {
+        uintx_t<bits> n(0);
+        intx_from_array(n, number.limbs, number.size);
+        return body(n);
+    };
+    if (number.size <= 2) return with(std::integral_constant<int, 128>());
+    if (number.size <= 4) return with(std::integral_constant<int, 256>());
+    if (number.size <= 8) return with(std::integral_constant<int, 512>());
+    return with(std::integral_constant<int, 1024>());
+}
+
+bool prime_alone(const kernel::LaneNumber& number) {
+    mbool prime = 0;
+    KESH_PrimeQ(number.limbs, number.size, &prime);
+    return prime != 0;
+}
+
+bool passes_lucas_alone(const kernel::LaneNumber& number) {
+    return at_its_width(number, []<class T>(const T& n) { return kernel_steps<T>(n).passes_lucas(); });
+}
+
+/** Q of Selfridge's parameters, or 0 where their search proves the number composite. */
+mint lucas_q(const kernel::LaneNumber& number) {
+    return at_its_width(number, []<class T>(const T& n) -> mint {
+        mint D, P, Q;
+        return kernel_steps<T>::parameters(n, D, P, Q) != 0 ? Q : 0;
+    });
+}
+
+/** The primes of trial division go to 541, so that a smaller |Q| has no factor in common with the number. */
+bool fits_lucas_lane(mint q) {
+    return std::abs(q) <= 541;
+}
+
+}  // namespace
+
+void WideBatch::add(const umint* limbs, mint size, std::uint8_t* verdict) {
+    const kernel::LaneNumber number{limbs, static_cast<int>(size)};
+    assert(2 <= size && size <= 16 && limbs[size - 1] != 0 && *verdict == 0);
+    if (!kernel::has_lanes() || !kernel::fits_a_lane(limbs[0])) {
+        *verdict = prime_alone(number) ? 1 : 0;
+        return;
+    }
+    if (limbs[0] % 2 == 0 || kernel::has_small_factor({limbs, static_cast<std::size_t>(size)})) return;
+    const int bits = 64 * (number.size - 1) + static_cast<int>(math_num_bits(limbs[size - 1]));
+    wait_for_base_2({number, verdict, 0}, kernel::lane_digits(bits));
+}
+
+void WideBatch::wait_for_base_2(const Waiting& candidate, int digits) {
+    Queue& queue = base_2_[static_cast<std::size_t>(digits)];
+    queue.waiting[queue.count++] = candidate;
+    if (queue.count == kernel::lanes) test_base_2(queue, digits);
+}
+
+void WideBatch::wait_for_lucas(const Waiting& candidate, int digits) {
+    Queue& queue = lucas_[static_cast<std::size_t>(digits)];
+    queue.waiting[queue.count++] = candidate;
+    if (queue.count == kernel::lanes) test_lucas(queue, digits);
+}
+
+void WideBatch::test_base_2(Queue& queue, int digits) {
+    const std::size_t count = queue.count;
+    queue.count = 0;
+    if (count <= alone_at_most) {
+        for (std::size_t c = 0; c < count; ++c)
+            *queue.waiting[c].verdict = prime_alone(queue.waiting[c].number) ? 1 : 0;
+        return;
+    }
+    kernel::LaneGroup group;
+    for (std::size_t c = 0; c < group.size(); ++c) group[c] = queue.waiting[c < count ? c : 0].number;
+    const unsigned passed = kernel::strong_base2_in_lanes(group, digits);
+    for (std::size_t c = 0; c < count; ++c) {
+        if ((passed >> c & 1) == 0) continue;
+        Waiting& candidate = queue.waiting[c];
+        candidate.q = lucas_q(candidate.number);
+        if (candidate.q == 0) continue;
+        if (fits_lucas_lane(candidate.q))
+            wait_for_lucas(candidate, digits);
+        else
+            *candidate.verdict = passes_lucas_alone(candidate.number) ? 1 : 0;
+    }
+}
+
+void WideBatch::test_lucas(Queue& queue, int digits) {
+    const std::size_t count = queue.count;
+    queue.count = 0;
+    if (count <= alone_at_most) {
+        for (std::size_t c = 0; c < count; ++c)
+            *queue.waiting[c].verdict = passes_lucas_alone(queue.waiting[c].number) ? 1 : 0;
+        return;
+    }
+    kernel::LaneGroup group;
+    std::array<mint, kernel::lanes> q;
+    for (std::size_t c = 0; c < group.size(); ++c) {
+        const Waiting& candidate = queue.waiting[c < count ? c : 0];
+        group[c] = candidate.number;
+        q[c] = candidate.q;
+    }
+    const unsigned passed = kernel::lucas_u_vanishes_in_lanes(group, q, digits);
+    for (std::size_t c = 0; c < count; ++c) *queue.waiting[c].verdict = static_cast<std::uint8_t>(passed >> c & 1);
+}
+
+void WideBatch::fill(Queues& queues, int digits) {
+    Queue& queue = queues[static_cast<std::size_t>(digits)];
+    for (auto smaller = static_cast<std::size_t>(digits); smaller-- > 0;) {
+        Queue& from = queues[smaller];
+        while (from.count > 0 && queue.count < kernel::lanes) queue.waiting[queue.count++] = from.waiting[--from.count];
+    }
+}
+
+void WideBatch::finish() {
+    for (int digits = kernel::most_lane_digits; digits >= kernel::least_lane_digits; --digits) {
+        Queue& queue = base_2_[static_cast<std::size_t>(digits)];
+        if (queue.count == 0) continue;
+        fill(base_2_, digits);
+        test_base_2(queue, digits);
+    }
+    for (int digits = kernel::most_lane_digits; digits >= kernel::least_lane_digits; --digits) {
+        Queue& queue = lucas_[static_cast<std::size_t>(digits)];
+        if (queue.count == 0) continue;
+        fill(lucas_, digits);
+        test_lucas(queue, digits);
+    }
+}
+
+}  // namespace kesh
