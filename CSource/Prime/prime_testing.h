@@ -205,7 +205,7 @@ class kernel_steps {
         return std::visit([Q](const auto& m) { return kernel::lucas_u_vanishes(m, Q); }, modulus);
     }
 
-    /// lucas_DPQ by remainders of the limbs that n has.
+    /** lucas_DPQ by remainders of the limbs that n has. */
     static int parameters(const T& n, mint& D, mint& P, mint& Q) {
         const auto symbol = [&n](mint d) {
             const umint rest = kernel::mod_limb(significant_limbs(n), static_cast<umint>(std::abs(d)));
