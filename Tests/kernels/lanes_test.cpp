@@ -96,7 +96,7 @@ class Lanes : public testing::TestWithParam<int> {
     }
 
     int repetitions() const {
-        return 4000 / GetParam() / GetParam() + 3;
+        return 1500 / GetParam() / GetParam() + 1;
     }
 
     Skewed random{20261122 + static_cast<std::uint64_t>(GetParam())};
@@ -138,9 +138,10 @@ TEST_P(Lanes, PowersOfTwoNearby) {
     const unsigned bits = most_bits();
     for (unsigned p : {67U, 71U, 89U, 97U, 101U, 107U, 127U, 251U, 257U, 509U, 521U, 607U, 1021U})
         if (p <= bits) all.push_back(from_mpz<16>((mpz_class(1) << p) - 1));
-    for (unsigned s = 1; s < 52; ++s)
-        for (unsigned factor : {3U, 5U, 7U, 9U})
-            for (unsigned top : {65U, bits - 5, bits - 4})
+    // Fewer of the long ones: the model of the instructions takes a second for a group of them.
+    for (unsigned s = 1; s < 52; s += GetParam() < 6 ? 1 : 10)
+        for (unsigned factor : {3U, 5U})
+            for (unsigned top : {65U, bits - 4})
                 if (top > 64 && top > s)
                     all.push_back(from_mpz<16>((mpz_class(factor) << s) + (mpz_class(1) << top) + 1));
     while (all.size() % lanes != 0) all.push_back(all.front());
