@@ -1,6 +1,6 @@
 /**
  * @file   suggest_test.cpp
- * @brief  Nearest names.
+ * @brief  The names that are suggested for a mistyped one.
  */
 #include "suggest.h"
 

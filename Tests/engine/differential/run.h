@@ -1,5 +1,5 @@
 /**
- * @file   differential/run.h
+ * @file   run.h
  * @brief  Runs a check on skewed random operands and on all pairs of hard cases.
  */
 #pragma once
