@@ -32,8 +32,8 @@ struct placed_word {
 };
 
 /**
- * Keeps of the first count words those that pass; returns how many. passing(group, used) sets the bit of each of the
- * next `used` words, at most width, that passes.
+ * Keeps those of the first count words that pass, and returns their number. passing(group, used) sets the bit of each
+ * word that passes among the next `used` words, at most width.
  */
 template <std::size_t width, class Passing>
 std::size_t keep_passing(placed_word* words, std::size_t count, Passing passing) {
@@ -57,7 +57,7 @@ unsigned one_by_one(const placed_word* group, std::size_t used, Passes passes) {
     return passed;
 }
 
-/** f(n) for the words of a group, and that of the last one in the places that are left. */
+/** f(n) for the words of a group; the free places get f of the last word. */
 template <class Row, class F>
 Row row_of(const placed_word* group, std::size_t used, F f) {
     Row row;
@@ -83,7 +83,7 @@ bool passes_hashed_bases(umint n) {
 /** The rounds for numbers of 2^32 or more in general registers; words is overwritten. */
 void test_words_in_registers(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
     using Row = WordLanes::Row;
-    // The lanes take longer than up to so many numbers alone.
+    // For this many numbers or fewer, single tests take less time than the lanes.
     constexpr std::size_t alone_at_most = WordLanes::W / 3;
     std::size_t kept = keep_passing<1>(
         words, count, [](const placed_word* group, std::size_t) { return word_has_small_factor(group->n) ? 0U : 1U; });
@@ -95,7 +95,7 @@ void test_words_in_registers(placed_word* words, std::size_t count, std::uint8_t
         if (used <= alone_at_most) return one_by_one(group, used, passes_hashed_bases);
         return WordLanes(row_of<Row>(group, used, itself)).strong_to(row_of<Row>(group, used, second_base));
     });
-    // What is below the bound is decided now.
+    // Numbers below the bound are decided now.
     std::size_t open = 0;
     for (std::size_t i = 0; i < kept; ++i) {
         if (words[i].n < third_base_from)
@@ -112,7 +112,7 @@ void test_words_in_registers(placed_word* words, std::size_t count, std::uint8_t
 }
 
 /**
- * The same in vector lanes. The second and the third base go side by side, also where the second one decides: a number
+ * The same in vector lanes. The second and the third base run side by side, also if the second one decides: a number
  * that passes both is prime, and a prime passes both.
  */
 void test_words_in_vectors(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
@@ -139,13 +139,13 @@ void test_words(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
     (kernel::has_lanes() ? test_words_in_vectors : test_words_in_registers)(words, count, verdicts);
 }
 
-/** The blocks of a call, handed out one by one to whoever asks. */
+/** The blocks of a call; each thread takes one after another. */
 class shared_blocks {
   public:
     shared_blocks(const umint* n, mint len, mint count, std::uint8_t* verdicts)
         : n_(n), len_(len), count_(count), verdicts_(verdicts) {}
 
-    /** Tests the next block; false when there was none or the work is stopped. Wide numbers may go into the batch. */
+    /** Tests the next block; false if there is none or the work is stopped. Wide numbers may be put into the batch. */
     bool work(WideBatch& wide) {
         if (stopped_.load(std::memory_order_relaxed)) return false;
         const mint size = block_size(len_);

@@ -29,7 +29,7 @@ void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts);
 
 class WideBatch;
 
-/** The same, but the verdicts of numbers of 2^64 and more may come as late as with wide.finish(). */
+/** The same, but wide.finish() may be needed for the verdicts on numbers of 2^64 and more. */
 void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, WideBatch& wide);
 
 /** A bound on the limbs of any array, less a thousand blocks, so that counting beyond the end cannot overflow. */

@@ -244,17 +244,20 @@ limbs previous_prime(const limbs& n) {
     }
 }
 
-/** From here on a word's neighbours are tested without a window, and have no small prime for a factor. */
+/**
+ * From this bound on the neighbours of a word are tested without a window; they are larger than the primes of trial
+ * division.
+ */
 constexpr umint words_from = umint{1} << 32;
 
 /**
- * The nearest prime above or below a word n >= words_from, or 0 where it is not found between words_from and 2^64.
- * Trial division by a few multiplications is quicker here than to prepare a sieve for some twenty numbers.
+ * The nearest prime above or below a word n >= words_from, or 0 if there is none between words_from and 2^64. Trial
+ * division by a few multiplications is quicker here than a sieve for some twenty numbers.
  */
 umint neighbour_word(umint n, bool upwards) {
     constexpr std::size_t group = kernel::word_lanes;
     const umint room = (upwards ? ~umint{0} - n : n - words_from) / 2;
-    umint candidate = upwards ? n - 1 + n % 2 : n + 1 - n % 2;  // the odd number from which the next one is a step
+    umint candidate = upwards ? n - 1 + n % 2 : n + 1 - n % 2;  // the odd number before the first candidate
     for (umint steps = 0; steps < room;) {
         kernel::WordLanes::Row row;
         std::size_t count = 0;

@@ -27,7 +27,7 @@ struct hashed_bases {
 /** Whether n > 139 is even or a multiple of a prime up to 139. */
 bool word_has_small_factor(umint n);
 
-/** The odd primes among them, for many n at a time. */
+/** The odd primes up to 139, prepared for tests of many n. */
 std::span<const kernel::ExactDivisor> word_divisors();
 
 }  // namespace kesh

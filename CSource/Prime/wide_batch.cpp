@@ -1,6 +1,6 @@
 /**
  * @file   wide_batch.cpp
- * @brief  The queues in front of the lanes.
+ * @brief  Keeps numbers in queues by their size, and tests a queue in the lanes when it is full.
  */
 #include "Prime/wide_batch.h"
 
@@ -12,7 +12,7 @@
 namespace kesh {
 namespace {
 
-/** So many numbers or fewer are tested one after another: the lanes would take longer. */
+/** This many numbers or fewer are tested one after another: the lanes would take longer. */
 constexpr std::size_t alone_at_most = 1;
 
 /** Calls body(n) with the value at the narrowest width that holds it. */
@@ -39,7 +39,7 @@ bool passes_lucas_alone(const kernel::LaneNumber& number) {
     return at_its_width(number, []<class T>(const T& n) { return kernel_steps<T>(n).passes_lucas(); });
 }
 
-/** Q of Selfridge's parameters, or 0 where their search proves the number composite. */
+/** Q of Selfridge's parameters, or 0 if their search proves the number composite. */
 mint lucas_q(const kernel::LaneNumber& number) {
     return at_its_width(number, []<class T>(const T& n) -> mint {
         mint D, P, Q;
@@ -47,7 +47,7 @@ mint lucas_q(const kernel::LaneNumber& number) {
     });
 }
 
-/** The primes of trial division go to 541, so that a smaller |Q| has no factor in common with the number. */
+/** Trial division goes to 541, so a smaller |Q| has no factor in common with the number. */
 bool fits_lucas_lane(mint q) {
     return std::abs(q) <= 541;
 }

@@ -1,6 +1,6 @@
 /**
  * @file   wide_batch.h
- * @brief  Numbers of 2^64 and more that wait until as many of about the same size are there as the processor tests side
+ * @brief  Collects numbers of 2^64 and more until there are as many of about the same size as the processor tests side
  *         by side.
  */
 #pragma once
@@ -15,18 +15,18 @@ namespace kesh {
 
 /**
  * Tests numbers of 2^64 and more, with the verdicts of KESH_PrimeQ. After trial division a number waits for the test to
- * base 2, and one that passes waits for the Lucas test, each time for others that have the same number of digits in a
- * lane. Where the level in force has no lanes, each number is tested when it comes.
+ * base 2, and if it passes, for the Lucas test; each time it waits for others with the same number of digits in a lane.
+ * If the current level has no lanes, each number is tested immediately.
  */
 class WideBatch {
   public:
     /**
-     * Sets *verdict to 1 if the number is prime, now or later; *verdict is 0 before. The highest of its limbs is not
-     * zero; they are read until finish() returns. Precondition: 2 <= size <= 16.
+     * Sets *verdict to 1 if the number is prime, now or later; *verdict is 0 before. The limbs are read until finish()
+     * returns. Preconditions: 2 <= size <= 16, and the highest limb is not 0.
      */
     void add(const umint* limbs, mint size, std::uint8_t* verdict);
 
-    /** Tests what is left, in lanes that numbers of different sizes share. */
+    /** Tests the remaining numbers, in lanes that numbers of different sizes share. */
     void finish();
 
   private:
@@ -36,7 +36,7 @@ class WideBatch {
         mint q;  ///< of the Lucas test
     };
 
-    /** The numbers with one number of digits that wait for one test; fewer than there are lanes. */
+    /** The numbers of one length in digits that wait for one test; fewer than there are lanes. */
     struct Queue {
         std::array<Waiting, kernel::lanes> waiting;
         std::size_t count = 0;

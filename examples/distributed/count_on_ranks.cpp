@@ -21,7 +21,7 @@ namespace {
 /** Every export that is a function of the host's language has this form. */
 using Export = int (*)(VelmoraLibraryData, mint, MArgument*, MArgument);
 
-/** Ends all ranks: one of them cannot do its share. */
+/** Ends all ranks, because one of them cannot count its share. */
 [[noreturn]] void give_up(const char* reason) {
     std::fprintf(stderr, "%s\n", reason);
     MPI_Abort(MPI_COMM_WORLD, 1);
@@ -37,7 +37,7 @@ Export find_count_primes(const char* path) {
 
 /** The primes in [from, to]. The export throws when primesieve reports an error. */
 mint count_primes(Export count, mint from, mint to) {
-    // This export needs nothing of the host: an empty table will do.
+    // This export needs nothing from the host, so an empty table is enough.
     static st_VelmoraLibraryData host{};
     MArgument arguments[2], result;
     mint primes = 0;
