@@ -119,6 +119,7 @@ std::vector<ArgumentValue> bind_arguments(const Export& entry, std::span<const s
     }
     static const Parameter extra{"extra", Kind::integer, ""};
     std::vector<ArgumentValue> arguments;
+    arguments.reserve(words.size());
     for (std::size_t i = 0; i < words.size(); ++i) {
         arguments.push_back(read_argument(entry, i < wanted ? entry.parameters[i] : extra, words[i]));
     }
