@@ -12,7 +12,11 @@
 #include <vector>
 
 // FLINT's macros redefine common names, so the library's headers are included first.
+#include "Shared/kernel/kernel.h"
 #include "kesh_prime.h"
+#if defined(KESH_PARI)
+#include "pari_peer.h"
+#endif
 
 #include <flint/ulong_extras.h>
 #include <gmp.h>
@@ -134,13 +138,31 @@ void next_primes(unsigned bits) {
                            result[0] = sum;
                        }});
     }
+#if defined(KESH_PARI)
+    all.push_back({"PARI", [&] {
+                       for (std::size_t i = 0; i < count; ++i)
+                           pari_next_prime(&starts[i * static_cast<std::size_t>(len)], len);
+                   }});
+#endif
     compare(std::to_string(bits) + " bits, next prime", count, all);
     mpz_clear(p);
 }
 
 }  // namespace
 
-int main() {
+/** Usage: batch_benchmark [portable|adx|ifma], the level of the kernels; without it, that of the processor. */
+int main(int argc, char** argv) {
+    using kesh::kernel::Level;
+    for (const Level level : {Level::portable, Level::adx, Level::ifma}) {
+        if (argc > 1 && argv[1] == std::string(kesh::kernel::name(level)) && !kesh::kernel::force(level)) {
+            std::fprintf(stderr, "this processor has no %s\n", argv[1]);
+            return 1;
+        }
+    }
+    std::printf("level %s\n", kesh::kernel::name(kesh::kernel::level()));
+#if defined(KESH_PARI)
+    pari_start();
+#endif
     for (const unsigned bits : {33U, 48U, 64U, 128U, 256U, 512U, 1024U}) batches(bits);
     for (const unsigned bits : {48U, 64U, 128U, 256U, 512U, 1024U}) next_primes(bits);
     // The walk, and only the tests of the primes that it found.

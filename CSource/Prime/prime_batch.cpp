@@ -80,14 +80,25 @@ bool passes_hashed_bases(umint n) {
     return kernel::strong_tests<2>(n, {bases.second, bases.third});
 }
 
-/** The rounds for numbers of 2^32 or more in general registers; words is overwritten. */
+/** Trial division. */
+std::size_t divide_in_registers(placed_word* words, std::size_t count) {
+    return keep_passing<1>(
+        words, count, [](const placed_word* word, std::size_t) { return word_has_small_factor(word->n) ? 0U : 1U; });
+}
+std::size_t divide_in_vectors(placed_word* words, std::size_t count) {
+    return keep_passing<kernel::lanes>(words, count, [](const placed_word* group, std::size_t used) {
+        const unsigned odd = one_by_one(group, used, [](umint n) { return n % 2 == 1; });
+        const auto row = row_of<std::array<umint, kernel::lanes>>(group, used, itself);
+        return odd & ~kernel::divisors_in_lanes(row, word_divisors());
+    });
+}
+
+/** The rounds after it for numbers of 2^32 or more in general registers; words is overwritten. */
 void test_words_in_registers(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
     using Row = WordLanes::Row;
     // For this many numbers or fewer, single tests take less time than the lanes.
     constexpr std::size_t alone_at_most = WordLanes::W / 3;
-    std::size_t kept = keep_passing<1>(
-        words, count, [](const placed_word* group, std::size_t) { return word_has_small_factor(group->n) ? 0U : 1U; });
-    kept = keep_passing<WordLanes::W>(words, kept, [](const placed_word* group, std::size_t used) {
+    std::size_t kept = keep_passing<WordLanes::W>(words, count, [](const placed_word* group, std::size_t used) {
         if (used <= alone_at_most) return one_by_one(group, used, [](umint n) { return PrimeQ(n); });
         return WordLanes(row_of<Row>(group, used, itself)).strong_base_2();
     });
@@ -118,12 +129,7 @@ void test_words_in_registers(placed_word* words, std::size_t count, std::uint8_t
 void test_words_in_vectors(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
     using Row = kernel::WordVector;
     constexpr std::size_t width = kernel::word_vector_lanes;
-    std::size_t kept = keep_passing<kernel::lanes>(words, count, [](const placed_word* group, std::size_t used) {
-        const unsigned odd = one_by_one(group, used, [](umint n) { return n % 2 == 1; });
-        const auto row = row_of<std::array<umint, kernel::lanes>>(group, used, itself);
-        return odd & ~kernel::divisors_in_lanes(row, word_divisors());
-    });
-    kept = keep_passing<width>(words, kept, [](const placed_word* group, std::size_t used) {
+    std::size_t kept = keep_passing<width>(words, count, [](const placed_word* group, std::size_t used) {
         if (used <= 2) return one_by_one(group, used, [](umint n) { return PrimeQ(n); });
         return kernel::strong_base2_in_lanes(row_of<Row>(group, used, itself), used);
     });
@@ -135,8 +141,10 @@ void test_words_in_vectors(placed_word* words, std::size_t count, std::uint8_t* 
     for (std::size_t i = 0; i < kept; ++i) verdicts[words[i].place] = 1;
 }
 
-void test_words(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
-    (kernel::has_lanes() ? test_words_in_vectors : test_words_in_registers)(words, count, verdicts);
+void test_words(placed_word* words, std::size_t count, std::uint8_t* verdicts, bool divided) {
+    const bool vectors = kernel::has_lanes();
+    if (!divided) count = (vectors ? divide_in_vectors : divide_in_registers)(words, count);
+    (vectors ? test_words_in_vectors : test_words_in_registers)(words, count, verdicts);
 }
 
 /** The blocks of a call; each thread takes one after another. */
@@ -188,7 +196,7 @@ bool bad_arguments(const umint* n, mint len, mint count, const std::uint8_t* ver
 
 }  // namespace
 
-void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, WideBatch& wide) {
+void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, WideBatch& wide, bool divided) {
     assert(1 <= len && len <= 16 && 0 <= count && count <= largest_block);
     std::array<placed_word, largest_block> words;
     std::size_t word_count = 0;
@@ -197,19 +205,19 @@ void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, Wi
         const mint size = significant_limbs(limbs, len);
         verdicts[i] = 0;
         if (size > 1) {
-            wide.add(limbs, size, verdicts + i);
+            wide.add(limbs, size, verdicts + i, divided);
         } else if (limbs[0] >> 32 == 0) {
             verdicts[i] = PrimeQ(limbs[0]) ? 1 : 0;
         } else {
             words[word_count++] = {limbs[0], i};
         }
     }
-    test_words(words.data(), word_count, verdicts);
+    test_words(words.data(), word_count, verdicts, divided);
 }
 
-void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts) {
+void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, bool divided) {
     WideBatch wide;
-    test_block(n, len, count, verdicts, wide);
+    test_block(n, len, count, verdicts, wide, divided);
     wide.finish();
 }
 

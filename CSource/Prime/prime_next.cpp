@@ -16,13 +16,14 @@
 #include "Prime/prime_word.h"
 #include "Shared/kernel/kernel.h"
 #include "Shared/kernel/lanes.h"
+#include "Shared/kernel/narrow_lanes.h"
 #include "Shared/kernel/word_lanes.h"
 
 namespace kesh {
 namespace {
 
 /** The largest number of odd numbers in a window. */
-constexpr mint largest_window = 32768;
+constexpr mint largest_window = 262'144;
 
 /** Smaller numbers are not sieved: sieving primes would strike out themselves, and the bitmap decides at once. */
 constexpr umint sieve_from = umint{1} << 20;
@@ -94,16 +95,28 @@ class window {
         std::fill_n(struck_.begin(), (size + 63) / 64, 0);
         if (base.is_word() && base.low() < sieve_from) return;
         const mint n = significant_limbs(base.data(), base.len());
-        sieve({base.data(), static_cast<std::size_t>(n)}, sieving_limit(n, tested));
+        limit_ = sieving_limit(n, tested);
+        sieve({base.data(), static_cast<std::size_t>(n)}, limit_);
     }
 
     [[nodiscard]] bool candidate(mint i) const {
         return (struck_[static_cast<std::size_t>(i / 64)] >> (i % 64) & 1) == 0;
     }
-    [[nodiscard]] limbs number(mint i) const {
-        limbs n = base_;
-        n.add(static_cast<umint>(2 * i));
-        return n;
+    /** r = number i, of as many limbs as the base. */
+    void store_number(mint i, umint* r) const {
+        umint x = static_cast<umint>(2 * i);
+        for (std::size_t k = 0; k < static_cast<std::size_t>(base_.len()); ++k) {
+            r[k] = base_.data()[k] + x;
+            x = r[k] < x ? 1 : 0;
+        }
+    }
+    [[nodiscard]] mint len() const {
+        return base_.len();
+    }
+    /** Whether the multiples of all primes are removed by which the tests would divide. */
+    [[nodiscard]] bool divided() const {
+        const bool words = base_.is_word() && base_.low() <= ~umint{0} - static_cast<umint>(2 * size_);
+        return limit_ >= (words ? word_trial_limit : kernel::trial_limit);
     }
     [[nodiscard]] mint size() const {
         return size_;
@@ -148,6 +161,7 @@ class window {
 
     limbs base_;
     mint size_;
+    umint limit_ = 0;                                ///< the bound of the primes by which the window was sieved
     std::array<umint, largest_window / 64> struck_;  ///< one bit per number of the window
 };
 
@@ -159,18 +173,18 @@ template <class Take, class GoOn>
 bool for_primes(const window& w, bool upwards, mint group, Take take, GoOn go_on) {
     std::array<umint, largest_block> numbers;
     std::array<std::uint8_t, largest_block> verdicts;
-    const mint len = w.number(0).len();
+    const mint len = w.len();
     mint step = 0;
     while (step < w.size()) {
         mint count = 0;
         for (; step < w.size() && count < group; ++step) {
             const mint i = upwards ? step : w.size() - 1 - step;
-            if (w.candidate(i)) w.number(i).store(&numbers[static_cast<std::size_t>(count++ * len)]);
+            if (w.candidate(i)) w.store_number(i, &numbers[static_cast<std::size_t>(count++ * len)]);
         }
-        test_block(numbers.data(), len, count, verdicts.data());
+        test_block(numbers.data(), len, count, verdicts.data(), w.divided());
         for (mint i = 0; i < count; ++i) {
             const auto at = static_cast<std::size_t>(i);
-            if (verdicts[at] != 0 && !take(limbs(&numbers[at * static_cast<std::size_t>(len)], len))) return false;
+            if (verdicts[at] != 0 && !take(&numbers[at * static_cast<std::size_t>(len)])) return false;
         }
         if (!go_on()) return false;
     }
@@ -191,8 +205,10 @@ bool bad_arguments(const umint* n, mint len, const umint* r) {
  * might be wasted.
  */
 mint group_size(const limbs& n, mint primes) {
-    const mint lanes = static_cast<mint>(n.is_word()           ? kernel::word_lanes
+    const mint size = significant_limbs(n.data(), n.len());
+    const mint lanes = static_cast<mint>(size == 1             ? kernel::word_lanes
                                          : kernel::has_lanes() ? kernel::lanes
+                                         : size == 2           ? kernel::narrow_lanes
                                                                : std::size_t{1});
     return std::min(block_size(n.len()), lanes * std::min(primes, largest_block));
 }
@@ -200,8 +216,8 @@ mint group_size(const limbs& n, mint primes) {
 /** The walk upwards; found is the number of primes at r. */
 int next_primes(limbs at, mint count, umint* r, mint& found, KESH_Progress progress, void* data) {
     const mint len = at.len();
-    const auto take = [&](const limbs& prime) {
-        prime.store(r + found * len);
+    const auto take = [&](const umint* prime) {
+        std::copy_n(prime, len, r + found * len);
         return ++found < count;
     };
     const auto go_on = [&] { return progress == nullptr || progress(data, found, count) == 0; };
@@ -210,7 +226,7 @@ int next_primes(limbs at, mint count, umint* r, mint& found, KESH_Progress progr
     if (at.is_word() && at.low() < 2) {
         constexpr std::array<umint, 16> two = {2};
         at = limbs(two.data(), len);
-        if (!take(at)) return KESH_DONE;
+        if (!take(two.data())) return KESH_DONE;
     }
     while (at.add(1 + at.low() % 2)) {  // the next odd number, if it fits
         const mint n = significant_limbs(at.data(), len), missing = std::min(count - found, largest_window);
@@ -227,8 +243,8 @@ int next_primes(limbs at, mint count, umint* r, mint& found, KESH_Progress progr
 /** The largest prime below n >= 4. */
 limbs previous_prime(const limbs& n) {
     limbs top = n, found = n;
-    const auto take = [&](const limbs& prime) {
-        found = prime;
+    const auto take = [&](const umint* prime) {
+        found = limbs(prime, n.len());
         return false;
     };
     top.subtract(1 + top.low() % 2);

@@ -24,6 +24,9 @@ struct hashed_bases {
     explicit hashed_bases(umint n);
 };
 
+/** The largest prime that the tests of a word divide by. */
+inline constexpr umint word_trial_limit = 139;
+
 /** Whether n > 139 is even or a multiple of a prime up to 139. */
 bool word_has_small_factor(umint n);
 

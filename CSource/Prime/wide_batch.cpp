@@ -54,14 +54,14 @@ bool fits_lucas_lane(mint q) {
 
 }  // namespace
 
-void WideBatch::add(const umint* limbs, mint size, std::uint8_t* verdict) {
+void WideBatch::add(const umint* limbs, mint size, std::uint8_t* verdict, bool divided) {
     const kernel::LaneNumber number{limbs, static_cast<int>(size)};
     assert(2 <= size && size <= 16 && limbs[size - 1] != 0 && *verdict == 0);
-    if (!kernel::has_lanes() || !kernel::fits_a_lane(limbs[0])) {
+    if (vectors_ ? !kernel::fits_a_lane(limbs[0]) : size > 2) {
         *verdict = prime_alone(number) ? 1 : 0;
         return;
     }
-    if (limbs[0] % 2 == 0 || kernel::has_small_factor({limbs, static_cast<std::size_t>(size)})) return;
+    if (!divided && (limbs[0] % 2 == 0 || kernel::has_small_factor({limbs, static_cast<std::size_t>(size)}))) return;
     const int bits = 64 * (number.size - 1) + static_cast<int>(math_num_bits(limbs[size - 1]));
     wait_for_base_2({number, verdict, 0}, kernel::lane_digits(bits));
 }
@@ -69,26 +69,25 @@ void WideBatch::add(const umint* limbs, mint size, std::uint8_t* verdict) {
 void WideBatch::wait_for_base_2(const Waiting& candidate, int digits) {
     Queue& queue = base_2_[static_cast<std::size_t>(digits)];
     queue.waiting[queue.count++] = candidate;
-    if (queue.count == kernel::lanes) test_base_2(queue, digits);
+    if (queue.count == side_by_side_) test_base_2(queue, digits);
 }
 
 void WideBatch::wait_for_lucas(const Waiting& candidate, int digits) {
     Queue& queue = lucas_[static_cast<std::size_t>(digits)];
     queue.waiting[queue.count++] = candidate;
-    if (queue.count == kernel::lanes) test_lucas(queue, digits);
+    if (queue.count == side_by_side_) test_lucas(queue, digits);
 }
 
 void WideBatch::test_base_2(Queue& queue, int digits) {
     const std::size_t count = queue.count;
-    queue.count = 0;
     if (count <= alone_at_most) {
         for (std::size_t c = 0; c < count; ++c)
             *queue.waiting[c].verdict = prime_alone(queue.waiting[c].number) ? 1 : 0;
+        queue.count = 0;
         return;
     }
-    kernel::LaneGroup group;
-    for (std::size_t c = 0; c < group.size(); ++c) group[c] = queue.waiting[c < count ? c : 0].number;
-    const unsigned passed = kernel::strong_base2_in_lanes(group, digits);
+    const unsigned passed = passing_base_2(queue, digits);
+    queue.count = 0;
     for (std::size_t c = 0; c < count; ++c) {
         if ((passed >> c & 1) == 0) continue;
         Waiting& candidate = queue.waiting[c];
@@ -103,28 +102,54 @@ void WideBatch::test_base_2(Queue& queue, int digits) {
 
 void WideBatch::test_lucas(Queue& queue, int digits) {
     const std::size_t count = queue.count;
-    queue.count = 0;
     if (count <= alone_at_most) {
         for (std::size_t c = 0; c < count; ++c)
             *queue.waiting[c].verdict = passes_lucas_alone(queue.waiting[c].number) ? 1 : 0;
+        queue.count = 0;
         return;
     }
-    kernel::LaneGroup group;
-    std::array<mint, kernel::lanes> q;
-    for (std::size_t c = 0; c < group.size(); ++c) {
-        const Waiting& candidate = queue.waiting[c < count ? c : 0];
-        group[c] = candidate.number;
-        q[c] = candidate.q;
-    }
-    const unsigned passed = kernel::lucas_u_vanishes_in_lanes(group, q, digits);
+    const unsigned passed = passing_lucas(queue, digits);
     for (std::size_t c = 0; c < count; ++c) *queue.waiting[c].verdict = static_cast<std::uint8_t>(passed >> c & 1);
+    queue.count = 0;
 }
 
-void WideBatch::fill(Queues& queues, int digits) {
+namespace {
+
+/** f(w) for the numbers that wait, and that of the first one in the lanes that are free. */
+template <class Group, class Queue, class F>
+Group group_of(const Queue& queue, F f) {
+    Group group;
+    for (std::size_t c = 0; c < group.size(); ++c) group[c] = f(queue.waiting[c < queue.count ? c : 0]);
+    return group;
+}
+
+}  // namespace
+
+unsigned WideBatch::passing_base_2(const Queue& queue, int digits) const {
+    if (vectors_) {
+        const auto numbers = group_of<kernel::LaneGroup>(queue, [](const Waiting& w) { return w.number; });
+        return kernel::strong_base2_in_lanes(numbers, digits);
+    }
+    return kernel::strong_base2_narrow(
+        group_of<kernel::NarrowGroup>(queue, [](const Waiting& w) { return w.number.limbs; }));
+}
+
+unsigned WideBatch::passing_lucas(const Queue& queue, int digits) const {
+    const auto q_of = [](const Waiting& w) { return w.q; };
+    if (vectors_) {
+        const auto numbers = group_of<kernel::LaneGroup>(queue, [](const Waiting& w) { return w.number; });
+        return kernel::lucas_u_vanishes_in_lanes(numbers, group_of<std::array<mint, kernel::lanes>>(queue, q_of),
+                                                 digits);
+    }
+    const auto numbers = group_of<kernel::NarrowGroup>(queue, [](const Waiting& w) { return w.number.limbs; });
+    return kernel::lucas_u_vanishes_narrow(numbers, group_of<std::array<mint, kernel::narrow_lanes>>(queue, q_of));
+}
+
+void WideBatch::fill(Queues& queues, int digits) const {
     Queue& queue = queues[static_cast<std::size_t>(digits)];
     for (auto smaller = static_cast<std::size_t>(digits); smaller-- > 0;) {
         Queue& from = queues[smaller];
-        while (from.count > 0 && queue.count < kernel::lanes) queue.waiting[queue.count++] = from.waiting[--from.count];
+        while (from.count > 0 && queue.count < side_by_side_) queue.waiting[queue.count++] = from.waiting[--from.count];
     }
 }
 

@@ -10,21 +10,24 @@
 
 #include "Shared/intx/intx_types.h"
 #include "Shared/kernel/lanes.h"
+#include "Shared/kernel/narrow_lanes.h"
 
 namespace kesh {
 
 /**
  * Tests numbers of 2^64 and more, with the verdicts of KESH_PrimeQ. After trial division a number waits for the test to
  * base 2, and if it passes, for the Lucas test; each time it waits for others with the same number of digits in a lane.
- * If the current level has no lanes, each number is tested immediately.
+ * If the current level has no vector lanes, numbers of two limbs wait for each other, and longer ones are tested
+ * immediately: one of them alone keeps the processor busy.
  */
 class WideBatch {
   public:
     /**
      * Sets *verdict to 1 if the number is prime, now or later; *verdict is 0 before. The limbs are read until finish()
-     * returns. Preconditions: 2 <= size <= 16, and the highest limb is not 0.
+     * returns. divided says that the number is odd and has no prime factor of trial division. Preconditions:
+     * 2 <= size <= 16, and the highest limb is not 0.
      */
-    void add(const umint* limbs, mint size, std::uint8_t* verdict);
+    void add(const umint* limbs, mint size, std::uint8_t* verdict, bool divided = false);
 
     /** Tests the remaining numbers, in lanes that numbers of different sizes share. */
     void finish();
@@ -36,7 +39,7 @@ class WideBatch {
         mint q;  ///< of the Lucas test
     };
 
-    /** The numbers of one length in digits that wait for one test; fewer than there are lanes. */
+    /** The numbers of one length in digits that wait for one test; fewer than go side by side. */
     struct Queue {
         std::array<Waiting, kernel::lanes> waiting;
         std::size_t count = 0;
@@ -51,9 +54,15 @@ class WideBatch {
     void test_base_2(Queue& queue, int digits);
     void test_lucas(Queue& queue, int digits);
 
-    /** Fills the free lanes of the queue with numbers of fewer digits. */
-    static void fill(Queues& queues, int digits);
+    /** Bit c is set when number c of the queue passes. */
+    [[nodiscard]] unsigned passing_base_2(const Queue& queue, int digits) const;
+    [[nodiscard]] unsigned passing_lucas(const Queue& queue, int digits) const;
 
+    /** Fills the free lanes of the queue with numbers of fewer digits. */
+    void fill(Queues& queues, int digits) const;
+
+    bool vectors_ = kernel::has_lanes();
+    std::size_t side_by_side_ = vectors_ ? kernel::lanes : kernel::narrow_lanes;
     Queues base_2_, lucas_;
 };
 

@@ -11,6 +11,7 @@
 #include <random>
 #include <vector>
 
+#include "Shared/kernel/kernel.h"
 #include "kesh_prime.h"
 
 namespace kesh_test {
@@ -39,6 +40,18 @@ inline void expect_verdicts(const limbs& n, std::int64_t len) {
         ASSERT_EQ(found[i], verdict(one, len))
             << "number " << i << " of " << found.size() << ", " << len << " limbs, low limb " << *one;
     }
+}
+
+/** Runs the check at every level of kernels that this processor has. */
+template <class Check>
+void at_every_level(Check check) {
+    using kesh::kernel::Level;
+    for (const Level level : {Level::portable, Level::adx, Level::ifma}) {
+        if (!kesh::kernel::force(level)) continue;
+        SCOPED_TRACE(kesh::kernel::name(level));
+        check();
+    }
+    kesh::kernel::force(kesh::kernel::supported_level());
 }
 
 inline mpz_class random_number(unsigned bits, std::mt19937_64& random) {

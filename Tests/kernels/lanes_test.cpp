@@ -10,6 +10,7 @@
 
 #include <vector>
 
+#include "Shared/kernel/narrow_lanes.h"
 #include "Shared/kernel/strong_word.h"
 #include "Shared/kernel/word_vectors.h"
 #include "kernels/skewed.h"
@@ -158,6 +159,33 @@ std::vector<int> every_number_of_digits() {
     for (int bits = 65; bits <= 1024; ++bits)
         if (all.empty() || all.back() != lane_digits(bits)) all.push_back(lane_digits(bits));
     return all;
+}
+
+/** Four numbers of two limbs in general registers, on every processor. */
+TEST(NarrowLanes, AgreeWithTheTestsAlone) {
+    Skewed random{128};
+    for (int i = 0; i < 4000; ++i) {
+        std::array<Limbs<2>, narrow_lanes> numbers;
+        std::array<mint, narrow_lanes> q;
+        for (std::size_t c = 0; c < narrow_lanes; ++c) {
+            do {
+                mpz_class n = to_mpz(random.modulus<2>());
+                if (random.below(3) == 0) mpz_nextprime(n.get_mpz_t(), n.get_mpz_t());
+                numbers[c] = from_mpz<2>(n);
+                numbers[c][0] |= 1;
+                q[c] = static_cast<mint>(random.below(40)) - 20;
+            } while (to_mpz(numbers[c]) <= 3 || q[c] == 0);
+        }
+        NarrowGroup group;
+        for (std::size_t c = 0; c < narrow_lanes; ++c) group[c] = numbers[c].data();
+        const unsigned strong = strong_base2_narrow(group), lucas = lucas_u_vanishes_narrow(group, q);
+        for (std::size_t c = 0; c < narrow_lanes; ++c) {
+            const Modulus<2> modulus(numbers[c].data());
+            ASSERT_EQ(strong >> c & 1, strong_base2(modulus) ? 1U : 0U) << to_mpz(numbers[c]) << " in lane " << c;
+            ASSERT_EQ(lucas >> c & 1, lucas_u_vanishes(modulus, q[c]) ? 1U : 0U)
+                << to_mpz(numbers[c]) << " with Q = " << q[c] << " in lane " << c;
+        }
+    }
 }
 
 /** 64-bit numbers. */

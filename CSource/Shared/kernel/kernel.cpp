@@ -89,44 +89,18 @@ void lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modu
 
 template <int n>
 bool strong_base2(const Modulus<n>& modulus) noexcept {
-    umint d[n], x[n], minus_one[n];
-    for (int i = 0; i < n; ++i) d[i] = modulus.m[i];
-    d[0] -= 1;
-    int s = 0;
-    for (int i = 0; i < n && s == 64 * i; ++i) s += static_cast<int>(math_count_trailing_zeros(d[i]));
-    shift_right<n>(d, d, s);
-    pow2<n>(x, d, modulus);
-    subtract<n>(minus_one, modulus.m, modulus.r1);
-    if (equal<n>(x, modulus.r1) || equal<n>(x, minus_one)) return true;
-    for (int j = 1; j < s; ++j) {
-        mont_sqr<n>(x, x, modulus);
-        if (equal<n>(x, minus_one)) return true;
-    }
-    return false;
+    const StrongExponent<n> exponent(modulus.m);
+    umint x[n];
+    pow2<n>(x, exponent.e, modulus);
+    return ends_strongly<n>(x, exponent.s, modulus);
 }
 
 template <int n>
 bool lucas_u_vanishes(const Modulus<n>& modulus, mint q) noexcept {
-    assert(q != 0);
-    const umint zero[n] = {};
-    umint two[n], a[n], e[n], l[n], h[n];
-    for (int i = 0; i < n; ++i) two[i] = modulus.r1[i];
-    double_if<n>(two, 1, modulus.m);
-    divide_by_limb<n>(a, modulus.r1, q < 0 ? umint{0} - static_cast<umint>(q) : static_cast<umint>(q), modulus.m);
-    if (q < 0) subtract_mod<n>(a, zero, a, modulus.m);
-    subtract_mod<n>(a, a, two, modulus.m);
-
-    // (m + 1) / 2 without the carry that m + 1 may have.
-    shift_right<n>(e, modulus.m, 1);
-    std::uint8_t carry = 1;
-    for (int i = 0; i < n; ++i) carry = math_addcarry(carry, e[i], 0, e[i]);
-    lucas_ladder<n>(l, h, a, e, modulus);
-
-    // 2 V(e+1) - a V(e) = (a^2 - 4) U(e) for the parameters (a, 1); there a^2 - 4 = D / Q^2 and U(e) = U(m + 1) /
-    // Q^(e-1) of (1, Q).
-    mont_mul<n>(l, a, l, modulus);
-    mont_mul<n>(h, two, h, modulus);
-    return equal<n>(l, h);
+    const LucasStart<n> start(modulus, q);
+    umint l[n], h[n];
+    lucas_ladder<n>(l, h, start.a, start.e, modulus);
+    return start.vanishes(l, h, modulus);
 }
 
 umint mod_limb(std::span<const umint> limbs, umint d) noexcept {

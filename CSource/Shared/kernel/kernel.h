@@ -83,6 +83,9 @@ template <int n>
 template <int n>
 [[nodiscard]] bool lucas_u_vanishes(const Modulus<n>& modulus, mint q) noexcept;
 
+/// The largest prime of has_small_factor.
+inline constexpr umint trial_limit = 541;
+
 /// Whether one of the 99 odd primes 3, 5, ..., 541 divides the value of the limbs. Precondition: at most 16 limbs. A
 /// prime of the table divides itself: a caller that wants "proven composite" passes values above 541.
 [[nodiscard]] bool has_small_factor(std::span<const umint> limbs) noexcept;

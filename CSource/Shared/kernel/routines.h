@@ -2,6 +2,8 @@
 /// @brief  The table of kernels that a level provides for one width, and the loops that levels share.
 #pragma once
 
+#include <cassert>
+
 #include "Shared/kernel/kernel.h"
 #include "Shared/kernel/limbs.h"
 
@@ -178,5 +180,63 @@ inline void divide_by_limb(umint* r, const umint* x, umint q, const umint* m) no
     umint remainder = carry;
     for (int i = n - 1; i >= 0; --i) math_divmod(t[i], remainder, q, r[i], remainder);
 }
+
+/// m - 1 = e 2^s with an odd e.
+template <int n>
+struct StrongExponent {
+    umint e[n];
+    int s = 0;
+
+    explicit StrongExponent(const umint* m) noexcept {
+        for (int i = 0; i < n; ++i) e[i] = m[i];
+        e[0] -= 1;
+        for (int i = 0; i < n && s == 64 * i; ++i) s += static_cast<int>(math_count_trailing_zeros(e[i]));
+        shift_right<n>(e, e, s);
+    }
+};
+
+/// The end of a strong test, from the residue x = b^e: whether it is 1, or it or one of its s - 1 squares is -1. x is
+/// overwritten.
+template <int n>
+inline bool ends_strongly(umint* x, int s, const Modulus<n>& modulus) noexcept {
+    umint minus_one[n];
+    subtract<n>(minus_one, modulus.m, modulus.r1);
+    if (equal<n>(x, modulus.r1) || equal<n>(x, minus_one)) return true;
+    for (int j = 1; j < s; ++j) {
+        mont_sqr<n>(x, x, modulus);
+        if (equal<n>(x, minus_one)) return true;
+    }
+    return false;
+}
+
+/// Where the ladder of lucas_u_vanishes starts: V(0) = 2 and V(1) = a = 1/Q - 2, for the exponent e = (m + 1)/2.
+template <int n>
+struct LucasStart {
+    umint two[n], a[n], e[n];
+
+    LucasStart(const Modulus<n>& modulus, mint q) noexcept {
+        assert(q != 0);
+        const umint zero[n] = {};
+        for (int i = 0; i < n; ++i) two[i] = modulus.r1[i];
+        double_if<n>(two, 1, modulus.m);
+        divide_by_limb<n>(a, modulus.r1, q < 0 ? umint{0} - static_cast<umint>(q) : static_cast<umint>(q), modulus.m);
+        if (q < 0) subtract_mod<n>(a, zero, a, modulus.m);
+        subtract_mod<n>(a, a, two, modulus.m);
+
+        // (m + 1) / 2 without the carry that m + 1 may have.
+        shift_right<n>(e, modulus.m, 1);
+        std::uint8_t carry = 1;
+        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, e[i], 0, e[i]);
+    }
+
+    /// Whether U(m + 1) vanishes, from l = V(e) and h = V(e + 1). 2 V(e+1) - a V(e) = (a^2 - 4) U(e) for the parameters
+    /// (a, 1); there a^2 - 4 = D / Q^2 and U(e) = U(m + 1) / Q^(e-1) of (1, Q).
+    [[nodiscard]] bool vanishes(const umint* l, const umint* h, const Modulus<n>& modulus) const noexcept {
+        umint left[n], right[n];
+        mont_mul<n>(left, a, l, modulus);
+        mont_mul<n>(right, two, h, modulus);
+        return equal<n>(left, right);
+    }
+};
 
 }  // namespace kesh::kernel

@@ -19,7 +19,7 @@ namespace kesh::kernel {
 
 namespace {
 
-constexpr umint largest_prime = 541;
+constexpr umint largest_prime = trial_limit;
 constexpr std::size_t prime_count = 99;
 constexpr std::size_t largest_limb_count = 16;
 constexpr umint product_bound = umint{1} << 59;
