@@ -11,25 +11,25 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "engine/differential/gmp.h"
 #include "show.h"
+#include "support/agreement.h"
 
 namespace kesh::fuzz {
 
 template <engine_word T, class Check>
 void check_at(const char* name, const std::uint8_t* data, std::size_t size, Check check) {
-    using testing::operands;
+    using test::operands;
     static_assert(std::is_trivially_copyable_v<operands<T>>);
     operands<T> s{};
     std::memset(static_cast<void*>(&s), 0, sizeof s);
     std::memcpy(static_cast<void*>(&s), data, std::min(size, sizeof s));
     s.count %= width_v<T> + 2;
     s.carry &= 1;
-    using testing::as_mpz;
+    using test::as_mpz;
     if (showing())
         show(name, " at ", width_v<T>, " bits, a = ", as_mpz(s.a), ", b = ", as_mpz(s.b), ", c = ", as_mpz(s.c),
              ", d = ", as_mpz(s.d), ", limb = ", s.limb, ", count = ", s.count, ", carry = ", int{s.carry});
-    const testing::verdict v = check(s);
+    const test::verdict v = check(s);
     if (!v.empty()) {
         std::fprintf(stderr, "%s\n", v.c_str());
         std::abort();
@@ -63,6 +63,6 @@ int run(const char* name, const std::uint8_t* data, std::size_t size, Check chec
 /** The fuzz target of the family whose checks `body` names; `s` holds the operands. */
 #define KESH_FUZZ_TARGET(body)                                                                    \
     extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {           \
-        using namespace kesh::testing;                                                            \
+        using namespace kesh::test;                                                               \
         return kesh::fuzz::run(#body, data, size, [](const auto& s) -> verdict { return body; }); \
     }

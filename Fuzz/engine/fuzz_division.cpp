@@ -3,15 +3,15 @@
  * @brief  Division against GMP, and the shape of its reciprocal series.
  */
 
-#include "engine/differential/division.h"
 #include "fuzz_check.h"
+#include "support/differential/division.h"
 
 namespace {
 
 template <class Operands>
-kesh::testing::verdict check(const Operands& s) {
+kesh::test::verdict check(const Operands& s) {
     kesh::division_steps steps;
-    return kesh::testing::check_division(s, steps);
+    return kesh::test::check_division(s, steps);
 }
 
 }  // namespace

@@ -3,14 +3,14 @@
  * @brief  Inverses modulo 2^N and modulo arbitrary moduli against GMP.
  */
 
-#include "engine/differential/inverses.h"
 #include "fuzz_check.h"
+#include "support/differential/inverses.h"
 
 namespace {
 
 template <class Operands>
-kesh::testing::verdict check(const Operands& s) {
-    using namespace kesh::testing;
+kesh::test::verdict check(const Operands& s) {
+    using namespace kesh::test;
     const verdict v = check_inverse_mod_2(s);
     return v.empty() ? check_invmod(s) : v;
 }

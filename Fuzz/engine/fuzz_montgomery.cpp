@@ -3,7 +3,7 @@
  * @brief  The Montgomery context against GMP.
  */
 
-#include "engine/differential/montgomery.h"
 #include "fuzz_check.h"
+#include "support/differential/montgomery.h"
 
 KESH_FUZZ_TARGET(check_montgomery(s))

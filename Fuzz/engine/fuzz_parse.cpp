@@ -7,8 +7,8 @@
 #include <iomanip>
 #include <string>
 
-#include "engine/differential/gmp.h"
 #include "show.h"
+#include "support/agreement.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ void check(const std::string& text) {
     const mpz_class expected(digits.empty() ? "77" : digits, digits.empty() ? 10 : base);
     const bool fits = !digits.empty() && mpz_sizeinbase(expected.get_mpz_t(), 2) <= static_cast<std::size_t>(N);
     if (accepted != fits) std::abort();
-    if (testing::as_mpz(value) != (accepted ? expected : mpz_class(77))) std::abort();
+    if (test::as_mpz(value) != (accepted ? expected : mpz_class(77))) std::abort();
 }
 
 }  // namespace

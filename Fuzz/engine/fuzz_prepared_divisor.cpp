@@ -3,7 +3,7 @@
  * @brief  Division by a fixed one-limb divisor against GMP.
  */
 
-#include "engine/differential/division.h"
 #include "fuzz_check.h"
+#include "support/differential/division.h"
 
 KESH_FUZZ_TARGET(check_fastdiv(s))

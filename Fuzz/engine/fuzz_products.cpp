@@ -3,7 +3,7 @@
  * @brief  Products against GMP, and the fast forms against the reference forms.
  */
 
-#include "engine/differential/products.h"
 #include "fuzz_check.h"
+#include "support/differential/products.h"
 
 KESH_FUZZ_TARGET(check_products(s))

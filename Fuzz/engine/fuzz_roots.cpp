@@ -3,7 +3,7 @@
  * @brief  Integer square roots against GMP.
  */
 
-#include "engine/differential/roots.h"
 #include "fuzz_check.h"
+#include "support/differential/roots.h"
 
 KESH_FUZZ_TARGET(check_roots(s))

@@ -3,7 +3,7 @@
  * @brief  Shifts and bit counts against GMP.
  */
 
-#include "engine/differential/shifts.h"
 #include "fuzz_check.h"
+#include "support/differential/shifts.h"
 
 KESH_FUZZ_TARGET(check_shifts(s))

@@ -3,7 +3,7 @@
  * @brief  Sums, differences and comparison against GMP.
  */
 
-#include "engine/differential/sums.h"
 #include "fuzz_check.h"
+#include "support/differential/sums.h"
 
 KESH_FUZZ_TARGET(check_sums(s))

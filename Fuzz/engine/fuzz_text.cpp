@@ -3,7 +3,7 @@
  * @brief  Text and double against GMP.
  */
 
-#include "engine/differential/conversions.h"
 #include "fuzz_check.h"
+#include "support/differential/conversions.h"
 
 KESH_FUZZ_TARGET(check_text(s))

@@ -13,8 +13,9 @@
 
 #include "Shared/kernel/kernel.h"
 #include "kesh_prime.h"
+#include "support/gmp.h"
 
-namespace kesh_test {
+namespace kesh::test {
 
 using limbs = std::vector<std::uint64_t>;
 
@@ -75,7 +76,7 @@ inline void append(limbs& to, const mpz_class& n, std::int64_t len) {
     const std::size_t at = to.size();
     to.resize(at + static_cast<std::size_t>(len));
     ASSERT_LE(mpz_sizeinbase(n.get_mpz_t(), 2), static_cast<std::size_t>(64 * len));
-    mpz_export(to.data() + at, nullptr, -1, sizeof(std::uint64_t), 0, 0, n.get_mpz_t());
+    write_limbs(n, to.data() + at, static_cast<std::size_t>(len));
 }
 
 /** Primes whose top limb is not 0, of various bit lengths. */
@@ -138,4 +139,4 @@ inline limbs structured(std::int64_t len, std::int64_t count, std::mt19937_64& r
     return found;
 }
 
-}  // namespace kesh_test
+}  // namespace kesh::test

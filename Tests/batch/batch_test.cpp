@@ -16,8 +16,8 @@
 
 namespace {
 
-using kesh_test::expect_verdicts;
-using kesh_test::limbs;
+using kesh::test::expect_verdicts;
+using kesh::test::limbs;
 
 TEST(Batch, BadArgumentsWriteNothing) {
     const std::uint64_t n[2] = {7, 0};
@@ -51,7 +51,7 @@ TEST(Batch, WritesOneByteANumberAndNoMore) {
 }
 
 TEST(Batch, SmallestNumbers) {
-    kesh_test::at_every_level([] {
+    kesh::test::at_every_level([] {
         std::vector<std::uint64_t> n(300'000);
         for (std::size_t i = 0; i < n.size(); ++i) n[i] = i;
         expect_verdicts(n, 1);
@@ -68,14 +68,14 @@ TEST(Batch, SmallestNumbers) {
  * Every count up to more than a block, of numbers that all reach the last round and of numbers that stop at each round.
  */
 TEST(Batch, EveryLengthOfTheLastGroup) {
-    kesh_test::at_every_level([] {
+    kesh::test::at_every_level([] {
         for (const std::int64_t len : {1, 2, 3, 4, 5, 8, 16}) {
             std::mt19937_64 random(static_cast<unsigned>(len));
             const std::int64_t most = len == 1 ? 2 * kesh::block_size(len) + 20 : 12;
-            const limbs primes = kesh_test::primes(len, most, random);
+            const limbs primes = kesh::test::primes(len, most, random);
             for (std::int64_t count = 0; count <= most; ++count)
                 expect_verdicts(limbs(primes.begin(), primes.begin() + count * len), len);
-            const limbs mixed = kesh_test::structured(len, most, random);
+            const limbs mixed = kesh::test::structured(len, most, random);
             for (std::int64_t count = 0; count <= most; ++count)
                 expect_verdicts(limbs(mixed.begin(), mixed.begin() + count * len), len);
         }
@@ -83,16 +83,16 @@ TEST(Batch, EveryLengthOfTheLastGroup) {
 }
 
 TEST(Batch, OnePrimeAmongCompositesAtEveryPlace) {
-    kesh_test::at_every_level([] {
+    kesh::test::at_every_level([] {
         for (const std::int64_t len : {1, 2, 3, 4, 6, 8, 16}) {
             std::mt19937_64 random(100 + static_cast<unsigned>(len));
             const std::int64_t count = std::min<std::int64_t>(kesh::block_size(len) + 7, len == 1 ? 600 : 40);
-            const limbs prime = kesh_test::primes(len, 1, random);
-            const limbs composites = kesh_test::semiprimes(len, count, random);
+            const limbs prime = kesh::test::primes(len, 1, random);
+            const limbs composites = kesh::test::semiprimes(len, count, random);
             for (std::int64_t place = 0; place < count; ++place) {
                 limbs n = composites;
                 std::ranges::copy(prime, n.begin() + place * len);
-                const std::vector<std::uint8_t> verdicts = kesh_test::verdicts(n, len);
+                const std::vector<std::uint8_t> verdicts = kesh::test::verdicts(n, len);
                 for (std::int64_t i = 0; i < count; ++i)
                     ASSERT_EQ(verdicts[static_cast<std::size_t>(i)], i == place ? 1 : 0)
                         << len << ' ' << place << ' ' << i;
@@ -102,14 +102,14 @@ TEST(Batch, OnePrimeAmongCompositesAtEveryPlace) {
 }
 
 TEST(Batch, SizesMayDifferWithinACall) {
-    kesh_test::at_every_level([] {
+    kesh::test::at_every_level([] {
         std::mt19937_64 random(5);
         for (const std::int64_t len : {2, 7, 16}) {
             limbs n;
             for (int i = 0; i < 400; ++i) {
                 const std::int64_t size = 1 + static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(len));
-                limbs one = random() % 4 == 0 && size < 6 ? kesh_test::primes(size, 1, random)
-                                                          : kesh_test::structured(size, 1, random);
+                limbs one = random() % 4 == 0 && size < 6 ? kesh::test::primes(size, 1, random)
+                                                          : kesh::test::structured(size, 1, random);
                 one.resize(static_cast<std::size_t>(len));
                 n.insert(n.end(), one.begin(), one.end());
             }
@@ -119,14 +119,14 @@ TEST(Batch, SizesMayDifferWithinACall) {
 }
 
 TEST(Batch, HardStrongPseudoprimes) {
-    kesh_test::at_every_level([] { expect_verdicts(readPseudoprimeSample(), 1); });
+    kesh::test::at_every_level([] { expect_verdicts(readPseudoprimeSample(), 1); });
 }
 
 TEST(Batch, StructuredNumbersOfEveryLength) {
-    kesh_test::at_every_level([] {
+    kesh::test::at_every_level([] {
         for (std::int64_t len = 1; len <= 16; ++len) {
             std::mt19937_64 random(200 + static_cast<unsigned>(len));
-            expect_verdicts(kesh_test::structured(len, 4000 / len, random), len);
+            expect_verdicts(kesh::test::structured(len, 4000 / len, random), len);
         }
     });
 }
@@ -134,10 +134,10 @@ TEST(Batch, StructuredNumbersOfEveryLength) {
 /** 10^7 numbers of 64 bits, and as many of the wider classes as an hour allows. */
 TEST(Batch, Long_ManyNumbersOfEachSize) {
     std::mt19937_64 random(77);
-    for (int round = 0; round < 100; ++round) expect_verdicts(kesh_test::structured(1, 100'000, random), 1);
+    for (int round = 0; round < 100; ++round) expect_verdicts(kesh::test::structured(1, 100'000, random), 1);
     for (const std::int64_t len : {2, 3, 4, 8, 16}) {
         for (int round = 0; round < 10; ++round)
-            expect_verdicts(kesh_test::structured(len, 1'000'000 / (len * len * len), random), len);
+            expect_verdicts(kesh::test::structured(len, 1'000'000 / (len * len * len), random), len);
     }
 }
 

@@ -16,18 +16,13 @@
 
 namespace {
 
-using kesh_test::limbs;
+using kesh::test::limbs;
+using kesh::test::mpz_of;
 
 limbs limbs_of(const mpz_class& n, std::int64_t len) {
     limbs given;
-    kesh_test::append(given, n, len);
+    kesh::test::append(given, n, len);
     return given;
-}
-
-mpz_class mpz_of(const std::uint64_t* n, std::int64_t len) {
-    mpz_class value;
-    mpz_import(value.get_mpz_t(), static_cast<std::size_t>(len), -1, sizeof *n, 0, 0, n);
-    return value;
 }
 
 /** The result; none for KESH_NO_PRIME, which must not write the limbs. */
@@ -153,7 +148,7 @@ TEST(NextPrime, OfRandomNumbersOfEverySize) {
          {21, 31, 33, 40, 48, 50, 63, 64, 65, 90, 127, 128, 129, 192, 256, 257, 384, 512, 700, 1000, 1023}) {
         const std::int64_t len = (bits + 63) / 64;
         for (unsigned i = 0; i < 2000 / bits + 2; ++i) {
-            const mpz_class n = kesh_test::random_number(bits, random), p = by_gmp(n);
+            const mpz_class n = kesh::test::random_number(bits, random), p = by_gmp(n);
             if (mpz_sizeinbase(p.get_mpz_t(), 2) > bits) continue;
             ASSERT_EQ(next(n, len), p);
             ASSERT_EQ(next(n, 16), p) << "zero limbs on top";
@@ -209,7 +204,7 @@ TEST(NextPrimes, EveryCountAndSize) {
     std::mt19937_64 random(34);
     for (const unsigned bits : {40U, 63U, 64U, 65U, 128U, 200U, 500U}) {
         const std::int64_t len = (bits + 64) / 64;
-        const mpz_class n = kesh_test::random_number(bits, random);
+        const mpz_class n = kesh::test::random_number(bits, random);
         const std::int64_t most = bits <= 64 ? 3000 : 60;
         for (std::int64_t count = 0; count <= most; count = count < 20 ? count + 1 : count * 5 / 4) {
             const Walk w = walk(n, len, count);

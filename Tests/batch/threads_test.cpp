@@ -15,7 +15,7 @@
 
 namespace {
 
-using kesh_test::limbs;
+using kesh::test::limbs;
 
 /** The arguments that the callback received, and the call from which on it asks to stop. */
 struct Watcher {
@@ -35,14 +35,14 @@ struct Watcher {
 
 limbs many(std::int64_t len, std::int64_t count) {
     std::mt19937_64 random(static_cast<unsigned>(31 * len));
-    return kesh_test::structured(len, count, random);
+    return kesh::test::structured(len, count, random);
 }
 
 TEST(BatchOnThreads, VerdictsAreThoseOfOneThread) {
     for (const std::int64_t len : {1, 2, 5}) {
         const limbs n = many(len, 6000 / len);
         const std::int64_t count = static_cast<std::int64_t>(n.size()) / len;
-        const std::vector<std::uint8_t> expected = kesh_test::verdicts(n, len);
+        const std::vector<std::uint8_t> expected = kesh::test::verdicts(n, len);
         for (const int threads : {0, 1, 2, 3, 8, 1000}) {
             std::vector<std::uint8_t> found(expected.size(), 7);
             ASSERT_EQ(KESH_ArePrimeOnThreads(n.data(), len, count, found.data(), threads, nullptr, nullptr), KESH_DONE);
@@ -53,7 +53,7 @@ TEST(BatchOnThreads, VerdictsAreThoseOfOneThread) {
 
 TEST(BatchOnThreads, CallsFromManyThreadsAtOnce) {
     const limbs n = many(2, 1500);
-    const std::vector<std::uint8_t> expected = kesh_test::verdicts(n, 2);
+    const std::vector<std::uint8_t> expected = kesh::test::verdicts(n, 2);
     std::vector<std::thread> callers;
     std::vector<std::vector<std::uint8_t>> found(4, std::vector<std::uint8_t>(expected.size(), 7));
     for (auto& mine : found) {

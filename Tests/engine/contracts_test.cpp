@@ -12,7 +12,7 @@
 
 static_assert(KESH_CONTRACTS == 1, "this program is built with contracts on");
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 #define EXPECT_BROKEN(function, ...) EXPECT_DEATH(__VA_ARGS__, function ": precondition broken")
@@ -140,4 +140,4 @@ TEST(Postconditions, AreChecked) {
 }
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

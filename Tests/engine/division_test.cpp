@@ -3,14 +3,14 @@
  * @brief  Division against GMP, and the length of its reciprocal series and corrections.
  */
 
-#include "engine/differential/division.h"
+#include "support/differential/division.h"
 
 #include <algorithm>
 #include <iostream>
 
-#include "engine/differential/run.h"
+#include "support/differential/run.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 KESH_DIFFERENTIAL_TESTS(PreparedDivisor, wide_words, check_fastdiv)
@@ -56,4 +56,4 @@ TYPED_TEST(Division, Long_RandomOperands) {
 }
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include "engine/operands.h"
-#include "engine/widths.h"
+#include "support/operands.h"
+#include "support/widths.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 
 template <class T>
 class Edges : public ::testing::Test {
@@ -32,4 +32,4 @@ template <engine_word T>
     return ::testing::AssertionFailure() << to_string(a, 16) << " is not " << to_string(b, 16);
 }
 
-}  // namespace kesh::testing
+}  // namespace kesh::test

@@ -9,7 +9,7 @@
 #include "Shared/fastdiv.h"
 #include "engine/edges.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 TYPED_TEST(WordEdges, Products) {
@@ -157,4 +157,4 @@ TYPED_TEST(WideEdges, PreparedDivisors) {
 }
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

@@ -6,7 +6,7 @@
 #include "Shared/mont.h"
 #include "engine/edges.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 TYPED_TEST(WordEdges, Inverses) {
@@ -106,4 +106,4 @@ TEST(MontgomeryContext, PrintsItsFields) {
 }
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

@@ -11,7 +11,7 @@
 
 #include "engine/edges.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 TYPED_TEST(WideEdges, MachineIntegersOnEitherSideOfAProduct) {
@@ -134,4 +134,4 @@ TYPED_TEST(WideEdges, SignedWordsAreOrderedAndAdded) {
 }
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

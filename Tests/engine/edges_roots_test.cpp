@@ -6,7 +6,7 @@
 #include "Shared/isqrt.h"
 #include "engine/edges.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 TYPED_TEST(WordEdges, SmallRoots) {
@@ -83,4 +83,4 @@ TEST(WideRoot, TheTopOfTheRangeKeepsItsEstimate) {
 }
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

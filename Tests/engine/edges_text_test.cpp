@@ -11,7 +11,7 @@
 #include "Shared/mont.h"
 #include "engine/edges.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 TYPED_TEST(WideEdges, MalformedTextIsRefusedAndLeavesTheValue) {
@@ -142,4 +142,4 @@ using Divisor = fastdiv_data<uintx_t<256>, unsigned long>;
 static_assert(offsetof(Divisor, magic) == 0 && offsetof(Divisor, m) == 32 && offsetof(Divisor, s) == 40);
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

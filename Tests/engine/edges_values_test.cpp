@@ -7,7 +7,7 @@
 
 #include "engine/edges.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 template <wide_word T>
@@ -195,4 +195,4 @@ TYPED_TEST(WideEdges, WholeLimbShifts) {
 }
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

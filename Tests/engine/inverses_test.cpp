@@ -3,14 +3,14 @@
  * @brief  Inverses modulo 2^N and modulo arbitrary moduli against GMP.
  */
 
-#include "engine/differential/inverses.h"
-#include "engine/differential/run.h"
+#include "support/differential/inverses.h"
+#include "support/differential/run.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 KESH_DIFFERENTIAL_TESTS(InverseModuloPowerOfTwo, all_words, check_inverse_mod_2)
 KESH_DIFFERENTIAL_TESTS(InverseModulo, all_words, check_invmod)
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

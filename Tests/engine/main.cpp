@@ -6,7 +6,7 @@
 #include <iostream>
 #include <string>
 
-#include "engine/differential/run.h"
+#include "support/differential/run.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ std::uint64_t number_after(const std::string& flag, int argc, char** argv, std::
 }  // namespace
 
 int main(int argc, char** argv) {
-    using namespace kesh::testing;
+    using namespace kesh::test;
     ::testing::InitGoogleTest(&argc, argv);
     usual_sets = number_after("--sets=", argc, argv, usual_sets);
     stride = number_after("--stride=", argc, argv, stride);

@@ -3,13 +3,13 @@
  * @brief  The Montgomery context against GMP.
  */
 
-#include "engine/differential/montgomery.h"
-#include "engine/differential/run.h"
+#include "support/differential/montgomery.h"
+#include "support/differential/run.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 KESH_DIFFERENTIAL_TESTS(Montgomery, all_words, check_montgomery)
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

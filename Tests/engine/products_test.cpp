@@ -3,13 +3,13 @@
  * @brief  Products against GMP and the fast forms against the reference forms.
  */
 
-#include "engine/differential/products.h"
-#include "engine/differential/run.h"
+#include "support/differential/products.h"
+#include "support/differential/run.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 KESH_DIFFERENTIAL_TESTS(Products, all_words, check_products)
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

@@ -3,13 +3,13 @@
  * @brief  Integer square roots against GMP.
  */
 
-#include "engine/differential/roots.h"
-#include "engine/differential/run.h"
+#include "support/differential/roots.h"
+#include "support/differential/run.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 KESH_DIFFERENTIAL_TESTS(Roots, all_words, check_roots)
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

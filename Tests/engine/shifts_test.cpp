@@ -3,13 +3,13 @@
  * @brief  Shifts and bit counts against GMP.
  */
 
-#include "engine/differential/shifts.h"
-#include "engine/differential/run.h"
+#include "support/differential/shifts.h"
+#include "support/differential/run.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 KESH_DIFFERENTIAL_TESTS(Shifts, all_words, check_shifts)
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

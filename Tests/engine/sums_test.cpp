@@ -3,13 +3,13 @@
  * @brief  Sums, differences and comparison against GMP.
  */
 
-#include "engine/differential/sums.h"
-#include "engine/differential/run.h"
+#include "support/differential/sums.h"
+#include "support/differential/run.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 namespace {
 
 KESH_DIFFERENTIAL_TESTS(Sums, all_words, check_sums)
 
 }  // namespace
-}  // namespace kesh::testing
+}  // namespace kesh::test

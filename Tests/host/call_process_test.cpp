@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace kesh_test;
+using namespace kesh::test;
 using nlohmann::json;
 using testing::AllOf;
 using testing::HasSubstr;

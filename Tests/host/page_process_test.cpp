@@ -20,7 +20,7 @@
 
 namespace {
 
-using namespace kesh_test;
+using namespace kesh::test;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;

@@ -15,7 +15,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-namespace kesh_test {
+namespace kesh::test {
 
 namespace {
 
@@ -189,4 +189,4 @@ int TerminalHost::wait(std::chrono::seconds limit) {
     return -1;
 }
 
-}  // namespace kesh_test
+}  // namespace kesh::test

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace kesh_test {
+namespace kesh::test {
 
 using Arguments = std::vector<std::string>;
 
@@ -67,4 +67,4 @@ class TerminalHost {
     std::size_t seen_ = 0;
 };
 
-}  // namespace kesh_test
+}  // namespace kesh::test

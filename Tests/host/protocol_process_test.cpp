@@ -9,7 +9,7 @@
 
 namespace {
 
-using namespace kesh_test;
+using namespace kesh::test;
 using testing::AllOf;
 using testing::HasSubstr;
 

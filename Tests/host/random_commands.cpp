@@ -32,7 +32,7 @@
 
 namespace {
 
-using namespace kesh_test;
+using namespace kesh::test;
 
 struct Case {
     Arguments arguments;

@@ -13,7 +13,7 @@
 #include "Shared/kernel/adx.h"
 #include "Shared/kernel/portable.h"
 #include "Shared/kernel/signed_residue.h"
-#include "kernels/skewed.h"
+#include "support/skewed.h"
 
 namespace kesh::kernel {
 namespace {

@@ -13,7 +13,7 @@
 #include "Shared/kernel/narrow_lanes.h"
 #include "Shared/kernel/strong_word.h"
 #include "Shared/kernel/word_vectors.h"
-#include "kernels/skewed.h"
+#include "support/skewed.h"
 
 namespace kesh::kernel {
 namespace {

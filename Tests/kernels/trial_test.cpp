@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Shared/kernel/kernel.h"
-#include "kernels/skewed.h"
+#include "support/skewed.h"
 
 namespace kesh::kernel {
 namespace {

@@ -11,12 +11,12 @@
 
 namespace {
 
-using namespace kesh_test;
+using namespace kesh::test;
 
 constexpr mbool untouched = -77;
 
 TEST(KeshPrimeQ, LengthsOutsideTheRangeAreRefused) {
-    const limbs16 limbs = limbs_of(7);
+    const Limbs<16> limbs = from_mpz<16>(7);
     for (mint length : {mint{-1}, mint{0}, mint{17}, mint{18}, INT64_MIN, INT64_MAX}) {
         mbool r = untouched;
         EXPECT_EQ(KESH_PrimeQ(limbs.data(), length, &r), 0) << length;
@@ -32,7 +32,7 @@ TEST(KeshPrimeQ, EveryLengthGivesTheVerdictOnItsLimbs) {
         // Each number has storage for exactly its limbs, so that the address sanitizer sees a read beyond them.
         for (const mpz_class& n : {source.prime(bits), source.close_semiprime(bits), mpz_class(7), mpz_class(1),
                                    mpz_class(0), mpz_class(power_of_2(bits) - 1)}) {
-            const limbs16 limbs = limbs_of(n);
+            const Limbs<16> limbs = from_mpz<16>(n);
             const std::vector<umint> given(limbs.begin(), limbs.begin() + length);
             mbool r = untouched;
             ASSERT_EQ(KESH_PrimeQ(given.data(), length, &r), 1);
@@ -46,7 +46,7 @@ TEST(KeshPrimeQ, ZeroLimbsOnTopChangeNothing) {
     for (unsigned bits : {3u, 64u, 65u, 128u, 129u, 192u, 256u, 300u, 512u}) {
         for (int i = 0; i < 5; ++i) {
             for (const mpz_class& n : {source.prime(bits), source.odd(bits)}) {
-                const limbs16 limbs = limbs_of(n);
+                const Limbs<16> limbs = from_mpz<16>(n);
                 for (mint length = (bits + 63) / 64; length <= 16; ++length) {
                     mbool r = untouched;
                     ASSERT_EQ(KESH_PrimeQ(limbs.data(), length, &r), 1);
@@ -58,10 +58,10 @@ TEST(KeshPrimeQ, ZeroLimbsOnTopChangeNothing) {
 }
 
 TEST(KeshPrimeQ, LimbsAboveTheLengthAreNotRead) {
-    limbs16 limbs;
+    Limbs<16> limbs;
     for (mint length = 1; length < 16; ++length) {
         limbs.fill(0xFFFFFFFFFFFFFFFF);
-        const limbs16 seven = limbs_of(7);
+        const Limbs<16> seven = from_mpz<16>(7);
         std::copy_n(seven.begin(), length, limbs.begin());
         mbool r = untouched;
         ASSERT_EQ(KESH_PrimeQ(limbs.data(), length, &r), 1);

@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace kesh_test;
+using namespace kesh::test;
 using kesh::Jacobi;
 
 template <class T>
@@ -36,7 +36,7 @@ TYPED_TEST(JacobiSymbol, AgreesWithGmpForRandomArgumentsOfAllSizes) {
     for (int i = 0; i < 3000; ++i) {
         const mpz_class a = i % 2 == 0 ? source.of_bits(size()) : source.skewed_odd(size()) - 1;
         const mpz_class n = i % 3 == 0 ? source.skewed_odd(size()) : source.odd(size());
-        ASSERT_EQ(Jacobi<T>(word_of<T>(a), word_of<T>(n)), mpz_jacobi(a.get_mpz_t(), n.get_mpz_t())) << a << ", " << n;
+        ASSERT_EQ(Jacobi<T>(as_word<T>(a), as_word<T>(n)), mpz_jacobi(a.get_mpz_t(), n.get_mpz_t())) << a << ", " << n;
     }
 }
 
@@ -46,7 +46,7 @@ TYPED_TEST(JacobiSymbol, AgreesWithGmpForSignedArguments) {
     const unsigned width = static_cast<unsigned>(kesh::width_v<T>);
     for (int i = 0; i < 2000; ++i) {
         const mpz_class n = source.odd(width - static_cast<unsigned>(i) % (width - 2));
-        const T wide = word_of<T>(n);
+        const T wide = as_word<T>(n);
         const long large = static_cast<long>(source.below(power_of_2(63)).get_ui());
         for (long x : {0L, 1L, -1L, 2L, -2L, 5L, -7L, large, -large}) {
             const int expected = mpz_si_kronecker(x, n.get_mpz_t());
@@ -71,7 +71,7 @@ TYPED_TEST(JacobiSymbol, ModulusOneGivesOne) {
     const mpz_class largest = power_of_2(static_cast<unsigned>(kesh::width_v<T>)) - 1;
     EXPECT_EQ(Jacobi<T>(T(1UL), T(1UL)), 1);
     EXPECT_EQ(Jacobi<T>(T(6UL), T(1UL)), 1);
-    EXPECT_EQ(Jacobi<T>(word_of<T>(largest), T(1UL)), 1);
+    EXPECT_EQ(Jacobi<T>(as_word<T>(largest), T(1UL)), 1);
 }
 
 TYPED_TEST(JacobiSymbol, CommonFactorGivesZero) {
@@ -81,7 +81,7 @@ TYPED_TEST(JacobiSymbol, CommonFactorGivesZero) {
     for (int i = 0; i < 200; ++i) {
         const mpz_class common = source.odd(half - 1) | 2;
         const mpz_class a = common * source.of_bits(half), n = common * source.odd(half);
-        ASSERT_EQ(Jacobi<T>(word_of<T>(a), word_of<T>(n)), 0) << a << ", " << n;
+        ASSERT_EQ(Jacobi<T>(as_word<T>(a), as_word<T>(n)), 0) << a << ", " << n;
     }
 }
 
@@ -91,7 +91,7 @@ TYPED_TEST(JacobiSymbol, DependsOnTheResidueOnly) {
     const unsigned width = static_cast<unsigned>(kesh::width_v<T>);
     for (int i = 0; i < 200; ++i) {
         const mpz_class n = source.odd(width / 2), a = source.of_bits(width);
-        ASSERT_EQ(Jacobi<T>(word_of<T>(a), word_of<T>(n)), Jacobi<T>(word_of<T>(a % n), word_of<T>(n)))
+        ASSERT_EQ(Jacobi<T>(as_word<T>(a), as_word<T>(n)), Jacobi<T>(as_word<T>(a % n), as_word<T>(n)))
             << a << ", " << n;
     }
 }

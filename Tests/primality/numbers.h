@@ -1,46 +1,18 @@
 /**
  * @file   numbers.h
- * @brief  Numbers for the tests of primality, made with GMP: conversion to the engine's types, and families that some
- *         part of a probable-prime test finds hard.
+ * @brief  Numbers for the tests of primality, made with GMP: families that some part of a probable-prime test finds
+ *         hard.
  */
 #pragma once
 
 #include <gmpxx.h>
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 #include <vector>
 
-#include "Shared/intx/intx_operator.h"
+#include "support/gmp.h"
 
-namespace kesh_test {
-
-using limbs16 = std::array<kesh::umint, 16>;
-
-/** Precondition: 0 <= value < 2^1024. */
-inline limbs16 limbs_of(const mpz_class& value) {
-    limbs16 limbs{};
-    std::size_t count = 0;
-    mpz_export(limbs.data(), &count, -1, sizeof(kesh::umint), 0, 0, value.get_mpz_t());
-    return limbs;
-}
-
-template <class T>
-T word_of(const mpz_class& value) {
-    if constexpr (kesh::wide_word<T>) {
-        return T(limbs_of(value).data(), static_cast<kesh::mint>(T::limbs));
-    } else {
-        return limbs_of(value)[0];
-    }
-}
-
-template <class T>
-mpz_class mpz_of(const T& value) {
-    mpz_class result;
-    mpz_import(result.get_mpz_t(), sizeof(T) / sizeof(kesh::umint), -1, sizeof(kesh::umint), 0, 0, &value);
-    return result;
-}
+namespace kesh::test {
 
 inline bool gmp_says_prime(const mpz_class& n) {
     return mpz_probab_prime_p(n.get_mpz_t(), 24) != 0;
@@ -198,4 +170,4 @@ inline std::vector<mpz_class> special_numbers() {
     return all;
 }
 
-}  // namespace kesh_test
+}  // namespace kesh::test

@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace kesh_test;
+using namespace kesh::test;
 using kesh::primes_small;
 using kesh::small_prime;
 
@@ -146,11 +146,11 @@ TYPED_TEST(WideByLimb, QuotientRemainderAndProduct) {
             i % 2 == 0 ? source.odd(width - static_cast<unsigned>(i) % width / 2) : source.skewed_odd(width);
         const small_prime& p = primes_small[source.below(78498).get_ui()];
         T remainder, quotient;
-        p.mod_quo(word_of<T>(n), remainder, quotient);
-        ASSERT_EQ(mpz_of(remainder), n % mpz_class(p.m)) << n << " by " << p.m;
-        ASSERT_EQ(mpz_of(quotient), n / mpz_class(p.m)) << n << " by " << p.m;
-        ASSERT_EQ(mpz_of(word_of<T>(n) / p), n / mpz_class(p.m));
-        ASSERT_EQ(mpz_of(word_of<T>(n) * p), n * mpz_class(p.m) % power_of_2(width));
+        p.mod_quo(as_word<T>(n), remainder, quotient);
+        ASSERT_EQ(as_mpz(remainder), n % mpz_class(p.m)) << n << " by " << p.m;
+        ASSERT_EQ(as_mpz(quotient), n / mpz_class(p.m)) << n << " by " << p.m;
+        ASSERT_EQ(as_mpz(as_word<T>(n) / p), n / mpz_class(p.m));
+        ASSERT_EQ(as_mpz(as_word<T>(n) * p), n * mpz_class(p.m) % power_of_2(width));
     }
 }
 
@@ -160,13 +160,13 @@ TYPED_TEST(WideByLimb, TrialDivisionEndsAt541) {
     number_source source(44);
     const mpz_class large = source.prime(static_cast<unsigned>(T::bits) - 12);
     for (unsigned long p : {3ul, 5ul, 7ul, 523ul, 541ul}) {
-        EXPECT_EQ(kesh::primeq_trial_division<T>(word_of<T>(large * p), 1, 100), 0) << p;
+        EXPECT_EQ(kesh::primeq_trial_division<T>(as_word<T>(large * p), 1, 100), 0) << p;
     }
-    EXPECT_EQ(kesh::primeq_trial_division<T>(word_of<T>(large * 547), 1, 100), 1) << "entry 100";
-    EXPECT_EQ(kesh::primeq_trial_division<T>(word_of<T>(large * 547), 1, 101), 0);
-    EXPECT_EQ(kesh::primeq_trial_division<T>(word_of<T>(large * 2), 1, 100), 1) << "2 is not tried";
-    EXPECT_EQ(kesh::primeq_trial_division<T>(word_of<T>(large * 3), 2, 100), 1) << "nor what comes before the start";
-    EXPECT_EQ(kesh::primeq_trial_division<T>(word_of<T>(large * 3), 1, 1), 1) << "nothing to try";
+    EXPECT_EQ(kesh::primeq_trial_division<T>(as_word<T>(large * 547), 1, 100), 1) << "entry 100";
+    EXPECT_EQ(kesh::primeq_trial_division<T>(as_word<T>(large * 547), 1, 101), 0);
+    EXPECT_EQ(kesh::primeq_trial_division<T>(as_word<T>(large * 2), 1, 100), 1) << "2 is not tried";
+    EXPECT_EQ(kesh::primeq_trial_division<T>(as_word<T>(large * 3), 2, 100), 1) << "nor what comes before the start";
+    EXPECT_EQ(kesh::primeq_trial_division<T>(as_word<T>(large * 3), 1, 1), 1) << "nothing to try";
 }
 
 TYPED_TEST(WideByLimb, ATablePrimeIsNotRejected) {

@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace kesh_test;
+using namespace kesh::test;
 using kesh::umint;
 
 /** The number of residues that the filter rejects; every one of them, and no other, must be a non-square modulo k. */
@@ -50,7 +50,7 @@ TYPED_TEST(Square, DivisorIsPreparedAsStated) {
     const kesh::fastdiv_data<T, unsigned long> mod(kesh::detail::square_filter_modulus);
     EXPECT_EQ(mod.m, 0xEDD180BFul);
     EXPECT_EQ(mod.s, 31);
-    EXPECT_EQ(mpz_of(mod.magic), (power_of_2(static_cast<unsigned>(T::bits) + 31) + 3989930174u) / 3989930175u);
+    EXPECT_EQ(as_mpz(mod.magic), (power_of_2(static_cast<unsigned>(T::bits) + 31) + 3989930174u) / 3989930175u);
 }
 
 TYPED_TEST(Square, SquaresAndTheirNeighbours) {
@@ -61,11 +61,11 @@ TYPED_TEST(Square, SquaresAndTheirNeighbours) {
         const mpz_class root = source.of_bits(2 + static_cast<unsigned>(i) % (half - 2));
         const mpz_class square = root * root;
         T s;
-        ASSERT_TRUE(kesh::isSquare(word_of<T>(square), s)) << square;
-        ASSERT_EQ(mpz_of(s), root);
-        ASSERT_FALSE(kesh::isSquare(word_of<T>(square + 1), s)) << square;
-        ASSERT_FALSE(kesh::isSquare(word_of<T>(square - 1), s)) << square;
-        ASSERT_FALSE(kesh::isSquare(word_of<T>(square + 2 * root), s)) << square;
+        ASSERT_TRUE(kesh::isSquare(as_word<T>(square), s)) << square;
+        ASSERT_EQ(as_mpz(s), root);
+        ASSERT_FALSE(kesh::isSquare(as_word<T>(square + 1), s)) << square;
+        ASSERT_FALSE(kesh::isSquare(as_word<T>(square - 1), s)) << square;
+        ASSERT_FALSE(kesh::isSquare(as_word<T>(square + 2 * root), s)) << square;
     }
 }
 
@@ -76,7 +76,7 @@ TYPED_TEST(Square, RandomNumbersAgreeWithGmp) {
     for (int i = 0; i < 20000; ++i) {
         const mpz_class n = source.of_bits(1 + static_cast<unsigned>(i) % width);
         T s;
-        ASSERT_EQ(kesh::isSquare(word_of<T>(n), s), mpz_perfect_square_p(n.get_mpz_t()) != 0) << n;
+        ASSERT_EQ(kesh::isSquare(as_word<T>(n), s), mpz_perfect_square_p(n.get_mpz_t()) != 0) << n;
     }
 }
 
@@ -92,8 +92,8 @@ TYPED_TEST(Square, LargestPowerOf4) {
     using T = TypeParam;
     const unsigned width = static_cast<unsigned>(T::bits);
     T s;
-    EXPECT_TRUE(kesh::isSquare(word_of<T>(power_of_2(width - 2)), s));
-    EXPECT_EQ(mpz_of(s), power_of_2(width / 2 - 1));
+    EXPECT_TRUE(kesh::isSquare(as_word<T>(power_of_2(width - 2)), s));
+    EXPECT_EQ(as_mpz(s), power_of_2(width / 2 - 1));
 }
 
 TYPED_TEST(Square, ARejectedNumberLeavesTheRootAlone) {
@@ -108,8 +108,8 @@ TYPED_TEST(Square, ANonSquareThatPassesAllFiltersFallsToTheRoot) {
     using T = TypeParam;
     const mpz_class root = 16 * mpz_class(kesh::detail::square_filter_modulus);
     T s(7);
-    EXPECT_FALSE(kesh::isSquare(word_of<T>(root * root + 1), s));
-    EXPECT_EQ(mpz_of(s), root) << "the root of the square below";
+    EXPECT_FALSE(kesh::isSquare(as_word<T>(root * root + 1), s));
+    EXPECT_EQ(as_mpz(s), root) << "the root of the square below";
 }
 
 TYPED_TEST(Square, SquaresJustBelowPowersOf4) {
@@ -120,10 +120,10 @@ TYPED_TEST(Square, SquaresJustBelowPowersOf4) {
             if (power_of_2(k) <= distance) continue;
             const mpz_class root = power_of_2(k) - distance, square = root * root;
             T s;
-            EXPECT_TRUE(kesh::isSquare(word_of<T>(square), s)) << root;
-            EXPECT_EQ(mpz_of(s), root);
-            EXPECT_FALSE(root > 1 && kesh::isSquare(word_of<T>(square - 1), s)) << root;
-            EXPECT_FALSE(kesh::isSquare(word_of<T>(square + 2 * root), s)) << root;
+            EXPECT_TRUE(kesh::isSquare(as_word<T>(square), s)) << root;
+            EXPECT_EQ(as_mpz(s), root);
+            EXPECT_FALSE(root > 1 && kesh::isSquare(as_word<T>(square - 1), s)) << root;
+            EXPECT_FALSE(kesh::isSquare(as_word<T>(square + 2 * root), s)) << root;
         }
     }
 }
@@ -134,17 +134,17 @@ TYPED_TEST(Square, TheParameterSearchEndsForSquaresJustBelowPowersOf4) {
     for (unsigned k = 2; k <= static_cast<unsigned>(T::bits) / 2; ++k) {
         const mpz_class root = power_of_2(k) - 1;
         kesh::mint D = 0, P = 0, Q = 0;
-        EXPECT_EQ(kesh::lucas_DPQ(word_of<T>(root * root), D, P, Q), 0) << k;
+        EXPECT_EQ(kesh::lucas_DPQ(as_word<T>(root * root), D, P, Q), 0) << k;
     }
 }
 
 TEST(SquareWidths, LargeDifferenceOfSquares) {
     const mpz_class n = (power_of_2(64) + 1) * (power_of_2(64) + 1) - 1;
     kesh::uintx_t<256> s;
-    EXPECT_FALSE(kesh::isSquare(word_of<kesh::uintx_t<256>>(n), s));
+    EXPECT_FALSE(kesh::isSquare(as_word<kesh::uintx_t<256>>(n), s));
     kesh::uintx_t<1024> wide;
-    EXPECT_FALSE(kesh::isSquare(word_of<kesh::uintx_t<1024>>(n), wide));
-    EXPECT_TRUE(kesh::isSquare(word_of<kesh::uintx_t<1024>>(n + 1), wide));
+    EXPECT_FALSE(kesh::isSquare(as_word<kesh::uintx_t<1024>>(n), wide));
+    EXPECT_TRUE(kesh::isSquare(as_word<kesh::uintx_t<1024>>(n + 1), wide));
 }
 
 }  // namespace

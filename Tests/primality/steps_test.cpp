@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace kesh_test;
+using namespace kesh::test;
 
 /** The widths at which observed_steps was called, in order. */
 std::vector<long> widths_asked;
@@ -30,7 +30,7 @@ TEST(StepDown, AValueIsTestedAtTheNarrowestWidthWhoseUpperHalfIsNotZero) {
         // 2^(bits - 1) + 1, an odd number from 2 bits on
         const mpz_class number = bits == 1 ? mpz_class(1) : power_of_2(bits - 1) + 1;
         widths_asked.clear();
-        kesh::PrimeQ<kesh::uintx_t<1024>, observed_steps>(word_of<kesh::uintx_t<1024>>(number));
+        kesh::PrimeQ<kesh::uintx_t<1024>, observed_steps>(as_word<kesh::uintx_t<1024>>(number));
         if (bits <= 64) {
             ASSERT_THAT(widths_asked, testing::IsEmpty()) << bits;
         } else {
@@ -45,9 +45,9 @@ TEST(StepDown, AValueIsTestedAtTheNarrowestWidthWhoseUpperHalfIsNotZero) {
 
 TEST(StepDown, NarrowerEntryWidthsStepDownTheSameWay) {
     widths_asked.clear();
-    kesh::PrimeQ<kesh::uintx_t<512>, observed_steps>(word_of<kesh::uintx_t<512>>(power_of_2(100) + 1));
-    kesh::PrimeQ<kesh::uintx_t<256>, observed_steps>(word_of<kesh::uintx_t<256>>(power_of_2(100) + 1));
-    kesh::PrimeQ<kesh::uintx_t<128>, observed_steps>(word_of<kesh::uintx_t<128>>(power_of_2(100) + 1));
+    kesh::PrimeQ<kesh::uintx_t<512>, observed_steps>(as_word<kesh::uintx_t<512>>(power_of_2(100) + 1));
+    kesh::PrimeQ<kesh::uintx_t<256>, observed_steps>(as_word<kesh::uintx_t<256>>(power_of_2(100) + 1));
+    kesh::PrimeQ<kesh::uintx_t<128>, observed_steps>(as_word<kesh::uintx_t<128>>(power_of_2(100) + 1));
     kesh::PrimeQ<kesh::uintx_t<128>, observed_steps>(kesh::uintx_t<128>(97));
     EXPECT_THAT(widths_asked, testing::ElementsAre(128, 128, 128));
 }
@@ -102,7 +102,7 @@ TYPED_TEST(Lucas, ParametersAreSelfridges) {
     for (int i = 0; i < 100; ++i) {
         for (const mpz_class& number : {source.odd(bits), source.skewed_odd(bits), source.odd(bits / 2 + 3)}) {
             mint D = 0, P = 0, Q = 0;
-            const int found = kesh::lucas_DPQ<T>(word_of<T>(number), D, P, Q);
+            const int found = kesh::lucas_DPQ<T>(as_word<T>(number), D, P, Q);
             const long expected = selfridge_d(number);
             ASSERT_EQ(found, expected != 0) << number;
             ASSERT_EQ(D, expected) << number;
@@ -129,7 +129,7 @@ TYPED_TEST(Lucas, SquaresEndAtTheSixthCandidate) {
     number_source source(12);
     for (int i = 0; i < 30; ++i) {
         const mpz_class root = source.prime(bits / 2 - 1);
-        const T n = word_of<T>(root * root);
+        const T n = as_word<T>(root * root);
         std::vector<mint> asked;
         const auto symbol = [&](mint d) {
             asked.push_back(d);
@@ -160,11 +160,11 @@ TYPED_TEST(Lucas, LadderFollowsTheDefinition) {
     number_source source(13);
     int probable = 0;
     const auto check = [&](const mpz_class& number) {
-        if (kesh::generic_steps<T>::has_small_factor(word_of<T>(number))) return;
+        if (kesh::generic_steps<T>::has_small_factor(as_word<T>(number))) return;
         const long D = selfridge_d(number);
         const bool expected = D != 0 && lucas_by_definition(number, D);
         probable += expected;
-        ASSERT_EQ(kesh::generic_steps<T>(word_of<T>(number)).passes_lucas(), expected) << number;
+        ASSERT_EQ(kesh::generic_steps<T>(as_word<T>(number)).passes_lucas(), expected) << number;
     };
     kesh::init_small_primes();
     for (int i = 0; i < 12; ++i) {

@@ -9,7 +9,7 @@
 
 namespace {
 
-using namespace kesh_test;
+using namespace kesh::test;
 using kesh::kernel::Level;
 
 template <class T>
@@ -19,7 +19,7 @@ TYPED_TEST_SUITE(Wide, widths);
 
 /** The verdict by the public entry point, with the limb count of the value rounded up to a width. */
 bool kesh_says_prime(const mpz_class& n) {
-    const limbs16 limbs = limbs_of(n);
+    const Limbs<16> limbs = from_mpz<16>(n);
     const std::size_t bits = mpz_sizeinbase(n.get_mpz_t(), 2);
     mbool prime = -1;
     const mint length = bits <= 64 ? 1 : bits <= 128 ? 2 : bits <= 256 ? 4 : bits <= 512 ? 8 : 16;
@@ -78,7 +78,7 @@ TYPED_TEST(Wide, FormsAgreeAtEveryKernelLevel) {
             const unsigned bits = i % 2 == 0 ? random_size<T>(source) : random_size<kesh::uintx_t<128>>(source);
             const mpz_class number = (source.*kind.make)(bits);
             if (number < power_of_2(64)) continue;  // the product of close factors may be one bit short
-            const T n = word_of<T>(number);
+            const T n = as_word<T>(number);
             const bool small = kesh::generic_steps<T>::has_small_factor(n);
             at_every_level([&] { ASSERT_EQ(kesh::kernel_steps<T>::has_small_factor(n), small) << number; });
             if (small) continue;
@@ -116,7 +116,7 @@ TEST(WideNumbers, SmallestPrimeAbove2To64) {
 TEST(WideNumbers, MersennePrimes) {
     for (unsigned exponent : {89u, 107u, 127u, 521u, 607u})
         EXPECT_TRUE(kesh_says_prime(power_of_2(exponent) - 1)) << exponent;
-    const limbs16 limbs = limbs_of(power_of_2(521) - 1);
+    const Limbs<16> limbs = from_mpz<16>(power_of_2(521) - 1);
     EXPECT_TRUE(kesh::PrimeQ(kesh::uintx_t<1024>(limbs.data(), 16)));
 }
 
@@ -124,7 +124,7 @@ TEST(WideNumbers, SeventhFermatNumberIsLeftToTheLucasTest) {
     const mpz_class number = power_of_2(128) + 1;
     ASSERT_EQ(number, mpz_class("59649589127497217") * mpz_class("5704689200685129054721"));
     using T = kesh::uintx_t<256>;
-    const T n = word_of<T>(number);
+    const T n = as_word<T>(number);
     kesh::init_small_primes();
     EXPECT_FALSE(kesh::generic_steps<T>::has_small_factor(n));
     EXPECT_TRUE(kesh::generic_steps<T>(n).passes_base_2());
@@ -145,7 +145,7 @@ TEST(WideNumbers, EvenNumbers) {
 template <class T>
 void expect_verdict_at_width(const mpz_class& number, bool prime) {
     if (mpz_sizeinbase(number.get_mpz_t(), 2) > static_cast<std::size_t>(T::bits)) return;
-    const T n = word_of<T>(number);
+    const T n = as_word<T>(number);
     EXPECT_EQ((kesh::PrimeQ_BPSW<T, kesh::generic_steps>(n, 0)), prime) << number << " at " << T::bits;
     EXPECT_EQ((kesh::PrimeQ_BPSW<T, kesh::kernel_steps>(n, 0)), prime) << number << " at " << T::bits;
     EXPECT_EQ((kesh::PrimeQ<T, kesh::generic_steps>(n)), prime) << number << " at " << T::bits;

@@ -131,7 +131,7 @@ TEST(Primality64, CarmichaelNumbersOfThreeLinearFactors) {
         if (!kesh::PrimeQ(p) || !kesh::PrimeQ(q) || !kesh::PrimeQ(r)) continue;
         ++carmichael;
         ASSERT_FALSE(kesh::reference::PrimeQ(n)) << n;
-        strong_to_base_2 += kesh_test::passes_strongly(n, 2);
+        strong_to_base_2 += kesh::test::passes_strongly(n, 2);
     }
     EXPECT_EQ(carmichael, 1675);
     EXPECT_GT(strong_to_base_2, 100) << "the family must reach the second base";
@@ -142,7 +142,7 @@ const std::vector<u64>& pseudoprimes() {
     static const std::vector<u64> all = [] {
         std::vector<u64> found;
         for (u64 from : {u64{2000}, u64{100'000}, u64{3'000'000}, u64{30'000'000}, u64{1'500'000'000}}) {
-            const std::vector<u64> part = kesh_test::strong_pseudoprimes(from, from + 400'000);
+            const std::vector<u64> part = kesh::test::strong_pseudoprimes(from, from + 400'000);
             found.insert(found.end(), part.begin(), part.end());
         }
         std::erase_if(found, [](u64 n) { return n <= 1048577; });
@@ -165,7 +165,7 @@ const std::vector<u64>& hard_pseudoprimes() {
 TEST(Primality64, HardStrongPseudoprimes) {
     ASSERT_GE(hard_pseudoprimes().size(), 100'000);
     for (u64 n : hard_pseudoprimes()) {
-        ASSERT_TRUE(kesh_test::passes_strongly(n, 2)) << n;
+        ASSERT_TRUE(kesh::test::passes_strongly(n, 2)) << n;
         ASSERT_FALSE(verdict(n)) << n;
     }
 }

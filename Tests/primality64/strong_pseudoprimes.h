@@ -11,7 +11,7 @@
 
 #include "Prime/prime_testing.h"
 
-namespace kesh_test {
+namespace kesh::test {
 
 inline bool passes_strongly(std::uint64_t n, std::uint64_t base) {
     const kesh::mp_mont_data<std::uint64_t> M(n);
@@ -34,4 +34,4 @@ inline std::vector<std::uint64_t> strong_pseudoprimes(std::uint64_t from, std::u
     return found;
 }
 
-}  // namespace kesh_test
+}  // namespace kesh::test

@@ -3,32 +3,18 @@
  * @brief  Operands for the differential tests: a table of hard cases shared by all of them and a source of skewed
  *         random values.
  *
- * Uniformly random limbs almost never carry far, never sit next to a power of two and never make a quotient estimate
- * fail, so the source mixes uniform values with long runs of ones and zeros, single bits, values near 0 and near 2^N,
- * equal halves and operands that are related to each other (multiples of the divisor and their neighbours, hi = d - 1,
- * hi >= d).
+ * To skewed values it adds operands that are related to each other: multiples of the divisor and their neighbours,
+ * hi = d - 1, hi >= d, equal halves.
  */
 #pragma once
 
-#include <random>
 #include <vector>
 
 #include "Shared/intx/intx_operator.h"
+#include "support/gmp.h"
+#include "support/skewed.h"
 
-namespace kesh::testing {
-
-/** The limbs of an engine word, least significant first. */
-template <engine_word T>
-const umint* limbs_of(const T& a) {
-    if constexpr (wide_word<T>)
-        return a.limb;
-    else
-        return &a;
-}
-template <engine_word T>
-umint* limbs_of(T& a) {
-    return const_cast<umint*>(limbs_of(std::as_const(a)));
-}
+namespace kesh::test {
 
 /** 2^n, n < N. */
 template <engine_word T>
@@ -93,7 +79,7 @@ class operand_source {
     explicit operand_source(std::uint64_t seed) : random_(seed) {}
 
     std::uint64_t below(std::uint64_t bound) {
-        return random_() % bound;
+        return random_.below(bound);
     }
 
     template <engine_word T>
@@ -103,15 +89,15 @@ class operand_source {
         switch (below(10)) {
             case 0:
             case 1:
-                fill_uniform<T>(limb);
+                random_.fill_uniform(limb, limbs_v<T>);
                 return a;
             case 2:  // any bit length
-                fill_uniform<T>(limb);
+                random_.fill_uniform(limb, limbs_v<T>);
                 math_right_shift_equal(a, static_cast<mint>(below(limbs_v<T> * 64)));
                 return a;
             case 3:
             case 4:
-                fill_runs<T>(limb);
+                random_.fill_runs(limb, limbs_v<T>);
                 return a;
             case 5: {  // a single bit, or all ones above it, and a small distance from either
                 a = power_of_two<T>(static_cast<mint>(below(limbs_v<T> * 64)));
@@ -123,7 +109,7 @@ class operand_source {
             case 7:
                 return minus(T(0), small<T>());
             case 8: {
-                fill_runs<T>(limb);
+                random_.fill_runs(limb, limbs_v<T>);
                 for (std::size_t i = limbs_v<T> / 2; i < limbs_v<T>; ++i) limb[i] = limb[i - limbs_v<T> / 2];
                 return a;
             }
@@ -142,32 +128,6 @@ class operand_source {
     }
 
   private:
-    template <engine_word T>
-    void fill_uniform(umint* limb) {
-        for (std::size_t i = 0; i < limbs_v<T>; ++i) limb[i] = random_();
-    }
-
-    /** Alternating runs of ones and zeros with lengths from 1 to 64 bits, or to the whole width. */
-    template <engine_word T>
-    void fill_runs(umint* limb) {
-        const std::uint64_t longest = below(2) == 0 ? 64 : limbs_v<T> * 64;
-        bool ones = below(2) == 0;
-        std::uint64_t left = 1 + below(longest);
-        for (std::size_t i = 0; i < limbs_v<T>; ++i) {
-            limb[i] = 0;
-            for (std::uint64_t bit = 0; bit < 64;) {
-                const std::uint64_t run = std::min(left, 64 - bit);
-                if (ones) limb[i] |= (~umint{0} >> (64 - run)) << bit;
-                bit += run;
-                left -= run;
-                if (left == 0) {
-                    left = 1 + below(longest);
-                    ones = !ones;
-                }
-            }
-        }
-    }
-
     template <engine_word T>
     T small() {
         return T(static_cast<umint>(below(below(2) == 0 ? 8 : 1000)));
@@ -210,7 +170,7 @@ class operand_source {
         }
     }
 
-    std::mt19937_64 random_;
+    Skewed random_;
 };
 
-}  // namespace kesh::testing
+}  // namespace kesh::test

@@ -4,10 +4,10 @@
  */
 #pragma once
 
-#include "engine/differential/gmp.h"
-#include "engine/widths.h"
+#include "support/agreement.h"
+#include "support/widths.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 
 /**
  * The number of sets of operands up to 256 bits in every run; at 512 bits it is half of this, at 1024 a quarter,
@@ -56,19 +56,19 @@ void run_hard_cases(Check check) {
     }
 }
 
-}  // namespace kesh::testing
+}  // namespace kesh::test
 
 /** One family of operations on the given type list: random operands, hard cases, and the long run. */
-#define KESH_DIFFERENTIAL_TESTS(name, types, check)                                                            \
-    template <class T>                                                                                         \
-    class name : public ::testing::Test {};                                                                    \
-    TYPED_TEST_SUITE(name, types, ::kesh::testing::width_names);                                               \
-    TYPED_TEST(name, RandomOperands) {                                                                         \
-        ::kesh::testing::run_random<TypeParam>(::kesh::testing::usual_sets_of<TypeParam>(), check<TypeParam>); \
-    }                                                                                                          \
-    TYPED_TEST(name, HardCases) {                                                                              \
-        ::kesh::testing::run_hard_cases<TypeParam>(check<TypeParam>);                                          \
-    }                                                                                                          \
-    TYPED_TEST(name, Long_RandomOperands) {                                                                    \
-        ::kesh::testing::run_random<TypeParam>(::kesh::testing::long_sets, check<TypeParam>);                  \
+#define KESH_DIFFERENTIAL_TESTS(name, types, check)                                                      \
+    template <class T>                                                                                   \
+    class name : public ::testing::Test {};                                                              \
+    TYPED_TEST_SUITE(name, types, ::kesh::test::width_names);                                            \
+    TYPED_TEST(name, RandomOperands) {                                                                   \
+        ::kesh::test::run_random<TypeParam>(::kesh::test::usual_sets_of<TypeParam>(), check<TypeParam>); \
+    }                                                                                                    \
+    TYPED_TEST(name, HardCases) {                                                                        \
+        ::kesh::test::run_hard_cases<TypeParam>(check<TypeParam>);                                       \
+    }                                                                                                    \
+    TYPED_TEST(name, Long_RandomOperands) {                                                              \
+        ::kesh::test::run_random<TypeParam>(::kesh::test::long_sets, check<TypeParam>);                  \
     }

@@ -4,9 +4,9 @@
  */
 #pragma once
 
-#include "engine/differential/gmp.h"
+#include "support/agreement.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 
 template <engine_word T>
 verdict check_sums(const operands<T>& s) {
@@ -60,4 +60,4 @@ verdict check_sums(const operands<T>& s) {
     return {};
 }
 
-}  // namespace kesh::testing
+}  // namespace kesh::test

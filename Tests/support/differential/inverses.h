@@ -4,9 +4,9 @@
  */
 #pragma once
 
-#include "engine/differential/gmp.h"
+#include "support/agreement.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 
 template <engine_word T>
 verdict check_inverse_mod_2(const operands<T>& s) {
@@ -28,4 +28,4 @@ verdict check_invmod(const operands<T>& s) {
     return {};
 }
 
-}  // namespace kesh::testing
+}  // namespace kesh::test

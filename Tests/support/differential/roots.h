@@ -5,9 +5,9 @@
 #pragma once
 
 #include "Shared/isqrt.h"
-#include "engine/differential/gmp.h"
+#include "support/agreement.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 
 /**
  * math_isqrt has the bits of its reference form everywhere and those of GMP wherever the root of the reference form's
@@ -60,4 +60,4 @@ verdict check_roots(const operands<T>& s) {
     return {};
 }
 
-}  // namespace kesh::testing
+}  // namespace kesh::test

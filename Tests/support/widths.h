@@ -8,7 +8,7 @@
 
 #include "Shared/intx/intx_operator.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 
 struct width_names {
     template <class T>
@@ -20,4 +20,4 @@ struct width_names {
 using wide_words = ::testing::Types<uintx_t<128>, uintx_t<256>, uintx_t<512>, uintx_t<1024>>;
 using all_words = ::testing::Types<unsigned long, uintx_t<128>, uintx_t<256>, uintx_t<512>, uintx_t<1024>>;
 
-}  // namespace kesh::testing
+}  // namespace kesh::test

@@ -5,9 +5,9 @@
 #pragma once
 
 #include "Shared/mont.h"
-#include "engine/differential/gmp.h"
+#include "support/agreement.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 
 /** The modulus is a, made odd and > 1; the residues are b and c modulo it. */
 template <engine_word T>
@@ -75,4 +75,4 @@ verdict check_montgomery(const operands<T>& s) {
     return {};
 }
 
-}  // namespace kesh::testing
+}  // namespace kesh::test

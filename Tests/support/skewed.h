@@ -1,37 +1,21 @@
 /**
  * @file   skewed.h
- * @brief  Random limb arrays with patterns that reveal errors in carry chains, and their conversion from and to GMP.
+ * @brief  The one source of random limbs, with patterns that reveal errors in carry chains.
  */
 #pragma once
 
-#include <gmpxx.h>
-
-#include <array>
+#include <algorithm>
 #include <cstdint>
 #include <random>
 
-#include "Shared/intx/intx_types.h"
+#include "support/gmp.h"
 
 namespace kesh::test {
 
-template <std::size_t n>
-using Limbs = std::array<umint, n>;
-
-template <std::size_t n>
-mpz_class to_mpz(const Limbs<n>& limbs) {
-    mpz_class value;
-    mpz_import(value.get_mpz_t(), n, -1, sizeof(umint), 0, 0, limbs.data());
-    return value;
-}
-
-/** The lowest n limbs of a non-negative value. */
-template <std::size_t n>
-Limbs<n> from_mpz(const mpz_class& value) {
-    Limbs<n> limbs{};
-    for (std::size_t i = 0; i < n; ++i) limbs[i] = mpz_getlimbn(value.get_mpz_t(), static_cast<mp_size_t>(i));
-    return limbs;
-}
-
+/**
+ * A repeatable source of limbs. Uniformly random limbs almost never carry far and never are next to a power of two, so
+ * this one mixes them with long runs of ones and zeros, single bits and values near 0 and near 2^N.
+ */
 class Skewed {
   public:
     explicit Skewed(std::uint64_t seed) : engine_(seed) {}
@@ -40,21 +24,41 @@ class Skewed {
         return engine_() % bound;
     }
 
+    void fill_uniform(umint* limb, std::size_t n) {
+        for (std::size_t i = 0; i < n; ++i) limb[i] = engine_();
+    }
+
+    /** Alternating runs of ones and zeros with lengths from 1 to 64 bits, or to all n limbs. */
+    void fill_runs(umint* limb, std::size_t n) {
+        const std::uint64_t longest = below(2) == 0 ? 64 : n * 64;
+        bool ones = below(2) == 0;
+        std::uint64_t left = 1 + below(longest);
+        for (std::size_t i = 0; i < n; ++i) {
+            limb[i] = 0;
+            for (std::uint64_t bit = 0; bit < 64;) {
+                const std::uint64_t run = std::min(left, 64 - bit);
+                if (ones) limb[i] |= (~umint{0} >> (64 - run)) << bit;
+                bit += run;
+                left -= run;
+                if (left == 0) {
+                    left = 1 + below(longest);
+                    ones = !ones;
+                }
+            }
+        }
+    }
+
     /** Uniform bits, long runs of equal bits, a few set bits, a few clear bits, or a short value. */
     template <std::size_t n>
     Limbs<n> limbs() {
         Limbs<n> r{};
         switch (below(5)) {
             case 0:
-                for (umint& limb : r) limb = engine_();
+                fill_uniform(r.data(), n);
                 break;
-            case 1: {
-                bool one = below(2) == 1;
-                for (std::size_t bit = 0; bit < 64 * n; one = !one)
-                    for (std::size_t end = bit + 1 + below(40 * n); bit < end && bit < 64 * n; ++bit)
-                        if (one) r[bit / 64] |= umint{1} << (bit % 64);
+            case 1:
+                fill_runs(r.data(), n);
                 break;
-            }
             case 2:
                 sprinkle(r);
                 break;

@@ -7,9 +7,9 @@
 #include <bit>
 
 #include "Shared/fastdiv.h"
-#include "engine/differential/gmp.h"
+#include "support/agreement.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 
 template <engine_word T>
 inline constexpr int log2_width = std::countr_zero(static_cast<umint>(width_v<T>));
@@ -105,4 +105,4 @@ verdict check_fastdiv(const operands<T>& s) {
     return {};
 }
 
-}  // namespace kesh::testing
+}  // namespace kesh::test

@@ -6,9 +6,9 @@
 
 #include <cmath>
 
-#include "engine/differential/gmp.h"
+#include "support/agreement.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 
 /** The double nearest to z, ties to even, from the bits of z alone. */
 inline double nearest_double(const mpz_class& z) {
@@ -68,4 +68,4 @@ verdict check_signed(const operands<T>& s) {
     return {};
 }
 
-}  // namespace kesh::testing
+}  // namespace kesh::test

@@ -5,9 +5,9 @@
  */
 #pragma once
 
-#include "engine/differential/gmp.h"
+#include "support/agreement.h"
 
-namespace kesh::testing {
+namespace kesh::test {
 
 template <engine_word T>
 verdict check_products(const operands<T>& s) {
@@ -70,4 +70,4 @@ verdict check_products(const operands<T>& s) {
     return {};
 }
 
-}  // namespace kesh::testing
+}  // namespace kesh::test
