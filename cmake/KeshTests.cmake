@@ -49,7 +49,7 @@ function(kesh_add_test name)
     endif()
     target_compile_options(${name} PRIVATE $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:${arg_OPTIMISE}>)
     kesh_precompile_test_headers(${name} ${arg_OPTIMISE})
-    if(arg_TOGETHER)
+    if(arg_TOGETHER AND NOT KESH_TEST_SOURCES_APART)  # apart for Tools/mutate, which links one source at a time
         set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${arg_TOGETHER})
     endif()
     add_dependencies(${name} VelmoraKesh)
