@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -87,10 +88,12 @@ TEST_F(Adapter, EveryKindOfLongCountReports) {
     primecount::set_callback(note);
     EXPECT_EQ(primecount::nth_prime(pi12), 999'999'999'989);
     EXPECT_GT(calls, 0);
+    EXPECT_EQ(last, 100);
     SetUp();
     primecount::set_callback(note);
     EXPECT_EQ(primecount::pi_primesieve(10'000'000'000), 455'052'511);
     EXPECT_GT(calls, 0);
+    EXPECT_EQ(last, 100);
 }
 
 TEST_F(Adapter, ATrueResultEndsTheCount) {
@@ -249,6 +252,30 @@ TEST_F(Adapter, ReportsNeverFallAndEndAtAHundred) {
     count.finish();
     RunningCount::install_callback(nullptr);
     EXPECT_EQ(reports, (std::vector<double>{50, 50, 60, 100}));
+}
+
+TEST_F(Adapter, PhasesHaveTheirSharesOfThePercentage) {
+    using kesh::counting::RunningCount;
+    using Phase = RunningCount::Phase;
+    static std::vector<double> reports;
+    RunningCount::install_callback([](double percent) {
+        reports.push_back(percent);
+        return false;
+    });
+    // A phase that begins reports the end of the one before.
+    const auto reported = [](const std::vector<Phase>& phases) {
+        reports.clear();
+        RunningCount count;
+        for (const Phase phase : phases) {
+            count.begin_phase(phase, &balancer, 100);
+            std::this_thread::sleep_for(std::chrono::milliseconds(15));  // longer than the pause between two reports
+        }
+        count.finish();
+        return reports;
+    };
+    EXPECT_EQ(reported({Phase::ac, Phase::p2, Phase::s2}), (std::vector<double>{0, 45, 57, 100}));
+    EXPECT_EQ(reported({Phase::p2, Phase::s2}), (std::vector<double>{0, 50, 100}));
+    RunningCount::install_callback(nullptr);
 }
 
 TEST_F(Adapter, ARequestBetweenWithdrawalAndCountIsNotLost) {

@@ -77,6 +77,24 @@ TEST(Expression, AHostileLineEndsInAMessage) {
     EXPECT_THROW(parse_integer("0x" + std::string(100000, 'f')), ExpressionError);
 }
 
+TEST(Expression, TheMessageNamesThePlaceAndTheForms) {
+    try {
+        parse_integer("12?");
+        FAIL();
+    } catch (const ExpressionError& error) {
+        EXPECT_STREQ(
+            error.what(),
+            "'12?': '?' is not expected at column 3; an integer is written like 1_000_000 or 1,000,000, 1e9, 10^12, "
+            "2^61-1, 3*(10^6+1), -5 or 0xff");
+    }
+}
+
+TEST(Expression, ValuesMayHaveAllTheirBits) {
+    EXPECT_EQ(bench_host::bit_length(parse_integer(std::string(4932, '9'))), 16384U);
+    EXPECT_EQ(bench_host::bit_length(parse_integer("0x" + std::string(4096, 'f'))), 16384U);
+    EXPECT_THROW(parse_integer("0x1" + std::string(4096, '0')), ExpressionError);
+}
+
 TEST(Expression, ALongTextIsNotRepeatedWhole) {
     try {
         parse_integer(std::string(5000, '9') + "x");

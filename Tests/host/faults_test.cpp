@@ -70,7 +70,8 @@ TEST_P(BadFault, IsRefusedInOneLine) {
 
 INSTANTIATE_TEST_SUITE_P(Forms, BadFault,
                          testing::Values("MTensor_new", "MTensor_new=", "MTensor_new=x", "MTensor_new=5@",
-                                         "MTensor_new=5@x", "Nothing=5", "MTensor_new=null", "createDataStore=5",
+                                         "MTensor_new=5@x", "MTensor_new=5x", "MTensor_new=99999999999999999999",
+                                         "MTensor_new=5@2x", "Nothing=5", "MTensor_new=null", "createDataStore=5",
                                          "DataStore_addReal=1", "AbortQ=null", "AbortQ=throw-", "UTF8String_disown=1"));
 
 }  // namespace

@@ -127,4 +127,25 @@ TEST(HostTables, PlannedFaultsTakeThePlaceOfTheWork) {
     host().faults.clear();
 }
 
+TEST(HostTables, AFaultOfEveryTaskCallbackLeavesNoStoreOpen) {
+    VelmoraIOLibrary_Functions io = library_data()->ioLibraryFunctions;
+    char text[] = "Status";
+    const std::size_t discarded = host().tasks.discarded_stores();
+    std::size_t faults = 0;
+    const auto expect_fault = [&](const char* slot, auto call) {
+        host().faults.add(std::string(slot) + "=throw");
+        DataStore store = io->createDataStore();
+        EXPECT_THROW(call(store), std::runtime_error) << slot;
+        host().faults.clear();
+        EXPECT_EQ(host().tasks.open_stores(), 0U) << slot;
+        EXPECT_EQ(host().tasks.discarded_stores(), discarded + ++faults) << slot;
+    };
+    expect_fault("DataStore_addInteger", [&](DataStore store) { io->DataStore_addInteger(store, 1); });
+    expect_fault("DataStore_addReal", [&](DataStore store) { io->DataStore_addReal(store, 1); });
+    expect_fault("DataStore_addString", [&](DataStore store) { io->DataStore_addString(store, text); });
+    expect_fault("raiseAsyncEvent", [&](DataStore store) { io->raiseAsyncEvent(1, text, store); });
+    expect_fault("raiseAsyncEvent:Status", [&](DataStore store) { io->raiseAsyncEvent(1, text, store); });
+    host().breaches.take();
+}
+
 }  // namespace

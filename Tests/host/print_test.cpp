@@ -170,6 +170,10 @@ TEST(Print, NarrowedListsSaySo) {
     EXPECT_FALSE(narrowed({"2^31-10", "2^31+10"}, {2147483647}));
     EXPECT_TRUE(narrowed({"2^31-10", "2^31+11"}, {2147483647, -2147483637}));
     EXPECT_TRUE(narrowed({"2^32", "2^32+20"}, {15})) << "low bits that look like a prime";
+    EXPECT_EQ(
+        sentence(list({"2^32", "2^32+20"}, {15})),
+        "1 prime from 2^32 to 2^32+20. The list keeps the low 32 bits of each, with sign: elements above 2^31 - 1 are "
+        "not the primes themselves.");
     EXPECT_FALSE(narrowed({"2^32", "2^32+2"}, {}));
     EXPECT_EQ(sentence(list({"2", "2"}, {2})), "1 prime from 2 to 2.");
 }

@@ -116,6 +116,15 @@ TEST_F(Tasks, LateStatusOnlyWhereItIsExpected) {
     EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("after its removal")));
 }
 
+TEST_F(Tasks, NoLateStatusOfATaskThatNeverCounted) {
+    const mint id = submitted();
+    board.remove(id);
+    breaches.take();
+    board.expect_late_status(true);
+    raise(id, "Status", 50.0);
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("after its removal")));
+}
+
 TEST_F(Tasks, ACountOnTheHostsThreadReportsToTheTaskBesideIt) {
     const mint first = submitted();
     const mint second = submitted();
@@ -210,6 +219,7 @@ TEST_F(Tasks, BreachDataStores) {
     EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("two events overlap")));
     board.discard(open);
     EXPECT_EQ(board.open_stores(), 1U);
+    EXPECT_EQ(board.discarded_stores(), 1U);
 }
 
 TEST_F(Tasks, MissingStoresAreToleratedAfterAnInjectedFault) {

@@ -54,6 +54,7 @@ PROGRAMS = [
 FOLDERS = [folder for folder in ("CSource", "Adapters", "HostKit", "BenchHost") if os.path.isdir(os.path.join(ROOT, folder))]
 ENGINE = ("engine_test", "engine_mont64_test", "tables_test")  # have nothing of the library
 QUICK_MS = 300
+GUESSED_SECONDS, CAMPAIGN_SECONDS = 20, 120  # of a unit, and of the campaign of faults, before they are measured
 LARGEST_PROCESS = 16 << 30  # a loop without an end may fill the memory; a thousand threads reserve half of this
 CAMPAIGN = "kesh-host"  # no GoogleTest program: what it does with every fault is compared with a page
 LIBRARY, HOST = "libVelmoraKesh.so", "kesh-host"
@@ -124,7 +125,12 @@ class Build:
         self.units = {path: [(self.programs[name], unit) for name, pattern in tests_of(path)
                              for unit in self.programs[name].units if re.search(pattern, os.path.basename(unit))]
                       for path in paths}
-        self._measure()
+        self.timings = {}
+        self.cache = os.path.join(self.build, "durations.json")
+        self.durations = {}
+        if os.path.exists(self.cache):
+            with open(self.cache, encoding="utf-8") as file:
+                self.durations = json.load(file)
 
     def put_back(self, target):
         """The built file as it was before a mutation replaced it."""
@@ -145,24 +151,22 @@ class Build:
             elif ":" in line:
                 current = line.split(":")[0]
 
-    def _measure(self):
-        """Runs every unchanged unit once, to find out which of its tests are slow and how long they take."""
-        cache = os.path.join(self.build, "durations.json")
-        known = {}
-        if os.path.exists(cache):
-            with open(cache, encoding="utf-8") as file:
-                known = json.load(file)
-        worker = Worker(self, 0)
-        self.slow, self.seconds = {}, {}
-        for program, unit in sorted({u for units in self.units.values() for u in units}, key=lambda u: u[1]):
-            key = f"{unit} {os.path.getmtime(os.path.join(self.build, unit))}"
-            if key not in known:
-                known[key] = worker.durations(program, unit)
-            self.slow[unit] = [name for name, ms in known[key].items() if ms > QUICK_MS]
-            slow = sum(known[key][name] for name in self.slow[unit])
-            self.seconds[unit] = ((sum(known[key].values()) - slow) / 1000, slow / 1000)
-        with open(cache, "w", encoding="utf-8") as file:
-            json.dump(known, file)
+    def timing(self, unit):
+        """The slow tests of a unit, and the seconds that the others and they take; a guess until it has been measured."""
+        slow = [CAMPAIGN] if part_of(unit) else []
+        return self.timings.get(unit, (slow, GUESSED_SECONDS, CAMPAIGN_SECONDS))
+
+    def measure(self, worker, program, unit):
+        """Runs the unchanged unit once: it has to pass, and its slow tests are known then."""
+        key = f"{unit} {os.path.getmtime(os.path.join(self.build, unit))}"
+        if key not in self.durations:
+            self.durations[key] = worker.durations(program, unit)
+            with open(self.cache, "w", encoding="utf-8") as file:
+                json.dump(self.durations, file)
+        durations = self.durations[key]
+        slow = [name for name, ms in durations.items() if ms > QUICK_MS]
+        seconds = sum(durations[name] for name in slow) / 1000
+        self.timings[unit] = (slow, sum(durations.values()) / 1000 - seconds, seconds)
 
 
 def copy_tree(root, tree):
@@ -224,12 +228,20 @@ class Worker:
         try:
             with open(target, "w", encoding="utf-8") as file:
                 file.writelines(mutated)
-            return self._verdict(mutation.path)
+            verdict = self._verdict(mutation.path)
+            self.restore(mutation.path, lines)
+            if verdict.startswith("killed") and self.killer[1] not in self.shared.timings:
+                with self.shared.replaced_lock:
+                    self.shared.measure(self, *self.killer)
+            return verdict
         except BuildFailure as failure:
             return f"does not {failure}"
         finally:
-            with open(target, "w", encoding="utf-8") as file:
-                file.writelines(lines)
+            self.restore(mutation.path, lines)
+
+    def restore(self, path, lines):
+        with open(os.path.join(self.sources, path), "w", encoding="utf-8") as file:
+            file.writelines(lines)
 
     def _verdict(self, path):
         shared = self.shared
@@ -262,7 +274,7 @@ class Worker:
     def _test(self, path, units, readers, changed):
         shared = self.shared
         order = [program for program, _ in shared.units[path]]
-        units = sorted(units, key=lambda u: (-shared.kills[path, u[1]], order.index(u[0]), sum(shared.seconds[u[1]])))
+        units = sorted(units, key=lambda u: (-shared.kills[path, u[1]], order.index(u[0]), sum(shared.timing(u[1])[1:])))
         later = []
         any_changed = bool(changed)
         for number, (program, unit) in enumerate(units):
@@ -275,13 +287,13 @@ class Worker:
                 continue
             any_changed = True
             executable = self._link(program, unit, changed_here, f"program{number}")
-            slow = ":".join(shared.slow[unit])
+            slow = ":".join(shared.timing(unit)[0])
             later += [(program, unit, executable, slow)] if slow else []
-            found = self._try(path, program, unit, executable, program.filter + "-*Long_*:" + slow, shared.seconds[unit][0])
+            found = self._try(path, program, unit, executable, program.filter + "-*Long_*:" + slow, shared.timing(unit)[1])
             if found:
                 return found
         for program, unit, executable, slow in later:
-            found = self._try(path, program, unit, executable, slow, shared.seconds[unit][1])
+            found = self._try(path, program, unit, executable, slow, shared.timing(unit)[2])
             if found:
                 return found
         return "survived" if any_changed else "same code"
@@ -299,6 +311,7 @@ class Worker:
             self.shared.unsteady.add(unit)
             return None
         self.shared.kills[path, unit] += 1
+        self.killer = (program, unit)
         source = program.name if program.name == CAMPAIGN else re.sub(r".*/(\w+)\.cpp\.o", r"\1", unit)
         return f"killed by {source}" + (" (hangs)" if code is None else "")
 
