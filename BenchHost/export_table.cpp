@@ -275,7 +275,7 @@ std::vector<Export> make_table() {
          .sentence = "The next prime after {0} is {r}.",
          .errors =
              "6 on a wrong number of arguments; \"cannot generate primes > 2^64\" is thrown past the last 64-bit prime",
-         .cost = "O(sqrt(n)) to start",
+         .cost = "O(sqrt(n)) to start; for a large n the command next-prime is quicker",
          .example = {"2^40"},
          .example_result = "1099511627791"});
     add({.name = "PrimeSieve_PreviousPrime",
@@ -285,7 +285,7 @@ std::vector<Export> make_table() {
          .summary = "the largest prime below n; 0 when there is none",
          .sentence = "The last prime before {0} is {r}.",
          .errors = count_error,
-         .cost = "O(sqrt(n)) to start",
+         .cost = "O(sqrt(n)) to start; for a large n the command previous-prime is quicker",
          .example = {"2^40"},
          .example_result = "1099511627689"});
     add({.name = "PrimeSieve_NextKthPrime",

@@ -126,8 +126,16 @@ int print_primes(const Library& library, const Options& options, const std::vect
                             &found, stop, nullptr);
             if (found == 0) break;
             std::string text;
-            for (std::size_t i = 0; i < static_cast<std::size_t>(found); ++i)
-                text += decimal(&primes[i * len], len) + '\n';
+            for (std::size_t i = 0; i < static_cast<std::size_t>(found); ++i) {
+                const umint* const prime = &primes[i * len];
+                if (std::all_of(prime + 1, prime + len, [](umint limb) { return limb == 0; })) {
+                    const fmt::format_int digits(prime[0]);
+                    text.append(digits.data(), digits.size());
+                } else {
+                    text += decimal(prime, len);
+                }
+                text += '\n';
+            }
             std::copy_n(primes.end() - (chunk - found + 1) * static_cast<std::ptrdiff_t>(len), len, at.begin());
             line.above(text);
             printed += found;

@@ -5,6 +5,7 @@
 #include "number_stream.h"
 
 #include <fmt/format.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -49,6 +50,31 @@ std::vector<cpp_int> read_candidates(const std::vector<std::string>& words) {
 /** Whether reading ended by an error. Of standard input only the C stream knows. */
 bool read_failed(const std::istream& input) {
     return input.bad() || (&input == &std::cin && std::ferror(stdin) != 0);
+}
+
+/** So many numbers of a stream are tested in one call at most. */
+constexpr std::size_t most_in_a_call = 512;
+
+/** A line of a stream that holds a number, or should. */
+struct StreamLine {
+    std::size_t number;  ///< counted from 1
+    std::string text;
+    cpp_int value;
+    std::string mistake;  ///< why there is no value
+};
+
+StreamLine read_line(std::size_t number, const std::string& text) {
+    try {
+        return {number, text, read_candidate(text), {}};
+    } catch (const BadInput& error) {
+        return {number, text, 0, error.what()};
+    }
+}
+
+/** Whether the system has more of a pipe or a terminal now. A number must not wait for a later one to be tested. */
+bool more_to_read(int descriptor) {
+    pollfd poll_record{.fd = descriptor, .events = POLLIN, .revents = 0};
+    return poll(&poll_record, 1, 0) > 0;
 }
 
 /** Numbers shorter than this stand in a column. */
@@ -161,39 +187,67 @@ int test_number_stream(const NumberJob& job, const std::string& path) {
     const auto verdicts = [&] {
         return fmt::format("{}, {} prime", counted(tested, "number", "numbers"), primes.load());
     };
+    /** How many numbers a second, once there is something to measure. */
+    const auto rate = [&] {
+        const double seconds = watch.seconds();
+        return seconds < 0.1 ? "" : fmt::format(", {:.0f} a second", static_cast<double>(tested) / seconds);
+    };
     {
         ProgressLine::Source source;
         if (sized)
             source.fraction = [&] { return std::optional<double>(read_bytes / static_cast<double>(status.st_size)); };
-        source.note = verdicts;
+        source.note = [&] { return verdicts() + rate(); };
         ProgressLine line(job.progress, name, source);
+        std::vector<StreamLine> waiting;
+        const auto test_waiting = [&] {
+            std::vector<cpp_int> values;
+            for (const StreamLine& each : waiting) {
+                if (each.mistake.empty()) values.push_back(each.value);
+            }
+            const std::size_t before = tested;
+            const std::vector<bool> prime = job.test(values, [&](std::size_t done) {
+                tested = before + done;
+                return !stop_asked();
+            });
+            tested = before + prime.size();
+            std::string results;
+            std::size_t next = 0;
+            for (const StreamLine& each : waiting) {
+                if (!each.mistake.empty()) {
+                    ++bad;
+                    if (job.options.json) {
+                        results +=
+                            json_line({{"line", each.number}, {"status", "bad input"}, {"message", each.mistake}});
+                        continue;
+                    }
+                    line.above(results);
+                    results.clear();
+                    print_error(fmt::format("line {}: {}\n", each.number, printable(each.mistake)));
+                    continue;
+                }
+                if (next == prime.size()) break;  // stopped
+                const bool is_prime = prime[next++];
+                if (is_prime) ++primes;
+                if (job.options.json)
+                    results += json_line(verdict_json(each.text, each.value, is_prime));
+                else if (!job.look.quiet)
+                    results += fmt::format("{:<{}} {}\n", each.text, column_width, verdict_text(job, is_prime));
+            }
+            if (!results.empty()) line.above(results);
+            waiting.clear();
+        };
         std::string text;
         for (std::size_t number = 1; !stop_asked() && std::getline(input, text); ++number) {
             read_bytes = read_bytes + static_cast<double>(text.size() + 1);
-            if (const std::size_t first = text.find_first_not_of(" \t\r");
-                first == std::string::npos || text[first] == '#')
-                continue;
-            while (text.back() == '\r' || text.back() == ' ' || text.back() == '\t') text.pop_back();
-            try {
-                const cpp_int value = read_candidate(text);
-                const bool prime = job.test(value);
-                ++tested;
-                if (prime) ++primes;
-                if (job.options.json) {
-                    line.above(json_line(verdict_json(text, value, prime)));
-                } else if (!job.look.quiet) {
-                    line.above(fmt::format("{:<{}} {}\n", text, column_width, verdict_text(job, prime)));
-                }
-            } catch (const BadInput& error) {
-                ++bad;
-                if (job.options.json) {
-                    line.above(json_line({{"line", number}, {"status", "bad input"}, {"message", error.what()}}));
-                } else {
-                    line.above("");
-                    print_error(fmt::format("line {}: {}\n", number, printable(error.what())));
-                }
+            const std::size_t first = text.find_first_not_of(" \t\r");
+            if (first != std::string::npos && text[first] != '#') {
+                text.erase(text.find_last_not_of(" \t\r") + 1);
+                waiting.push_back(read_line(number, text));
             }
+            const bool last_for_now = !sized && (!standard_input || !more_to_read(STDIN_FILENO));
+            if (waiting.size() == most_in_a_call || (!waiting.empty() && last_for_now)) test_waiting();
         }
+        if (!stop_asked()) test_waiting();
     }
     const bool stopped = stop_asked();
     const bool unread = !stopped && read_failed(input);
@@ -212,7 +266,7 @@ int test_number_stream(const NumberJob& job, const std::string& path) {
         if (bad > 0) summary += fmt::format(", {} line{} no number", bad, bad == 1 ? " that is" : "s that are");
         if (stopped) summary += ", stopped";
         print(fmt::format("{}  {}\n", job.look.style.bold(summary),
-                          job.look.style.dim(fmt::format("({})", format_duration(watch.seconds())))));
+                          job.look.style.dim(fmt::format("({}{})", format_duration(watch.seconds()), rate()))));
     }
     if (stopped) return exit_code_when_stopped();
     if (bad > 0) return exit_bad_input;

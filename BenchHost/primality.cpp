@@ -6,7 +6,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <bit>
+#include <cstdint>
 
 #include "arguments.h"
 #include "host.h"
@@ -14,7 +16,9 @@
 
 namespace bench_host {
 
-PrimalityTest::PrimalityTest(const Library& library) : function_(library.symbol<PrimeQFunction>("KESH_PrimeQ")) {
+PrimalityTest::PrimalityTest(const Library& library)
+    : function_(library.symbol<PrimeQFunction>("KESH_PrimeQ")),
+      many_(library.symbol<decltype(&KESH_ArePrimeOnThreads)>("KESH_ArePrimeOnThreads")) {
     if (function_ == nullptr) throw BadInput("this library does not export KESH_PrimeQ");
 }
 
@@ -28,6 +32,44 @@ bool PrimalityTest::operator()(const cpp_int& n) const {
         host().breaches.report(fmt::format("KESH_PrimeQ answered {} instead of 0 or 1", prime));
     }
     return prime == 1;
+}
+
+std::vector<bool> PrimalityTest::operator()(std::span<const cpp_int> numbers,
+                                            const std::function<bool(std::size_t)>& go_on) const {
+    std::vector<bool> prime;
+    if (many_ == nullptr) {
+        for (const cpp_int& n : numbers) {
+            if (!go_on(prime.size())) return {};
+            prime.push_back((*this)(n));
+        }
+        return prime;
+    }
+    std::size_t len = 1;
+    for (const cpp_int& n : numbers) len = std::max(len, to_limbs(n).size());
+    std::vector<umint> limbs;
+    limbs.reserve(len * numbers.size());
+    for (const cpp_int& n : numbers) {
+        const std::vector<umint> given = to_limbs(n);
+        limbs.insert(limbs.end(), given.begin(), given.end());
+        limbs.resize(limbs.size() + len - given.size());
+    }
+    std::vector<std::uint8_t> verdicts(numbers.size(), 2);
+    const KESH_Progress ask = [](void* data, std::int64_t done, std::int64_t) {
+        return (*static_cast<const std::function<bool(std::size_t)>*>(data))(static_cast<std::size_t>(done)) ? 0 : 1;
+    };
+    const int code = many_(limbs.data(), static_cast<std::int64_t>(len), std::ssize(numbers), verdicts.data(), 1, ask,
+                           const_cast<std::function<bool(std::size_t)>*>(&go_on));
+    if (code == KESH_STOPPED) return {};
+    if (code != KESH_DONE)
+        host().breaches.report(
+            fmt::format("KESH_ArePrimeOnThreads answered {} for {} numbers of {} limbs", code, numbers.size(), len));
+    for (const std::uint8_t verdict : verdicts) {
+        if (code == KESH_DONE && verdict > 1)
+            host().breaches.report(
+                fmt::format("KESH_ArePrimeOnThreads gave the verdict {} instead of 0 or 1", verdict));
+        prime.push_back(verdict == 1);
+    }
+    return prime;
 }
 
 cpp_int read_candidate(const std::string& text) {

@@ -5,9 +5,12 @@
 #pragma once
 
 #include <functional>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "expression.h"
+#include "kesh_prime.h"
 #include "library.h"
 
 namespace bench_host {
@@ -25,8 +28,13 @@ class PrimalityTest {
      * 1, 2, 4, 8, 16. */
     bool operator()(const cpp_int& n) const;
 
+    /** The verdicts on many numbers, tested in one call if the library exports KESH_ArePrimeOnThreads. go_on(done) is
+     * asked between blocks of them; if it returns false, there are no verdicts. */
+    std::vector<bool> operator()(std::span<const cpp_int> numbers, const std::function<bool(std::size_t)>& go_on) const;
+
   private:
     PrimeQFunction function_;
+    decltype(&KESH_ArePrimeOnThreads) many_;
 };
 
 /** Reads one number of at most 1024 bits. @throws BadInput */
