@@ -3,7 +3,8 @@
  * @brief  Lists of any limbs for KESH_ArePrime, on one thread and on several, compared with single calls; the next and
  * previous prime of any limbs, compared with tests of the numbers between.
  *
- * The first byte chooses the length of the integers, the second what is called; the rest are their limbs.
+ * The first byte chooses the length of the integers, the second what is called and which integers are replaced by their
+ * next primes; the rest are their limbs.
  */
 #include <algorithm>
 #include <cstdint>
@@ -34,6 +35,14 @@ bool step(limbs& n, bool upwards) {
         if (!carries) return true;
     }
     return false;
+}
+
+/** Replaces numbers by their next primes, as only few others reach the tests that go side by side. */
+void make_primes(limbs& n, int64_t len, unsigned pattern) {
+    for (size_t i = 0; i < n.size() / static_cast<size_t>(len); ++i) {
+        uint64_t* const number = n.data() + i * static_cast<size_t>(len);
+        if ((pattern >> i % 4 & 1) != 0) KESH_NextPrime(number, len, number);
+    }
 }
 
 void batch(const limbs& n, int64_t len, int threads) {
@@ -71,6 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (!n.empty()) std::memcpy(n.data(), data + 2, n.size() * 8);
     n.resize(n.size() / static_cast<size_t>(len) * static_cast<size_t>(len));
     if (what % 2 == 0) {
+        make_primes(n, len, what / 16);
         batch(n, len, static_cast<int>(what / 2 % 4));
     } else if (!n.empty()) {
         n.resize(static_cast<size_t>(len));
