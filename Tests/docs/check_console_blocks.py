@@ -18,16 +18,17 @@ import sys
 
 TIME = re.compile(r"\b(\d+ h |\d+ min )?\d+(\.\d+)? (µs|us|ms|s|min|h)\b")
 COUNT = re.compile(r"\b\d+ (progress report|piece)s?\b")
+RATE = re.compile(r"\b\d+ a second\b")
 PROGRESS = re.compile(r".* [#\-█░]* +\d+\.\d %  TIME(, .*)?|[|/\\⠋⠙⠸⠴⠦⠧⠇⠏-] .*  TIME(, .*)?|"
                       r"\[ *TIME\] task \d+ Status \d+\.\d\d %")
 
 
 def normalised(line):
-    return COUNT.sub(r"N \1s", TIME.sub("TIME", line.rstrip()))
+    return RATE.sub("N a second", COUNT.sub(r"N \1s", TIME.sub("TIME", line.rstrip())))
 
 
 def lasting(lines):
-    """The lines as they are on every machine: times and counts of reports normalised, progress left out."""
+    """The lines as they are on every machine: times, rates and counts of reports normalised, progress left out."""
     return [line for line in map(normalised, lines) if not PROGRESS.fullmatch(line)]
 
 
