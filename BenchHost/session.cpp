@@ -11,7 +11,7 @@
 #include <chrono>
 #include <nlohmann/json.hpp>
 
-#include "Shared/kernel/kernel.h"
+#include "Shared/intx/level.h"
 #include "arguments.h"
 #include "counting_reach.h"
 #include "endurance.h"
@@ -148,7 +148,7 @@ nlohmann::ordered_json Session::version_json() const {
     }
     if (const std::string silent = why_counts_are_silent(library_); !silent.empty()) versions["counts"] = silent;
     // The library chooses by the same code, which is compiled into both.
-    versions["kernels"] = kesh::kernel::name(kesh::kernel::supported_level());
+    versions["kernels"] = kesh::name(kesh::supported_level());
     return versions;
 }
 

@@ -31,16 +31,11 @@ kesh_install_pc(velmora-kesh-host "Headers for a host that loads the Velmora Kes
     "Cflags: -I\${includedir}/velmora-kesh/HostInterface")
 
 # The header for callers outside the host. The host's headers are in a separate folder: an existing host has its own,
-# and these are for writing a new one. Only those kernel headers are installed that the engine's headers include; the
-# others belong to the library.
+# and these are for writing a new one. The kernels belong to the library; the engine's headers need none of them.
 install(FILES ${PROJECT_SOURCE_DIR}/include/kesh_prime.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(FILES ${PROJECT_SOURCE_DIR}/include/KESH_PrimeQ.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/CSource/Shared DESTINATION ${kesh_includedir} COMPONENT development
     FILES_MATCHING PATTERN "*.h" PATTERN "kernel" EXCLUDE)
-foreach(header product columns adx_rows)
-    install(FILES ${PROJECT_SOURCE_DIR}/CSource/Shared/kernel/${header}.h DESTINATION ${kesh_includedir}/Shared/kernel
-        COMPONENT development)
-endforeach()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/HostInterface DESTINATION ${kesh_includedir} COMPONENT development
     FILES_MATCHING PATTERN "*.h")
 

@@ -34,17 +34,6 @@ u64 hashed_base_64(u64 n, const std::uint16_t* bases) {
     return bases[hash(n) >> 18];
 }
 
-/** p divides n exactly when n * p^(-1) modulo 2^64 is at most floor((2^64 - 1) / p), below bound. */
-struct exact_divisor {
-    u64 inverse;
-    u64 bound;
-
-    constexpr explicit exact_divisor(u64 p) : inverse(kernel::word_inverse(p)), bound(~u64{0} / p + 1) {}
-    constexpr bool divides(u64 n) const {
-        return n * inverse < bound;
-    }
-};
-
 /**
  * Whether one of the primes divides n. There is no branch between the divisions: each adds the carry of its comparison
  * to a sum. The constants are read from memory, because immediate operands of 8 bytes would keep the processor's front
@@ -74,14 +63,14 @@ bool word_has_small_factor(umint n) {
            has_divisor_of<67, 71, 73, 79, 83, 89, 97, 101, 103, 107, 109, 113, 127, 131, 137, 139>(n);
 }
 
-std::span<const kernel::ExactDivisor> word_divisors() {
+std::span<const exact_divisor> word_divisors() {
     static constexpr auto divisors = [] {
-        std::array<kernel::ExactDivisor, 33> all{};
+        std::array<exact_divisor, 33> all{};
         std::size_t count = 0;
         for (u64 p = 3; count < all.size(); p += 2) {
             bool prime = true;
             for (u64 q = 3; q * q <= p; q += 2) prime = prime && p % q != 0;
-            if (prime) all[count++] = {kernel::word_inverse(p), ~u64{0} / p};
+            if (prime) all[count++] = exact_divisor(p);
         }
         return all;
     }();

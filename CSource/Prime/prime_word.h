@@ -31,6 +31,6 @@ inline constexpr umint word_trial_limit = 139;
 bool word_has_small_factor(umint n);
 
 /** The odd primes up to 139, prepared for tests of many n. */
-std::span<const kernel::ExactDivisor> word_divisors();
+std::span<const exact_divisor> word_divisors();
 
 }  // namespace kesh

@@ -49,16 +49,20 @@ struct fastdiv_data<T, unsigned long> {
     }
 };
 
-/// floor(n magic / 2^(N+s)) by one full product and a shift: the reference form of n / d.
+namespace reference {
+
+/// n / d = floor(n magic / 2^(N+s)) by one full product and a shift.
 template <wide_word T>
-constexpr T math_fastdiv_product(const T& n, const fastdiv_data<T, unsigned long>& d) noexcept {
+constexpr T divide(const T& n, const fastdiv_data<T, unsigned long>& d) noexcept {
     T lo(detail::unset), hi(detail::unset);
-    math_mul(n, d.magic, lo, hi);
+    kesh::math_mul(n, d.magic, lo, hi);
     math_right_shift_equal(hi, d.s);
     return hi;
 }
 
-/// n / m, see fastdiv_data for where it is exact: the bits of math_fastdiv_product. From 256 bits up limb by limb, with
+}  // namespace reference
+
+/// n / m, see fastdiv_data for where it is exact: the bits of reference::divide. From 256 bits up limb by limb, with
 /// the reciprocal of the limb that the top of magic holds, instead of a product of the whole width: magic is 2^(N-65)
 /// times the reciprocal, rounded up, and 2^(N-65) exceeds m, so that the rounding does not reach the reciprocal. The
 /// product's quotient differs from the exact one, by 1, only for a remainder of m - 1: with e = magic m - 2^(N+s) it
@@ -73,7 +77,7 @@ constexpr T operator/(const T& n, const fastdiv_data<T, unsigned long>& d) noexc
             detail::divide_by_limb<T::limbs>(quotient.limb, n.limb, d.m, MINT_BITS - 1 - d.s, reciprocal);
         if (rest != d.m - 1) return quotient;
     }
-    return math_fastdiv_product(n, d);
+    return reference::divide(n, d);
 }
 
 /// n * m modulo 2^N, to form the remainder n - (n / d) * m.

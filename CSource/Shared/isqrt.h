@@ -42,21 +42,23 @@ constexpr void math_isqrt(std::uint64_t a, std::uint64_t& s, std::uint64_t& r) n
     r = a - root * root;
 }
 
+namespace reference {
+
 /// ss = floor(sqrt(aa)), rr = aa - ss^2, for every aa whose most significant limb, after aa is shifted left by an even
 /// count until its top two bits are not both 0, is below 2^64 - 1. Above that the estimate of the innermost level is
 /// 2^64 and passes up as it is: at N = 128 an aa of 2^128 - 2^64 or more gives ss = 2^64, rr = aa (the square wraps to
-/// 0 and is accepted), at the wider widths ss and rr are unspecified. There is deliberately no guard. This is the
-/// reference form of math_isqrt; math_isqrt_exact is right for every value.
+/// 0 and is accepted), at the wider widths ss and rr are unspecified. There is deliberately no guard; math_isqrt_exact
+/// is right for every value.
 /// Cost: one half-width root, one division and one low-half product per level. ss and rr may alias aa.
 template <wide_word T>
-constexpr void math_isqrt_recursive(const T& aa, T& ss, T& rr) noexcept {
+constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
     using half = typename T::half_type;
     constexpr mint quarter_bits = T::bits / 4;
     const auto root_of_half = [](const half& x, half& root, half& rest) {
         if constexpr (T::bits == 128)
-            math_isqrt(x, root, rest);
+            kesh::math_isqrt(x, root, rest);
         else
-            math_isqrt_recursive(x, root, rest);
+            reference::math_isqrt(x, root, rest);
     };
     const T a(aa);
     if (math_is_zero(a.hi())) {
@@ -67,21 +69,21 @@ constexpr void math_isqrt_recursive(const T& aa, T& ss, T& rr) noexcept {
         return;
     }
     // An even shift, so that it can be undone on the root.
-    const mint c = math_count_leading_zeros(a) & ~mint{1};
+    const mint c = kesh::math_count_leading_zeros(a) & ~mint{1};
     const T normalised = a << c;
 
     half s1(detail::unset), r1(detail::unset);
     root_of_half(normalised.hi(), s1, r1);
     half low_high_quarter(0);
-    math_right_shift(normalised.lo(), quarter_bits, low_high_quarter);
+    kesh::math_right_shift(normalised.lo(), quarter_bits, low_high_quarter);
     const T numerator = (T(r1) << quarter_bits) + T(low_high_quarter);
     T q(detail::unset), dropped(detail::unset);
-    math_divmod_imp(numerator, T(0), T(s1) << 1, q, dropped);
+    kesh::math_divmod_imp(numerator, T(0), T(s1) << 1, q, dropped);
     T s = (T(s1) << quarter_bits) + q;
     s >>= c / 2;
 
     T square(detail::unset);
-    math_mul(s, s, square);
+    kesh::math_mul(s, s, square);
     if (square > a) {
         // The estimate is at most one too large; (s - 1)^2 = s^2 - 2 s + 1.
         square = square - (s << 1) + T(1);
@@ -90,6 +92,8 @@ constexpr void math_isqrt_recursive(const T& aa, T& ss, T& rr) noexcept {
     ss = s;
     rr = a - square;
 }
+
+}  // namespace reference
 
 namespace detail {
 
@@ -197,7 +201,7 @@ inline void math_isqrt_exact(const T& aa, T& ss, T& rr) noexcept {
     }
 }
 
-/// ss = floor(sqrt(aa)), rr = aa - ss^2: the bits of math_isqrt_recursive, also just below powers of 4, where both
+/// ss = floor(sqrt(aa)), rr = aa - ss^2: the bits of the reference form, also just below powers of 4, where both
 /// keep an estimate that is not the root. Cost: one half-width root, one division by half the width and one half-width
 /// square for each level. ss and rr may alias aa.
 template <wide_word T>
@@ -214,7 +218,7 @@ constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
             return;
         }
     }
-    math_isqrt_recursive(aa, ss, rr);
+    reference::math_isqrt(aa, ss, rr);
 }
 
 }  // namespace kesh

@@ -29,32 +29,13 @@ constexpr bool reducible(const T& a, const T& b, const T& m) noexcept {
     return math_compare(hi, m) < 0;
 }
 
-/// math_mont_mul at two limbs, where the time is that of the chain of instructions. With q = t / m mod 2^128, q m has
-/// the low half of t = a b, so that (t - q m) / 2^128 is the difference of the high halves, between -m and m: neither
-/// the low half of q m nor its sum is needed, and the borrow replaces the comparison.
-template <wide_word T>
-inline void mont_mul_two_limbs(const T& a, const T& b, const T& m, const T& mprime, T& r) noexcept {
-    const auto product = [](umint x, umint y) { return static_cast<umint2>(x) * y; };
-    const auto low = [](umint2 x) { return static_cast<umint>(x); };
-    const auto high = [](umint2 x) { return static_cast<umint>(x >> MINT_BITS); };
-    const auto multiply = [&](umint x0, umint x1, umint y0, umint y1, umint2& lower) {
-        const umint2 p00 = product(x0, y0), p01 = product(x0, y1), p10 = product(x1, y0);
-        const umint2 middle = static_cast<umint2>(high(p00)) + low(p01) + low(p10);
-        lower = (middle << MINT_BITS) | low(p00);
-        return product(x1, y1) + high(p01) + high(p10) + high(middle);
-    };
-    umint2 t = 0, dropped = 0;
-    const umint2 upper = multiply(a.limb[0], a.limb[1], b.limb[0], b.limb[1], t);
-    const umint2 q = umint2{0} - t * joined(mprime);
-    const umint2 part = multiply(low(q), high(q), m.limb[0], m.limb[1], dropped);
-    const umint mask = umint{0} - static_cast<umint>(upper < part);
-    umint2 residue = upper - part;
-    residue += ((static_cast<umint2>(m.limb[1] & mask)) << MINT_BITS) | (m.limb[0] & mask);
-    umint r0 = low(residue), r1 = high(residue);
-    keep_scalar(r0);
-    keep_scalar(r1);
-    r.limb[0] = r0;
-    r.limb[1] = r1;
+/// r = (top 2^N + sum) mod m for a value below 2 m.
+template <engine_word T>
+constexpr void reduce_sum(const T& sum, std::uint8_t top, const T& m, T& r) noexcept {
+    if constexpr (wide_word<T>)
+        reduce_once<T::limbs>(r.limb, sum.limb, top, m.limb);
+    else
+        reduce_once<1>(&r, &sum, top, &m);
 }
 
 }  // namespace detail
@@ -70,31 +51,57 @@ constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T&
     // The low word of the sum is 0 by the choice of u; only its carry matters.
     std::uint8_t c = math_addcarry(0, tlo, plo, plo);
     c = math_addcarry(c, thi, phi, sum);
-    if (c != 0 || sum >= m) math_sub_equal_borrow(0, sum, m);
-    r1 = sum;
+    detail::reduce_sum(sum, c, m, r1);
     KESH_ENSURE(r1 < m);
 }
 
+namespace reference {
+
+/// math_mont_mul by a product and a reduction, one after the other.
+template <engine_word T>
+constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& mprime, T& r) noexcept {
+    T tlo(detail::unset), thi(detail::unset);
+    kesh::math_mul(abar, bbar, tlo, thi);
+    math_mont_reduce(tlo, thi, m, mprime, r);
+}
+
+}  // namespace reference
+
 /// r = abar * bbar * R^(-1) mod m, below m. Preconditions: m odd, abar * bbar < m * 2^N (it suffices that one factor is
-/// below m). Defined as product and reduction one after the other; at run time the wide forms reduce limb by limb,
-/// which needs only the lowest limb of mprime and returns the same bits: both return the one residue below m.
+/// below m). At run time the wide forms reduce limb by limb and return the bits of the reference form: the one residue
+/// below m.
 template <engine_word T>
 constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& mprime, T& r) noexcept {
     KESH_REQUIRE(detail::reducible(abar, bbar, m) && detail::belongs_to(mprime, m));
     if constexpr (wide_word<T>) {
         if (!std::is_constant_evaluated()) {
-            if constexpr (T::limbs == 2)
-                detail::mont_mul_two_limbs(abar, bbar, m, mprime, r);
-            else
-                kernel::montgomery_product<T::limbs>(r.limb, abar.limb, bbar.limb, m.limb, mprime.limb[0]);
+            detail::montgomery_product<T::limbs>(r.limb, abar.limb, bbar.limb, m.limb, mprime.limb);
             KESH_ENSURE(r < m);
             return;
         }
     }
-    T tlo(detail::unset), thi(detail::unset);
-    math_mul(abar, bbar, tlo, thi);
-    math_mont_reduce(tlo, thi, m, mprime, r);
+    reference::math_mont_mul(abar, bbar, m, mprime, r);
 }
+
+template <engine_word T>
+struct mp_mont_data;
+
+namespace reference {
+
+/// M.pow(a, e) by squaring, from the lowest bit of e.
+template <engine_word T>
+[[nodiscard]] constexpr T pow(const mp_mont_data<T>& M, const T& a, T e) noexcept {
+    KESH_REQUIRE(a < M.m);
+    T x = M.r1, square = a;
+    while (e != T(0)) {
+        if ((e & T(1)) == T(1)) M.mul(x, square, x);
+        math_right_shift_equal(e, 1);
+        if (e != T(0)) M.mul(square, square, square);
+    }
+    return x;
+}
+
+}  // namespace reference
 
 /// Montgomery context of one odd modulus m > 1: a plain value, built once and passed by const reference. Arguments
 /// named a and b are residues in Montgomery form, below m, unless a comment says otherwise. Not checked in release
@@ -181,8 +188,7 @@ struct mp_mont_data {
         KESH_REQUIRE(a < m && b < m);
         T sum(detail::unset);
         const std::uint8_t c = math_addcarry(0, a, b, sum);
-        if (c != 0 || sum >= m) math_sub_equal_borrow(0, sum, m);
-        r = sum;
+        detail::reduce_sum(sum, c, m, r);
         KESH_ENSURE(r < m);
     }
     [[nodiscard]] constexpr T add(const T& a, const T& b) const noexcept {
@@ -234,19 +240,6 @@ struct mp_mont_data {
         mul(a, toMontMod(math_invmod(b, m)), r);
     }
 
-    /// a^e in Montgomery form by right-to-left squaring; e is an ordinary integer, a^0 is one(). The reference form of
-    /// pow.
-    [[nodiscard]] constexpr T pow_binary(const T& a, T e) const noexcept {
-        KESH_REQUIRE(a < m);
-        T x = r1, square = a;
-        while (e != T(0)) {
-            if ((e & T(1)) == T(1)) mul(x, square, x);
-            math_right_shift_equal(e, 1);
-            if (e != T(0)) mul(square, square, square);
-        }
-        return x;
-    }
-
     /// a^e in Montgomery form, e an ordinary integer, a^0 is one(). From the top, a window of bits at a time that
     /// begins and ends with a 1: a product by an odd power of a for each, out of a table of them. (A. J. Menezes, P. C.
     /// van Oorschot, S. A. Vanstone, Handbook of Applied Cryptography, 14.85.) Time depends on e. Cost: a squaring a
@@ -254,7 +247,7 @@ struct mp_mont_data {
     [[nodiscard]] constexpr T pow(const T& a, const T& e) const noexcept {
         KESH_REQUIRE(a < m);
         const mint length = math_num_bits(e);
-        if (length < 10) return pow_binary(a, e);
+        if (length < 10) return reference::pow(*this, a, e);
         const mint window = length < 24 ? 2 : length < 80 ? 3 : length < 240 ? 4 : length < 672 ? 5 : 6;
         const auto bit = [&e](mint i) {
             if constexpr (wide_word<T>)

@@ -2,7 +2,8 @@
  * @file   fuzz_check.h
  * @brief  Runs one family's differential check on operands taken from the fuzzer's bytes.
  *
- * The first byte selects the width; the others fill the operands in the order of their declaration, followed by zeros.
+ * The first byte selects the width and the level; the others fill the operands in the order of their declaration,
+ * followed by zeros.
  */
 #pragma once
 
@@ -41,6 +42,7 @@ template <class Check>
 int run(const char* name, const std::uint8_t* data, std::size_t size, Check check) {
     if (size == 0) return 0;
     const std::uint8_t* const rest = data + 1;
+    force((data[0] & 4) == 0 ? supported_level() : Level::portable);
     switch (data[0] % 4) {
         case 0:
             check_at<uintx_t<128>>(name, rest, size - 1, check);

@@ -10,7 +10,7 @@ namespace {
 
 template <class Operands>
 kesh::test::verdict check(const Operands& s) {
-    kesh::division_steps steps;
+    kesh::reference::division_steps steps;
     return kesh::test::check_division(s, steps);
 }
 

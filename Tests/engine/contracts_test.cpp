@@ -73,7 +73,7 @@ TYPED_TEST(Contracts, Inverses) {
     using T = TypeParam;
     EXPECT_BROKEN("math_mod_inv_2", (void)math_mod_inv_2(T(2)));
     EXPECT_BROKEN("math_invmod", (void)math_invmod(T(3), T(0)));
-    EXPECT_BROKEN("math_invmod_euclid", (void)math_invmod_euclid(T(3), T(0)));
+    EXPECT_BROKEN("reference::math_invmod", (void)reference::math_invmod(T(3), T(0)));
 }
 
 TYPED_TEST(Contracts, MontgomeryModuliAreOddAndAboveOne) {
@@ -93,7 +93,7 @@ TYPED_TEST(Contracts, MontgomeryOperandsAreResidues) {
     EXPECT_BROKEN("sub", (void)M.sub(T(8), T(1)));
     EXPECT_BROKEN("div2", (void)M.div2(T(7)));
     EXPECT_BROKEN("pow", (void)M.pow(T(7), T(2)));
-    EXPECT_BROKEN("pow_binary", (void)M.pow_binary(T(7), T(2)));
+    EXPECT_BROKEN("pow", (void)reference::pow(M, T(7), T(2)));
     EXPECT_BROKEN("math_mont_mul", (void)M.mul(this->ones, this->ones)) << "a b is not below m 2^N";
     EXPECT_BROKEN("math_mont_mul", math_mont_mul(T(1), T(1), T(7), T(3), r)) << "the inverse of another modulus";
     EXPECT_BROKEN("math_mont_reduce", math_mont_reduce(T(1), T(7), M.m, M.mprime, r));

@@ -21,7 +21,7 @@ struct division_record {
     int iterations = 0, corrections = 0;
 
     verdict operator()(const operands<T>& s) {
-        division_steps steps;
+        reference::division_steps steps;
         const verdict v = check_division(s, steps);
         iterations = std::max(iterations, steps.iterations);
         corrections = std::max(corrections, steps.corrections);

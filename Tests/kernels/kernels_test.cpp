@@ -440,11 +440,6 @@ TEST(SignedResidue, SquaresAgreeWithProductsOneAfterAnother) {
     }
 }
 
-/** The engine's headers detect the processor themselves, because they can be used without the library. */
-TEST(Levels, TheEngineAndTheLibraryFindTheSameProcessor) {
-    EXPECT_EQ(processor_has_adx(), supported_level() >= Level::adx);
-}
-
 TEST(Levels, ForceRefusesWhatTheProcessorLacks) {
     const Level top = supported_level();
     EXPECT_EQ(level(), top);

@@ -247,8 +247,8 @@ TEST_F(WordVectorLanes, StrongTestsAgreeWithTheTestAlone) {
 }
 
 TEST_F(WordVectorLanes, DivisorsAreFound) {
-    std::vector<ExactDivisor> primes;
-    for (const umint p : {3U, 5U, 139U}) primes.push_back({word_inverse(p), ~umint{0} / p});
+    std::vector<exact_divisor> primes;
+    for (const umint p : {3U, 5U, 139U}) primes.emplace_back(p);
     for (int i = 0; i < 2000; ++i) {
         std::array<umint, lanes> numbers;
         for (umint& n : numbers) n = number();

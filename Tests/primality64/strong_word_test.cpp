@@ -54,13 +54,13 @@ void for_odd_numbers(Body body) {
 }
 
 TEST(StrongTest, InverseModulo2To64) {
-    for_odd_numbers([](u64 n, auto&) { ASSERT_EQ(kesh::kernel::word_inverse(n) * n, 1); });
+    for_odd_numbers([](u64 n, auto&) { ASSERT_EQ(kesh::word_inverse(n) * n, 1); });
 }
 
 TEST(StrongTest, MontgomeryProductIsTheGenericOne) {
     for_odd_numbers([](u64 n, auto& random) {
         const kesh::mp_mont_data<u64> M(n);
-        const u64 inverse = kesh::kernel::word_inverse(n);
+        const u64 inverse = kesh::word_inverse(n);
         for (u64 x : {u64{0}, u64{1}, n - 1, random() % n}) {
             for (u64 y : {u64{0}, u64{1}, n - 1, random() % n}) {
                 ASSERT_EQ(kesh::kernel::word_mont_mul(x, y, n, inverse), M.mul(x, y))
@@ -73,7 +73,7 @@ TEST(StrongTest, MontgomeryProductIsTheGenericOne) {
 TEST(StrongTest, ProductUpToSignIsTheGenericOneOrItsNegative) {
     for_odd_numbers([](u64 n, auto& random) {
         const kesh::mp_mont_data<u64> M(n);
-        const u64 inverse = kesh::kernel::word_inverse(n);
+        const u64 inverse = kesh::word_inverse(n);
         for (u64 x : {u64{0}, u64{1}, n - 1, random() % n}) {
             for (u64 y :
                  {u64{0}, u64{1}, n - 1, random() % n, random()}) {  // y need not be below n while x * y < n * 2^64
@@ -89,7 +89,7 @@ TEST(StrongTest, ProductUpToSignIsTheGenericOneOrItsNegative) {
 TEST(StrongTest, SquaresUpToSignOneAfterAnother) {
     for_odd_numbers([](u64 n, auto& random) {
         const kesh::mp_mont_data<u64> M(n);
-        const u64 inverse = kesh::kernel::word_inverse(n);
+        const u64 inverse = kesh::word_inverse(n);
         for (u64 start : {u64{0}, u64{1}, n - 1, random() % n}) {
             kesh::kernel::signless x{start, 0 - start};
             u64 expected = start;

@@ -32,8 +32,8 @@ PROGRAMS = [
     (r"Shared/jacobi\.h", ["primality_test"]),
     (r"Shared/fastdiv\.h", ["engine_test", "primality_test"]),
     (r"Shared/mont\.h", ["engine_mont64_test", "engine_test", "primality_test"]),
+    (r"Shared/intx/(product|columns|adx_rows)\.h", ["engine_test", "kernels_test"]),
     (r"Shared/isqrt\.h|Shared/intx/", ["engine_test"]),
-    (r"Shared/kernel/(product|columns|adx_rows)\.h", ["engine_test", "kernels_test"]),
     (r"Shared/kernel/(strong_word\.h|trial\.cpp)", ["primality64_test", "kernels_test"]),
     (r"Shared/kernel/ifma\.cpp", ["kernels_model_test"]),
     (r"Shared/kernel/avx512\.h", []),  # the model replaces it

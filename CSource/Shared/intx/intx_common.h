@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "Shared/intx/limb_division.h"
-#include "Shared/kernel/product.h"
+#include "Shared/intx/product.h"
 
 namespace kesh {
 
@@ -95,36 +95,33 @@ constexpr std::uint8_t math_sub_equal_borrow(std::uint8_t c, T& a, const T& b) n
 // Shifts and bit counts
 // --------------------------------------------------------------------------------------------------------------------
 
-/// c = a << n by recursion on halves: the reference form of math_left_shift, and the form for counts that the compiler
-/// knows.
+namespace reference {
+
+/// c = a << n by recursion on halves; also the form for counts that the compiler knows.
 template <wide_word T>
-constexpr void math_left_shift_recursive(const T& a, mint n, T& c) noexcept;
+constexpr void math_left_shift(const T& a, mint n, T& c) noexcept;
 /// The same for c = a >> n.
 template <wide_word T>
-constexpr void math_right_shift_recursive(const T& a, mint n, T& c) noexcept;
+constexpr void math_right_shift(const T& a, mint n, T& c) noexcept;
 
-namespace detail {
-
-/// The reference form for a half that is wide itself, the limb's shift for a limb.
+/// The same for a half, which may be a limb.
 template <engine_word H>
 constexpr void left_shift_half(const H& a, mint n, H& c) noexcept {
     if constexpr (wide_word<H>)
-        math_left_shift_recursive(a, n, c);
+        reference::math_left_shift(a, n, c);
     else
-        math_left_shift(a, n, c);
+        kesh::math_left_shift(a, n, c);
 }
 template <engine_word H>
 constexpr void right_shift_half(const H& a, mint n, H& c) noexcept {
     if constexpr (wide_word<H>)
-        math_right_shift_recursive(a, n, c);
+        reference::math_right_shift(a, n, c);
     else
-        math_right_shift(a, n, c);
+        kesh::math_right_shift(a, n, c);
 }
 
-}  // namespace detail
-
 template <wide_word T>
-constexpr void math_left_shift_recursive(const T& a, mint n, T& c) noexcept {
+constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
     using half = typename T::half_type;
     constexpr mint K = width_v<half>;
     if (n == 0) {
@@ -134,18 +131,18 @@ constexpr void math_left_shift_recursive(const T& a, mint n, T& c) noexcept {
     half lo(0), hi(0);
     if (n < K) {
         half spill(0);
-        detail::left_shift_half(a.hi(), n, hi);
-        detail::right_shift_half(a.lo(), K - n, spill);
+        left_shift_half(a.hi(), n, hi);
+        right_shift_half(a.lo(), K - n, spill);
         math_or_equal(hi, spill);
-        detail::left_shift_half(a.lo(), n, lo);
+        left_shift_half(a.lo(), n, lo);
     } else if (n < T::bits) {
-        detail::left_shift_half(a.lo(), n - K, hi);
+        left_shift_half(a.lo(), n - K, hi);
     }
     c = T(lo, hi);
 }
 
 template <wide_word T>
-constexpr void math_right_shift_recursive(const T& a, mint n, T& c) noexcept {
+constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
     using half = typename T::half_type;
     constexpr mint K = width_v<half>;
     if (static_cast<umint>(n) >= static_cast<umint>(T::bits)) return;
@@ -156,15 +153,17 @@ constexpr void math_right_shift_recursive(const T& a, mint n, T& c) noexcept {
     half lo(0), hi(0);
     if (n < K) {
         half spill(0);
-        detail::right_shift_half(a.lo(), n, lo);
-        detail::left_shift_half(a.hi(), K - n, spill);
+        right_shift_half(a.lo(), n, lo);
+        left_shift_half(a.hi(), K - n, spill);
         math_or_equal(lo, spill);
-        detail::right_shift_half(a.hi(), n, hi);
+        right_shift_half(a.hi(), n, hi);
     } else {
-        detail::right_shift_half(a.hi(), n - K, lo);
+        right_shift_half(a.hi(), n - K, lo);
     }
     c = T(lo, hi);
 }
+
+}  // namespace reference
 
 namespace detail {
 
@@ -227,12 +226,12 @@ inline void right_shift_flat(umint* r, const umint* a, mint count) noexcept {
 }  // namespace detail
 
 /// c = a << n; n >= N gives 0. Precondition: n >= 0. c may be the same object as a. The bits of
-/// math_left_shift_recursive; the time does not depend on n.
+/// the reference form; the time does not depend on n.
 template <wide_word T>
 constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
     KESH_REQUIRE(n >= 0);
     if (std::is_constant_evaluated() || __builtin_constant_p(n) || n >= T::bits) {
-        math_left_shift_recursive(a, n, c);
+        reference::math_left_shift(a, n, c);
     } else if constexpr (T::limbs == 2) {
         detail::split(detail::joined(a) << n, c);
     } else {
@@ -242,12 +241,12 @@ constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
 
 /// c = a >> n, logical. A count that is N or more when read as unsigned (so also a negative one) writes nothing: c
 /// keeps its value. This differs from the left shift on purpose; no caller shifts by N or more. c may be the same
-/// object as a. The bits of math_right_shift_recursive; the time does not depend on n.
+/// object as a. The bits of the reference form; the time does not depend on n.
 template <wide_word T>
 constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
     if (static_cast<umint>(n) >= static_cast<umint>(T::bits)) return;
     if (std::is_constant_evaluated() || __builtin_constant_p(n)) {
-        math_right_shift_recursive(a, n, c);
+        reference::math_right_shift(a, n, c);
     } else if constexpr (T::limbs == 2) {
         detail::split(detail::joined(a) >> n, c);
     } else {
@@ -326,19 +325,21 @@ constexpr mint math_num_bits(const T& a) noexcept {
 // Products
 // --------------------------------------------------------------------------------------------------------------------
 
-/// hi * 2^N + lo = a * b by plain four-way recursion on halves: the reference form of the full product.
+namespace reference {
+
+/// hi * 2^N + lo = a * b by plain four-way recursion on halves.
 /// Outputs may alias inputs. Cost: (N/64)^2 limb products.
 template <wide_word T>
-constexpr void math_mul_recursive(const T& a, const T& b, T& lo, T& hi) noexcept {
+constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
     using half = typename T::half_type;
     const half alo = a.lo(), ahi = a.hi(), blo = b.lo(), bhi = b.hi();
     half c0(detail::unset), c1(detail::unset), d0(detail::unset), d1(detail::unset), h0(detail::unset),
         h1(detail::unset), l0(detail::unset), l1(detail::unset);
     const auto product = [](const half& x, const half& y, half& xylo, half& xyhi) {
         if constexpr (T::bits == 128)
-            math_mul(x, y, xylo, xyhi);
+            kesh::math_mul(x, y, xylo, xyhi);
         else
-            math_mul_recursive(x, y, xylo, xyhi);
+            reference::math_mul(x, y, xylo, xyhi);
     };
     product(alo, bhi, c0, c1);
     product(ahi, blo, d0, d1);
@@ -356,28 +357,30 @@ constexpr void math_mul_recursive(const T& a, const T& b, T& lo, T& hi) noexcept
     hi = T(h0, h1);
 }
 
-/// lo = a * b modulo 2^N by recursion on halves: the reference form of the low-half product. Operands whose high halves
+/// lo = a * b modulo 2^N by recursion on halves. Operands whose high halves
 /// are both zero take the full product one level down, at every level. lo may alias a or b.
 template <wide_word T>
-constexpr void math_mul_low_recursive(const T& a, const T& b, T& lo) noexcept {
+constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
     using half = typename T::half_type;
     const half alo = a.lo(), ahi = a.hi(), blo = b.lo(), bhi = b.hi();
     half l0(detail::unset), l1(detail::unset);
     if constexpr (T::bits == 128) {
-        math_mul(alo, blo, l0, l1);
+        kesh::math_mul(alo, blo, l0, l1);
         if ((ahi | bhi) != 0) l1 += ahi * blo + alo * bhi;
     } else {
-        math_mul_recursive(alo, blo, l0, l1);
+        reference::math_mul(alo, blo, l0, l1);
         if (!math_is_zero(ahi) || !math_is_zero(bhi)) {
             half cross(detail::unset);
-            math_mul_low_recursive(alo, bhi, cross);
+            reference::math_mul(alo, bhi, cross);
             math_add_equal_carry(0, l1, cross);
-            math_mul_low_recursive(ahi, blo, cross);
+            reference::math_mul(ahi, blo, cross);
             math_add_equal_carry(0, l1, cross);
         }
     }
     lo = T(l0, l1);
 }
+
+}  // namespace reference
 
 namespace detail {
 
@@ -386,14 +389,14 @@ namespace detail {
 /// lo and hi must not overlap a.
 inline void square_by_halves(umint* lo, umint* hi, const umint* a) noexcept {
     umint cross[16];
-    kernel::multiply8(lo, lo + 8, a, a);
-    kernel::multiply8(hi, hi + 8, a + 8, a + 8);
-    kernel::multiply8(cross, cross + 8, a, a + 8);
+    multiply8(lo, lo + 8, a, a);
+    multiply8(hi, hi + 8, a + 8, a + 8);
+    multiply8(cross, cross + 8, a, a + 8);
     const umint top = shift_limbs_left(cross, cross, 16, 1);
-    std::uint8_t carry = kernel::add_limbs<8>(lo + 8, lo + 8, cross);
-    carry = kernel::add_limbs<8>(hi, hi, cross + 8, carry);
+    std::uint8_t carry = add_limbs<8>(lo + 8, lo + 8, cross);
+    carry = add_limbs<8>(hi, hi, cross + 8, carry);
     const umint above[8] = {top};
-    kernel::add_limbs<8>(hi + 8, hi + 8, above, carry);
+    add_limbs<8>(hi + 8, hi + 8, above, carry);
 }
 #endif
 
@@ -405,39 +408,39 @@ inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
     } else {
 #if defined(__x86_64__)
         if constexpr (n == 16) {
-            if (kernel::processor_has_adx()) {
+            if (level() >= Level::adx) {
                 square_by_halves(lo, hi, a);
                 return;
             }
         }
 #endif
-        kernel::full_product<n>(lo, hi, a, a);
+        full_product<n>(lo, hi, a, a);
     }
 }
 
 }  // namespace detail
 
-/// hi * 2^N + lo = a * b exactly; the bits of math_mul_recursive, computed by straight-line kernels at run time, at
+/// hi * 2^N + lo = a * b exactly; the bits of the reference form, computed by straight-line kernels at run time, at
 /// 1024 bits by that for squares when both operands are one object. lo and hi must be other objects than a and b: the
 /// limbs of the result are stored while the operands are still read.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
     KESH_REQUIRE(&lo != &a && &lo != &b && &hi != &a && &hi != &b && &lo != &hi);
     if (std::is_constant_evaluated())
-        math_mul_recursive(a, b, lo, hi);
+        reference::math_mul(a, b, lo, hi);
     else if (T::limbs == 16 && &a == &b)
         detail::full_square<T::limbs>(lo.limb, hi.limb, a.limb);
     else
-        kernel::full_product<T::limbs>(lo.limb, hi.limb, a.limb, b.limb);
+        detail::full_product<T::limbs>(lo.limb, hi.limb, a.limb, b.limb);
 }
 
-/// lo = a * b modulo 2^N; the bits of math_mul_low_recursive. Operands whose high halves are both zero take the full
+/// lo = a * b modulo 2^N; the bits of the reference form. Operands whose high halves are both zero take the full
 /// product of the low halves, as they do there. lo must be another object than a and b.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
     KESH_REQUIRE(&lo != &a && &lo != &b);
     if (std::is_constant_evaluated()) {
-        math_mul_low_recursive(a, b, lo);
+        reference::math_mul(a, b, lo);
         return;
     }
     if constexpr (T::limbs == 2) {
@@ -447,9 +450,9 @@ constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
         umint high = 0;
         for (std::size_t i = h; i < T::limbs; ++i) high |= a.limb[i] | b.limb[i];
         if (high == 0)
-            kernel::full_product<h>(lo.limb, lo.limb + h, a.limb, b.limb);
+            detail::full_product<h>(lo.limb, lo.limb + h, a.limb, b.limb);
         else
-            kernel::low_product<T::limbs>(lo.limb, a.limb, b.limb);
+            detail::low_product<T::limbs>(lo.limb, a.limb, b.limb);
     }
 }
 
@@ -494,6 +497,8 @@ constexpr void math_mul_21(const T& alo, const T& ahi, const T& b, T& lo, T& hi)
 // Division with remainder
 // --------------------------------------------------------------------------------------------------------------------
 
+namespace reference {
+
 /// What one division by the reciprocal series did; tests and measurements look at it.
 struct division_steps {
     enum class path { power_of_two, small_numerator, series };
@@ -502,8 +507,6 @@ struct division_steps {
     int iterations = 0;   ///< of the series that produced the quotient
     int corrections = 0;  ///< upward corrections of its estimate
 };
-
-namespace detail {
 
 /// No quotient estimate needs more corrections. With y = x / 2^N < 1/2 the computed x stays at most 3/2 below the exact
 /// square, so every iteration, and the tail that is cut off when x reaches 0, lowers the estimate by at most 3/2: fewer
@@ -516,18 +519,18 @@ inline constexpr int correction_bound = 32;
 template <engine_word T>
 constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r, division_steps* steps) noexcept {
     const T zero(0);
-    const mint s = math_count_leading_zeros(d) % width_v<T>;  // 0 for a zero divisor: nothing checks for one
+    const mint s = kesh::math_count_leading_zeros(d) % width_v<T>;  // 0 for a zero divisor: nothing checks for one
     T nlo(detail::unset), nhi(detail::unset), x(detail::unset);
-    math_left_shift(lo, hi, s, nlo, nhi);
-    math_left_shift(d, s, x);
-    math_subborrow(0, zero, x, x);
+    kesh::math_left_shift(lo, hi, s, nlo, nhi);
+    kesh::math_left_shift(d, s, x);
+    kesh::math_subborrow(0, zero, x, x);
 
     do {
         T plo(detail::unset), phi(detail::unset), dropped(detail::unset), squared(detail::unset);
         math_mul_21(nlo, nhi, x, plo, phi);
         const std::uint8_t c = math_add_equal_carry(0, nlo, plo);
         math_add_equal_carry(c, nhi, phi);
-        math_mul(x, x, dropped, squared);
+        kesh::math_mul(x, x, dropped, squared);
         x = squared;
         if (steps != nullptr) ++steps->iterations;
     } while (!math_is_zero(x));
@@ -535,9 +538,9 @@ constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r
     // The truncations only lower n, so the estimate is never too large and all corrections go upward.
     T plo(detail::unset), phi(detail::unset), rlo(detail::unset), rhi(detail::unset);
     T estimate(nhi);
-    math_mul(estimate, d, plo, phi);
-    const std::uint8_t borrow = math_subborrow(0, lo, plo, rlo);
-    math_subborrow(borrow, hi, phi, rhi);
+    kesh::math_mul(estimate, d, plo, phi);
+    const std::uint8_t borrow = kesh::math_subborrow(0, lo, plo, rlo);
+    kesh::math_subborrow(borrow, hi, phi, rhi);
     for (int k = 0; k < correction_bound && (!math_is_zero(rhi) || math_compare(rlo, d) >= 0); ++k) {
         math_add_equal_carry(0, estimate, T(1));
         const std::uint8_t b = math_sub_equal_borrow(0, rlo, d);
@@ -548,26 +551,24 @@ constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r
     r = rlo;
 }
 
-}  // namespace detail
-
-/// The reference form of math_divmod_imp; `steps`, when given, receives what the division did.
+/// math_divmod_imp by that series; `steps`, when given, receives what the division did.
 /// Cost: per iteration, at most log2 N of them, three full products; no limb division.
 template <engine_word T>
-constexpr void math_divmod_series(const T& lo, const T& hi, const T& d, T& q, T& r,
-                                  division_steps* steps = nullptr) noexcept {
+constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r,
+                               division_steps* steps = nullptr) noexcept {
     const T zero(0);
-    const mint s = math_count_trailing_zeros(d);
-    if (s + 1 + math_count_leading_zeros(d) == width_v<T>) {
+    const mint s = kesh::math_count_trailing_zeros(d);
+    if (s + 1 + kesh::math_count_leading_zeros(d) == width_v<T>) {
         if (steps != nullptr) steps->taken = division_steps::path::power_of_two;
         T quotient(lo), multiple(lo);
         if (s != 0) {
             T spill(0);
-            math_right_shift(lo, s, quotient);
-            math_left_shift(hi, width_v<T> - s, spill);
+            kesh::math_right_shift(lo, s, quotient);
+            kesh::math_left_shift(hi, width_v<T> - s, spill);
             math_or_equal(quotient, spill);
-            math_left_shift(quotient, s, multiple);
+            kesh::math_left_shift(quotient, s, multiple);
         }
-        math_subborrow(0, lo, multiple, r);
+        kesh::math_subborrow(0, lo, multiple, r);
         q = quotient;
         return;
     }
@@ -581,11 +582,13 @@ constexpr void math_divmod_series(const T& lo, const T& hi, const T& d, T& q, T&
     if (math_compare(hi, d) >= 0) {
         // Here hi >= d and d is no power of two, so neither path above applies to hi alone.
         T dropped(detail::unset);
-        detail::divide_by_series(hi, zero, d, dropped, high, nullptr);
+        divide_by_series(hi, zero, d, dropped, high, nullptr);
         if (steps != nullptr) steps->high_word_reduced = true;
     }
-    detail::divide_by_series(lo, high, d, q, r, steps);
+    divide_by_series(lo, high, d, q, r, steps);
 }
+
+}  // namespace reference
 
 namespace detail {
 
@@ -615,7 +618,7 @@ constexpr void divide_significant_limbs(umint* u, const T& d, T& q, T& r) noexce
 
 }  // namespace detail
 
-/// The same quotient and remainder as math_divmod_series, limb by limb (Knuth, The Art of Computer Programming
+/// The quotient and remainder of the reference form, limb by limb (Knuth, The Art of Computer Programming
 /// 2, 4.3.1, algorithm D). A zero divisor returns q = 0, r = lo. Cost: n limb products for each limb of the quotient, n
 /// the significant limbs of d, and one hardware division.
 template <wide_word T>
@@ -644,7 +647,7 @@ constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r)
     if constexpr (wide_word<T>)
         math_divmod_schoolbook(lo, hi, d, q, r);
     else
-        math_divmod_series(lo, hi, d, q, r);
+        reference::math_divmod_imp(lo, hi, d, q, r);
 }
 
 /// Two-word numerator hi * 2^N + lo; see math_divmod_imp.
@@ -675,20 +678,6 @@ constexpr void math_divmod(const T& n, const T& d, T& q, T& r) noexcept {
 // --------------------------------------------------------------------------------------------------------------------
 // Inverses
 // --------------------------------------------------------------------------------------------------------------------
-
-/// -a^(-1) modulo 2^64 for odd a. Precondition: a odd (an even a yields a meaningless value).
-/// Newton-Hensel: y = a + 2 is right modulo 4, because a (a + 2) = (a + 1)^2 - 1, and every step y (a y + 2) doubles
-/// the bits.
-constexpr umint math_mod_inv_2(const umint& a) noexcept {
-    KESH_REQUIRE((a & 1) == 1);
-    umint y = a + 2;
-    y *= a * y + 2;
-    y *= a * y + 2;
-    y *= a * y + 2;
-    y *= a * y + 2;
-    y *= a * y + 2;
-    return y;
-}
 
 /// -a^(-1) modulo 2^N for odd a (an even a yields a meaningless value): one more Newton-Hensel step per doubling of the
 /// width. Cost: two low-half products at each width from 128 to N.
@@ -866,12 +855,13 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
 
 }  // namespace detail
 
-/// Inverse of u modulo v in [1, v); 0 when gcd(u, v) != 1 and when v = 1. u may be larger than v. Precondition: v != 0.
-/// Extended Euclid that carries only the non-negative cofactor and a sign toggle; cofactors never exceed v, so nothing
-/// wraps. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm X.) The reference form of math_invmod. Cost: at
-/// most 1.45 N divisions with small quotients.
+namespace reference {
+
+/// math_invmod by the extended Euclidean algorithm with only the non-negative cofactor and a sign toggle; cofactors
+/// never exceed v, so nothing wraps. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm X.) Cost: at most
+/// 1.45 N divisions with small quotients.
 template <engine_word T>
-constexpr T math_invmod_euclid(T u, T v) noexcept {
+constexpr T math_invmod(T u, T v) noexcept {
     KESH_REQUIRE(!math_is_zero(v));
     if (math_compare(v, T(1)) == 0) return T(0);
     T x(1), y(0), a(u), b(v);
@@ -888,12 +878,14 @@ constexpr T math_invmod_euclid(T u, T v) noexcept {
         iter = -iter;
     }
     if (math_compare(a, T(1)) != 0) return T(0);
-    if (iter < 0) math_subborrow(0, v, x, x);
+    if (iter < 0) kesh::math_subborrow(0, v, x, x);
     return x;
 }
 
-/// The inverse of math_invmod_euclid, by Lehmer's steps on the significant limbs for wide values.
-/// Precondition: v != 0.
+}  // namespace reference
+
+/// Inverse of u modulo v in [1, v); 0 when gcd(u, v) != 1 and when v = 1. u may be larger than v. Precondition: v != 0.
+/// The bits of the reference form, by Lehmer's steps on the significant limbs for wide values.
 template <engine_word T>
 constexpr T math_invmod(T u, T v) noexcept {
     KESH_REQUIRE(!math_is_zero(v));
@@ -904,7 +896,7 @@ constexpr T math_invmod(T u, T v) noexcept {
             return inverse;
         }
     }
-    return math_invmod_euclid(u, v);
+    return reference::math_invmod(u, v);
 }
 
 }  // namespace kesh

@@ -1,8 +1,11 @@
 /// @file   intx_gcc.h
 /// @brief  Limb primitives: add and subtract with carry, shifts, bit counts, 64x64 -> 128 products and 128/64 division.
 ///
-/// Where the compiler offers a builtin or intrinsic it is used at run time; the portable forms in `kesh::portable`
-/// compute the same bits, serve constant evaluation and are tested against the builtins.
+/// Where the compiler offers a builtin or intrinsic it is used at run time. The forms in `kesh::reference` compute the
+/// same bits in plain C++ and serve constant evaluation; the tests compare both.
+///
+/// The rule for the whole engine: the form of an algorithm that reads as its definition has the name of the operation
+/// in namespace `reference`, where a faster one serves callers.
 #pragma once
 
 #include <bit>
@@ -22,16 +25,16 @@ namespace kesh {
 /// Double limb for 64x64 -> 128 products.
 __extension__ typedef unsigned __int128 umint2;
 
-namespace portable {
+namespace reference {
 
-constexpr std::uint8_t addcarry(std::uint8_t c, umint a, umint b, umint& r) noexcept {
+constexpr std::uint8_t math_addcarry(std::uint8_t c, umint a, umint b, umint& r) noexcept {
     const umint partial = a + b;
     const umint sum = partial + c;
     r = sum;
     return static_cast<std::uint8_t>((partial < a) | (sum < partial));
 }
 
-constexpr std::uint8_t subborrow(std::uint8_t c, umint a, umint b, umint& r) noexcept {
+constexpr std::uint8_t math_subborrow(std::uint8_t c, umint a, umint b, umint& r) noexcept {
     const umint partial = a - c;
     const umint difference = partial - b;
     r = difference;
@@ -39,7 +42,7 @@ constexpr std::uint8_t subborrow(std::uint8_t c, umint a, umint b, umint& r) noe
 }
 
 /// Schoolbook on 32-bit parts; no partial sum exceeds 64 bits.
-constexpr void mul(umint a, umint b, umint& lo, umint& hi) noexcept {
+constexpr void math_mul(umint a, umint b, umint& lo, umint& hi) noexcept {
     const umint mask = 0xFFFFFFFF;
     const umint a0 = a & mask, a1 = a >> 32, b0 = b & mask, b1 = b >> 32;
     const umint p00 = a0 * b0, p01 = a0 * b1, p10 = a1 * b0, p11 = a1 * b1;
@@ -48,19 +51,31 @@ constexpr void mul(umint a, umint b, umint& lo, umint& hi) noexcept {
     hi = p11 + (p10 >> 32) + (middle >> 32);
 }
 
-constexpr mint count_leading_zeros(umint a) noexcept {
+constexpr mint math_count_leading_zeros(umint a) noexcept {
     mint n = 0;
     for (umint probe = umint{1} << 63; probe != 0 && (a & probe) == 0; probe >>= 1) ++n;
     return n;
 }
 
-constexpr mint count_trailing_zeros(umint a) noexcept {
+constexpr mint math_count_trailing_zeros(umint a) noexcept {
     mint n = 0;
     for (umint probe = 1; probe != 0 && (a & probe) == 0; probe <<= 1) ++n;
     return n;
 }
 
-}  // namespace portable
+/// The negated inverse -a^(-1) modulo 2^64 of an odd a. Newton-Hensel: y = a + 2 is right modulo 4, because
+/// a (a + 2) = (a + 1)^2 - 1, and every step y (a y + 2) doubles the bits.
+constexpr umint math_mod_inv_2(umint a) noexcept {
+    umint y = a + 2;
+    y *= a * y + 2;
+    y *= a * y + 2;
+    y *= a * y + 2;
+    y *= a * y + 2;
+    y *= a * y + 2;
+    return y;
+}
+
+}  // namespace reference
 
 namespace detail {
 
@@ -79,8 +94,8 @@ inline constexpr bool memory_sanitizer = false;
 /// Keeps a limb in a general register: code that the compiler moved to vectors would load, as vectors, limbs that were
 /// stored one by one a moment before, and the processor cannot forward such stores to the load but waits until they
 /// reach the cache.
-inline void keep_scalar(umint& limb) noexcept {
-    __asm__("" : "+r"(limb));
+constexpr void keep_scalar(umint& limb) noexcept {
+    if (!std::is_constant_evaluated()) __asm__("" : "+r"(limb));
 }
 
 }  // namespace detail
@@ -110,7 +125,7 @@ constexpr std::uint8_t math_addcarry(std::uint8_t c, const umint& a, const umint
         return carry;
     }
 #endif
-    return portable::addcarry(c, a, b, r);
+    return reference::math_addcarry(c, a, b, r);
 }
 
 /// a += b + c; returns the carry out.
@@ -129,7 +144,7 @@ constexpr std::uint8_t math_subborrow(std::uint8_t c, const umint& a, const umin
         return borrow;
     }
 #endif
-    return portable::subborrow(c, a, b, r);
+    return reference::math_subborrow(c, a, b, r);
 }
 
 /// a -= b + c; returns the borrow out.
@@ -196,6 +211,39 @@ constexpr umint math_mul_ui(unsigned char cc, umint c0, const umint& a, umint b,
     umint top = 0;
     co = math_addcarry(0, static_cast<umint>(p >> MINT_BITS), cc, top);
     return top;
+}
+
+/// a^(-1) modulo 2^64 for odd a (an even a yields a meaningless value). x = 3 a xor 2 is right to 5 bits, so that
+/// y = 1 - a x is a multiple of 2^5, and a^(-1) is x / (1 - y) = x (1 + y) (1 + y^2) (1 + y^4) (1 + y^8) modulo y^16;
+/// the powers of y do not wait for the products.
+constexpr umint word_inverse(umint a) noexcept {
+    umint x = (3 * a) ^ 2, y = 1 - a * x;
+    for (int step = 0; step < 3; ++step) {
+        x *= 1 + y;
+        y *= y;
+    }
+    return x * (1 + y);
+}
+
+/// An odd p prepared for the question whether it divides a limb n: it does when n * p^(-1) modulo 2^64 is at most
+/// floor((2^64 - 1) / p), because the product by the inverse permutes the limbs and sends the multiples of p to 0, 1,
+/// 2, .... (T. Granlund, P. L. Montgomery, Division by invariant integers using multiplication, PLDI 1994, section 9.)
+struct exact_divisor {
+    umint inverse;  ///< p^(-1) modulo 2^64
+    umint most;     ///< floor((2^64 - 1) / p)
+
+    exact_divisor() = default;
+    constexpr explicit exact_divisor(umint p) noexcept : inverse(word_inverse(p)), most(~umint{0} / p) {}
+    [[nodiscard]] constexpr bool divides(umint n) const noexcept {
+        return n * inverse <= most;
+    }
+};
+
+/// -a^(-1) modulo 2^64 for odd a: the bits of the form in namespace reference. Precondition: a odd (an even a yields a
+/// meaningless value).
+constexpr umint math_mod_inv_2(const umint& a) noexcept {
+    KESH_REQUIRE((a & 1) == 1);
+    return umint{0} - word_inverse(a);
 }
 
 /// Quotient modulo 2^64 and remainder of hi * 2^64 + lo by d with the processor's 128/64 division. The quotient

@@ -44,8 +44,8 @@ const Routines<n>& adx_routines() noexcept {
     }
 }
 
-#define KESH_INSTANCE(n) template const Routines<n>& adx_routines<n>() noexcept;
-KESH_FOR_EACH_WIDTH(KESH_INSTANCE)
-#undef KESH_INSTANCE
+#define KESH_ADX_ROUTINES(n) template const Routines<n>& adx_routines<n>() noexcept;
+KESH_FOR_EACH_WIDTH(KESH_ADX_ROUTINES)
+#undef KESH_ADX_ROUTINES
 
 }  // namespace kesh::kernel

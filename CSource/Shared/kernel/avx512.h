@@ -23,14 +23,6 @@
 
 namespace kesh::kernel {
 
-/// Whether there are the instructions of KESH_IFMA functions. The builtin also asks whether the operating system saves
-/// the 512-bit registers.
-inline bool processor_has_ifma() noexcept {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
-           __builtin_cpu_supports("avx512ifma") != 0;
-}
-
 /// An operand of a multiply-add whose lanes may hold more than the 52 bits that count. The instruction ignores what is
 /// above them; the model accepts such lanes from here only.
 KESH_IFMA_INLINE __m512i low_52_bits(__m512i a) noexcept {

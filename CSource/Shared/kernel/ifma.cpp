@@ -184,13 +184,7 @@ template <int n>
 Digits<n> make_mu(const Modulus<n>& modulus) noexcept {
     const umint k = modulus.k & digit_mask;
     umint product[n + 1];
-    umint carry = 1;
-    for (int i = 0; i < n; ++i) {
-        const umint2 p = static_cast<umint2>(modulus.m[i]) * k + carry;
-        product[i] = static_cast<umint>(p);
-        carry = static_cast<umint>(p >> 64);
-    }
-    product[n] = carry;
+    product[n] = add_product_row<n>(product, modulus.zero, modulus.m, k, 1);
     shift_right<n + 1>(product, product, digit_bits);
     Digits<n> mu;
     to_digits<n>(mu, product, n, 0);
@@ -221,7 +215,7 @@ KESH_IFMA void from_internal(umint* r, const Vector<n>& a, const Vector<n>& mu, 
     store<n>(product, normalise<n>(wide[0]));
     umint t[n + 1];
     from_digits<n>(t, product);
-    const umint high = add_product_row<n>(t, modulus.m, t[0] * modulus.k);
+    const umint high = add_product_row<n>(t, t, modulus.m, t[0] * modulus.k);
     const umint top = math_addcarry(0, t[n], high, t[n]);
     umint x[n], scale[n];
     reduce_once<n>(x, t + 1, top, modulus.m);
@@ -304,8 +298,8 @@ const Routines<n>& ifma_routines() noexcept {
     }
 }
 
-#define KESH_INSTANCE(n) template const Routines<n>& ifma_routines<n>() noexcept;
-KESH_FOR_EACH_WIDTH(KESH_INSTANCE)
-#undef KESH_INSTANCE
+#define KESH_IFMA_ROUTINES(n) template const Routines<n>& ifma_routines<n>() noexcept;
+KESH_FOR_EACH_WIDTH(KESH_IFMA_ROUTINES)
+#undef KESH_IFMA_ROUTINES
 
 }  // namespace kesh::kernel

@@ -3,7 +3,6 @@
 
 #include "Shared/kernel/kernel.h"
 
-#include <atomic>
 #include <cassert>
 
 #include "Shared/kernel/limbs.h"
@@ -12,11 +11,6 @@
 namespace kesh::kernel {
 
 namespace {
-
-std::atomic<Level>& in_force() noexcept {
-    static std::atomic<Level> value{supported_level()};
-    return value;
-}
 
 template <int n>
 const Routines<n>& routines() noexcept {
@@ -33,16 +27,6 @@ const Routines<n>& routines() noexcept {
 
 }  // namespace
 
-Level level() noexcept {
-    return in_force().load(std::memory_order_relaxed);
-}
-
-bool force(Level wanted) noexcept {
-    if (wanted > supported_level()) return false;
-    in_force().store(wanted, std::memory_order_relaxed);
-    return true;
-}
-
 template <int n>
     requires supported_limbs<n>
 Modulus<n>::Modulus(const umint* modulus) noexcept {
@@ -51,17 +35,15 @@ Modulus<n>::Modulus(const umint* modulus) noexcept {
         m[i] = modulus[i];
         zero[i] = 0;
     }
-    subtract<n>(complement, zero, m);
+    subtract_limbs<n>(complement, zero, m);
     shift_left<n>(twice, m, 1);
     k = math_mod_inv_2(m[0]);
     inverse = umint{0} - k;
 
-    umint2 product = static_cast<umint2>(m[0]) * k + 1;
-    for (int i = 1; i < n; ++i) {
-        product = static_cast<umint2>(m[i]) * k + static_cast<umint>(product >> 64);
-        mu[i - 1] = static_cast<umint>(product);
-    }
-    mu[n - 1] = static_cast<umint>(product >> 64);
+    // The lowest limb of m k + 1 is 0.
+    umint product[n];
+    mu[n - 1] = add_product_row<n>(product, zero, m, k, 1);
+    for (int i = 1; i < n; ++i) mu[i - 1] = product[i];
 
     power_of_2_residue<n>(r1, 64 * n, m);
 }

@@ -10,29 +10,15 @@
 #include <cstdint>
 #include <span>
 
-#include "Shared/intx/intx_types.h"
+#include "Shared/intx/level.h"
 
 namespace kesh::kernel {
 
-/// Instruction sets for which there are kernels of their own. A level contains the ones before it.
-enum class Level {
-    portable,  ///< any x86-64 processor
-    adx,       ///< BMI2 and ADX: mulx, adcx, adox
-    ifma,      ///< AVX-512 IFMA: eight 52-bit multiply-adds an instruction
-};
-
-/// The highest level that this processor and operating system support.
-[[nodiscard]] Level supported_level() noexcept;
-
-/// The level in force: supported_level() unless force() changed it.
-[[nodiscard]] Level level() noexcept;
-
-/// For tests and benchmarks: from now on use the kernels of `wanted`. Returns false, and changes nothing, when the
-/// processor lacks it. Calls in progress on other threads may change level between kernels, with the same results.
-bool force(Level wanted) noexcept;
-
-/// "portable", "adx" or "ifma".
-[[nodiscard]] const char* name(Level which) noexcept;
+using kesh::force;
+using kesh::Level;
+using kesh::level;
+using kesh::name;
+using kesh::supported_level;
 
 template <int n>
 concept supported_limbs = 2 <= n && n <= 16;

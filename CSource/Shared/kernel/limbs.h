@@ -1,45 +1,18 @@
 /// @file   limbs.h
-/// @brief  Carry chains on limb arrays of compile-time length, for the kernels: no branch depends on the values.
+/// @brief  What the kernels do with limb arrays beside the sums and rows of the engine: no branch depends on the
+/// values.
 #pragma once
 
 #include "Shared/intx/intx_common.h"
 
 namespace kesh::kernel {
 
-/// r = a - b; returns the borrow.
-template <int n>
-inline std::uint8_t subtract(umint* r, const umint* a, const umint* b) noexcept {
-    std::uint8_t borrow = 0;
-#pragma GCC unroll 16
-    for (int i = 0; i < n; ++i) borrow = math_subborrow(borrow, a[i], b[i], r[i]);
-    return borrow;
-}
-
-/// Keeps a limb in a general register: code that the compiler moved to vectors would load, as vectors, limbs that were
-/// stored one by one a moment before, and the processor cannot forward such stores to the load but waits until they
-/// reach the cache.
-inline void keep_scalar(umint& limb) noexcept {
-    asm("" : "+r"(limb));
-}
-
-/// r = mask ? a : b, for a mask of all ones or zero. r may be a or b.
-template <int n>
-inline void select(umint* r, umint mask, const umint* a, const umint* b) noexcept {
-#pragma GCC unroll 16
-    for (int i = 0; i < n; ++i) {
-        umint limb = b[i] ^ ((a[i] ^ b[i]) & mask);
-        keep_scalar(limb);
-        r[i] = limb;
-    }
-}
-
-/// r = (top 2^(64 n) + t) mod m for a value below 2 m: one subtraction, taken or not. r may be t.
-template <int n>
-inline void reduce_once(umint* r, const umint* t, umint top, const umint* m) noexcept {
-    umint d[n];
-    const umint borrow = subtract<n>(d, t, m);
-    select<n>(r, umint{0} - (borrow & (top ^ 1)), t, d);
-}
+using detail::add_limbs;
+using detail::add_product_row;
+using detail::keep_scalar;
+using detail::reduce_once;
+using detail::select;
+using detail::subtract_limbs;
 
 /// x = 2 x mod m when `bit` is 1, x unchanged when it is 0.
 template <int n>
@@ -60,7 +33,7 @@ inline void double_if(umint* x, umint bit, const umint* m) noexcept {
 template <int n>
 inline void subtract_mod(umint* r, const umint* a, const umint* b, const umint* m) noexcept {
     umint t[n];
-    const umint mask = umint{0} - umint{subtract<n>(t, a, b)};
+    const umint mask = umint{0} - umint{subtract_limbs<n>(t, a, b)};
     std::uint8_t carry = 0;
 #pragma GCC unroll 16
     for (int i = 0; i < n; ++i) {
@@ -76,14 +49,7 @@ template <int n>
 inline void halve(umint* x, int j, const umint* m, umint k) noexcept {
     const umint q = (x[0] * k) & ((umint{1} << j) - 1);
     umint t[n + 1];
-    umint carry = 0;
-#pragma GCC unroll 16
-    for (int i = 0; i < n; ++i) {
-        const umint2 p = static_cast<umint2>(m[i]) * q + x[i] + carry;
-        t[i] = static_cast<umint>(p);
-        carry = static_cast<umint>(p >> 64);
-    }
-    t[n] = carry;
+    t[n] = add_product_row<n>(t, x, m, q);
     // A shift by 64 - j that is also right for j = 0.
 #pragma GCC unroll 16
     for (int i = 0; i < n; ++i) x[i] = (t[i] >> j) | ((t[i + 1] << 1) << (63 - j));
@@ -117,11 +83,7 @@ inline void shift_residue(umint* x, int shift, const umint* m) noexcept {
         borrow = static_cast<umint>(p >> 64) + math_subborrow(0, t[i], static_cast<umint>(p), t[i]);
     }
     t[n] -= borrow;
-    while (t[n] != 0) {
-        std::uint8_t carry = 0;
-        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], m[i], t[i]);
-        t[n] += carry;
-    }
+    while (t[n] != 0) t[n] += add_limbs<n>(t, t, m);
     for (int i = 0; i < n; ++i) x[i] = t[i];
 }
 
@@ -164,7 +126,7 @@ inline void power_of_2_residue(umint* r, int e, const umint* m) noexcept {
     const int length = bit_length<n>(m), s = 64 * n - length;
     umint shifted[n];
     shift_left<n>(shifted, m, s);
-    subtract<n>(r, zero, shifted);
+    subtract_limbs<n>(r, zero, shifted);
     for (int left = e - length; left > 0; left -= 64) shift_residue<n>(r, left < 64 ? left : 64, shifted);
     shift_right<n>(r, r, s);
 }

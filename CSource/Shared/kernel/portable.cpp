@@ -20,8 +20,8 @@ const Routines<n>& portable_routines() noexcept {
     }
 }
 
-#define KESH_INSTANCE(n) template const Routines<n>& portable_routines<n>() noexcept;
-KESH_FOR_EACH_WIDTH(KESH_INSTANCE)
-#undef KESH_INSTANCE
+#define KESH_PORTABLE_ROUTINES(n) template const Routines<n>& portable_routines<n>() noexcept;
+KESH_FOR_EACH_WIDTH(KESH_PORTABLE_ROUTINES)
+#undef KESH_PORTABLE_ROUTINES
 
 }  // namespace kesh::kernel

@@ -4,25 +4,13 @@
 
 #include <cstddef>
 
-#include "Shared/kernel/columns.h"
+#include "Shared/intx/columns.h"
 #include "Shared/kernel/limbs.h"
 #include "Shared/kernel/routines.h"
 
 namespace kesh::kernel {
 
-/// t[0 .. n-1] += a b; returns the limb that is carried out. The sum of the two addends fits: (B-1)^2 + 2 (B-1) = B^2
-/// - 1.
-template <int n>
-inline umint add_product_row(umint* t, const umint* a, umint b) noexcept {
-    umint carry = 0;
-#pragma GCC unroll 16
-    for (int j = 0; j < n; ++j) {
-        const umint2 p = static_cast<umint2>(a[j]) * b + t[j] + carry;
-        t[j] = static_cast<umint>(p);
-        carry = static_cast<umint>(p >> 64);
-    }
-    return carry;
-}
+using detail::column;
 
 struct Portable {
     template <int n>
@@ -75,9 +63,7 @@ struct Portable {
         const auto* const zero =
             reinterpret_cast<const umint*>(reinterpret_cast<const char*>(&modulus) + offsetof(Modulus<n>, zero));
         const umint* correction = zero + n * (static_cast<mint>(sum.c1) - borrow);
-        std::uint8_t carry = 0;
-#pragma GCC unroll 16
-        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], correction[i], r[i]);
+        add_limbs<n>(r, t, correction);
         if (not_c != nullptr) subtract_residue<n>(r, not_c, modulus);
     }
 };

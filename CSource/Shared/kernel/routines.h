@@ -87,13 +87,8 @@ template <int n>
 inline __attribute__((always_inline)) void subtract_residue(umint* r, const umint* not_c,
                                                             const Modulus<n>& modulus) noexcept {
     umint t[n];
-    std::uint8_t carry = 1;
-#pragma GCC unroll 16
-    for (int i = 0; i < n; ++i) carry = math_addcarry(carry, r[i], not_c[i], t[i]);
-    const umint* correction = modulus.m + n * carry;  // m without a carry, else 0
-    carry = 0;
-#pragma GCC unroll 16
-    for (int i = 0; i < n; ++i) carry = math_addcarry(carry, t[i], correction[i], r[i]);
+    const std::uint8_t carry = add_limbs<n>(t, r, not_c, 1);
+    add_limbs<n>(r, t, modulus.m + n * carry);  // m without a carry, else 0
 }
 
 /// r = the residue below m of a value below R.
@@ -171,13 +166,7 @@ inline void divide_by_limb(umint* r, const umint* x, umint q, const umint* m) no
         c = c == 0 ? 0 : q - c;
     }
     umint t[n];
-    umint carry = 0;
-    for (int i = 0; i < n; ++i) {
-        const umint2 p = static_cast<umint2>(m[i]) * c + x[i] + carry;
-        t[i] = static_cast<umint>(p);
-        carry = static_cast<umint>(p >> 64);
-    }
-    umint remainder = carry;
+    umint remainder = add_product_row<n>(t, x, m, c);
     for (int i = n - 1; i >= 0; --i) math_divmod(t[i], remainder, q, r[i], remainder);
 }
 

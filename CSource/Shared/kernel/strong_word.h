@@ -20,17 +20,6 @@
 
 namespace kesh::kernel {
 
-/// m^(-1) modulo 2^64 for odd m. x = 3m xor 2 is right to 5 bits, so that y = 1 - m x is a multiple of 2^5, and m^(-1)
-/// is x / (1 - y) = x (1 + y) (1 + y^2) (1 + y^4) (1 + y^8) modulo y^16; the powers of y do not wait for the products.
-constexpr umint word_inverse(umint m) noexcept {
-    umint x = (3 * m) ^ 2, y = 1 - m * x;
-    for (int step = 0; step < 3; ++step) {
-        x *= 1 + y;
-        y *= y;
-    }
-    return x * (1 + y);
-}
-
 /// x * y / 2^64 modulo m, below m, where inverse = m^(-1) modulo 2^64. Precondition: x * y < m * 2^64.
 /// With q the high limb of (x * y mod 2^64) * inverse * m the two products agree in their low limbs, so the result is
 /// the difference of the high limbs, plus m when that is negative. In assembly because a compiler is free to branch on

@@ -4,15 +4,13 @@
 /// The primes are taken in groups whose product P stays below 2^59. For each group the limbs are folded with the
 /// residues c[i] = 2^(64 i) mod P into one sum below 16 * 2^64 * 2^59 = 2^127, which one Montgomery reduction modulo P
 /// brings to a limb w with w 2^64 = sum (mod P). A prime p of the group divides the value exactly when it divides w,
-/// because 2^64 is prime to p; and p divides w exactly when w p^(-1) mod 2^64 is at most (2^64 - 1) / p, since
-/// multiplication by the inverse permutes the limbs and sends the multiples of p to 0, 1, 2, ... (Granlund and
-/// Montgomery, Division by invariant integers using multiplication, PLDI 1994, section 9). A group costs one product a
-/// limb, and a prime of it one product more; the order of the primes does not matter for the verdict.
+/// because 2^64 is prime to p; exact_divisor tells whether p divides w. A group costs one product a limb, and a prime
+/// of it one product more; the order of the primes does not matter for the verdict.
 
 #include <array>
 #include <cassert>
 
-#include "Shared/intx/intx_common.h"
+#include "Shared/intx/intx_gcc.h"
 #include "Shared/kernel/kernel.h"
 
 namespace kesh::kernel {
@@ -23,11 +21,6 @@ constexpr umint largest_prime = trial_limit;
 constexpr std::size_t prime_count = 99;
 constexpr std::size_t largest_limb_count = 16;
 constexpr umint product_bound = umint{1} << 59;
-
-struct Prime {
-    umint inverse;           ///< 1/p mod 2^64
-    umint largest_multiple;  ///< floor((2^64 - 1) / p)
-};
 
 struct Group {
     umint product;                                   ///< P, the product of the group's primes
@@ -65,11 +58,8 @@ constexpr std::size_t count_groups() {
 }
 
 constexpr auto make_primes() {
-    std::array<Prime, prime_count> table{};
-    for (std::size_t i = 0; i < prime_count; ++i) {
-        table[i].inverse = umint{0} - math_mod_inv_2(primes[i]);
-        table[i].largest_multiple = ~umint{0} / primes[i];
-    }
+    std::array<exact_divisor, prime_count> table{};
+    for (std::size_t i = 0; i < prime_count; ++i) table[i] = exact_divisor(primes[i]);
     return table;
 }
 
@@ -81,7 +71,7 @@ constexpr auto make_groups() {
         group.last = group_end(first);
         group.product = 1;
         for (std::size_t i = group.first; i < group.last; ++i) group.product *= primes[i];
-        group.inverse = umint{0} - math_mod_inv_2(group.product);
+        group.inverse = word_inverse(group.product);
         umint residue = 1;
         for (umint& entry : group.residues) {
             entry = residue;
@@ -106,8 +96,7 @@ bool has_small_factor(std::span<const umint> limbs) noexcept {
         const umint qp = static_cast<umint>((static_cast<umint2>(q) * group.product) >> 64);
         const umint w = static_cast<umint>(sum >> 64) + (group.product - qp);
         bool divides = false;
-        for (std::size_t i = group.first; i < group.last; ++i)
-            divides |= w * prime_table[i].inverse <= prime_table[i].largest_multiple;
+        for (std::size_t i = group.first; i < group.last; ++i) divides |= prime_table[i].divides(w);
         if (divides) return true;
     }
     return false;

@@ -13,15 +13,9 @@
 
 namespace kesh::kernel {
 
-/** p divides n exactly when n p^(-1) modulo 2^64 is at most `most`, which is floor((2^64 - 1) / p). */
-struct ExactDivisor {
-    umint inverse;
-    umint most;
-};
-
 /** Bit c is set when one of the primes divides number c. */
 [[nodiscard]] unsigned divisors_in_lanes(const std::array<umint, lanes>& numbers,
-                                         std::span<const ExactDivisor> primes) noexcept;
+                                         std::span<const exact_divisor> primes) noexcept;
 
 /** How many 64-bit numbers go side by side: two vectors, as one waits half of the time. */
 inline constexpr std::size_t word_vector_lanes = 2 * lanes;

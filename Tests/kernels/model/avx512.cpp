@@ -5,6 +5,7 @@
  */
 
 #include "Shared/kernel/avx512.h"
+#include "Shared/intx/level.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -15,6 +16,13 @@ namespace kesh::kernel {
 inline namespace model {
 
 namespace {
+
+/// The model stands for the vector instructions; the kernels take those of the level adx from the processor.
+[[maybe_unused]] const bool counted_as_supported = [] {
+    if (supported_level() < Level::adx) return false;
+    kesh::detail::level_supported = static_cast<int>(Level::ifma);
+    return true;
+}();
 
 [[noreturn]] void stop(const char* instruction, const char* what, umint a, umint b) noexcept {
     std::fprintf(stderr, "%s %s: 0x%lx, 0x%lx\n", instruction, what, a, b);

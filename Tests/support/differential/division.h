@@ -19,15 +19,15 @@ inline constexpr int log2_width = std::countr_zero(static_cast<umint>(width_v<T>
  * reference form did.
  */
 template <engine_word T>
-verdict check_division(const operands<T>& s, division_steps& steps) {
+verdict check_division(const operands<T>& s, reference::division_steps& steps) {
     T q, r;
-    steps = division_steps();
-    math_divmod_series(s.a, s.b, s.d, q, r, &steps);
+    steps = reference::division_steps();
+    reference::math_divmod_imp(s.a, s.b, s.d, q, r, &steps);
     if (math_is_zero(s.d)) {
         math_divmod_imp(s.a, s.b, s.d, q, r);
         math_divmod(s.a, s.b, s.d, q, r);
         math_divmod(s.a, s.d, q, r);
-        steps = division_steps();
+        steps = reference::division_steps();
         return {};
     }
 
@@ -35,9 +35,9 @@ verdict check_division(const operands<T>& s, division_steps& steps) {
     mpz_class quotient, remainder;
     mpz_tdiv_qr(quotient.get_mpz_t(), remainder.get_mpz_t(), numerator.get_mpz_t(), divisor.get_mpz_t());
     const T expected_q = as_word<T>(quotient), expected_r = as_word<T>(remainder);
-    KESH_AGREE(same(q, expected_q) && same(r, expected_r), "math_divmod_series");
+    KESH_AGREE(same(q, expected_q) && same(r, expected_r), "reference::math_divmod_imp");
 
-    using path = division_steps::path;
+    using path = reference::division_steps::path;
     const bool one_bit = mpz_popcount(divisor.get_mpz_t()) == 1;
     const bool small = math_is_zero(s.b) && math_compare(s.a, s.d) < 0;
     KESH_AGREE(steps.taken == (one_bit ? path::power_of_two
@@ -96,8 +96,7 @@ verdict check_fastdiv(const operands<T>& s) {
     // The reference form defines the quotient of every value; a remainder of m - 1 is where the limbs alone would
     // differ.
     for (const T& value : {s.a, minus(s.a - s.a % T(m), T(1)), s.a - s.a % T(m), T(-1)}) {
-        KESH_AGREE(value / divisor == math_fastdiv_product(value, divisor),
-                   "division by a prepared divisor, all values");
+        KESH_AGREE(value / divisor == reference::divide(value, divisor), "division by a prepared divisor, all values");
     }
     const mpz_class whole = as_mpz(s.a) / as_mpz(m);
     const T k = as_word<T>(whole);

@@ -23,7 +23,7 @@ verdict check_root_of(const operands<T>& s, const T& a) {
     math_isqrt(a, root, rest);
     if constexpr (wide_word<T>) {
         T reference_root, reference_rest;
-        math_isqrt_recursive(a, reference_root, reference_rest);
+        reference::math_isqrt(a, reference_root, reference_rest);
         KESH_AGREE(same(root, reference_root) && same(rest, reference_rest), "math_isqrt");
         const mint length = math_num_bits(a);
         T top = a;

@@ -1,9 +1,10 @@
 /**
  * @file   run.h
- * @brief  Runs a check on skewed random operands and on all pairs of hard cases.
+ * @brief  Runs a check on skewed random operands and on all pairs of hard cases, at each level of the engine.
  */
 #pragma once
 
+#include "Shared/intx/level.h"
 #include "support/agreement.h"
 #include "support/widths.h"
 
@@ -26,13 +27,23 @@ std::uint64_t usual_sets_of() {
 /** The number of sets of operands in the tests named Long_. */
 constexpr std::uint64_t long_sets = 10'000'000;
 
+/** The engine has forms for two levels; the vectors of the third serve the primality tests only. */
+inline constexpr Level engine_levels[] = {Level::portable, Level::adx};
+
+/** Forces the level, or the highest one of a processor that lacks it. */
+inline void at_level(Level wanted) {
+    force(std::min(wanted, supported_level()));
+}
+
 template <engine_word T, class Check>
 void run_random(std::uint64_t sets, Check check) {
     operand_source source(seed + sets + static_cast<std::uint64_t>(width_v<T>));
     for (std::uint64_t i = 0; i < sets; ++i) {
+        at_level(engine_levels[i % 2]);
         const verdict v = check(source.set<T>());
-        ASSERT_TRUE(v.empty()) << v;
+        ASSERT_TRUE(v.empty()) << v << " at level " << name(level());
     }
+    at_level(supported_level());
 }
 
 /** All ordered pairs of hard cases, as operands of each other and as (high word, divisor). */
@@ -46,14 +57,16 @@ void run_hard_cases(Check check) {
             if (pair++ % stride != 0) continue;
             const umint limb = limbs_of(y)[0];
             const T& other = cases[static_cast<std::size_t>(count) % cases.size()];
+            at_level(engine_levels[count % 2]);
             for (const operands<T>& s : {operands<T>{x, y, y, x, limb, count % (width_v<T> + 2), 0},
                                          operands<T>{other, x, x, y, limb, count % (width_v<T> + 2), 1}}) {
                 const verdict v = check(s);
-                ASSERT_TRUE(v.empty()) << v;
+                ASSERT_TRUE(v.empty()) << v << " at level " << name(level());
             }
             count += 7;
         }
     }
+    at_level(supported_level());
 }
 
 }  // namespace kesh::test

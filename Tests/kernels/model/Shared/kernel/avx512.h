@@ -25,10 +25,6 @@
 
 namespace kesh::kernel {
 
-inline bool processor_has_ifma() noexcept {
-    return true;
-}
-
 inline namespace model {
 
 struct alignas(16) __m128i {

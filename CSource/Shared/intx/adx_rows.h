@@ -9,48 +9,21 @@
 /// instead. The blocks read and write memory through their pointers, so each is volatile and clobbers "memory": without
 /// both, a compiler may take two calls with the same pointers for the same value.
 ///
-/// Call these only where processor_has_adx() holds.
+/// Call these only where level() is Level::adx or above.
 #pragma once
 
 #include <cstddef>
 
-#include "Shared/kernel/columns.h"
+#include "Shared/intx/limbs.h"
 
 #if defined(__x86_64__)
 
-namespace kesh::kernel {
-
-namespace detail {
-
-/// EBX of cpuid leaf 7. Volatile, so that it is not moved out of the initialisation below: under a hypervisor it takes
-/// thousands of cycles.
-inline unsigned extended_features() noexcept {
-    unsigned highest = 0, ebx = 0, ecx = 0, edx = 0;
-    __asm__ volatile("cpuid" : "+a"(highest), "=b"(ebx), "+c"(ecx), "=d"(edx));
-    if (highest < 7) return 0;
-    unsigned eax = 7;
-    ecx = 0;
-    __asm__ volatile("cpuid" : "+a"(eax), "=b"(ebx), "+c"(ecx), "=d"(edx));
-    return ebx;
-}
-
-}  // namespace detail
-
-/// Whether this processor has mulx (BMI2, bit 8), adcx and adox (ADX, bit 19). They use no state beyond the general
-/// registers and the flags, so the operating system needs no support for them.
-inline bool processor_has_adx() noexcept {
-    static const bool found = [] {
-        constexpr unsigned needed = 1U << 8 | 1U << 19;
-        if (kesh::detail::memory_sanitizer) return false;
-        return (detail::extended_features() & needed) == needed;
-    }();
-    return found;
-}
+namespace kesh::detail {
 
 // clang-format off: one instruction group a line
 
 /// low += lo(source[offset] rdx), high += hi(...), each with the carry of its own chain.
-#define KESH_STEP(source, offset, low, high) \
+#define KESH_MUL_STEP(source, offset, low, high) \
     "mulx " #offset "(%[" #source            \
     "]), %[lo], %[hi]\n\t"                   \
     "adcx %[lo], %[" #low                    \
@@ -59,7 +32,7 @@ inline bool processor_has_adx() noexcept {
 
 /// The end of a row: the high half of the last product starts the new top limb, which takes both carries and cannot
 /// overflow.
-#define KESH_LAST_STEP(source, offset, low, top)       \
+#define KESH_LAST_MUL_STEP(source, offset, low, top)       \
     "mulx " #offset "(%[" #source "]), %[lo], %[" #top \
     "]\n\t"                                            \
     "adcx %[lo], %[" #low                              \
@@ -71,15 +44,15 @@ inline bool processor_has_adx() noexcept {
 
 /// (t1, t2, t3, top) = (t0, ..., t3) + source rdx without its lowest limb, which stays in t0.
 #define KESH_ROW4(source, t0, t1, t2, t3, top)                                                                        \
-    "xorl %k[lo], %k[lo]\n\t" KESH_STEP(source, 0, t0, t1) KESH_STEP(source, 8, t1, t2) KESH_STEP(source, 16, t2, t3) \
-        KESH_LAST_STEP(source, 24, t3, top)
+    "xorl %k[lo], %k[lo]\n\t" KESH_MUL_STEP(source, 0, t0, t1) KESH_MUL_STEP(source, 8, t1, t2) KESH_MUL_STEP(source, 16, t2, t3) \
+        KESH_LAST_MUL_STEP(source, 24, t3, top)
 
 /// (t1, ..., t7, t0) = (t0, ..., t7) + source rdx without its lowest limb, which `finished` may save before its
 /// register becomes the top limb.
 #define KESH_ROW8(source, finished, t0, t1, t2, t3, t4, t5, t6, t7)                               \
-    "xorl %k[lo], %k[lo]\n\t" KESH_STEP(source, 0, t0, t1) finished KESH_STEP(source, 8, t1, t2)  \
-        KESH_STEP(source, 16, t2, t3) KESH_STEP(source, 24, t3, t4) KESH_STEP(source, 32, t4, t5) \
-            KESH_STEP(source, 40, t5, t6) KESH_STEP(source, 48, t6, t7) KESH_LAST_STEP(source, 56, t7, t0)
+    "xorl %k[lo], %k[lo]\n\t" KESH_MUL_STEP(source, 0, t0, t1) finished KESH_MUL_STEP(source, 8, t1, t2)  \
+        KESH_MUL_STEP(source, 16, t2, t3) KESH_MUL_STEP(source, 24, t3, t4) KESH_MUL_STEP(source, 32, t4, t5) \
+            KESH_MUL_STEP(source, 40, t5, t6) KESH_MUL_STEP(source, 48, t6, t7) KESH_LAST_MUL_STEP(source, 56, t7, t0)
 
 /// The pointer to b stays in memory: a build with frame pointers has no register left for it.
 #define KESH_PRODUCT_ROW8(i, t0, t1, t2, t3, t4, t5, t6, t7) \
@@ -107,10 +80,10 @@ inline bool processor_has_adx() noexcept {
 /// (t0, ..., t4) += source rdx; t5, zero before or the carry of a row before, takes the carry.
 #define KESH_FULL_ROW4(source, t0, t1, t2, t3, t4, t5) \
     "xorl %k[lo], %k[lo]\n\t"                          \
-    KESH_STEP(source, 0, t0, t1)                       \
-    KESH_STEP(source, 8, t1, t2)                       \
-    KESH_STEP(source, 16, t2, t3)                      \
-    KESH_STEP(source, 24, t3, t4)                      \
+    KESH_MUL_STEP(source, 0, t0, t1)                       \
+    KESH_MUL_STEP(source, 8, t1, t2)                       \
+    KESH_MUL_STEP(source, 16, t2, t3)                      \
+    KESH_MUL_STEP(source, 24, t3, t4)                      \
     "movl $0, %k[lo]\n\t"                              \
     "adcx %[lo], %[" #t4 "]\n\t"                       \
     "adox %[lo], %[" #t5 "]\n\t"                       \
@@ -129,10 +102,10 @@ inline bool processor_has_adx() noexcept {
 /// (t0, ..., t9) += the eight limbs at `offset` of the operands, times rdx.
 #define KESH_FULL_ROW8(offset, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)         \
     "xorl %k[lo], %k[lo]\n\t"                                                  \
-    KESH_STEP(p, offset, t0, t1) KESH_STEP(p, offset + 8, t1, t2)              \
-    KESH_STEP(p, offset + 16, t2, t3) KESH_STEP(p, offset + 24, t3, t4)        \
-    KESH_STEP(p, offset + 32, t4, t5) KESH_STEP(p, offset + 40, t5, t6)        \
-    KESH_STEP(p, offset + 48, t6, t7) KESH_STEP(p, offset + 56, t7, t8)        \
+    KESH_MUL_STEP(p, offset, t0, t1) KESH_MUL_STEP(p, offset + 8, t1, t2)              \
+    KESH_MUL_STEP(p, offset + 16, t2, t3) KESH_MUL_STEP(p, offset + 24, t3, t4)        \
+    KESH_MUL_STEP(p, offset + 32, t4, t5) KESH_MUL_STEP(p, offset + 40, t5, t6)        \
+    KESH_MUL_STEP(p, offset + 48, t6, t7) KESH_MUL_STEP(p, offset + 56, t7, t8)        \
     "movl $0, %k[lo]\n\t"                                                      \
     "adcx %[lo], %[" #t8 "]\n\t"                                               \
     "adox %[lo], %[" #t9 "]\n\t"                                               \
@@ -220,7 +193,7 @@ inline void montgomery_product4(umint* r, const umint* a, const umint* b, const 
     r[0] = t4, r[1] = t5, r[2] = t0, r[3] = t1;
 }
 
-/// What the rows of montgomery_product8 read, behind one pointer: registers for three there are not.
+/// What the rows of montgomery_product8 read, behind one pointer: there are not enough registers for three.
 struct Operands8 {
     umint a[8], b[8], m[8], k0;
 };
@@ -251,11 +224,11 @@ inline void montgomery_product8(umint* r, const umint* a, const umint* b, const 
                      : "rdx", "cc", "memory");
     // clang-format on
     const umint t[8] = {t8, t9, t0, t1, t2, t3, t4, t5};
-    subtract_modulus_once<8>(r, t, t6, m);
+    reduce_once<8>(r, t, t6, m);
 }
 
-#undef KESH_STEP
-#undef KESH_LAST_STEP
+#undef KESH_MUL_STEP
+#undef KESH_LAST_MUL_STEP
 #undef KESH_ROW4
 #undef KESH_ROW8
 #undef KESH_PRODUCT_ROW8
@@ -266,22 +239,6 @@ inline void montgomery_product8(umint* r, const umint* a, const umint* b, const 
 #undef KESH_FULL_ROW8
 #undef KESH_ROW_PAIR8
 #undef KESH_ACCUMULATORS8
-
-/// r[0 .. n-1] = a + b + carry; returns the carry. r may be a or b.
-template <std::size_t n>
-inline std::uint8_t add_limbs(umint* r, const umint* a, const umint* b, std::uint8_t carry = 0) noexcept {
-#pragma GCC unroll 16
-    for (std::size_t i = 0; i < n; ++i) carry = math_addcarry(carry, a[i], b[i], r[i]);
-    return carry;
-}
-
-/// r[0 .. n-1] += carry; returns the carry out.
-template <std::size_t n>
-inline std::uint8_t add_carry(umint* r, std::uint8_t carry) noexcept {
-#pragma GCC unroll 16
-    for (std::size_t i = 0; i < n; ++i) carry = math_addcarry(carry, r[i], 0, r[i]);
-    return carry;
-}
 
 /// hi:lo = a b, of eight limbs each. lo and hi must not overlap a or b.
 [[gnu::noinline]] inline void multiply8(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
@@ -313,7 +270,7 @@ inline void reduce16(umint* r, umint* t, const umint* m, umint k0) noexcept {
     // The carry belongs to limb 24, in the middle of the next sum.
     std::uint8_t top = add_carry<8>(t + 24, carry);
     top = static_cast<std::uint8_t>(top + add_limbs<16>(t + 16, t + 16, w));
-    subtract_modulus_once<16>(r, t + 16, top, m);
+    reduce_once<16>(r, t + 16, top, m);
 }
 
 /// r = a b R^(-1) mod m with R = 2^1024. Precondition: a b < m R. r may be a or b.
@@ -324,20 +281,6 @@ inline void reduce16(umint* r, umint* t, const umint* m, umint k0) noexcept {
     reduce16(r, t, m, k0);
 }
 
-/// r = a^2 R^(-1) mod m with R = 2^1024 by a0^2 + 2 a0 a1 2^512 + a1^2 2^1024. Precondition: a < m. r may be a.
-[[gnu::noinline]] inline void montgomery_square16(umint* r, const umint* a, const umint* m, umint k0) noexcept {
-    umint t[32], cross[16], twice[16];
-    multiply8(t, t + 8, a, a);
-    multiply8(t + 16, t + 24, a + 8, a + 8);
-    multiply8(cross, cross + 8, a, a + 8);
-#pragma GCC unroll 16
-    for (int i = 0; i < 16; ++i) twice[i] = (cross[i] << 1) | (i > 0 ? cross[i - 1] >> 63 : 0);
-    const std::uint8_t carry = add_limbs<16>(t + 8, t + 8, twice);
-    const umint top[8] = {cross[15] >> 63};
-    add_limbs<8>(t + 24, t + 24, top, carry);
-    reduce16(r, t, m, k0);
-}
-
-}  // namespace kesh::kernel
+}  // namespace kesh::detail
 
 #endif

@@ -7,9 +7,9 @@
 /// Exponentiation cryptosystems on the IBM PC, IBM Systems Journal 29 (1990).)
 #pragma once
 
-#include "Shared/intx/intx_gcc.h"
+#include "Shared/intx/limbs.h"
 
-namespace kesh::kernel {
+namespace kesh::detail {
 
 /// The sum of a column: c2:c1:c0.
 struct column {
@@ -73,19 +73,6 @@ inline void low_product_columns(umint* lo, const umint* a, const umint* b) noexc
     lo[n - 1] = top;
 }
 
-/// r = (top 2^(64 n) + t) mod m for a value below 2 m: the difference is always formed and one of both is selected, so
-/// that no branch depends on the values. r may be t.
-template <std::size_t n>
-inline void subtract_modulus_once(umint* r, const umint* t, umint top, const umint* m) noexcept {
-    umint difference[n];
-    std::uint8_t borrow = 0;
-#pragma GCC unroll 16
-    for (std::size_t i = 0; i < n; ++i) borrow = math_subborrow(borrow, t[i], m[i], difference[i]);
-    const umint keep = umint{0} - (borrow & (top ^ 1));
-#pragma GCC unroll 16
-    for (std::size_t i = 0; i < n; ++i) r[i] = difference[i] ^ ((t[i] ^ difference[i]) & keep);
-}
-
 /// r = a b R^(-1) mod m, R = 2^(64 n), k0 = -m^(-1) mod 2^64. Precondition: a b < m R. r may be a or b.
 /// Product and reduction share the columns: q[k] makes column k of a b + q m vanish, so columns 0 to n-1 yield the
 /// limbs of q and columns n to 2n-1 the result. 2 n^2 + n limb products, where a reduction by whole words costs 2.5 n^2
@@ -113,7 +100,7 @@ inline void montgomery_product_columns(umint* r, const umint* a, const umint* b,
         t[k - n] = sum.shift();
     }
     t[n - 1] = sum.c0;
-    subtract_modulus_once<n>(r, t, sum.c1, m);
+    reduce_once<n>(r, t, sum.c1, m);
 }
 
-}  // namespace kesh::kernel
+}  // namespace kesh::detail

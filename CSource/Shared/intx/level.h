@@ -1,0 +1,97 @@
+/// @file   level.h
+/// @brief  What the processor supports, asked once, and the level that the engine's operators and the kernels of the
+///         primality tests keep to.
+#pragma once
+
+#include <atomic>
+
+#include "Shared/intx/intx_gcc.h"
+
+namespace kesh {
+
+/// Instruction sets for which there are forms of their own. A level contains the ones before it.
+enum class Level {
+    portable,  ///< any x86-64 processor
+    adx,       ///< BMI2 and ADX: mulx, adcx, adox
+    ifma,      ///< AVX-512 IFMA: eight 52-bit multiply-adds an instruction
+};
+
+namespace detail {
+
+/// The instruction sets of this processor that the operating system supports too. mulx, adcx and adox use general
+/// registers and the flags only. For the vectors the system has to save the 512-bit registers (bits 1, 2, 5, 6 and 7 of
+/// XCR0). The instructions that ask are volatile, so that they stay in the initialisation of a constant: under a
+/// hypervisor one takes thousands of cycles.
+inline Level detect_level() noexcept {
+#if defined(__x86_64__)
+    const auto cpuid = [](unsigned leaf, unsigned& b, unsigned& c) {
+        unsigned a = leaf, d = 0;
+        c = 0;
+        __asm__ volatile("cpuid" : "+a"(a), "=b"(b), "+c"(c), "=d"(d));
+        return a;
+    };
+    unsigned b = 0, c = 0;
+    if (memory_sanitizer || cpuid(0, b, c) < 7) return Level::portable;
+    cpuid(1, b, c);
+    const bool has_xgetbv = (c & 1U << 27) != 0;
+    cpuid(7, b, c);
+    constexpr unsigned bmi2_adx = 1U << 8 | 1U << 19, avx512f_dq_ifma = 1U << 16 | 1U << 17 | 1U << 21;
+    if ((b & bmi2_adx) != bmi2_adx) return Level::portable;
+    if ((b & avx512f_dq_ifma) != avx512f_dq_ifma || !has_xgetbv) return Level::adx;
+    unsigned saved = 0, high = 0;
+    __asm__ volatile("xgetbv" : "=a"(saved), "=d"(high) : "c"(0));
+    constexpr unsigned vector_state = 0xE6;
+    return (saved & vector_state) == vector_state ? Level::ifma : Level::adx;
+#else
+    return Level::portable;
+#endif
+}
+
+/// Levels as numbers, below 0 as long as nothing has asked for them.
+inline constinit std::atomic<int> level_supported{-1}, level_in_force{-1};
+
+}  // namespace detail
+
+/// The highest level that this processor and operating system support.
+[[nodiscard]] inline Level supported_level() noexcept {
+    const int known = detail::level_supported.load(std::memory_order_relaxed);
+    if (known >= 0) return static_cast<Level>(known);
+    const Level found = detail::detect_level();
+    detail::level_supported.store(static_cast<int>(found), std::memory_order_relaxed);
+    return found;
+}
+
+/// The level in force: supported_level() unless force() changed it.
+[[nodiscard]] inline Level level() noexcept {
+    const int known = detail::level_in_force.load(std::memory_order_relaxed);
+    if (known >= 0) [[likely]]
+        return static_cast<Level>(known);
+    const Level found = supported_level();
+    int none = -1;  // not stored over what force() has set in the meantime
+    detail::level_in_force.compare_exchange_strong(none, static_cast<int>(found), std::memory_order_relaxed);
+    return none < 0 ? found : static_cast<Level>(none);
+}
+
+/// For tests and benchmarks: from now on the engine and the kernels use the forms of `wanted`. Returns false, and
+/// changes nothing, when the processor lacks it. Calls in progress on other threads may change level on the way, with
+/// the same results.
+inline bool force(Level wanted) noexcept {
+    if (wanted > supported_level()) return false;
+    detail::level_in_force.store(static_cast<int>(wanted), std::memory_order_relaxed);
+    return true;
+}
+
+/// "portable", "adx" or "ifma".
+[[nodiscard]] constexpr const char* name(Level which) noexcept {
+    switch (which) {
+        case Level::portable:
+            return "portable";
+        case Level::adx:
+            return "adx";
+        case Level::ifma:
+            return "ifma";
+    }
+    return "";
+}
+
+}  // namespace kesh

@@ -1,0 +1,104 @@
+/// @file   product.h
+/// @brief  The products that the integer engine uses: by columns on any processor, by rows on those with BMI2 and ADX.
+///
+/// Both return the same bits. The wider products are functions of their own, not inlined: a call costs nothing beside
+/// them.
+#pragma once
+
+#include "Shared/intx/adx_rows.h"
+#include "Shared/intx/columns.h"
+#include "Shared/intx/level.h"
+
+namespace kesh::detail {
+
+template <std::size_t n>
+[[gnu::noinline]] inline void full_product_outlined(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
+    full_product_columns<n>(lo, hi, a, b);
+}
+
+template <std::size_t n>
+[[gnu::noinline]] inline void low_product_outlined(umint* lo, const umint* a, const umint* b) noexcept {
+    low_product_columns<n>(lo, a, b);
+}
+
+template <std::size_t n>
+[[gnu::noinline]] inline void montgomery_product_outlined(umint* r, const umint* a, const umint* b, const umint* m,
+                                                          umint k0) noexcept {
+    montgomery_product_columns<n>(r, a, b, m, k0);
+}
+
+/// hi:lo = a b, of n limbs each. lo and hi must not overlap a or b.
+template <std::size_t n>
+inline void full_product(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
+    if constexpr (n == 2) {
+        full_product_columns<n>(lo, hi, a, b);
+    } else {
+#if defined(__x86_64__)
+        if (level() >= Level::adx) {
+            if constexpr (n == 4) multiply4(lo, hi, a, b);
+            if constexpr (n == 8) multiply8(lo, hi, a, b);
+            if constexpr (n == 16) multiply16(lo, hi, a, b);
+            return;
+        }
+#endif
+        full_product_outlined<n>(lo, hi, a, b);
+    }
+}
+
+/// lo = a b modulo 2^(64 n). lo must not overlap a or b.
+template <std::size_t n>
+inline void low_product(umint* lo, const umint* a, const umint* b) noexcept {
+    if constexpr (n <= 4)
+        low_product_columns<n>(lo, a, b);
+    else
+        low_product_outlined<n>(lo, a, b);
+}
+
+/// The Montgomery product of two limbs, where the time is that of the chain of instructions. With q = t / m mod 2^128,
+/// q m has the low half of t = a b, so that (t - q m) / 2^128 is the difference of the high halves, between -m and m:
+/// neither the low half of q m nor its sum is needed, and the borrow replaces the comparison. mprime = -1/m mod 2^128.
+inline void montgomery_product2(umint* r, const umint* a, const umint* b, const umint* m,
+                                const umint* mprime) noexcept {
+    const auto product = [](umint x, umint y) { return static_cast<umint2>(x) * y; };
+    const auto low = [](umint2 x) { return static_cast<umint>(x); };
+    const auto high = [](umint2 x) { return static_cast<umint>(x >> MINT_BITS); };
+    const auto multiply = [&](umint x0, umint x1, umint y0, umint y1, umint2& lower) {
+        const umint2 p00 = product(x0, y0), p01 = product(x0, y1), p10 = product(x1, y0);
+        const umint2 middle = static_cast<umint2>(high(p00)) + low(p01) + low(p10);
+        lower = (middle << MINT_BITS) | low(p00);
+        return product(x1, y1) + high(p01) + high(p10) + high(middle);
+    };
+    umint2 t = 0, dropped = 0;
+    const umint2 upper = multiply(a[0], a[1], b[0], b[1], t);
+    const umint2 q = umint2{0} - t * ((static_cast<umint2>(mprime[1]) << MINT_BITS) | mprime[0]);
+    const umint2 part = multiply(low(q), high(q), m[0], m[1], dropped);
+    const umint mask = umint{0} - static_cast<umint>(upper < part);
+    umint2 residue = upper - part;
+    residue += ((static_cast<umint2>(m[1] & mask)) << MINT_BITS) | (m[0] & mask);
+    umint r0 = low(residue), r1 = high(residue);
+    keep_scalar(r0);
+    keep_scalar(r1);
+    r[0] = r0;
+    r[1] = r1;
+}
+
+/// r = a b R^(-1) mod m, R = 2^(64 n), mprime = -m^(-1) mod R. Precondition: a b < m R. r may be a or b. Above two
+/// limbs only the lowest limb of mprime is read.
+template <std::size_t n>
+inline void montgomery_product(umint* r, const umint* a, const umint* b, const umint* m, const umint* mprime) noexcept {
+    if constexpr (n == 2) {
+        montgomery_product2(r, a, b, m, mprime);
+    } else {
+#if defined(__x86_64__)
+        if (level() >= Level::adx) {
+            if constexpr (n == 4) montgomery_product4(r, a, b, m, mprime[0]);
+            if constexpr (n == 8) montgomery_product8(r, a, b, m, mprime[0]);
+            if constexpr (n == 16) montgomery_product16(r, a, b, m, mprime[0]);
+            return;
+        }
+#endif
+        montgomery_product_outlined<n>(r, a, b, m, mprime[0]);
+    }
+}
+
+}  // namespace kesh::detail
