@@ -134,17 +134,32 @@ inline umint root_of_limbs(umint* s, umint* u) noexcept {
         umint* const s1 = s + h;
         // The remainder r1 of the upper half is at most 2 s1; without s1 it fits its limbs.
         umint q = root_of_limbs<h>(s1, u + n);
-        if (q != 0) subtract_from(u + n, s1, h);
-        q += divide_limbs(s, u + h, n, s1, h);
+        if (q != 0) subtract_limbs<h>(u + n, u + n, s1);
+        if constexpr (h == 1) {
+            if (u[n] >= s1[0]) {
+                u[n] -= s1[0];
+                ++q;
+            }
+            math_divmod(u[h], u[n], s1[0], s[0], u[h]);
+        } else {
+            for (std::size_t i = h; i < h + n; ++i) u[i] = ~u[i];
+            q += divide_limbs(s, h, u + h, n, s1, h);
+            for (std::size_t i = h; i < n; ++i) u[i] = ~u[i];
+        }
         // The quotient by 2 s1 from that by s1; a dropped bit is worth s1 of the remainder.
         const umint odd = s[0] & 1;
         for (std::size_t i = 0; i + 1 < h; ++i) s[i] = (s[i] >> 1) | (s[i + 1] << (MINT_BITS - 1));
         s[h - 1] = (s[h - 1] >> 1) | (q << (MINT_BITS - 1));
         q >>= 1;
-        mint carry = odd != 0 ? add_to(u + h, s1, h) : 0;
+        umint addend[h];
+        for (std::size_t i = 0; i < h; ++i) {
+            addend[i] = s1[i] & (umint{0} - odd);
+            keep_scalar(addend[i]);
+        }
+        mint carry = add_limbs<h>(u + h, u + h, addend);
         umint square[n];
         full_square<h>(square, square + h, s);
-        carry -= static_cast<mint>(q) + subtract_from(u, square, n);
+        carry -= static_cast<mint>(q) + subtract_limbs<n>(u, u, square);
         if (carry < 0) {
             // One too large: the remainder grows by 2 s - 1. A quotient of 2^(64 h) has q = 1 and the limbs 0.
             umint above = q;

@@ -169,6 +169,41 @@ inline void multiply4(umint* lo, umint* hi, const umint* a, const umint* b) noex
     hi[0] = top, hi[1] = t0, hi[2] = t1, hi[3] = t2;
 }
 
+/// hi:lo = a^2, of four limbs each: the mixed products once, and then one chain doubles them while the other one adds
+/// the squares. lo and hi must not overlap a.
+inline void square4(umint* lo, umint* hi, const umint* a) noexcept {
+    umint t0, t1, t2, t3, t4, t5, t6, t7, low, high;
+    // clang-format off
+    __asm__("movq 0(%[a]), %%rdx\n\t"
+            "mulx 8(%[a]), %[t1], %[t2]\n\t"
+            "mulx 16(%[a]), %[lo], %[t3]\n\t"   "addq %[lo], %[t2]\n\t"
+            "mulx 24(%[a]), %[lo], %[t4]\n\t"   "adcq %[lo], %[t3]\n\t"   "adcq $0, %[t4]\n\t"
+            "mulx %%rdx, %[t0], %[t7]\n\t"
+            "movq 8(%[a]), %%rdx\n\t"
+            "mulx 24(%[a]), %[lo], %[t5]\n\t"   "addq %[lo], %[t4]\n\t"   "adcq $0, %[t5]\n\t"
+            "mulx 16(%[a]), %[lo], %[hi]\n\t"   "addq %[lo], %[t3]\n\t"   "adcq %[hi], %[t4]\n\t"   "adcq $0, %[t5]\n\t"
+            "mulx %%rdx, %[lo], %[hi]\n\t"
+            "movq 16(%[a]), %%rdx\n\t"
+            "mulx 24(%[a]), %%rdx, %[t6]\n\t"   "addq %%rdx, %[t5]\n\t"   "adcq $0, %[t6]\n\t"
+            "xorl %%edx, %%edx\n\t"
+            "adcx %[t1], %[t1]\n\t"   "adox %[t7], %[t1]\n\t"
+            "adcx %[t2], %[t2]\n\t"   "adox %[lo], %[t2]\n\t"
+            "adcx %[t3], %[t3]\n\t"   "adox %[hi], %[t3]\n\t"
+            "movq 16(%[a]), %%rdx\n\t" "mulx %%rdx, %[lo], %[hi]\n\t"
+            "adcx %[t4], %[t4]\n\t"   "adox %[lo], %[t4]\n\t"
+            "adcx %[t5], %[t5]\n\t"   "adox %[hi], %[t5]\n\t"
+            "movq 24(%[a]), %%rdx\n\t" "mulx %%rdx, %[lo], %[t7]\n\t"
+            "adcx %[t6], %[t6]\n\t"   "adox %[lo], %[t6]\n\t"
+            "movl $0, %k[lo]\n\t"
+            "adcx %[lo], %[t7]\n\t"   "adox %[lo], %[t7]"
+            : [t0] "=&r"(t0), [t1] "=&r"(t1), [t2] "=&r"(t2), [t3] "=&r"(t3), [t4] "=&r"(t4), [t5] "=&r"(t5),
+              [t6] "=&r"(t6), [t7] "=&r"(t7), [lo] "=&r"(low), [hi] "=&r"(high)
+            : [a] "r"(a), "m"(*reinterpret_cast<const umint(*)[4]>(a))
+            : "rdx", "cc");
+    // clang-format on
+    lo[0] = t0, lo[1] = t1, lo[2] = t2, lo[3] = t3, hi[0] = t4, hi[1] = t5, hi[2] = t6, hi[3] = t7;
+}
+
 /// r = a b R^(-1) mod m with R = 2^256. Precondition: a b < m R. r may be a or b.
 inline void montgomery_product4(umint* r, const umint* a, const umint* b, const umint* m, umint k0) noexcept {
     umint t0 = 0, t1 = 0, t2 = 0, t3 = 0, t4 = 0, t5 = 0, low, high;
@@ -227,6 +262,45 @@ inline void montgomery_product8(umint* r, const umint* a, const umint* b, const 
     reduce_once<8>(r, t, t6, m);
 }
 
+/// One limb of a row in memory, 23 bytes of code wherever it is: (next, w[at]) = w[at] + a[at] rdx + previous.
+#define KESH_MEMORY_STEP(at, previous, next) \
+    "mulx " #at "(%%rsi), %%rax, %%" #next   \
+    "\n\t"                                   \
+    "adcx %%" #previous                      \
+    ", %%rax\n\t"                            \
+    "adox " #at                              \
+    "(%%rdi), %%rax\n\t"                     \
+    "movq %%rax, " #at "(%%rdi)\n\t"
+
+/// w += a b, of n limbs; returns the limb above. Precondition: 1 <= n <= 16. Enters a row of 16 limbs so that n of them
+/// are left.
+inline umint add_product_row_adx(umint* w, const umint* a, umint b, std::size_t n) noexcept {
+    umint carry = 0, scratch;
+    const umint* const w_end = w + n;
+    const umint* const a_end = a + n;
+    __asm__ volatile(
+        "leaq 0f(%%rip), %%rax\n\t"
+        "subq %[code], %%rax\n\t"
+        "xorl %%r8d, %%r8d\n\t"
+        "jmp *%%rax\n\t"
+        KESH_MEMORY_STEP(-128, rcx, r8) KESH_MEMORY_STEP(-120, r8, rcx)
+        KESH_MEMORY_STEP(-112, rcx, r8) KESH_MEMORY_STEP(-104, r8, rcx)
+        KESH_MEMORY_STEP(-96, rcx, r8) KESH_MEMORY_STEP(-88, r8, rcx)
+        KESH_MEMORY_STEP(-80, rcx, r8) KESH_MEMORY_STEP(-72, r8, rcx)
+        KESH_MEMORY_STEP(-64, rcx, r8) KESH_MEMORY_STEP(-56, r8, rcx)
+        KESH_MEMORY_STEP(-48, rcx, r8) KESH_MEMORY_STEP(-40, r8, rcx)
+        KESH_MEMORY_STEP(-32, rcx, r8) KESH_MEMORY_STEP(-24, r8, rcx)
+        KESH_MEMORY_STEP(-16, rcx, r8) KESH_MEMORY_STEP(-8, r8, rcx)
+        "0:\n\t"
+        "movl $0, %%eax\n\t"
+        "adcx %%rax, %%rcx\n\t"
+        "adox %%rax, %%rcx"
+        : "+c"(carry), "=&a"(scratch)
+        : "d"(b), "S"(a_end), "D"(w_end), [code] "r"(23 * n)
+        : "r8", "cc", "memory");
+    return carry;
+}
+
 #undef KESH_MUL_STEP
 #undef KESH_LAST_MUL_STEP
 #undef KESH_ROW4
@@ -239,6 +313,7 @@ inline void montgomery_product8(umint* r, const umint* a, const umint* b, const 
 #undef KESH_FULL_ROW8
 #undef KESH_ROW_PAIR8
 #undef KESH_ACCUMULATORS8
+#undef KESH_MEMORY_STEP
 
 /// hi:lo = a b, of eight limbs each. lo and hi must not overlap a or b.
 [[gnu::noinline]] inline void multiply8(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {

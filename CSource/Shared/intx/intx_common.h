@@ -11,6 +11,7 @@
 
 #include "Shared/intx/limb_division.h"
 #include "Shared/intx/product.h"
+#include "Shared/intx/vector_shift.h"
 
 namespace kesh {
 
@@ -46,13 +47,12 @@ namespace detail {
 template <wide_word T>
     requires(T::limbs == 2)
 constexpr umint2 joined(const T& a) noexcept {
-    return (static_cast<umint2>(a.limb[1]) << MINT_BITS) | a.limb[0];
+    return two_limbs(a.limb[1], a.limb[0]);
 }
 template <wide_word T>
     requires(T::limbs == 2)
 constexpr void split(umint2 value, T& a) noexcept {
-    a.limb[0] = static_cast<umint>(value);
-    a.limb[1] = static_cast<umint>(value >> MINT_BITS);
+    store_two_limbs(a.limb, value);
 }
 
 }  // namespace detail
@@ -167,60 +167,31 @@ constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
 
 namespace detail {
 
-/// r = a << count without a branch on the count: the limbs are shifted by the bits of a limb, side by side, and then
-/// move by whole limbs, four by selections, more of them through a copy with as many zeros beside it. There they are
-/// read one by one, since the processor cannot forward the copy's stores to wider loads across them. Precondition: 0 <=
-/// count < 64 n. r may be a.
-template <std::size_t n>
-inline void left_shift_flat(umint* r, const umint* a, mint count) noexcept {
-    const mint part = count % MINT_BITS;
-    umint padded[2 * n] = {};
-    umint* const shifted = padded + n;
-    shifted[0] = a[0] << part;
-    for (std::size_t i = 1; i < n; ++i) shifted[i] = (a[i] << part) | (a[i - 1] >> 1 >> (MINT_BITS - 1 - part));
-    if constexpr (n == 4) {
-        const bool two = (count & 128) != 0, one = (count & 64) != 0;
-        const umint low = two ? 0 : shifted[0], next = two ? 0 : shifted[1], third = two ? shifted[0] : shifted[2],
-                    top = two ? shifted[1] : shifted[3];
-        r[0] = one ? 0 : low;
-        r[1] = one ? low : next;
-        r[2] = one ? next : third;
-        r[3] = one ? third : top;
-    } else {
-        const umint* const source = shifted - static_cast<std::size_t>(count / MINT_BITS);
-#pragma GCC unroll 16
-        for (std::size_t i = 0; i < n; ++i) {
-            umint limb = source[i];
-            keep_scalar(limb);
-            r[i] = limb;
-        }
-    }
+/// r = a << count of four limbs without a branch on the count: the limbs are shifted by the bits of a limb and then
+/// selected by whole limbs. Precondition: 0 <= count < 256. r may be a.
+inline void left_shift_selected(umint* r, const umint* a, mint count) noexcept {
+    umint shifted[4];
+    shift_limbs_left(shifted, a, 4, count % MINT_BITS);
+    const bool two = (count & 128) != 0, one = (count & 64) != 0;
+    const umint low = two ? 0 : shifted[0], next = two ? 0 : shifted[1], third = two ? shifted[0] : shifted[2],
+                top = two ? shifted[1] : shifted[3];
+    r[0] = one ? 0 : low;
+    r[1] = one ? low : next;
+    r[2] = one ? next : third;
+    r[3] = one ? third : top;
 }
 
 /// r = a >> count in the same way.
-template <std::size_t n>
-inline void right_shift_flat(umint* r, const umint* a, mint count) noexcept {
-    const mint part = count % MINT_BITS;
-    umint shifted[2 * n] = {};
-    for (std::size_t i = 0; i + 1 < n; ++i) shifted[i] = (a[i] >> part) | (a[i + 1] << 1 << (MINT_BITS - 1 - part));
-    shifted[n - 1] = a[n - 1] >> part;
-    if constexpr (n == 4) {
-        const bool two = (count & 128) != 0, one = (count & 64) != 0;
-        const umint low = two ? shifted[2] : shifted[0], next = two ? shifted[3] : shifted[1],
-                    third = two ? 0 : shifted[2], top = two ? 0 : shifted[3];
-        r[0] = one ? next : low;
-        r[1] = one ? third : next;
-        r[2] = one ? top : third;
-        r[3] = one ? 0 : top;
-    } else {
-        const umint* const source = shifted + static_cast<std::size_t>(count / MINT_BITS);
-#pragma GCC unroll 16
-        for (std::size_t i = 0; i < n; ++i) {
-            umint limb = source[i];
-            keep_scalar(limb);
-            r[i] = limb;
-        }
-    }
+inline void right_shift_selected(umint* r, const umint* a, mint count) noexcept {
+    umint shifted[4];
+    shift_limbs_right(shifted, a, 4, count % MINT_BITS);
+    const bool two = (count & 128) != 0, one = (count & 64) != 0;
+    const umint low = two ? shifted[2] : shifted[0], next = two ? shifted[3] : shifted[1], third = two ? 0 : shifted[2],
+                top = two ? 0 : shifted[3];
+    r[0] = one ? next : low;
+    r[1] = one ? third : next;
+    r[2] = one ? top : third;
+    r[3] = one ? 0 : top;
 }
 
 }  // namespace detail
@@ -234,8 +205,14 @@ constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
         reference::math_left_shift(a, n, c);
     } else if constexpr (T::limbs == 2) {
         detail::split(detail::joined(a) << n, c);
+    } else if constexpr (T::limbs == 4) {
+        detail::left_shift_selected(c.limb, a.limb, n);
     } else {
-        detail::left_shift_flat<T::limbs>(c.limb, a.limb, n);
+#if defined(__x86_64__)
+        detail::left_shift_pairs<T::limbs>(c.limb, a.limb, n);
+#else
+        reference::math_left_shift(a, n, c);
+#endif
     }
 }
 
@@ -249,8 +226,14 @@ constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
         reference::math_right_shift(a, n, c);
     } else if constexpr (T::limbs == 2) {
         detail::split(detail::joined(a) >> n, c);
+    } else if constexpr (T::limbs == 4) {
+        detail::right_shift_selected(c.limb, a.limb, n);
     } else {
-        detail::right_shift_flat<T::limbs>(c.limb, a.limb, n);
+#if defined(__x86_64__)
+        detail::right_shift_pairs<T::limbs>(c.limb, a.limb, n);
+#else
+        reference::math_right_shift(a, n, c);
+#endif
     }
 }
 
@@ -407,9 +390,10 @@ inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
         math_mul(*a, *a, *lo, *hi);
     } else {
 #if defined(__x86_64__)
-        if constexpr (n == 16) {
+        if constexpr (n == 4 || n == 16) {
             if (level() >= Level::adx) {
-                square_by_halves(lo, hi, a);
+                if constexpr (n == 4) square4(lo, hi, a);
+                if constexpr (n == 16) square_by_halves(lo, hi, a);
                 return;
             }
         }
@@ -420,15 +404,15 @@ inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
 
 }  // namespace detail
 
-/// hi * 2^N + lo = a * b exactly; the bits of the reference form, computed by straight-line kernels at run time, at
-/// 1024 bits by that for squares when both operands are one object. lo and hi must be other objects than a and b: the
-/// limbs of the result are stored while the operands are still read.
+/// hi * 2^N + lo = a * b exactly; the bits of the reference form, computed by straight-line code at run time, at 256
+/// and 1024 bits by that for squares when both operands are one object. lo and hi must be other objects than a and b:
+/// the limbs of the result are stored while the operands are still read.
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
     KESH_REQUIRE(&lo != &a && &lo != &b && &hi != &a && &hi != &b && &lo != &hi);
     if (std::is_constant_evaluated())
         reference::math_mul(a, b, lo, hi);
-    else if (T::limbs == 16 && &a == &b)
+    else if ((T::limbs == 4 || T::limbs == 16) && &a == &b)
         detail::full_square<T::limbs>(lo.limb, hi.limb, a.limb);
     else
         detail::full_product<T::limbs>(lo.limb, hi.limb, a.limb, b.limb);
@@ -592,51 +576,36 @@ constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r,
 
 namespace detail {
 
-/// q = u / d, r = the remainder, for the numerator u of `count` limbs, N/64 or twice as many; of the quotient the low N
-/// bits. u has a limb to spare and is lost. A zero divisor gives q = 0, r = the low N bits of u.
-template <std::size_t count, wide_word T>
-constexpr void divide_significant_limbs(umint* u, const T& d, T& q, T& r) noexcept {
+/// Quotient modulo 2^N and remainder by a d that is not one limb, of hi:lo, or of lo where hi is null; digit by digit
+/// (Knuth, The Art of Computer Programming 2, 4.3.1, algorithm D). A zero divisor gives q = 0, r = lo. Cost: n limb
+/// products for each limb of the quotient, n the significant limbs of d, and one hardware division.
+template <wide_word T>
+constexpr void divide_by_limbs(const T& lo, const T* hi, const T& d, T& q, T& r) noexcept {
     constexpr std::size_t limbs = T::limbs;
     const std::size_t n = significant_limbs(d.limb, limbs);
-    std::size_t length = significant_limbs(u, count);
+    std::size_t length = hi == nullptr ? 0 : significant_limbs(hi->limb, limbs);
+    length = length == 0 ? significant_limbs(lo.limb, limbs) : length + limbs;
     if (n == 0 || length < n) {
-        for (std::size_t i = 0; i < limbs; ++i) r.limb[i] = u[i];
+        r = lo;
         q = T(0);
         return;
     }
     // Normalised: the divisor's top bit set, the numerator shifted with it, into one limb more if need be.
-    umint v[limbs], digits[count + 1];
+    umint v[limbs], w[2 * limbs + 1];
     const mint s = math_count_leading_zeros(d.limb[n - 1]);
-    shift_limbs_left(v, d.limb, n, s);
-    u[length] = shift_limbs_left(u, u, length, s);
-    if (u[length] != 0) ++length;
-    digits[length - n] = divide_limbs(digits, u, length, v, n);
-    for (std::size_t i = 0; i < limbs; ++i) q.limb[i] = i <= length - n ? digits[i] : 0;
-    shift_limbs_right(r.limb, u, n, s);
-    for (std::size_t i = n; i < limbs; ++i) r.limb[i] = 0;
+    shift_limbs_in<limbs, false>(v, d.limb, s, 0);
+    umint above = shift_limbs_in<limbs, true>(w, lo.limb, s, 0);
+    if (length > limbs) above = shift_limbs_in<limbs, true>(w + limbs, hi->limb, s, lo.limb[limbs - 1]);
+    w[length > limbs ? 2 * limbs : limbs] = ~above;
+    if (w[length] != ~umint{0}) ++length;
+    q = T(0);
+    const umint top = divide_limbs(q.limb, limbs, w, length, v, n);
+    if (length - n < limbs) q.limb[length - n] = top;
+    r = T(0);
+    shift_from_complement(r.limb, w, n, s);
 }
 
 }  // namespace detail
-
-/// The quotient and remainder of the reference form, limb by limb (Knuth, The Art of Computer Programming
-/// 2, 4.3.1, algorithm D). A zero divisor returns q = 0, r = lo. Cost: n limb products for each limb of the quotient, n
-/// the significant limbs of d, and one hardware division.
-template <wide_word T>
-constexpr void math_divmod_schoolbook(const T& lo, const T& hi, const T& d, T& q, T& r) noexcept {
-    if (detail::is_one_limb<T::limbs>(d.limb)) {
-        const umint divisor = d.limb[0];
-        const mint s = math_count_leading_zeros(divisor);
-        const umint reciprocal = detail::reciprocal_of_limb(divisor << s);
-        T dropped(detail::unset);
-        const umint above = detail::divide_by_limb<T::limbs>(dropped.limb, hi.limb, divisor, s, reciprocal);
-        r = T(detail::divide_by_limb<T::limbs>(q.limb, lo.limb, divisor, s, reciprocal, above));
-        return;
-    }
-    umint u[2 * T::limbs + 1];
-    for (std::size_t i = 0; i < T::limbs; ++i) u[i] = lo.limb[i];
-    for (std::size_t i = 0; i < T::limbs; ++i) u[T::limbs + i] = hi.limb[i];
-    detail::divide_significant_limbs<2 * T::limbs>(u, T(d), q, r);
-}
 
 /// For the 2N-bit numerator hi * 2^N + lo: r = the remainder modulo d, q = the quotient modulo 2^N (its low N bits when
 /// hi >= d). A zero divisor is not detected: the call returns with unspecified q and r. q and r may alias the inputs
@@ -644,10 +613,20 @@ constexpr void math_divmod_schoolbook(const T& lo, const T& hi, const T& d, T& q
 /// same bits sooner.
 template <engine_word T>
 constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r) noexcept {
-    if constexpr (wide_word<T>)
-        math_divmod_schoolbook(lo, hi, d, q, r);
-    else
+    if constexpr (wide_word<T>) {
+        if (!detail::is_one_limb<T::limbs>(d.limb)) {
+            detail::divide_by_limbs(lo, &hi, d, q, r);
+            return;
+        }
+        const umint divisor = d.limb[0];
+        const mint s = math_count_leading_zeros(divisor);
+        const umint reciprocal = detail::reciprocal_of_limb(divisor << s);
+        T dropped(detail::unset);
+        const umint above = detail::divide_by_limb<T::limbs>(dropped.limb, hi.limb, divisor, s, reciprocal);
+        r = T(detail::divide_by_limb<T::limbs>(q.limb, lo.limb, divisor, s, reciprocal, above));
+    } else {
         reference::math_divmod_imp(lo, hi, d, q, r);
+    }
 }
 
 /// Two-word numerator hi * 2^N + lo; see math_divmod_imp.
@@ -667,9 +646,7 @@ constexpr void math_divmod(const T& n, const T& d, T& q, T& r) noexcept {
             r = T(detail::divide_by_limb<T::limbs>(q.limb, n.limb, divisor, s, reciprocal));
             return;
         }
-        umint u[T::limbs + 1];
-        for (std::size_t i = 0; i < T::limbs; ++i) u[i] = n.limb[i];
-        detail::divide_significant_limbs<T::limbs>(u, T(d), q, r);
+        detail::divide_by_limbs<T>(n, nullptr, d, q, r);
     } else {
         math_divmod_imp(n, T(0), d, q, r);
     }

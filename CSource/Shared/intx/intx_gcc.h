@@ -182,6 +182,23 @@ constexpr mint math_num_bits(const umint& a) noexcept {
     return MINT_BITS - math_count_leading_zeros(a);
 }
 
+namespace detail {
+
+constexpr umint low_limb(umint2 a) noexcept {
+    return static_cast<umint>(a);
+}
+constexpr umint high_limb(umint2 a) noexcept {
+    return static_cast<umint>(a >> MINT_BITS);
+}
+constexpr umint2 two_limbs(umint high, umint low) noexcept {
+    return static_cast<umint2>(high) << MINT_BITS | low;
+}
+constexpr umint2 limb_product(umint a, umint b) noexcept {
+    return static_cast<umint2>(a) * b;
+}
+
+}  // namespace detail
+
 /// hi * 2^64 + lo = a * b.
 constexpr void math_mul(const umint& a, const umint& b, umint& lo, umint& hi) noexcept {
     const umint2 p = static_cast<umint2>(a) * b;

@@ -477,14 +477,23 @@ constexpr bool read_chunk(const char* text, std::size_t count, umint base, umint
     return true;
 }
 
-/// The digits of a base that text is cut into: so many that one limb holds them, and the base to their number.
+/// The digits of a base, 10 or 16, that text is cut into: so many that one limb holds them, the base to their number,
+/// and that shifted until its top bit is set, with its reciprocal.
 struct text_chunks {
     umint base, scale;
     std::size_t digits;
+    mint shift;
+    umint divisor, reciprocal;
 
     constexpr explicit text_chunks(umint b) noexcept
-        : base(b), scale(b == 16 ? umint{1} << 60 : 10'000'000'000'000'000'000U), digits(b == 16 ? 15 : 19) {}
+        : base(b),
+          scale(b == 16 ? umint{1} << 60 : 10'000'000'000'000'000'000U),
+          digits(b == 16 ? 15 : 19),
+          shift(math_count_leading_zeros(scale)),
+          divisor(scale << shift),
+          reciprocal(reciprocal_of_limb(divisor)) {}
 };
+inline constexpr text_chunks decimal_chunks(10), hexadecimal_chunks(16);
 
 }  // namespace detail
 
@@ -497,7 +506,7 @@ template <mint N>
     const bool hexadecimal = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     if (hexadecimal) text.remove_prefix(2);
     if (text.empty()) return false;
-    const detail::text_chunks chunks(hexadecimal ? 16 : 10);
+    const detail::text_chunks& chunks = hexadecimal ? detail::hexadecimal_chunks : detail::decimal_chunks;
     uintx_t<N> sum(0);
     std::size_t used = 0;  // limbs
     std::size_t length = (text.size() - 1) % chunks.digits + 1;
@@ -574,16 +583,19 @@ inline void write_eight_digits(char* text, umint value) noexcept {
 
 /// The digits of one chunk, with leading zeros.
 inline void write_chunk(char* text, const text_chunks& chunks, umint chunk) noexcept {
-    std::size_t left = chunks.digits;
     if (chunks.base == 10) {
-        for (; left >= 8; left -= 8) {
-            write_eight_digits(text + left - 8, chunk % 100'000'000);
-            chunk /= 100'000'000;
+        write_eight_digits(text + 11, chunk % 100'000'000);
+        chunk /= 100'000'000;
+        write_eight_digits(text + 3, chunk % 100'000'000);
+        chunk /= 100'000'000;
+        text[2] = static_cast<char>('0' + chunk % 10);
+        text[1] = static_cast<char>('0' + chunk / 10 % 10);
+        text[0] = static_cast<char>('0' + chunk / 100);
+    } else {
+        for (std::size_t left = chunks.digits; left > 0; --left) {
+            text[left - 1] = "0123456789abcdef"[chunk % 16];
+            chunk /= 16;
         }
-    }
-    for (; left > 0; --left) {
-        text[left - 1] = "0123456789abcdef"[chunk % chunks.base];
-        chunk /= chunks.base;
     }
 }
 
@@ -596,22 +608,34 @@ template <mint N>
     KESH_REQUIRE(base == 10 || base == 16);
     std::size_t limbs = detail::significant_limbs(value.limb, uintx_t<N>::limbs);
     if (limbs <= 1) return to_string(value.limb[0], base);
-    const detail::text_chunks chunks(static_cast<umint>(base));
-    // The scale, shifted until its top bit is set, and the value as many bits: the remainders are shifted as well.
-    const mint shift = math_count_leading_zeros(chunks.scale);
-    const umint divisor = chunks.scale << shift, reciprocal = detail::reciprocal_of_limb(divisor);
+    const detail::text_chunks& chunks = base == 16 ? detail::hexadecimal_chunks : detail::decimal_chunks;
+    const mint shift = chunks.shift;
     char text[N / 3 + 32];  // more than the N log10 2 + 19 digits
     char* first = text + sizeof text;
-    while (limbs > 0) {
+    const auto write = [&](umint chunk) {
+        first -= chunks.digits;
+        detail::write_chunk(first, chunks, chunk);
+    };
+    while (limbs > 1) {
+        // The value is shifted as many bits as the scale, limb by limb, and so are the remainders.
         umint chunk = value.limb[limbs - 1] >> 1 >> (MINT_BITS - 1 - shift);
         for (std::size_t i = limbs; i-- > 0;) {
             const umint below = i > 0 ? value.limb[i - 1] >> 1 >> (MINT_BITS - 1 - shift) : 0;
-            chunk = detail::divide_two_limbs(chunk, value.limb[i] << shift | below, divisor, reciprocal, value.limb[i]);
+            chunk = detail::divide_two_limbs(chunk, value.limb[i] << shift | below, chunks.divisor, chunks.reciprocal,
+                                             value.limb[i]);
         }
-        first -= chunks.digits;
-        detail::write_chunk(first, chunks, chunk >> shift);
+        write(chunk >> shift);
         while (limbs > 0 && value.limb[limbs - 1] == 0) --limbs;
     }
+    umint top = value.limb[0];
+    if (top >= chunks.scale) {
+        write(top % chunks.scale);
+        top /= chunks.scale;
+    }
+    if (top < 10)
+        *--first = static_cast<char>('0' + top);
+    else
+        write(top);
     while (*first == '0') ++first;
     std::string digits(base == 16 ? "0x" : "");
     return digits.append(first, text + sizeof text);

@@ -1,14 +1,17 @@
 /// @file   limb_division.h
 /// @brief  Division of limb arrays by a normalised divisor, digit by digit with a prepared reciprocal.
 ///
-/// The reciprocal replaces the hardware's division by two products for each digit. (N. Moller, T. Granlund, Improved
-/// division by invariant integers, IEEE Trans. Computers 60 (2011), algorithms 4 and 6.) The digits are exact to the
-/// top two limbs of the divisor, so that a correction is as rare as a limb of all ones.
+/// The reciprocal replaces the hardware's division by products. For a divisor of one limb: N. Moller, T. Granlund,
+/// Improved division by invariant integers, IEEE Trans. Computers 60 (2011), algorithm 4. For longer ones the
+/// reciprocal has two limbs, so that an estimate has 64 bits after the point and is wrong as rarely as these are all
+/// equal.
 #pragma once
 
 #include <cstddef>
 
-#include "Shared/intx/intx_gcc.h"
+#include "Shared/intx/adx_rows.h"
+#include "Shared/intx/level.h"
+#include "Shared/intx/limbs.h"
 
 namespace kesh::detail {
 
@@ -31,6 +34,43 @@ constexpr umint shift_limbs_left(umint* r, const umint* a, std::size_t n, mint s
 constexpr void shift_limbs_right(umint* r, const umint* a, std::size_t n, mint s) noexcept {
     for (std::size_t i = 0; i + 1 < n; ++i) r[i] = (a[i] >> s) | (a[i + 1] << 1 << (MINT_BITS - 1 - s));
     r[n - 1] = a[n - 1] >> s;
+}
+
+/// r = a << s with the top bits of `below` shifted in, or its complement, returns the bits shifted out. Precondition:
+/// 0 <= s < 64. In general registers, because the limbs are read one by one soon. Divisors often need no shift.
+template <std::size_t n, bool complement>
+constexpr umint shift_limbs_in(umint* r, const umint* a, mint s, umint below) noexcept {
+    constexpr umint flip = complement ? ~umint{0} : 0;
+    if (s == 0) {
+#pragma GCC unroll 4
+        for (std::size_t i = 0; i < n; ++i) {
+            umint limb = a[i] ^ flip;
+            keep_scalar(limb);
+            r[i] = limb;
+        }
+        return 0;
+    }
+#pragma GCC unroll 4
+    for (std::size_t i = 0; i < n; ++i) {
+        umint limb = (a[i] << s | below >> (MINT_BITS - s)) ^ flip;
+        below = a[i];
+        keep_scalar(limb);
+        r[i] = limb;
+    }
+    return below >> (MINT_BITS - s);
+}
+
+/// r[0 .. n-1] = a >> s for the a whose complement is w. Preconditions: n >= 1, 0 <= s < 64.
+constexpr void shift_from_complement(umint* r, const umint* w, std::size_t n, mint s) noexcept {
+    umint here = ~w[0];
+    for (std::size_t i = 0; i + 1 < n; ++i) {
+        const umint above = ~w[i + 1];
+        umint limb = s == 0 ? here : here >> s | above << (MINT_BITS - s);
+        keep_scalar(limb);
+        r[i] = limb;
+        here = above;
+    }
+    r[n - 1] = here >> s;
 }
 
 /// floor((2^128 - 1) / d) - 2^64. Precondition: the top bit of d is set.
@@ -106,152 +146,136 @@ constexpr bool is_one_limb(const umint* a) noexcept {
     return above == 0 && a[0] != 0;
 }
 
-/// A divisor of two limbs or more, by its top two, d1 and d0, with d1's top bit set: v = floor((2^192 - 1) / (d1 2^64 +
-/// d0)) - 2^64.
-struct reciprocal {
-    umint d1, d0, v;
+/// The top limb of the estimate of a quotient digit is the digit unless the limb below is within this distance of a
+/// carry; see digit_estimate.
+inline constexpr umint estimate_error = 64;
 
-    constexpr reciprocal(umint high, umint low) noexcept : d1(high), d0(low), v(reciprocal_of_limb(high)) {
-        umint p = d1 * v + d0;
-        if (p < d0) {
-            --v;
-            if (p >= d1) {
-                --v;
-                p -= d1;
-            }
-            p -= d1;
-        }
-        umint t0 = 0, t1 = 0;
-        math_mul(v, d0, t0, t1);
-        p += t1;
-        if (p < t1) {
-            --v;
-            if (p > d1 || (p == d1 && t0 >= d0)) --v;
-        }
+/// Estimates of quotient digits from the top two limbs of the remainder and of a divisor whose top bit is set. With
+/// D = (d1, d0) + 1, above the divisor in units of its second limb, v1 and v0 are the limbs of B^4 / D - B^2, B = 2^64,
+/// or at most 30 less. They come from x = floor(B^2 / (d1 + 1)) by one step of Newton's method, x B + x e / B^2 with
+/// e = B^3 - x (d1, d0): e < 3 B^2 + B, so that the step leaves less than 19 of the error, and its rounding and that of
+/// e less than 5.
+struct digit_estimate {
+    umint v1 = 0, v0 = 0;
+
+    constexpr digit_estimate(umint d1, umint d0) noexcept {
+        umint v = 0, rest = 0;  // x = B + v
+        const umint above = d1 + 1;
+        if (above != 0) math_divmod(~umint{0}, ~above, above, v, rest);
+        // e / B, rounded down; it is at least 1 before.
+        const umint2 e = ~(two_limbs(d1, d0) + limb_product(v, d1) + high_limb(limb_product(v, d0)));
+        const umint2 sum =
+            two_limbs(v, 0) + e + limb_product(v, high_limb(e)) + high_limb(limb_product(v, low_limb(e)));
+        constexpr umint2 for_the_one_in_D = 4;
+        const umint2 reciprocal = sum > for_the_one_in_D ? sum - for_the_one_in_D : 0;
+        v1 = high_limb(reciprocal);
+        v0 = low_limb(reciprocal);
     }
 
-    /// The digit floor((high, u0) / (d1, d0)); high becomes the remainder. Precondition: high < (d1, d0).
-    constexpr umint digit(umint2& high, umint u0) const noexcept {
-        const umint2 divisor = (static_cast<umint2>(d1) << MINT_BITS) | d0;
-        const umint u1 = static_cast<umint>(high);
-        const umint2 estimate = static_cast<umint2>(v) * static_cast<umint>(high >> MINT_BITS) + high;
-        umint q = static_cast<umint>(estimate >> MINT_BITS);
-        umint2 rest = (static_cast<umint2>(u1 - q * d1) << MINT_BITS) | u0;
-        rest -= static_cast<umint2>(d0) * q;
-        rest -= divisor;
-        // Taken half of the time, see divide_two_limbs.
-#if defined(__x86_64__)
-        if (!std::is_constant_evaluated()) {
-            const umint2 corrected = rest + divisor;
-            umint r0 = static_cast<umint>(rest), r1 = static_cast<umint>(rest >> MINT_BITS);
-            __asm__(
-                "cmpq %[estimate], %[r1]\n\t"
-                "cmovaeq %[c0], %[r0]\n\t"
-                "cmovaeq %[c1], %[r1]\n\t"
-                "adcq $0, %[q]"
-                : [r0] "+&r"(r0), [r1] "+&r"(r1), [q] "+&r"(q)
-                : [estimate] "r"(static_cast<umint>(estimate)), [c0] "r"(static_cast<umint>(corrected)),
-                  [c1] "r"(static_cast<umint>(corrected >> MINT_BITS))
-                : "cc");
-            rest = (static_cast<umint2>(r1) << MINT_BITS) | r0;
-        } else
-#endif
-            if (static_cast<umint>(rest >> MINT_BITS) >= static_cast<umint>(estimate)) {
-            rest += divisor;
-        } else {
-            ++q;
-        }
-        if (rest >= divisor) [[unlikely]] {
-            ++q;
-            rest -= divisor;
-        }
-        high = rest;
-        return q;
+    /// The quotient of a remainder whose top limbs are (u1, u0), 64 bits of it after the point, less at most 40 units
+    /// of the last: what v1 and v0 lack, and the limbs of remainder and divisor that are left out, 4, and the product's
+    /// own rounding, 3.
+    [[nodiscard]] constexpr umint2 operator()(umint2 u) const noexcept {
+        const umint u1 = high_limb(u), u0 = low_limb(u);
+        const umint2 small = static_cast<umint2>(high_limb(limb_product(u1, v0))) + high_limb(limb_product(u0, v1));
+        return u + limb_product(u1, v1) + small;
     }
 };
 
-/// u[0 .. n-1] -= digit * v[0 .. n-1]; returns the limb to subtract above.
-constexpr umint subtract_multiple(umint* u, const umint* v, std::size_t n, umint digit) noexcept {
-    umint carry = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        const umint2 product = static_cast<umint2>(digit) * v[i] + carry;
-        const umint low = static_cast<umint>(product), before = u[i];
-        u[i] = before - low;
-        carry = static_cast<umint>(product >> MINT_BITS) + (before < low ? 1 : 0);
-    }
-    return carry;
-}
-
-/// u[0 .. n-1] += v[0 .. n-1]; returns the carry.
-constexpr std::uint8_t add_to(umint* u, const umint* v, std::size_t n) noexcept {
-    std::uint8_t carry = 0;
-    for (std::size_t i = 0; i < n; ++i) carry = math_addcarry(carry, u[i], v[i], u[i]);
-    return carry;
-}
-
-/// u[0 .. n-1] -= v[0 .. n-1]; returns the borrow.
-constexpr std::uint8_t subtract_from(umint* u, const umint* v, std::size_t n) noexcept {
-    std::uint8_t borrow = 0;
-    for (std::size_t i = 0; i < n; ++i) borrow = math_subborrow(borrow, u[i], v[i], u[i]);
-    return borrow;
-}
-
-/// -1, 0 or 1 as a[0 .. n-1] is below, equal to or above b[0 .. n-1].
-constexpr int compare_limbs(const umint* a, const umint* b, std::size_t n) noexcept {
+/// Whether a >= v, of n limbs, for the a whose complement is w.
+constexpr bool complement_reaches(const umint* w, const umint* v, std::size_t n) noexcept {
     while (n-- > 0) {
-        if (a[n] != b[n]) return a[n] < b[n] ? -1 : 1;
+        if (~w[n] != v[n]) return ~w[n] > v[n];
     }
-    return 0;
+    return true;
 }
 
-/// The digits floor(u / v) of u[0 .. m-1] by the normalised v[0 .. n-1]: q[0 .. m-n-1], and the one above them, 0 or 1,
-/// as the result. u[0 .. n-1] becomes the remainder, the limbs above it are lost. q may be null: the remainder only.
-/// Preconditions: m >= n >= 1, the top bit of v is set. Cost: n + 1 limb products a digit.
-constexpr umint divide_limbs(umint* q, umint* u, std::size_t m, const umint* v, std::size_t n) noexcept {
-    umint* const top = u + (m - n);
-    const umint overflow = compare_limbs(top, v, n) >= 0 ? 1 : 0;
-    if (overflow != 0) subtract_from(top, v, n);
-    if (m == n) return overflow;
-    if (n == 1) {
-        const umint inverse = reciprocal_of_limb(v[0]);
-        umint rest = u[m - 1];
-        for (std::size_t j = m - 1; j-- > 0;) {
-            umint digit = 0;
-            rest = divide_two_limbs(rest, u[j], v[0], inverse, digit);
-            if (q != nullptr) q[j] = digit;
-        }
-        u[0] = rest;
-        return overflow;
-    }
+/// The digits floor(u / v) of the u[0 .. m-1] whose complement is w, by the normalised v[0 .. n-1]: q[0 .. m-n-1], as
+/// far as they are below `kept`, and the one above them, 0 or 1, as the result. w[0 .. n-1] becomes the complement of
+/// the remainder; with complements the multiples of v are added, for which the processor has two carry chains.
+/// Preconditions: m >= n >= 2, the top bit of v is set. Cost: a row of n limb products for each digit.
+///
+/// From six limbs on the next estimate does not wait for the row of the digit before it: it takes the top limbs of the
+/// sum without the carries from below, which are at most 2 and count with the errors of the estimate.
+template <class Row>
+constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m, const umint* v, std::size_t n,
+                            Row add_row) noexcept {
+    std::size_t j = m - n;
+    const bool over = complement_reaches(w + j, v, n);
+    if (over) add_row(w + j, v, 1, n);
+    if (j == 0) return over ? 1 : 0;
 
-    const reciprocal inverse(v[n - 1], v[n - 2]);
-    const umint2 divisor = (static_cast<umint2>(inverse.d1) << MINT_BITS) | inverse.d0;
-    // The top two limbs of the remainder stay in `high`, the n - 2 below them in place.
-    umint2 high = (static_cast<umint2>(u[m - 1]) << MINT_BITS) | u[m - 2];
-    for (std::size_t j = m - n; j-- > 0;) {
-        umint* const row = u + j;
-        umint digit;
-        if (high == divisor) [[unlikely]] {
-            // The digit does not fit its estimate: it is all ones.
-            digit = ~umint{0};
-            row[n - 1] = inverse.d0;
-            subtract_multiple(row, v, n, digit);
-            high = (static_cast<umint2>(row[n - 1]) << MINT_BITS) | row[n - 2];
+    const umint d1 = v[n - 1], d0 = v[n - 2];
+    const digit_estimate estimate(d1, d0);
+    umint2 high = ~two_limbs(w[m - 1], w[m - 2]);  // the top of the remainder
+    while (j-- > 0) {
+        umint* const row = w + j;
+        const umint2 found = estimate(high);
+        umint digit = high_limb(found);
+        if (low_limb(found) + estimate_error < 2 * estimate_error) [[unlikely]] {
+            // From below, so that the digit may be one too small.
+            digit = found < estimate_error ? 0 : high_limb(found - estimate_error);
+            const umint above = ~row[n];
+            if (above != add_row(row, v, digit, n) || complement_reaches(row, v, n)) {
+                ++digit;
+                add_row(row, v, 1, n);
+            }
+            high = ~two_limbs(row[n - 1], row[n - 2]);
+        } else if (n < 6) {
+            add_row(row, v, digit, n);
+            high = ~two_limbs(row[n - 1], row[n - 2]);
         } else {
-            digit = inverse.digit(high, row[n - 2]);
-            const umint borrow = subtract_multiple(row, v, n - 2, digit);
-            if (high < borrow) [[unlikely]] {
-                --digit;
-                high += divisor - borrow + add_to(row, v, n - 2);
-            } else {
-                high -= borrow;
+            high = ~(two_limbs(row[n - 1] + digit * d1, row[n - 2]) + limb_product(digit, d0) +
+                     high_limb(limb_product(digit, v[n - 3])));
+            add_row(row, v, digit, n);
+        }
+        if (j < kept) q[j] = digit;
+    }
+    return over ? 1 : 0;
+}
+
+/// The same for a divisor of two limbs, where the remainder stays in registers.
+constexpr umint divide_by_two_limbs(umint* q, std::size_t kept, umint* w, std::size_t m, umint d1, umint d0) noexcept {
+    const umint2 divisor = two_limbs(d1, d0);
+    umint2 high = ~two_limbs(w[m - 1], w[m - 2]);
+    // Without a branch, which would depend on the values in one case of four or so.
+    const umint over = high >= divisor ? 1 : 0;
+    umint mask = umint{0} - over;
+    keep_scalar(mask);
+    high -= two_limbs(d1 & mask, d0 & mask);
+    const digit_estimate estimate(d1, d0);
+    for (std::size_t j = m - 2; j-- > 0;) {
+        const umint2 found = estimate(high);
+        umint digit = high_limb(found);
+        const umint2 low = two_limbs(low_limb(high), ~w[j]), product = limb_product(digit, d0);
+        const umint above = high_limb(high);
+        high = low - product - two_limbs(digit * d1, 0);
+        if (low_limb(found) >= umint{0} - estimate_error) [[unlikely]] {
+            const umint2 upper = limb_product(digit, d1) + high_limb(product);
+            const umint borrow = low < two_limbs(low_limb(upper), low_limb(product)) ? 1 : 0;
+            if (above - high_limb(upper) != borrow || high >= divisor) {
+                ++digit;
+                high -= divisor;
             }
         }
-        if (q != nullptr) q[j] = digit;
+        if (j < kept) q[j] = digit;
     }
-    u[n - 2] = static_cast<umint>(high);
-    u[n - 1] = static_cast<umint>(high >> MINT_BITS);
-    return overflow;
+    w[0] = ~low_limb(high);
+    w[1] = ~high_limb(high);
+    return over;
+}
+
+/// The division that fits the divisor and the level in force.
+constexpr umint divide_limbs(umint* q, std::size_t kept, umint* w, std::size_t m, const umint* v,
+                             std::size_t n) noexcept {
+    if (n == 2) return divide_by_two_limbs(q, kept, w, m, v[1], v[0]);
+#if defined(__x86_64__)
+    if (!std::is_constant_evaluated() && level() >= Level::adx)
+        return divide_rows(q, kept, w, m, v, n, add_product_row_adx);
+#endif
+    return divide_rows(q, kept, w, m, v, n, [](umint* row, const umint* a, umint b, std::size_t length) {
+        return add_product_row(row, row, a, b, length);
+    });
 }
 
 }  // namespace kesh::detail

@@ -55,14 +55,21 @@ constexpr void reduce_once(umint* r, const umint* t, umint top, const umint* m) 
 
 /// r = t + a b + carry, of n limbs; returns the limb above. The sum of the addends fits: (B-1)^2 + 2 (B-1) = B^2 - 1.
 /// r may be t or a.
+constexpr umint add_product_row(umint* r, const umint* t, const umint* a, umint b, std::size_t n,
+                                umint carry = 0) noexcept {
+    for (std::size_t i = 0; i < n; ++i) {
+        const umint2 sum = limb_product(a[i], b) + t[i] + carry;
+        r[i] = low_limb(sum);
+        carry = high_limb(sum);
+    }
+    return carry;
+}
+
+/// The same for a number of limbs that the compiler knows.
 template <std::size_t n>
 constexpr umint add_product_row(umint* r, const umint* t, const umint* a, umint b, umint carry = 0) noexcept {
 #pragma GCC unroll 16
-    for (std::size_t i = 0; i < n; ++i) {
-        const umint2 sum = static_cast<umint2>(a[i]) * b + t[i] + carry;
-        r[i] = static_cast<umint>(sum);
-        carry = static_cast<umint>(sum >> MINT_BITS);
-    }
+    for (std::size_t i = 0; i < n; ++i) carry = add_product_row(r + i, t + i, a + i, b, 1, carry);
     return carry;
 }
 

@@ -27,11 +27,33 @@ template <std::size_t n>
     montgomery_product_columns<n>(r, a, b, m, k0);
 }
 
+/// The product of two limbs by two in halves: the lower half is returned in `lower`, the upper one as the result. No
+/// sum leaves 128 bits.
+constexpr umint2 product_of_two_limbs(umint a0, umint a1, umint b0, umint b1, umint2& lower) noexcept {
+    const umint2 p00 = limb_product(a0, b0);
+    const umint2 middle = limb_product(a0, b1) + high_limb(p00);
+    const umint2 sum = limb_product(a1, b0) + low_limb(middle);
+    lower = two_limbs(low_limb(sum), low_limb(p00));
+    return limb_product(a1, b1) + high_limb(middle) + high_limb(sum);
+}
+
+/// Stores two limbs from general registers.
+constexpr void store_two_limbs(umint* r, umint2 value) noexcept {
+    umint low = low_limb(value), high = high_limb(value);
+    keep_scalar(low);
+    keep_scalar(high);
+    r[0] = low;
+    r[1] = high;
+}
+
 /// hi:lo = a b, of n limbs each. lo and hi must not overlap a or b.
 template <std::size_t n>
 inline void full_product(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
     if constexpr (n == 2) {
-        full_product_columns<n>(lo, hi, a, b);
+        umint2 lower = 0;
+        const umint2 upper = product_of_two_limbs(a[0], a[1], b[0], b[1], lower);
+        store_two_limbs(lo, lower);
+        store_two_limbs(hi, upper);
     } else {
 #if defined(__x86_64__)
         if (level() >= Level::adx) {
@@ -59,27 +81,12 @@ inline void low_product(umint* lo, const umint* a, const umint* b) noexcept {
 /// neither the low half of q m nor its sum is needed, and the borrow replaces the comparison. mprime = -1/m mod 2^128.
 inline void montgomery_product2(umint* r, const umint* a, const umint* b, const umint* m,
                                 const umint* mprime) noexcept {
-    const auto product = [](umint x, umint y) { return static_cast<umint2>(x) * y; };
-    const auto low = [](umint2 x) { return static_cast<umint>(x); };
-    const auto high = [](umint2 x) { return static_cast<umint>(x >> MINT_BITS); };
-    const auto multiply = [&](umint x0, umint x1, umint y0, umint y1, umint2& lower) {
-        const umint2 p00 = product(x0, y0), p01 = product(x0, y1), p10 = product(x1, y0);
-        const umint2 middle = static_cast<umint2>(high(p00)) + low(p01) + low(p10);
-        lower = (middle << MINT_BITS) | low(p00);
-        return product(x1, y1) + high(p01) + high(p10) + high(middle);
-    };
     umint2 t = 0, dropped = 0;
-    const umint2 upper = multiply(a[0], a[1], b[0], b[1], t);
-    const umint2 q = umint2{0} - t * ((static_cast<umint2>(mprime[1]) << MINT_BITS) | mprime[0]);
-    const umint2 part = multiply(low(q), high(q), m[0], m[1], dropped);
+    const umint2 upper = product_of_two_limbs(a[0], a[1], b[0], b[1], t);
+    const umint2 q = umint2{0} - t * two_limbs(mprime[1], mprime[0]);
+    const umint2 part = product_of_two_limbs(low_limb(q), high_limb(q), m[0], m[1], dropped);
     const umint mask = umint{0} - static_cast<umint>(upper < part);
-    umint2 residue = upper - part;
-    residue += ((static_cast<umint2>(m[1] & mask)) << MINT_BITS) | (m[0] & mask);
-    umint r0 = low(residue), r1 = high(residue);
-    keep_scalar(r0);
-    keep_scalar(r1);
-    r[0] = r0;
-    r[1] = r1;
+    store_two_limbs(r, upper - part + two_limbs(m[1] & mask, m[0] & mask));
 }
 
 /// r = a b R^(-1) mod m, R = 2^(64 n), mprime = -m^(-1) mod R. Precondition: a b < m R. r may be a or b. Above two
