@@ -152,14 +152,14 @@ void next_primes(unsigned bits) {
 
 /** Usage: batch_benchmark [portable|adx|ifma], the level of the kernels; without it, that of the processor. */
 int main(int argc, char** argv) {
-    using kesh::kernel::Level;
+    using kesh::Level;
     for (const Level level : {Level::portable, Level::adx, Level::ifma}) {
-        if (argc > 1 && argv[1] == std::string(kesh::kernel::name(level)) && !kesh::kernel::force(level)) {
+        if (argc > 1 && argv[1] == std::string(kesh::name(level)) && !kesh::force(level)) {
             std::fprintf(stderr, "this processor has no %s\n", argv[1]);
             return 1;
         }
     }
-    std::printf("level %s\n", kesh::kernel::name(kesh::kernel::level()));
+    std::printf("level %s\n", kesh::name(kesh::level()));
 #if defined(KESH_PARI)
     pari_start();
 #endif

@@ -19,7 +19,6 @@
 namespace {
 
 using namespace kesh;
-using kernel::Level;
 
 const double cycle = bench::nanoseconds_per_cycle();
 
@@ -66,7 +65,7 @@ void measure(benchmark::State& state, int units, int limb_products, Call call) {
 
 template <int n>
 void mont_mul(benchmark::State& state, Level level) {
-    kernel::force(level);
+    force(level);
     Operands<n> o;
     const kernel::Modulus<n> modulus(o.m.data());
     measure(state, 1, product_size(n), [&] { kernel::mont_mul<n>(o.a.data(), o.a.data(), o.b.data(), modulus); });
@@ -74,7 +73,7 @@ void mont_mul(benchmark::State& state, Level level) {
 
 template <int n>
 void mont_sqr(benchmark::State& state, Level level) {
-    kernel::force(level);
+    force(level);
     Operands<n> o;
     const kernel::Modulus<n> modulus(o.m.data());
     measure(state, 1, square_size(n), [&] { kernel::mont_sqr<n>(o.a.data(), o.a.data(), modulus); });
@@ -82,7 +81,7 @@ void mont_sqr(benchmark::State& state, Level level) {
 
 template <int n>
 void pow2(benchmark::State& state, Level level) {
-    kernel::force(level);
+    force(level);
     Operands<n> o;
     const kernel::Modulus<n> modulus(o.m.data());
     measure(state, 64 * n, square_size(n), [&] { kernel::pow2<n>(o.a.data(), o.e.data(), modulus); });
@@ -90,7 +89,7 @@ void pow2(benchmark::State& state, Level level) {
 
 template <int n>
 void lucas_ladder(benchmark::State& state, Level level) {
-    kernel::force(level);
+    force(level);
     Operands<n> o;
     std::array<umint, n> l{}, h{};
     const kernel::Modulus<n> modulus(o.m.data());
@@ -149,8 +148,8 @@ template <int n>
 void register_width() {
     const std::string bits = "/" + std::to_string(64 * n);
     for (Level level : {Level::portable, Level::adx, Level::ifma}) {
-        if (level > kernel::supported_level()) break;
-        const std::string suffix = bits + "/" + kernel::name(level);
+        if (level > supported_level()) break;
+        const std::string suffix = bits + "/" + name(level);
         benchmark::RegisterBenchmark(("mont_mul" + suffix).c_str(), mont_mul<n>, level);
         benchmark::RegisterBenchmark(("mont_sqr" + suffix).c_str(), mont_sqr<n>, level);
         benchmark::RegisterBenchmark(("pow2" + suffix).c_str(), pow2<n>, level);
@@ -168,7 +167,7 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::AddCustomContext("nanoseconds_per_cycle", std::to_string(cycle));
-    benchmark::AddCustomContext("level", kernel::name(kernel::supported_level()));
+    benchmark::AddCustomContext("level", name(supported_level()));
     []<int... less_2>(std::integer_sequence<int, less_2...>) {
         (register_width<less_2 + 2>(), ...);
     }(std::make_integer_sequence<int, 15>());

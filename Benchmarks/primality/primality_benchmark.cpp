@@ -24,7 +24,7 @@
 namespace {
 
 using namespace kesh::bench;
-using kesh::kernel::Level;
+using kesh::Level;
 
 /** The numbers of one row in the forms of the three libraries. */
 class Row {
@@ -61,7 +61,7 @@ void measure(benchmark::State& state, const Row& row, Test test) {
 }
 
 void kesh_test(benchmark::State& state, const Row& row, Level level) {
-    kesh::kernel::force(level);
+    kesh::force(level);
     measure(state, row, [&row] {
         const std::size_t length = limb_count(row.bits);
         int primes = 0;
@@ -110,7 +110,7 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 1;
     benchmark::AddCustomContext("gmp", gmp_version);
     benchmark::AddCustomContext("flint", FLINT_VERSION);
-    benchmark::AddCustomContext("level", kesh::kernel::name(kesh::kernel::supported_level()));
+    benchmark::AddCustomContext("level", kesh::name(kesh::supported_level()));
 
     std::vector<std::unique_ptr<Row>> rows;
     for (unsigned bits : {33U,  48U,  64U,  65U,  96U,  128U, 129U, 160U, 192U, 224U, 256U,
@@ -121,8 +121,8 @@ int main(int argc, char** argv) {
             const std::string prefix = std::to_string(bits) + "/" + name(kind) + "/";
             for (Level level : {Level::portable, Level::adx, Level::ifma}) {
                 // The 64-bit test has no levels.
-                if (level > kesh::kernel::supported_level() || (bits <= 64 && level != Level::portable)) continue;
-                const std::string who = bits <= 64 ? "kesh" : kesh::kernel::name(level);
+                if (level > kesh::supported_level() || (bits <= 64 && level != Level::portable)) continue;
+                const std::string who = bits <= 64 ? "kesh" : kesh::name(level);
                 benchmark::RegisterBenchmark((prefix + who).c_str(),
                                              [&row, level](benchmark::State& s) { kesh_test(s, row, level); });
             }

@@ -46,13 +46,13 @@ inline void expect_verdicts(const limbs& n, std::int64_t len) {
 /** Runs the check at every level of kernels that this processor has. */
 template <class Check>
 void at_every_level(Check check) {
-    using kesh::kernel::Level;
+    using kesh::Level;
     for (const Level level : {Level::portable, Level::adx, Level::ifma}) {
-        if (!kesh::kernel::force(level)) continue;
-        SCOPED_TRACE(kesh::kernel::name(level));
+        if (!kesh::force(level)) continue;
+        SCOPED_TRACE(kesh::name(level));
         check();
     }
-    kesh::kernel::force(kesh::kernel::supported_level());
+    kesh::force(kesh::supported_level());
 }
 
 inline mpz_class random_number(unsigned bits, std::mt19937_64& random) {

@@ -9,7 +9,7 @@
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    if (kesh::kernel::supported_level() < kesh::kernel::Level::ifma) {
+    if (kesh::supported_level() < kesh::Level::ifma) {
         const std::string filter = GTEST_FLAG_GET(filter);
         GTEST_FLAG_SET(filter, filter + (filter.find('-') == std::string::npos ? "-*_ifma*" : ":*_ifma*"));
     }

@@ -10,7 +10,7 @@
 namespace {
 
 using namespace kesh::test;
-using kesh::kernel::Level;
+using kesh::Level;
 
 template <class T>
 class Wide : public testing::Test {};
@@ -30,13 +30,13 @@ bool kesh_says_prime(const mpz_class& n) {
 /** Runs body once for each kernel level that this processor has. */
 template <class Body>
 void at_every_level(Body body) {
-    const Level before = kesh::kernel::level();
+    const Level before = kesh::level();
     for (Level level : {Level::portable, Level::adx, Level::ifma}) {
-        if (!kesh::kernel::force(level)) continue;
-        SCOPED_TRACE(kesh::kernel::name(level));
+        if (!kesh::force(level)) continue;
+        SCOPED_TRACE(kesh::name(level));
         body();
     }
-    kesh::kernel::force(before);
+    kesh::force(before);
 }
 
 /** A random size, from the smallest for which the width is used up to the width. */

@@ -196,7 +196,8 @@ constexpr bool complement_reaches(const umint* w, const umint* v, std::size_t n)
 /// Preconditions: m >= n >= 2, the top bit of v is set. Cost: a row of n limb products for each digit.
 ///
 /// From six limbs on the next estimate does not wait for the row of the digit before it: it takes the top limbs of the
-/// sum without the carries from below, which are at most 2 and count with the errors of the estimate.
+/// sum without the carries from below. These are at most 2 and can make the estimate 6 units of its last place too
+/// large; if that, or the sum of the top limbs, wraps around, what is left after the point is 0 or nearly so.
 template <class Row>
 constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m, const umint* v, std::size_t n,
                             Row add_row) noexcept {
@@ -213,8 +214,8 @@ constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m,
         const umint2 found = estimate(high);
         umint digit = high_limb(found);
         if (low_limb(found) + estimate_error < 2 * estimate_error) [[unlikely]] {
-            // From below, so that the digit may be one too small.
-            digit = found < estimate_error ? 0 : high_limb(found - estimate_error);
+            // From the exact limbs, with which the estimate is never too large, and the digit at most one too small.
+            digit = high_limb(estimate(~two_limbs(row[n], row[n - 1])));
             const umint above = ~row[n];
             if (above != add_row(row, v, digit, n) || complement_reaches(row, v, n)) {
                 ++digit;

@@ -14,12 +14,6 @@
 
 namespace kesh::kernel {
 
-using kesh::force;
-using kesh::Level;
-using kesh::level;
-using kesh::name;
-using kesh::supported_level;
-
 template <int n>
 concept supported_limbs = 2 <= n && n <= 16;
 

@@ -189,7 +189,7 @@ struct StrongExponent {
 template <int n>
 inline bool ends_strongly(umint* x, int s, const Modulus<n>& modulus) noexcept {
     umint minus_one[n];
-    subtract<n>(minus_one, modulus.m, modulus.r1);
+    subtract_limbs<n>(minus_one, modulus.m, modulus.r1);
     if (equal<n>(x, modulus.r1) || equal<n>(x, minus_one)) return true;
     for (int j = 1; j < s; ++j) {
         mont_sqr<n>(x, x, modulus);
@@ -214,8 +214,7 @@ struct LucasStart {
 
         // (m + 1) / 2 without the carry that m + 1 may have.
         shift_right<n>(e, modulus.m, 1);
-        std::uint8_t carry = 1;
-        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, e[i], 0, e[i]);
+        detail::add_carry<n>(e, 1);
     }
 
     /// Whether U(m + 1) vanishes, from l = V(e) and h = V(e + 1). 2 V(e+1) - a V(e) = (a^2 - 4) U(e) for the parameters
