@@ -1,11 +1,13 @@
-/// @file   contract.h
-/// @brief  Preconditions and postconditions of the engine, checked in debug builds.
-///
-/// KESH_REQUIRE states what a caller has to keep, KESH_ENSURE what a function promises. Both are checked where assert
-/// is, that is without NDEBUG, and wherever KESH_CONTRACTS is defined as 1; elsewhere they cost nothing and evaluate
-/// nothing. A broken contract prints one line to stderr and aborts. In a constant expression it does not compile.
-///
-/// All files of a program have to agree on the setting, as they do on NDEBUG.
+/**
+ * @file   contract.h
+ * @brief  Preconditions and postconditions of the engine, checked in debug builds.
+ *
+ * KESH_REQUIRE states a precondition, KESH_ENSURE a postcondition. Both are checked without NDEBUG, like assert, and if
+ * KESH_CONTRACTS is defined as 1; otherwise they cost nothing and evaluate nothing. A broken contract prints one line
+ * to stderr and aborts; in a constant expression it does not compile.
+ *
+ * All files of a program must be compiled with the same setting, as for NDEBUG.
+ */
 #pragma once
 
 #if !defined(KESH_CONTRACTS)
@@ -36,7 +38,7 @@ namespace kesh::detail {
 
 #else
 
-/// Compiled, so that a condition stays valid code, but never evaluated.
+/** Compiled, so that a condition stays valid code, but never evaluated. */
 #define KESH_CONTRACT(kind, ...) static_cast<void>(sizeof((__VA_ARGS__) ? 1 : 0))
 
 #endif

@@ -1,8 +1,10 @@
-/// @file   isqrt.h
-/// @brief  Integer square root with remainder of the 64-bit limb and of every uintx_t<N>.
-///
-/// The wide form takes the root of the upper half, gets the lower half of the root from one division, and corrects
-/// once. (P. Zimmermann, Karatsuba square root, INRIA research report 3805, 1999.)
+/**
+ * @file   isqrt.h
+ * @brief  Integer square root with remainder of the 64-bit limb and of every uintx_t<N>.
+ *
+ * The wide form takes the root of the upper half, gets the lower half of the root from one division, and corrects
+ * once. (P. Zimmermann, Karatsuba square root, INRIA research report 3805, 1999.)
+ */
 #pragma once
 
 #include <cmath>
@@ -14,7 +16,7 @@ namespace kesh {
 
 namespace detail {
 
-/// floor(sqrt(a)) to within 1: the hardware's root, or bit by bit where a constant expression is evaluated.
+/** floor(sqrt(a)) to within 1: by the hardware, or bit by bit in a constant expression. */
 constexpr umint isqrt_estimate(umint a) noexcept {
     if (!std::is_constant_evaluated()) return static_cast<umint>(std::sqrt(static_cast<double>(a)));
     umint root = 0;
@@ -26,7 +28,7 @@ constexpr umint isqrt_estimate(umint a) noexcept {
 
 }  // namespace detail
 
-/// s = floor(sqrt(a)), r = a - s^2.
+/** s = floor(sqrt(a)), r = a - s^2. */
 constexpr void math_isqrt(std::uint64_t a, std::uint64_t& s, std::uint64_t& r) noexcept {
     constexpr umint largest_root = 0xFFFFFFFF;
     if (a >= largest_root * largest_root) {
@@ -44,12 +46,14 @@ constexpr void math_isqrt(std::uint64_t a, std::uint64_t& s, std::uint64_t& r) n
 
 namespace reference {
 
-/// ss = floor(sqrt(aa)), rr = aa - ss^2, for every aa whose most significant limb, after aa is shifted left by an even
-/// count until its top two bits are not both 0, is below 2^64 - 1. Above that the estimate of the innermost level is
-/// 2^64 and passes up as it is: at N = 128 an aa of 2^128 - 2^64 or more gives ss = 2^64, rr = aa (the square wraps to
-/// 0 and is accepted), at the wider widths ss and rr are unspecified. There is deliberately no guard; math_isqrt_exact
-/// is right for every value.
-/// Cost: one half-width root, one division and one low-half product per level. ss and rr may alias aa.
+/**
+ * ss = floor(sqrt(aa)), rr = aa - ss^2, for every aa whose most significant limb, after aa is shifted left by an even
+ * count until its top two bits are not both 0, is below 2^64 - 1. For larger aa the estimate of the innermost level is
+ * 2^64 and is passed up unchanged: at N = 128 an aa of 2^128 - 2^64 or more gives ss = 2^64, rr = aa (the square wraps
+ * to 0 and is accepted), at the wider widths ss and rr are unspecified. There is deliberately no check for this;
+ * math_isqrt_exact is right for every value. Cost: one half-width root, one division and one low-half product per
+ * level. ss and rr may alias aa.
+ */
 template <wide_word T>
 constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
     using half = typename T::half_type;
@@ -97,13 +101,15 @@ constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
 
 namespace detail {
 
-/// s[0] = floor(sqrt(u)) of the two limbs u, whose top two bits are not both 0; u[0] = the low limb of the remainder,
-/// its bit 64 is returned. The hardware's root of the top 52 bits is right to 51 bits, and one step of Newton's method
-/// in floating point brings it within 1.
+/**
+ * s[0] = floor(sqrt(u)) of the two limbs u, whose top two bits are not both 0; u[0] = the low limb of the remainder,
+ * its bit 64 is returned. The hardware's root of the top 52 bits is right to 51 bits, and one step of Newton's method
+ * in floating point brings it within 1.
+ */
 inline umint root_of_limbs_2(umint* s, umint* u) noexcept {
     const umint2 a = (static_cast<umint2>(u[1]) << MINT_BITS) | u[0];
     const double top = std::sqrt(static_cast<double>(static_cast<mint>(u[1] >> 12)));  // 2^-38 sqrt(a), below 2^26
-    // Less 2^11, as much as the rounding of `top` may add: `first` is not above the root, and at most 2^14 below it.
+    // Minus 2^11, the largest rounding error of `top`: so `first` is not above the root, and at most 2^14 below it.
     const umint first = (static_cast<umint>(static_cast<mint>(top * 0x1p37)) - 1024) << 1;
     const umint2 rest = a - static_cast<umint2>(first) * first;
     const double step = static_cast<double>(static_cast<mint>(rest >> 20)) / (top * 0x1p19);
@@ -123,8 +129,10 @@ inline umint root_of_limbs_2(umint* s, umint* u) noexcept {
     return static_cast<umint>(remainder >> MINT_BITS);
 }
 
-/// s[0 .. n-1] = floor(sqrt(u)) of the 2 n limbs u, whose top two bits are not both 0; u[0 .. n-1] = the low limbs of
-/// the remainder, its bit 64 n is returned. Exact for every u: the quotient keeps the bit above its limbs.
+/**
+ * s[0 .. n-1] = floor(sqrt(u)) of the 2 n limbs u, whose top two bits are not both 0; u[0 .. n-1] = the low limbs of
+ * the remainder, its bit 64 n is returned. Exact for every u: the quotient keeps the bit above its limbs.
+ */
 template <std::size_t n>
 inline umint root_of_limbs(umint* s, umint* u) noexcept {
     if constexpr (n == 1) {
@@ -183,7 +191,7 @@ inline umint root_of_limbs(umint* s, umint* u) noexcept {
 
 }  // namespace detail
 
-/// ss = floor(sqrt(aa)), rr = aa - ss^2, exactly, for every value. ss and rr may alias aa. Cost: as math_isqrt.
+/** ss = floor(sqrt(aa)), rr = aa - ss^2, exactly, for every value. ss and rr may alias aa. Cost: as math_isqrt. */
 template <engine_word T>
 inline void math_isqrt_exact(const T& aa, T& ss, T& rr) noexcept {
     if constexpr (!wide_word<T>) {
@@ -216,9 +224,11 @@ inline void math_isqrt_exact(const T& aa, T& ss, T& rr) noexcept {
     }
 }
 
-/// ss = floor(sqrt(aa)), rr = aa - ss^2: the bits of the reference form, also just below powers of 4, where both
-/// keep an estimate that is not the root. Cost: one half-width root, one division by half the width and one half-width
-/// square for each level. ss and rr may alias aa.
+/**
+ * ss = floor(sqrt(aa)), rr = aa - ss^2: the bits of the reference form, also just below powers of 4, where both return
+ * an estimate that is not the root. Cost: one half-width root, one division by half the width and one half-width square
+ * for each level. ss and rr may alias aa.
+ */
 template <wide_word T>
 constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
     if (!std::is_constant_evaluated()) {

@@ -1,9 +1,11 @@
-/// @file   jacobi.h
-/// @brief  Jacobi symbol and perfect-square test of every uintx_t<N>, for the parameter search of the Lucas test.
-///
-/// The symbol (a/n) follows the Euclidean algorithm on (a, n): factors of 2 leave by the rule for (2/n), the two
-/// numbers change places by quadratic reciprocity, and the width halves as soon as both fit. (H. Cohen, A Course in
-/// Computational Algebraic Number Theory, 1.4.2.)
+/**
+ * @file   jacobi.h
+ * @brief  Jacobi symbol and perfect-square test of every uintx_t<N>, for the parameter search of the Lucas test.
+ *
+ * The symbol (a/n) is computed along the Euclidean algorithm on (a, n): factors of 2 are removed by the rule for (2/n),
+ * the two numbers are exchanged by quadratic reciprocity, and the width is halved as soon as both fit. (H. Cohen, A
+ * Course in Computational Algebraic Number Theory, 1.4.2.)
+ */
 #pragma once
 
 #include <limits>
@@ -15,20 +17,24 @@ namespace kesh {
 
 namespace detail {
 
-/// (2/n)^t for odd n, as a sign. (2/n) is -1 for n = 3, 5 modulo 8, where bit 3 of n^2 - 1 is set; only low bits enter.
+/**
+ * (2/n)^t for odd n, as a sign. (2/n) is -1 for n = 3, 5 modulo 8, where bit 3 of n^2 - 1 is set; only low bits enter.
+ */
 constexpr int two_rule(umint n, mint t) noexcept {
     return (((n * n - 1) * static_cast<umint>(t)) & 8) != 0 ? -1 : 1;
 }
 
-/// (a/n) (n/a) for odd a and n: -1 when both are 3 modulo 4.
+/** (a/n) (n/a) for odd a and n: -1 when both are 3 modulo 4. */
 constexpr int reciprocity(umint a, umint n) noexcept {
     return (((a - 1) * (n - 1)) & 4) != 0 ? -1 : 1;
 }
 
 }  // namespace detail
 
-/// The Jacobi symbol (a/n): -1, 0 or 1. Precondition: n odd. (0/n) is 0 for every n, 1 included.
-/// Cost: one division a step of the Euclidean algorithm.
+/**
+ * The Jacobi symbol (a/n): -1, 0 or 1. Precondition: n odd. (0/n) is 0 for every n, also for 1. Cost: one division per
+ * step of the Euclidean algorithm.
+ */
 constexpr int Jacobi(umint a, umint n) noexcept {
     KESH_REQUIRE((n & 1) == 1);
     if (a == 0) return 0;
@@ -51,12 +57,12 @@ constexpr int Jacobi(const T& a, const T& n) noexcept;
 
 namespace detail {
 
-/// The Euclidean algorithm at the full width, until both numbers fit into half of it. Precondition: a != 0.
+/** The Euclidean algorithm at the full width, until both numbers fit into half of it. Precondition: a != 0. */
 template <wide_word T>
 constexpr int jacobi_at_full_width(const T& a, const T& n) noexcept {
     int j = 1;
     T x(a), y(n);
-    // Invariant: the answer is j * (x/y), y odd.
+    // Invariant: the result is j * (x/y), y odd.
     while (y != T(1)) {
         T dropped(detail::unset), r(detail::unset);
         math_divmod_imp(x, T(0), y, dropped, r);
@@ -73,8 +79,10 @@ constexpr int jacobi_at_full_width(const T& a, const T& n) noexcept {
 
 }  // namespace detail
 
-/// The Jacobi symbol (a/n): -1, 0 or 1. Precondition: n odd; a may be any value. (0/n) is 0 for every n, 1 included.
-/// Cost: the full width is left as soon as both numbers fit into half of it.
+/**
+ * The Jacobi symbol (a/n): -1, 0 or 1. Precondition: n odd; a may be any value. (0/n) is 0 for every n, also for 1.
+ * Cost: the full width is used only until both numbers fit into half of it.
+ */
 template <engine_word T>
 constexpr int Jacobi(const T& a, const T& n) noexcept {
     KESH_REQUIRE((static_cast<umint>(n) & 1) == 1);
@@ -88,7 +96,7 @@ constexpr int Jacobi(const T& a, const T& n) noexcept {
     }
 }
 
-/// (x/n) for a signed x, through (-1/n) = -1 exactly for n = 3 modulo 4. Precondition: n odd, x > -2^63.
+/** (x/n) for a signed x, through (-1/n) = -1 exactly for n = 3 modulo 4. Precondition: n odd, x > -2^63. */
 template <class Signed, engine_word T>
     requires std::same_as<Signed, long>
 constexpr int Jacobi(const Signed& x, const T& n) noexcept {
@@ -98,8 +106,10 @@ constexpr int Jacobi(const Signed& x, const T& n) noexcept {
     return (static_cast<umint>(n) & 3) == 3 ? -j : j;
 }
 
-/// (x/n) from the remainder of n by |x| alone, by reciprocity: the form for a wide n and a small x, at the cost of that
-/// remainder. n_low is the low limb of n. Preconditions: x and n odd, 1 < |x| < 2^63.
+/**
+ * (x/n) from the remainder of n modulo |x| alone, by reciprocity: for a wide n and a small x. Cost: that remainder.
+ * n_low is the low limb of n. Preconditions: x and n odd, 1 < |x| < 2^63.
+ */
 constexpr int jacobi_of_small(long x, umint n_modulo_x, umint n_low) noexcept {
     const umint magnitude = static_cast<umint>(x < 0 ? -x : x);
     KESH_REQUIRE((magnitude & n_low & 1) == 1 && magnitude > 1 && n_modulo_x < magnitude);
@@ -109,17 +119,17 @@ constexpr int jacobi_of_small(long x, umint n_modulo_x, umint n_low) noexcept {
 
 namespace detail {
 
-/// 63 * 25 * 11 * 17 * 19 * 23 * 31: one remainder modulo this is enough for the seven residue filters below.
+/** 63 * 25 * 11 * 17 * 19 * 23 * 31: one remainder modulo this is enough for the seven residue filters below. */
 inline constexpr unsigned long square_filter_modulus = 3989930175;
 
-/// True exactly for the 105 residues modulo 128 that are not squares.
+/** True exactly for the 105 residues modulo 128 that are not squares. */
 constexpr bool is_nonsquare_mod_128(umint x) noexcept {
     return ((x * 0x8BC40D7D) & (x * 0xA1E2F5D1) & 0x14020A) != 0;
 }
 
 // Each of the following is true exactly for the quadratic non-residues modulo the number in its name, 0 <= y < that.
-// The multipliers spread y so that a bit of the mask survives both products for the non-residues alone; that they do is
-// proven by trying all residues, which the tests do.
+// The multipliers spread y so that a bit of the mask remains after both products only for the non-residues; the tests
+// prove this by trying all residues.
 constexpr bool is_nonsquare_mod_63(umint y) noexcept {
     return ((y * 0x3D491DF7) & (y * 0xC824A9F9) & 0x10F14008) != 0;
 }
@@ -143,7 +153,7 @@ constexpr bool is_nonsquare_mod_11(umint y) noexcept {
     return ((y * 0xABF1A3A7) & (y * 0x2612BF93) & 0x45854000) != 0;
 }
 
-/// True for an r = n modulo square_filter_modulus for which n cannot be a square; the most selective filter first.
+/** True if n cannot be a square, for r = n modulo square_filter_modulus; the most selective filter comes first. */
 constexpr bool is_nonsquare_residue(umint r) noexcept {
     return is_nonsquare_mod_63(r % 63) || is_nonsquare_mod_25(r % 25) || is_nonsquare_mod_31(r % 31) ||
            is_nonsquare_mod_23(r % 23) || is_nonsquare_mod_19(r % 19) || is_nonsquare_mod_17(r % 17) ||
@@ -152,10 +162,12 @@ constexpr bool is_nonsquare_residue(umint r) noexcept {
 
 }  // namespace detail
 
-/// True exactly when n is a perfect square. s receives the root of the largest square up to n when n passes the residue
-/// filters, and is left as it was when a filter rejects n. Cost: for all but one in a thousand random non-squares one
-/// product by a reciprocal, which the first call at each width prepares (safe on several threads); else one wide square
-/// root.
+/**
+ * True exactly when n is a perfect square. s receives the root of the largest square up to n if n passes the residue
+ * filters, and is not written if a filter rejects n. Cost: for all but one in a thousand random non-squares one product
+ * by a reciprocal, which the first call at each width prepares (safe on several threads); otherwise one wide square
+ * root.
+ */
 template <wide_word T>
 bool isSquare(const T& n, T& s) noexcept {
     if (detail::is_nonsquare_mod_128(n.limb[0] & 127)) return false;

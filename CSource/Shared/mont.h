@@ -1,9 +1,11 @@
-/// @file   mont.h
-/// @brief  Montgomery arithmetic with R = 2^N for an odd modulus, on the 64-bit limb and on every uintx_t<N>.
-///
-/// A residue a is represented by a * R mod m, always fully reduced into [0, m), so that equal residues compare equal.
-/// One multiplication costs two full products and one low-half product; there is no division after init(). (P. L.
-/// Montgomery, Modular multiplication without trial division, Math. Comp. 44 (1985).)
+/**
+ * @file   mont.h
+ * @brief  Montgomery arithmetic with R = 2^N for an odd modulus, on the 64-bit limb and on every uintx_t<N>.
+ *
+ * A residue a is represented by a * R mod m, always fully reduced into [0, m), so that equal residues compare equal.
+ * One multiplication costs two full products and one low-half product; there is no division after init(). (P. L.
+ * Montgomery, Modular multiplication without trial division, Math. Comp. 44 (1985).)
+ */
 #pragma once
 
 #include <cstdio>
@@ -15,13 +17,13 @@ namespace kesh {
 
 namespace detail {
 
-/// Whether mprime can be -m^(-1) mod 2^N, by its lowest limb; implies that m is odd. For contracts.
+/** Whether mprime can be -m^(-1) mod 2^N, by its lowest limb; implies that m is odd. For contracts. */
 template <engine_word T>
 constexpr bool belongs_to(const T& mprime, const T& m) noexcept {
     return static_cast<umint>(mprime) * static_cast<umint>(m) == ~umint{0};
 }
 
-/// Whether a b < m 2^N. For contracts.
+/** Whether a b < m 2^N. For contracts. */
 template <engine_word T>
 constexpr bool reducible(const T& a, const T& b, const T& m) noexcept {
     T lo(unset), hi(unset);
@@ -29,7 +31,7 @@ constexpr bool reducible(const T& a, const T& b, const T& m) noexcept {
     return math_compare(hi, m) < 0;
 }
 
-/// r = (top 2^N + sum) mod m for a value below 2 m.
+/** r = (top 2^N + sum) mod m for a value below 2 m. */
 template <engine_word T>
 constexpr void reduce_sum(const T& sum, std::uint8_t top, const T& m, T& r) noexcept {
     if constexpr (wide_word<T>)
@@ -40,8 +42,10 @@ constexpr void reduce_sum(const T& sum, std::uint8_t top, const T& m, T& r) noex
 
 }  // namespace detail
 
-/// r1 = (thi * 2^N + tlo) * R^(-1) mod m. Preconditions: m odd, mprime = -m^(-1) mod 2^N, thi < m (the input is below m
-/// * 2^N).
+/**
+ * r1 = (thi * 2^N + tlo) * R^(-1) mod m. Preconditions: m odd, mprime = -m^(-1) mod 2^N, thi < m (the input is below m
+ * * 2^N).
+ */
 template <engine_word T>
 constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T& mprime, T& r1) noexcept {
     KESH_REQUIRE(thi < m && detail::belongs_to(mprime, m));
@@ -57,7 +61,7 @@ constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T&
 
 namespace reference {
 
-/// math_mont_mul by a product and a reduction, one after the other.
+/** math_mont_mul by a product and then a reduction. */
 template <engine_word T>
 constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& mprime, T& r) noexcept {
     T tlo(detail::unset), thi(detail::unset);
@@ -67,9 +71,11 @@ constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& 
 
 }  // namespace reference
 
-/// r = abar * bbar * R^(-1) mod m, below m. Preconditions: m odd, abar * bbar < m * 2^N (it suffices that one factor is
-/// below m). At run time the wide forms reduce limb by limb and return the bits of the reference form: the one residue
-/// below m.
+/**
+ * r = abar * bbar * R^(-1) mod m, below m. Preconditions: m odd, abar * bbar < m * 2^N (it suffices that one factor is
+ * below m). At run time the wide forms reduce limb by limb and return the bits of the reference form: the one residue
+ * below m.
+ */
 template <engine_word T>
 constexpr void math_mont_mul(const T& abar, const T& bbar, const T& m, const T& mprime, T& r) noexcept {
     KESH_REQUIRE(detail::reducible(abar, bbar, m) && detail::belongs_to(mprime, m));
@@ -88,7 +94,7 @@ struct mp_mont_data;
 
 namespace reference {
 
-/// M.pow(a, e) by squaring, from the lowest bit of e.
+/** M.pow(a, e) by squaring, from the lowest bit of e. */
 template <engine_word T>
 [[nodiscard]] constexpr T pow(const mp_mont_data<T>& M, const T& a, T e) noexcept {
     KESH_REQUIRE(a < M.m);
@@ -103,9 +109,11 @@ template <engine_word T>
 
 }  // namespace reference
 
-/// Montgomery context of one odd modulus m > 1: a plain value, built once and passed by const reference. Arguments
-/// named a and b are residues in Montgomery form, below m, unless a comment says otherwise. Not checked in release
-/// builds: m odd, > 1.
+/**
+ * Montgomery context of one odd modulus m > 1: a plain value, built once and passed by const reference. Arguments
+ * named a and b are residues in Montgomery form, below m, unless a comment says otherwise. Not checked in release
+ * builds: m odd, > 1.
+ */
 template <engine_word T>
 struct mp_mont_data {
     T m;       ///< the modulus
@@ -120,13 +128,13 @@ struct mp_mont_data {
         return m;
     }
 
-    /// No modulus yet: the fields are uninitialised until init().
+    /** No modulus yet: the fields are uninitialised until init(). */
     mp_mont_data() = default;
     constexpr explicit mp_mont_data(const T& _m) noexcept {
         init(_m);
     }
 
-    /// Sets the four fields for the modulus _m. Cost: one inverse modulo 2^N and two divisions.
+    /** Sets the four fields for the modulus _m. Cost: one inverse modulo 2^N and two divisions. */
     constexpr void init(const T& _m) noexcept {
         KESH_REQUIRE((T(1) & _m) == T(1) && _m != T(1));
         m = _m;
@@ -139,7 +147,7 @@ struct mp_mont_data {
         KESH_ENSURE(r1 < m && r2 < m && detail::belongs_to(mprime, m));
     }
 
-    /// The Montgomery form of 1.
+    /** The Montgomery form of 1. */
     constexpr void one(T& r) const noexcept {
         r = r1;
     }
@@ -155,7 +163,7 @@ struct mp_mont_data {
         r = a;
     }
 
-    /// a * R mod m for any a below 2^N: r2 < m keeps the product below m * 2^N, so a need not be reduced first.
+    /** a * R mod m for any a below 2^N: r2 < m keeps the product below m * 2^N, so a need not be reduced first. */
     constexpr void toMontMod(const T& a, T& r) const noexcept {
         math_mont_mul(a, r2, m, mprime, r);
     }
@@ -165,7 +173,7 @@ struct mp_mont_data {
         return r;
     }
 
-    /// The residue that a represents.
+    /** The residue that a represents. */
     constexpr void fromMontMod(const T& a, T& r) const noexcept {
         math_mont_reduce(a, T(0), m, mprime, r);
     }
@@ -212,7 +220,7 @@ struct mp_mont_data {
         return r;
     }
 
-    /// a / 2 modulo m: an odd a becomes even by adding the odd m; the sum's carry is the top bit of the half.
+    /** a / 2 modulo m: an odd a becomes even by adding the odd m; the sum's carry is the top bit of the half. */
     constexpr void div2(const T& a, T& r) const noexcept {
         KESH_REQUIRE(a < m);
         T sum(a);
@@ -234,16 +242,20 @@ struct mp_mont_data {
         return r;
     }
 
-    /// r = a / b modulo m, where b is an ordinary integer (not in Montgomery form); 0 when gcd(b, m) != 1.
-    /// Cost: one extended Euclid and two Montgomery products.
+    /**
+     * r = a / b modulo m, where b is an ordinary integer (not in Montgomery form); 0 when gcd(b, m) != 1.
+     * Cost: one extended Euclid and two Montgomery products.
+     */
     constexpr void div(const T& a, T b, T& r) const noexcept {
         mul(a, toMontMod(math_invmod(b, m)), r);
     }
 
-    /// a^e in Montgomery form, e an ordinary integer, a^0 is one(). From the top, a window of bits at a time that
-    /// begins and ends with a 1: a product by an odd power of a for each, out of a table of them. (A. J. Menezes, P. C.
-    /// van Oorschot, S. A. Vanstone, Handbook of Applied Cryptography, 14.85.) Time depends on e. Cost: a squaring a
-    /// bit, and with windows of 2 to 6 bits for exponents of 24 to 1024 bits a product for 3 to 7 bits.
+    /**
+     * a^e in Montgomery form, e an ordinary integer, a^0 is one(). From the top, a window of bits at a time that
+     * begins and ends with a 1: a product by an odd power of a for each, out of a table of them. (A. J. Menezes, P. C.
+     * van Oorschot, S. A. Vanstone, Handbook of Applied Cryptography, 14.85.) Time depends on e. Cost: a squaring a
+     * bit, and with windows of 2 to 6 bits for exponents of 24 to 1024 bits a product for 3 to 7 bits.
+     */
     [[nodiscard]] constexpr T pow(const T& a, const T& e) const noexcept {
         KESH_REQUIRE(a < m);
         const mint length = math_num_bits(e);
@@ -285,7 +297,7 @@ struct mp_mont_data {
         return x;
     }
 
-    /// Prints the fields to stderr, one a line, in hexadecimal.
+    /** Prints the fields to stderr, one a line, in hexadecimal. */
     void dbg_print() const {
         std::fprintf(stderr, "m      = %s\nr1     = %s\nr2     = %s\nmprime = %s\n", to_string(m, 16).c_str(),
                      to_string(r1, 16).c_str(), to_string(r2, 16).c_str(), to_string(mprime, 16).c_str());

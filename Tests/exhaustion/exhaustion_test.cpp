@@ -272,8 +272,10 @@ struct Verdict {
     bool refused = true;
 };
 
-/** In a separate process: if warm, an earlier call of the kind; then the call with its k-th request refused; then
- * the call again. */
+/**
+ * In a separate process: if warm, an earlier call of the kind; then the call with its k-th request refused; then the
+ * call again.
+ */
 Verdict run(const Call& call, Supply& supply, long k, bool only_one, bool warm, const std::string& right) {
     int ends[2];
     if (pipe(ends) != 0) throw std::system_error(errno, std::generic_category());

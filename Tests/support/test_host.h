@@ -99,8 +99,10 @@ class TestHost {
         return stores_.size();
     }
 
-    /** Waits until the condition on the recorded events holds; false after the given time. The usual limit is longer
-     * than any machine takes, so that only an event that never comes fails. */
+    /**
+     * Waits until the condition on the recorded events holds; false after the given time. The usual limit is longer
+     * than any machine takes, so that only an event that never comes fails.
+     */
     bool wait_until(const std::function<bool(const std::vector<Event>&)>& condition,
                     std::chrono::microseconds limit = std::chrono::minutes(20)) {
         std::unique_lock lock(mutex_);

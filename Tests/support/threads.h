@@ -16,8 +16,10 @@ inline long thread_count() {
     return std::distance(begin(threads), end(threads));
 }
 
-/** Waits until there are at most count threads; false after twenty minutes. A task's thread ends shortly after the
- * task was removed. */
+/**
+ * Waits until there are at most count threads; false after twenty minutes. A task's thread ends shortly after the task
+ * was removed.
+ */
 inline bool wait_for_threads(long count) {
     for (int wait = 0; wait < 120'000 && thread_count() > count; ++wait)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

@@ -2,14 +2,14 @@
  * @file   write_adx_products.cpp
  * @brief  Writes the assembly of the Montgomery products of 3 to 16 limbs for processors with BMI2 and ADX.
  *
- * The build runs this program and assembles its output into the library. One description serves all sizes: what
- * differs between them is how many registers a row has and in which order they follow each other.
+ * The build runs this program and assembles its output into the library. One description serves all sizes: they differ
+ * only in the number of registers of a row and in their order.
  *
  * Adding the row a b[i] to an accumulator takes two chains of carries, one through the low and one through the high
- * halves of the products. mulx leaves the flags alone, adcx carries in CF only and adox in OF only, so that both
- * chains run through one pass over the row, a cycle a limb product. The accumulator stays in registers, and after a
- * row its lowest limb is finished: it goes to memory and its register becomes the top limb of the next row. Up to
- * eight limbs make one such strip; more limbs are cut into two strips of nearly equal width.
+ * halves of the products. mulx does not change the flags, adcx carries in CF only and adox in OF only, so that both
+ * chains run in one pass over the row, one cycle per limb product. The accumulator stays in registers, and after a row
+ * its lowest limb is finished: it goes to memory and its register becomes the top limb of the next row. Up to eight
+ * limbs are one such strip; more limbs are divided into two strips of nearly equal width.
  *
  * CSource/Shared/kernel/README.md describes the reduction and proves its bounds.
  */
@@ -150,7 +150,7 @@ class Size {
     static std::string half(const std::string& name) {  // the lower half of r8 ... r15 and of rcx and the like
         return name[2] >= 'a' ? "%e" + name.substr(2) : name + "d";
     }
-    /** A row adds zero with a carry twice: from a register, or from memory where the strip takes all registers. */
+    /** A row adds zero with a carry twice: from a register, or from memory if the strip uses all registers. */
     void keep_zero(int strip) {
         zero_ = strip == longest_strip ? memory_zero : "%rdi";
         if (strip == longest_strip)
@@ -317,8 +317,8 @@ class Size {
     }
 
     /**
-     * r = z / R, a residue below R: n - 1 rows with mu and one with the complement of the modulus. What exceeds R or
-     * is negative is known by rbp = 1 or -1, which chooses what is added in the end.
+     * r = z / R, a residue below R: n - 1 rows with mu and one with the complement of the modulus. rbp = 1 if the sum
+     * exceeds R and -1 if it is negative; it selects the value that is added at the end.
      */
     void reduction() {
         line("movq", modulus_address, "%rsi");
@@ -337,11 +337,11 @@ class Size {
 
     /**
      * The end of the reduction: the limbs, of which the first are finished in memory and the others are in registers,
-     * with the high half of z and less c, a second chain of carries. What brings the sum u, -2 m < u < R + m, below R
-     * is told by its carry: R - m, that is -m, for 1 and 2 m for -2. For -1 it is m if u >= -m, else 2 m, and the top
-     * limb decides: let T be that of R - m, W = 2^(64 (n-1)). If the top limb of u + R is above T, then u + R > R - m.
-     * If not, then u + 2 m < (T + 1) W - R + 2 (R - T W) = R - (T - 1) W, which is enough for T > 0, a precondition
-     * where c is given.
+     * with the high half of z and less c, a second chain of carries. The carry of the sum u, -2 m < u < R + m,
+     * determines the value that brings it below R: R - m, that is -m, for 1, and 2 m for -2. For -1 it is m if u >= -m,
+     * else 2 m, and the top limb decides: let T be that of R - m, W = 2^(64 (n-1)). If the top limb of u + R is above
+     * T, then u + R > R - m. If not, then u + 2 m < (T + 1) W - R + 2 (R - T W) = R - (T - 1) W, which is enough for
+     * T > 0, a precondition where c is given.
      */
     void finish(const Registers& sum, const std::string& carry) {
         const int in_memory = n - static_cast<int>(sum.size());
@@ -426,7 +426,7 @@ class Size {
             line("movq", z[i], "%rdx");
             product_row(mu_high, sum, finished[i]);
         }
-        // What it has now belongs to the high half of z, which has time.
+        // The limbs that it has now belong to the high half of z, which is needed later.
         for (int i = 0; i < high; ++i)
             line(i == 0 ? "addq" : "adcq", sum[static_cast<std::size_t>(i)], z[2 * low + 1 + i]);
         for (int i = n + low + 1; i < 2 * n; ++i) line("adcq", "$0", z[i]);

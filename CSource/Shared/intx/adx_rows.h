@@ -1,15 +1,17 @@
-/// @file   adx_rows.h
-/// @brief  Products of limb arrays row by row, for processors with BMI2 and ADX.
-///
-/// Adding the row a b[i] to an accumulator takes two chains of carries, one through the low and one through the high
-/// halves of the products. mulx leaves the flags alone, adcx carries in CF only and adox in OF only, so that both
-/// chains run through one pass over the row: one multiplication a cycle, the limit of the processors that have them.
-/// Compilers keep one carry flag and save it between chains, and they move the accumulator between registers from row
-/// to row; hence one block of assembly for all rows of a block of 4 or 8 limbs, in which the registers trade places
-/// instead. The blocks read and write memory through their pointers, so each is volatile and clobbers "memory": without
-/// both, a compiler may take two calls with the same pointers for the same value.
-///
-/// Call these only where level() is Level::adx or above.
+/**
+ * @file   adx_rows.h
+ * @brief  Products of limb arrays row by row, for processors with BMI2 and ADX.
+ *
+ * Adding the row a b[i] to an accumulator takes two chains of carries, one through the low and one through the high
+ * halves of the products. mulx does not change the flags, adcx carries in CF only and adox in OF only, so that both
+ * chains run in one pass over the row: one multiplication per cycle, the limit of the processors that have these
+ * instructions. Compilers use one carry flag and save it between chains, and they move the accumulator between
+ * registers from row to row. Therefore all rows of a block of 4 or 8 limbs are one block of assembly, in which the
+ * registers change their roles instead. The blocks read and write memory through their pointers, so each is volatile
+ * and clobbers "memory": otherwise a compiler may assume that two calls with the same pointers have the same result.
+ *
+ * Call these functions only if level() is Level::adx or above.
+ */
 #pragma once
 
 #include <cstddef>
@@ -22,7 +24,7 @@ namespace kesh::detail {
 
 // clang-format off: one instruction group a line
 
-/// low += lo(source[offset] rdx), high += hi(...), each with the carry of its own chain.
+/** low += lo(source[offset] rdx), high += hi(...), each with the carry of its own chain. */
 #define KESH_MUL_STEP(source, offset, low, high) \
     "mulx " #offset "(%[" #source            \
     "]), %[lo], %[hi]\n\t"                   \
@@ -30,8 +32,10 @@ namespace kesh::detail {
     "]\n\t"                                  \
     "adox %[hi], %[" #high "]\n\t"
 
-/// The end of a row: the high half of the last product starts the new top limb, which takes both carries and cannot
-/// overflow.
+/**
+ * The end of a row: the high half of the last product starts the new top limb, which takes both carries and cannot
+ * overflow.
+ */
 #define KESH_LAST_MUL_STEP(source, offset, low, top)       \
     "mulx " #offset "(%[" #source "]), %[lo], %[" #top \
     "]\n\t"                                            \
@@ -42,19 +46,21 @@ namespace kesh::detail {
     "]\n\t"                                            \
     "adox %[lo], %[" #top "]\n\t"
 
-/// (t1, t2, t3, top) = (t0, ..., t3) + source rdx without its lowest limb, which stays in t0.
+/** (t1, t2, t3, top) = (t0, ..., t3) + source rdx without its lowest limb, which stays in t0. */
 #define KESH_ROW4(source, t0, t1, t2, t3, top)                                                                        \
     "xorl %k[lo], %k[lo]\n\t" KESH_MUL_STEP(source, 0, t0, t1) KESH_MUL_STEP(source, 8, t1, t2) KESH_MUL_STEP(source, 16, t2, t3) \
         KESH_LAST_MUL_STEP(source, 24, t3, top)
 
-/// (t1, ..., t7, t0) = (t0, ..., t7) + source rdx without its lowest limb, which `finished` may save before its
-/// register becomes the top limb.
+/**
+ * (t1, ..., t7, t0) = (t0, ..., t7) + source rdx without its lowest limb, which `finished` may save before its
+ * register becomes the top limb.
+ */
 #define KESH_ROW8(source, finished, t0, t1, t2, t3, t4, t5, t6, t7)                               \
     "xorl %k[lo], %k[lo]\n\t" KESH_MUL_STEP(source, 0, t0, t1) finished KESH_MUL_STEP(source, 8, t1, t2)  \
         KESH_MUL_STEP(source, 16, t2, t3) KESH_MUL_STEP(source, 24, t3, t4) KESH_MUL_STEP(source, 32, t4, t5) \
             KESH_MUL_STEP(source, 40, t5, t6) KESH_MUL_STEP(source, 48, t6, t7) KESH_LAST_MUL_STEP(source, 56, t7, t0)
 
-/// The pointer to b stays in memory: a build with frame pointers has no register left for it.
+/** The pointer to b stays in memory: a build with frame pointers has no register left for it. */
 #define KESH_PRODUCT_ROW8(i, t0, t1, t2, t3, t4, t5, t6, t7) \
     "movq %[b], %%rdx\n\t"                                   \
     "movq " #i                                               \
@@ -66,7 +72,7 @@ namespace kesh::detail {
     "imulq %[k0], %%rdx\n\t"                                   \
     "movq %%rdx, " #i "*8(%[q])\n\t" KESH_ROW8(m, "", t0, t1, t2, t3, t4, t5, t6, t7)
 
-/// Eight rows: the registers trade places, so that every row works on t0 as its lowest limb.
+/** Eight rows: the registers change their roles, so that t0 is the lowest limb of every row. */
 #define KESH_EIGHT_ROWS(ROW)               \
     ROW(0, t0, t1, t2, t3, t4, t5, t6, t7) \
     ROW(1, t1, t2, t3, t4, t5, t6, t7, t0) \
@@ -77,7 +83,7 @@ namespace kesh::detail {
     ROW(6, t6, t7, t0, t1, t2, t3, t4, t5) \
     ROW(7, t7, t0, t1, t2, t3, t4, t5, t6)
 
-/// (t0, ..., t4) += source rdx; t5, zero before or the carry of a row before, takes the carry.
+/** (t0, ..., t4) += source rdx; t5, zero before or the carry of a row before, takes the carry. */
 #define KESH_FULL_ROW4(source, t0, t1, t2, t3, t4, t5) \
     "xorl %k[lo], %k[lo]\n\t"                          \
     KESH_MUL_STEP(source, 0, t0, t1)                       \
@@ -89,7 +95,7 @@ namespace kesh::detail {
     "adox %[lo], %[" #t5 "]\n\t"                       \
     "adcx %[lo], %[" #t5 "]\n\t"
 
-/// A row of the product and a row of the reduction. t5 is zero before; t0 is zero afterwards and takes its place.
+/** A row of the product and a row of the reduction. t5 is zero before; t0 is zero afterwards and takes its place. */
 #define KESH_ROW_PAIR4(i, t0, t1, t2, t3, t4, t5) \
     "movq " #i "*8(%[b]), %%rdx\n\t"              \
     KESH_FULL_ROW4(a, t0, t1, t2, t3, t4, t5)     \
@@ -99,7 +105,7 @@ namespace kesh::detail {
 
 // NOLINTBEGIN(bugprone-macro-parentheses): the offsets are text for the assembler
 
-/// (t0, ..., t9) += the eight limbs at `offset` of the operands, times rdx.
+/** (t0, ..., t9) += the eight limbs at `offset` of the operands, times rdx. */
 #define KESH_FULL_ROW8(offset, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)         \
     "xorl %k[lo], %k[lo]\n\t"                                                  \
     KESH_MUL_STEP(p, offset, t0, t1) KESH_MUL_STEP(p, offset + 8, t1, t2)              \
@@ -113,7 +119,7 @@ namespace kesh::detail {
 
 // NOLINTEND(bugprone-macro-parentheses)
 
-/// A row of the product and a row of the reduction. t9 is zero before; t0 is zero afterwards and takes its place.
+/** A row of the product and a row of the reduction. t9 is zero before; t0 is zero afterwards and takes its place. */
 #define KESH_ROW_PAIR8(i, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)              \
     "movq 64+8*" #i "(%[p]), %%rdx\n\t"                                        \
     KESH_FULL_ROW8(0, t0, t1, t2, t3, t4, t5, t6, t7, t8, t9)                  \
@@ -127,7 +133,7 @@ namespace kesh::detail {
 
 // clang-format on
 
-/// hi:lo = a b + addend, of eight limbs each. addend may be lo or hi; lo and hi must not overlap a or b.
+/** hi:lo = a b + addend, of eight limbs each. addend may be lo or hi; lo and hi must not overlap a or b. */
 inline void multiply_add8(umint* lo, umint* hi, const umint* addend, const umint* a, const umint* b) noexcept {
     umint t0 = addend[0], t1 = addend[1], t2 = addend[2], t3 = addend[3];
     umint t4 = addend[4], t5 = addend[5], t6 = addend[6], t7 = addend[7];
@@ -142,7 +148,7 @@ inline void multiply_add8(umint* lo, umint* hi, const umint* addend, const umint
     hi[0] = t0, hi[1] = t1, hi[2] = t2, hi[3] = t3, hi[4] = t4, hi[5] = t5, hi[6] = t6, hi[7] = t7;
 }
 
-/// With the q[0 .. 7] that make t + q m a multiple of 2^512: c = (t + q m) / 2^512, of eight limbs each. c may be t.
+/** With the q[0 .. 7] that make t + q m a multiple of 2^512: c = (t + q m) / 2^512, of eight limbs each. c may be t. */
 inline void reduce8(umint* c, umint* q, const umint* t, const umint* m, umint k0) noexcept {
     umint t0 = t[0], t1 = t[1], t2 = t[2], t3 = t[3], t4 = t[4], t5 = t[5], t6 = t[6], t7 = t[7];
     umint low, high;
@@ -153,7 +159,7 @@ inline void reduce8(umint* c, umint* q, const umint* t, const umint* m, umint k0
     c[0] = t0, c[1] = t1, c[2] = t2, c[3] = t3, c[4] = t4, c[5] = t5, c[6] = t6, c[7] = t7;
 }
 
-/// hi:lo = a b, of four limbs each. lo and hi must not overlap a or b.
+/** hi:lo = a b, of four limbs each. lo and hi must not overlap a or b. */
 inline void multiply4(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
     umint t0 = 0, t1 = 0, t2 = 0, t3 = 0, top, low, high;
     // clang-format off
@@ -169,8 +175,10 @@ inline void multiply4(umint* lo, umint* hi, const umint* a, const umint* b) noex
     hi[0] = top, hi[1] = t0, hi[2] = t1, hi[3] = t2;
 }
 
-/// hi:lo = a^2, of four limbs each: the mixed products once, and then one chain doubles them while the other one adds
-/// the squares. lo and hi must not overlap a.
+/**
+ * hi:lo = a^2, of four limbs each: the mixed products once, and then one chain doubles them while the other one adds
+ * the squares. lo and hi must not overlap a.
+ */
 inline void square4(umint* lo, umint* hi, const umint* a) noexcept {
     umint t0, t1, t2, t3, t4, t5, t6, t7, low, high;
     // clang-format off
@@ -204,7 +212,7 @@ inline void square4(umint* lo, umint* hi, const umint* a) noexcept {
     lo[0] = t0, lo[1] = t1, lo[2] = t2, lo[3] = t3, hi[0] = t4, hi[1] = t5, hi[2] = t6, hi[3] = t7;
 }
 
-/// r = a b R^(-1) mod m with R = 2^256. Precondition: a b < m R. r may be a or b.
+/** r = a b R^(-1) mod m with R = 2^256. Precondition: a b < m R. r may be a or b. */
 inline void montgomery_product4(umint* r, const umint* a, const umint* b, const umint* m, umint k0) noexcept {
     umint t0 = 0, t1 = 0, t2 = 0, t3 = 0, t4 = 0, t5 = 0, low, high;
     // clang-format off
@@ -228,13 +236,15 @@ inline void montgomery_product4(umint* r, const umint* a, const umint* b, const 
     r[0] = t4, r[1] = t5, r[2] = t0, r[3] = t1;
 }
 
-/// What the rows of montgomery_product8 read, behind one pointer: there are not enough registers for three.
+/** The operands of the rows of montgomery_product8, behind one pointer: there are not enough registers for three. */
 struct Operands8 {
     umint a[8], b[8], m[8], k0;
 };
 
-/// r = a b R^(-1) mod m with R = 2^512. Precondition: a b < m R. r may be a or b. Rows of the product and of the
-/// reduction take turns: the products are done while the reduction waits for its next quotient.
+/**
+ * r = a b R^(-1) mod m with R = 2^512. Precondition: a b < m R. r may be a or b. Rows of the product and of the
+ * reduction alternate: the products are computed while the reduction waits for its next quotient.
+ */
 inline void montgomery_product8(umint* r, const umint* a, const umint* b, const umint* m, umint k0) noexcept {
     static_assert(offsetof(Operands8, b) == 64 && offsetof(Operands8, m) == 128 && offsetof(Operands8, k0) == 192);
     Operands8 operands;
@@ -262,7 +272,7 @@ inline void montgomery_product8(umint* r, const umint* a, const umint* b, const 
     reduce_once<8>(r, t, t6, m);
 }
 
-/// One limb of a row in memory, 23 bytes of code wherever it is: (next, w[at]) = w[at] + a[at] rdx + previous.
+/** One limb of a row in memory, 23 bytes of code wherever it is: (next, w[at]) = w[at] + a[at] rdx + previous. */
 #define KESH_MEMORY_STEP(at, previous, next) \
     "mulx " #at "(%%rsi), %%rax, %%" #next   \
     "\n\t"                                   \
@@ -272,8 +282,10 @@ inline void montgomery_product8(umint* r, const umint* a, const umint* b, const 
     "(%%rdi), %%rax\n\t"                     \
     "movq %%rax, " #at "(%%rdi)\n\t"
 
-/// w += a b, of n limbs; returns the limb above. Precondition: 1 <= n <= 16. Enters a row of 16 limbs so that n of them
-/// are left.
+/**
+ * w += a b, of n limbs; returns the limb above. Precondition: 1 <= n <= 16. Enters a row of 16 limbs so that n of them
+ * are left.
+ */
 inline umint add_product_row_adx(umint* w, const umint* a, umint b, std::size_t n) noexcept {
     umint carry = 0, scratch;
     const umint* const w_end = w + n;
@@ -315,14 +327,16 @@ inline umint add_product_row_adx(umint* w, const umint* a, umint b, std::size_t 
 #undef KESH_ACCUMULATORS8
 #undef KESH_MEMORY_STEP
 
-/// hi:lo = a b, of eight limbs each. lo and hi must not overlap a or b.
+/** hi:lo = a b, of eight limbs each. lo and hi must not overlap a or b. */
 [[gnu::noinline]] inline void multiply8(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
     static constexpr umint zero[8] = {};
     multiply_add8(lo, hi, zero, a, b);
 }
 
-/// hi:lo = a b, of sixteen limbs each, by four products of eight limbs that each add what lies at their place already.
-/// lo and hi must not overlap a or b.
+/**
+ * hi:lo = a b, of sixteen limbs each, by four products of eight limbs, each of which adds the limbs that are already at
+ * its place. lo and hi must not overlap a or b.
+ */
 [[gnu::noinline]] inline void multiply16(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
     umint cross[16], top[8];
     multiply8(lo, lo + 8, a, b);
@@ -333,7 +347,7 @@ inline umint add_product_row_adx(umint* w, const umint* a, umint b, std::size_t 
     add_carry<8>(hi + 8, carry);
 }
 
-/// r = t / 2^1024 mod m, by two blocks of eight rows. Precondition: t < m 2^1024. Destroys t.
+/** r = t / 2^1024 mod m, by two blocks of eight rows. Precondition: t < m 2^1024. Destroys t. */
 inline void reduce16(umint* r, umint* t, const umint* m, umint k0) noexcept {
     umint q[8], w[16];
     reduce8(w, q, t, m, k0);
@@ -348,7 +362,7 @@ inline void reduce16(umint* r, umint* t, const umint* m, umint k0) noexcept {
     reduce_once<16>(r, t + 16, top, m);
 }
 
-/// r = a b R^(-1) mod m with R = 2^1024. Precondition: a b < m R. r may be a or b.
+/** r = a b R^(-1) mod m with R = 2^1024. Precondition: a b < m R. r may be a or b. */
 [[gnu::noinline]] inline void montgomery_product16(umint* r, const umint* a, const umint* b, const umint* m,
                                                    umint k0) noexcept {
     umint t[32];

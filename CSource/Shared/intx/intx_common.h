@@ -1,10 +1,11 @@
-/// @file   intx_common.h
-/// @brief  The generic algorithms, written once for every uintx_t<N> and, where it helps, for the 64-bit limb: carries,
-/// shifts,
-///         bit counts, products, division with remainder, inverses.
-///
-/// The wide forms recurse on the two halves of a value and end in the limb primitives of intx_gcc.h. Results go to
-/// trailing reference parameters; a two-word value is passed as (low, high). Nothing here allocates or throws.
+/**
+ * @file   intx_common.h
+ * @brief  The generic algorithms, written once for every uintx_t<N> and, where it helps, for the 64-bit limb: carries,
+ *         shifts, bit counts, products, division with remainder, inverses.
+ *
+ * The wide forms recurse on the two halves of a value and end in the limb primitives of intx_gcc.h. Results go to
+ * trailing reference parameters; a two-word value is passed as (low, high). Nothing here allocates or throws.
+ */
 #pragma once
 
 #include <utility>
@@ -19,7 +20,7 @@ namespace kesh {
 // Comparison
 // --------------------------------------------------------------------------------------------------------------------
 
-/// -1, 0 or 1 as a is below, equal to or above b; decides at the most significant limb that differs.
+/** -1, 0 or 1 as a is below, equal to or above b; decides at the most significant limb that differs. */
 template <wide_word T>
 constexpr int math_compare(const T& a, const T& b) noexcept {
     for (std::size_t i = T::limbs; i-- > 0;) {
@@ -35,7 +36,7 @@ constexpr bool math_is_zero(const T& a) noexcept {
     return any == 0;
 }
 
-/// a |= b.
+/** a |= b. */
 template <wide_word T>
 constexpr void math_or_equal(T& a, const T& b) noexcept {
     for (std::size_t i = 0; i < T::limbs; ++i) a.limb[i] |= b.limb[i];
@@ -43,7 +44,7 @@ constexpr void math_or_equal(T& a, const T& b) noexcept {
 
 namespace detail {
 
-/// Two limbs as the compiler's own integer, whose shifts have no branch and whose products no accumulator, and back.
+/** Two limbs as the compiler's own integer, whose shifts have no branch and whose products no accumulator, and back. */
 template <wide_word T>
     requires(T::limbs == 2)
 constexpr umint2 joined(const T& a) noexcept {
@@ -61,7 +62,7 @@ constexpr void split(umint2 value, T& a) noexcept {
 // Addition and subtraction
 // --------------------------------------------------------------------------------------------------------------------
 
-/// r = a + b + c modulo 2^N; returns the carry out. c is 0 or 1; r may be the same object as a or b.
+/** r = a + b + c modulo 2^N; returns the carry out. c is 0 or 1; r may be the same object as a or b. */
 template <wide_word T>
 constexpr std::uint8_t math_addcarry(std::uint8_t c, const T& a, const T& b, T& r) noexcept {
     [&]<std::size_t... I>(std::index_sequence<I...>) {
@@ -70,13 +71,13 @@ constexpr std::uint8_t math_addcarry(std::uint8_t c, const T& a, const T& b, T& 
     return c;
 }
 
-/// a += b + c; returns the carry out.
+/** a += b + c; returns the carry out. */
 template <wide_word T>
 constexpr std::uint8_t math_add_equal_carry(std::uint8_t c, T& a, const T& b) noexcept {
     return math_addcarry(c, a, b, a);
 }
 
-/// r = a - b - c modulo 2^N; returns the borrow out. c is 0 or 1; r may be the same object as a or b.
+/** r = a - b - c modulo 2^N; returns the borrow out. c is 0 or 1; r may be the same object as a or b. */
 template <wide_word T>
 constexpr std::uint8_t math_subborrow(std::uint8_t c, const T& a, const T& b, T& r) noexcept {
     [&]<std::size_t... I>(std::index_sequence<I...>) {
@@ -85,7 +86,7 @@ constexpr std::uint8_t math_subborrow(std::uint8_t c, const T& a, const T& b, T&
     return c;
 }
 
-/// a -= b + c; returns the borrow out.
+/** a -= b + c; returns the borrow out. */
 template <wide_word T>
 constexpr std::uint8_t math_sub_equal_borrow(std::uint8_t c, T& a, const T& b) noexcept {
     return math_subborrow(c, a, b, a);
@@ -97,14 +98,14 @@ constexpr std::uint8_t math_sub_equal_borrow(std::uint8_t c, T& a, const T& b) n
 
 namespace reference {
 
-/// c = a << n by recursion on halves; also the form for counts that the compiler knows.
+/** c = a << n by recursion on halves; also used for counts that are constants. */
 template <wide_word T>
 constexpr void math_left_shift(const T& a, mint n, T& c) noexcept;
-/// The same for c = a >> n.
+/** The same for c = a >> n. */
 template <wide_word T>
 constexpr void math_right_shift(const T& a, mint n, T& c) noexcept;
 
-/// The same for a half, which may be a limb.
+/** The same for a half, which may be a limb. */
 template <engine_word H>
 constexpr void left_shift_half(const H& a, mint n, H& c) noexcept {
     if constexpr (wide_word<H>)
@@ -167,8 +168,10 @@ constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
 
 namespace detail {
 
-/// r = a << count of four limbs without a branch on the count: the limbs are shifted by the bits of a limb and then
-/// selected by whole limbs. Precondition: 0 <= count < 256. r may be a.
+/**
+ * r = a << count of four limbs without a branch on the count: the limbs are shifted by the bits of a limb and then
+ * selected by whole limbs. Precondition: 0 <= count < 256. r may be a.
+ */
 inline void left_shift_selected(umint* r, const umint* a, mint count) noexcept {
     umint shifted[4];
     shift_limbs_left(shifted, a, 4, count % MINT_BITS);
@@ -181,7 +184,7 @@ inline void left_shift_selected(umint* r, const umint* a, mint count) noexcept {
     r[3] = one ? third : top;
 }
 
-/// r = a >> count in the same way.
+/** r = a >> count in the same way. */
 inline void right_shift_selected(umint* r, const umint* a, mint count) noexcept {
     umint shifted[4];
     shift_limbs_right(shifted, a, 4, count % MINT_BITS);
@@ -196,8 +199,10 @@ inline void right_shift_selected(umint* r, const umint* a, mint count) noexcept 
 
 }  // namespace detail
 
-/// c = a << n; n >= N gives 0. Precondition: n >= 0. c may be the same object as a. The bits of
-/// the reference form; the time does not depend on n.
+/**
+ * c = a << n; n >= N gives 0. Precondition: n >= 0. c may be the same object as a. The bits of
+ * the reference form; the time does not depend on n.
+ */
 template <wide_word T>
 constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
     KESH_REQUIRE(n >= 0);
@@ -216,9 +221,11 @@ constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
     }
 }
 
-/// c = a >> n, logical. A count that is N or more when read as unsigned (so also a negative one) writes nothing: c
-/// keeps its value. This differs from the left shift on purpose; no caller shifts by N or more. c may be the same
-/// object as a. The bits of the reference form; the time does not depend on n.
+/**
+ * c = a >> n, logical. A count that is N or more when read as unsigned (so also a negative one) writes nothing: c
+ * keeps its value. This differs from the left shift on purpose; no caller shifts by N or more. c may be the same
+ * object as a. The bits of the reference form; the time does not depend on n.
+ */
 template <wide_word T>
 constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
     if (static_cast<umint>(n) >= static_cast<umint>(T::bits)) return;
@@ -237,7 +244,7 @@ constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
     }
 }
 
-/// a <<= n and a >>= n, with the same rules for counts out of range.
+/** a <<= n and a >>= n, with the same rules for counts out of range. */
 template <wide_word T>
 constexpr void math_left_shift_equal(T& a, mint n) noexcept {
     math_left_shift(a, n, a);
@@ -247,7 +254,7 @@ constexpr void math_right_shift_equal(T& a, mint n) noexcept {
     math_right_shift(a, n, a);
 }
 
-/// rhi:rlo = the 2N-bit value hi:lo shifted left by n. Precondition: 0 <= n < N. Outputs may alias inputs.
+/** rhi:rlo = the 2N-bit value hi:lo shifted left by n. Precondition: 0 <= n < N. Outputs may alias inputs. */
 template <engine_word T>
 constexpr void math_left_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi) noexcept {
     KESH_REQUIRE(0 <= n && n < width_v<T>);
@@ -263,7 +270,7 @@ constexpr void math_left_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi)
     rhi = high;
 }
 
-/// rhi:rlo = the 2N-bit value hi:lo shifted right by n. Precondition: 0 <= n < N. Outputs may alias inputs.
+/** rhi:rlo = the 2N-bit value hi:lo shifted right by n. Precondition: 0 <= n < N. Outputs may alias inputs. */
 template <engine_word T>
 constexpr void math_right_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi) noexcept {
     KESH_REQUIRE(0 <= n && n < width_v<T>);
@@ -279,7 +286,7 @@ constexpr void math_right_shift(const T& lo, const T& hi, mint n, T& rlo, T& rhi
     rhi = high;
 }
 
-/// Leading zero bits, counted from the most significant limb; N for a = 0.
+/** Leading zero bits, counted from the most significant limb; N for a = 0. */
 template <wide_word T>
 constexpr mint math_count_leading_zeros(const T& a) noexcept {
     for (std::size_t i = 0; i < T::limbs; ++i) {
@@ -289,7 +296,7 @@ constexpr mint math_count_leading_zeros(const T& a) noexcept {
     return T::bits;
 }
 
-/// Trailing zero bits, counted from limb 0; N for a = 0.
+/** Trailing zero bits, counted from limb 0; N for a = 0. */
 template <wide_word T>
 constexpr mint math_count_trailing_zeros(const T& a) noexcept {
     for (std::size_t i = 0; i < T::limbs; ++i) {
@@ -298,7 +305,7 @@ constexpr mint math_count_trailing_zeros(const T& a) noexcept {
     return T::bits;
 }
 
-/// Bit length; 0 for a = 0.
+/** Bit length; 0 for a = 0. */
 template <wide_word T>
 constexpr mint math_num_bits(const T& a) noexcept {
     return T::bits - math_count_leading_zeros(a);
@@ -310,8 +317,10 @@ constexpr mint math_num_bits(const T& a) noexcept {
 
 namespace reference {
 
-/// hi * 2^N + lo = a * b by plain four-way recursion on halves.
-/// Outputs may alias inputs. Cost: (N/64)^2 limb products.
+/**
+ * hi * 2^N + lo = a * b by plain four-way recursion on halves.
+ * Outputs may alias inputs. Cost: (N/64)^2 limb products.
+ */
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
     using half = typename T::half_type;
@@ -340,8 +349,10 @@ constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
     hi = T(h0, h1);
 }
 
-/// lo = a * b modulo 2^N by recursion on halves. Operands whose high halves
-/// are both zero take the full product one level down, at every level. lo may alias a or b.
+/**
+ * lo = a * b modulo 2^N by recursion on halves. Operands whose high halves
+ * are both zero take the full product one level down, at every level. lo may alias a or b.
+ */
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
     using half = typename T::half_type;
@@ -368,8 +379,10 @@ constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
 namespace detail {
 
 #if defined(__x86_64__)
-/// hi:lo = a^2, of sixteen limbs each: a0^2 + 2 a0 a1 2^512 + a1^2 2^1024, three products where a product takes four.
-/// lo and hi must not overlap a.
+/**
+ * hi:lo = a^2, of sixteen limbs each: a0^2 + 2 a0 a1 2^512 + a1^2 2^1024, three products where a product takes four.
+ * lo and hi must not overlap a.
+ */
 inline void square_by_halves(umint* lo, umint* hi, const umint* a) noexcept {
     umint cross[16];
     multiply8(lo, lo + 8, a, a);
@@ -383,7 +396,7 @@ inline void square_by_halves(umint* lo, umint* hi, const umint* a) noexcept {
 }
 #endif
 
-/// hi:lo = a^2, of n limbs each. lo and hi must not overlap a.
+/** hi:lo = a^2, of n limbs each. lo and hi must not overlap a. */
 template <std::size_t n>
 inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
     if constexpr (n == 1) {
@@ -404,9 +417,11 @@ inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
 
 }  // namespace detail
 
-/// hi * 2^N + lo = a * b exactly; the bits of the reference form, computed by straight-line code at run time, at 256
-/// and 1024 bits by that for squares when both operands are one object. lo and hi must be other objects than a and b:
-/// the limbs of the result are stored while the operands are still read.
+/**
+ * hi * 2^N + lo = a * b exactly; the bits of the reference form, computed by straight-line code at run time, at 256
+ * and 1024 bits by that for squares when both operands are one object. lo and hi must be other objects than a and b:
+ * the limbs of the result are stored while the operands are still read.
+ */
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
     KESH_REQUIRE(&lo != &a && &lo != &b && &hi != &a && &hi != &b && &lo != &hi);
@@ -418,8 +433,10 @@ constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
         detail::full_product<T::limbs>(lo.limb, hi.limb, a.limb, b.limb);
 }
 
-/// lo = a * b modulo 2^N; the bits of the reference form. Operands whose high halves are both zero take the full
-/// product of the low halves, as they do there. lo must be another object than a and b.
+/**
+ * lo = a * b modulo 2^N; the bits of the reference form. Operands whose high halves are both zero take the full
+ * product of the low halves, as they do there. lo must be another object than a and b.
+ */
 template <wide_word T>
 constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
     KESH_REQUIRE(&lo != &a && &lo != &b);
@@ -440,10 +457,12 @@ constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
     }
 }
 
-/// a * b + c0 + cc * 2^64 = r + ret * 2^N + co * 2^(N+64), where ret is the returned limb: the pair (c0, cc) goes in at
-/// the bottom and the pair (ret, co) comes out at the top in the same format, so that calls chain from low to high. cc
-/// is 0 or 1; on a wide value co is always 0. r may alias a. Each limb is the low half of its product and the high half
-/// of the one below, so that one chain of carries runs through all of them.
+/**
+ * a * b + c0 + cc * 2^64 = r + ret * 2^N + co * 2^(N+64), where ret is the returned limb: the pair (c0, cc) goes in at
+ * the bottom and the pair (ret, co) comes out at the top in the same format, so that calls chain from low to high. cc
+ * is 0 or 1; on a wide value co is always 0. r may alias a. Each limb is the low half of its product and the high half
+ * of the one below, so that one chain of carries runs through all of them.
+ */
 template <wide_word T>
 constexpr umint math_mul_ui(unsigned char cc, umint c0, const T& a, umint b, unsigned char& co, T& r) noexcept {
     KESH_REQUIRE(cc <= 1);
@@ -467,7 +486,7 @@ constexpr umint math_mul_ui(unsigned char cc, umint c0, const T& a, umint b, uns
     return below + carry;
 }
 
-/// hi:lo = floor((ahi * 2^N + alo) * b / 2^N), the top 2N bits of the 3N-bit product. Outputs may alias inputs.
+/** hi:lo = floor((ahi * 2^N + alo) * b / 2^N), the top 2N bits of the 3N-bit product. Outputs may alias inputs. */
 template <wide_word T>
 constexpr void math_mul_21(const T& alo, const T& ahi, const T& b, T& lo, T& hi) noexcept {
     T dropped(detail::unset), middle(detail::unset), low(detail::unset), high(detail::unset);
@@ -483,7 +502,7 @@ constexpr void math_mul_21(const T& alo, const T& ahi, const T& b, T& lo, T& hi)
 
 namespace reference {
 
-/// What one division by the reciprocal series did; tests and measurements look at it.
+/** The numbers of steps of one division by the reciprocal series, for tests and measurements. */
 struct division_steps {
     enum class path { power_of_two, small_numerator, series };
     path taken = path::series;
@@ -492,18 +511,22 @@ struct division_steps {
     int corrections = 0;  ///< upward corrections of its estimate
 };
 
-/// No quotient estimate needs more corrections. With y = x / 2^N < 1/2 the computed x stays at most 3/2 below the exact
-/// square, so every iteration, and the tail that is cut off when x reaches 0, lowers the estimate by at most 3/2: fewer
-/// than log2 N + 4 in all. The bound leaves room and makes the loop end for a zero divisor as well.
+/**
+ * No quotient estimate needs more corrections. With y = x / 2^N < 1/2 the computed x stays at most 3/2 below the exact
+ * square, so every iteration, and the tail that is cut off when x reaches 0, lowers the estimate by at most 3/2: fewer
+ * than log2 N + 4 in all. The bound leaves room and makes the loop end for a zero divisor as well.
+ */
 inline constexpr int correction_bound = 32;
 
-/// Quotient and remainder of hi:lo by d for hi < d, d not a power of two, by the reciprocal series
-///     n / (2^N - x) = (n / 2^N) (1 + y)(1 + y^2)(1 + y^4)...,  y = x / 2^N,  n:x = numerator and 2^N - divisor,
-///     normalised.
+/**
+ * Quotient and remainder of hi:lo by d for hi < d, d not a power of two, by the reciprocal series
+ *     n / (2^N - x) = (n / 2^N) (1 + y)(1 + y^2)(1 + y^4)...,  y = x / 2^N,  n:x = numerator and 2^N - divisor,
+ *     normalised.
+ */
 template <engine_word T>
 constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r, division_steps* steps) noexcept {
     const T zero(0);
-    const mint s = kesh::math_count_leading_zeros(d) % width_v<T>;  // 0 for a zero divisor: nothing checks for one
+    const mint s = kesh::math_count_leading_zeros(d) % width_v<T>;  // 0 for a zero divisor, for which there is no check
     T nlo(detail::unset), nhi(detail::unset), x(detail::unset);
     kesh::math_left_shift(lo, hi, s, nlo, nhi);
     kesh::math_left_shift(d, s, x);
@@ -519,7 +542,7 @@ constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r
         if (steps != nullptr) ++steps->iterations;
     } while (!math_is_zero(x));
 
-    // The truncations only lower n, so the estimate is never too large and all corrections go upward.
+    // The truncations only decrease n, so the estimate is never too large and all corrections increase it.
     T plo(detail::unset), phi(detail::unset), rlo(detail::unset), rhi(detail::unset);
     T estimate(nhi);
     kesh::math_mul(estimate, d, plo, phi);
@@ -535,8 +558,10 @@ constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r
     r = rlo;
 }
 
-/// math_divmod_imp by that series; `steps`, when given, receives what the division did.
-/// Cost: per iteration, at most log2 N of them, three full products; no limb division.
+/**
+ * math_divmod_imp by that series; `steps`, if given, receives the numbers of steps. Cost: per iteration, at most log2 N
+ * of them, three full products; no limb division.
+ */
 template <engine_word T>
 constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r,
                                division_steps* steps = nullptr) noexcept {
@@ -564,7 +589,7 @@ constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r,
     }
     T high(hi);
     if (math_compare(hi, d) >= 0) {
-        // Here hi >= d and d is no power of two, so neither path above applies to hi alone.
+        // Here hi >= d and d is not a power of two, so neither path above applies to hi alone.
         T dropped(detail::unset);
         divide_by_series(hi, zero, d, dropped, high, nullptr);
         if (steps != nullptr) steps->high_word_reduced = true;
@@ -576,9 +601,11 @@ constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r,
 
 namespace detail {
 
-/// Quotient modulo 2^N and remainder by a d that is not one limb, of hi:lo, or of lo where hi is null; digit by digit
-/// (Knuth, The Art of Computer Programming 2, 4.3.1, algorithm D). A zero divisor gives q = 0, r = lo. Cost: n limb
-/// products for each limb of the quotient, n the significant limbs of d, and one hardware division.
+/**
+ * Quotient modulo 2^N and remainder by a d that is not one limb, of hi:lo, or of lo where hi is null; digit by digit
+ * (Knuth, The Art of Computer Programming 2, 4.3.1, algorithm D). A zero divisor gives q = 0, r = lo. Cost: n limb
+ * products for each limb of the quotient, n the significant limbs of d, and one hardware division.
+ */
 template <wide_word T>
 constexpr void divide_by_limbs(const T& lo, const T* hi, const T& d, T& q, T& r) noexcept {
     constexpr std::size_t limbs = T::limbs;
@@ -590,7 +617,7 @@ constexpr void divide_by_limbs(const T& lo, const T* hi, const T& d, T& q, T& r)
         q = T(0);
         return;
     }
-    // Normalised: the divisor's top bit set, the numerator shifted with it, into one limb more if need be.
+    // Normalised: the divisor's top bit is set, and the numerator is shifted with it, into one more limb if necessary.
     umint v[limbs], w[2 * limbs + 1];
     const mint s = math_count_leading_zeros(d.limb[n - 1]);
     shift_limbs_in<limbs, false>(v, d.limb, s, 0);
@@ -607,10 +634,12 @@ constexpr void divide_by_limbs(const T& lo, const T* hi, const T& d, T& q, T& r)
 
 }  // namespace detail
 
-/// For the 2N-bit numerator hi * 2^N + lo: r = the remainder modulo d, q = the quotient modulo 2^N (its low N bits when
-/// hi >= d). A zero divisor is not detected: the call returns with unspecified q and r. q and r may alias the inputs
-/// but not each other. The limb takes the reciprocal series, the wide values the limb-by-limb form, which returns the
-/// same bits sooner.
+/**
+ * For the 2N-bit numerator hi * 2^N + lo: r = the remainder modulo d, q = the quotient modulo 2^N (its low N bits when
+ * hi >= d). A zero divisor is not detected: the call returns with unspecified q and r. q and r may alias the inputs
+ * but not each other. The limb uses the reciprocal series; wide values use the limb-by-limb form, which returns the
+ * same bits faster.
+ */
 template <engine_word T>
 constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r) noexcept {
     if constexpr (wide_word<T>) {
@@ -629,13 +658,13 @@ constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r)
     }
 }
 
-/// Two-word numerator hi * 2^N + lo; see math_divmod_imp.
+/** Two-word numerator hi * 2^N + lo; see math_divmod_imp. */
 template <engine_word T>
 constexpr void math_divmod(const T& lo, const T& hi, const T& d, T& q, T& r) noexcept {
     math_divmod_imp(lo, hi, d, q, r);
 }
 
-/// One-word numerator: n = q * d + r, 0 <= r < d. The bits of the two-word form with hi = 0.
+/** One-word numerator: n = q * d + r, 0 <= r < d. The bits of the two-word form with hi = 0. */
 template <engine_word T>
 constexpr void math_divmod(const T& n, const T& d, T& q, T& r) noexcept {
     if constexpr (wide_word<T>) {
@@ -656,8 +685,10 @@ constexpr void math_divmod(const T& n, const T& d, T& q, T& r) noexcept {
 // Inverses
 // --------------------------------------------------------------------------------------------------------------------
 
-/// -a^(-1) modulo 2^N for odd a (an even a yields a meaningless value): one more Newton-Hensel step per doubling of the
-/// width. Cost: two low-half products at each width from 128 to N.
+/**
+ * -a^(-1) modulo 2^N for odd a (an even a yields a meaningless value): one more Newton-Hensel step per doubling of the
+ * width. Cost: two low-half products at each width from 128 to N.
+ */
 template <wide_word T>
 constexpr T math_mod_inv_2(const T& a) noexcept {
     const T y(math_mod_inv_2(a.lo()));
@@ -670,7 +701,7 @@ constexpr T math_mod_inv_2(const T& a) noexcept {
 
 namespace detail {
 
-/// z = q * y modulo 2^N for a q that nearly always fits one limb, as the quotients of Euclid's algorithm do.
+/** z = q * y modulo 2^N for a q that nearly always fits one limb, as the quotients of Euclid's algorithm do. */
 template <engine_word T>
 constexpr void multiply_small(const T& q, const T& y, T& z) noexcept {
     if constexpr (wide_word<T>) {
@@ -689,8 +720,10 @@ namespace detail {
 
 __extension__ typedef __int128 signed2;
 
-/// (a, b) = (pa A - pb B, qb B - qa A) on `limbs` limbs, where (A, B) are a and b in this order or exchanged.
-/// Preconditions: the factors are below 2^32, so that no sum leaves 128 bits; neither difference is negative.
+/**
+ * (a, b) = (pa A - pb B, qb B - qa A) on `limbs` limbs, where (A, B) are a and b in this order or exchanged.
+ * Preconditions: the factors are below 2^32, so that no sum leaves 128 bits; neither difference is negative.
+ */
 inline void combine_differences(umint* a, umint* b, const umint* A, const umint* B, umint pa, umint pb, umint qa,
                                 umint qb, std::size_t limbs) noexcept {
     signed2 first = 0, second = 0;
@@ -705,8 +738,10 @@ inline void combine_differences(umint* a, umint* b, const umint* A, const umint*
     }
 }
 
-/// (x, y) = (x0 x + y0 y, x1 x + y1 y) on `limbs` limbs; returns how many there are then, at most one more.
-/// Precondition: the factors are below 2^32.
+/**
+ * (x, y) = (x0 x + y0 y, x1 x + y1 y) on `limbs` limbs; returns the new number of limbs, at most one more.
+ * Precondition: the factors are below 2^32.
+ */
 inline std::size_t combine_sums(umint* x, umint* y, umint x0, umint y0, umint x1, umint y1,
                                 std::size_t limbs) noexcept {
     umint2 first = 0, second = 0;
@@ -725,7 +760,7 @@ inline std::size_t combine_sums(umint* x, umint* y, umint x0, umint y0, umint x1
     return limbs + 1;
 }
 
-/// r = p a + q b on `limbs` limbs, returns the limb above. r may be a or b.
+/** r = p a + q b on `limbs` limbs, returns the limb above. r may be a or b. */
 inline umint combine_sum(umint* r, umint p, const umint* a, umint q, const umint* b, std::size_t limbs) noexcept {
     umint carry_p = 0, carry_q = 0;
     for (std::size_t i = 0; i < limbs; ++i) {
@@ -738,8 +773,10 @@ inline umint combine_sum(umint* r, umint p, const umint* a, umint q, const umint
     return carry_p + carry_q;
 }
 
-/// What several steps of Euclid's algorithm do to a pair: after an even number of them (a, b) has become
-/// (x0 a - y0 b, y1 b - x1 a), after an odd number (y0 b - x0 a, x1 a - y1 b).
+/**
+ * The combined effect of several steps of Euclid's algorithm on a pair: after an even number of steps (a, b) is (x0
+ * a - y0 b, y1 b - x1 a), after an odd number (y0 b - x0 a, x1 a - y1 b).
+ */
 struct euclid_steps {
     umint x0 = 1, y0 = 0, x1 = 0, y1 = 1;
     bool odd = false;
@@ -754,9 +791,11 @@ struct euclid_steps {
     }
 };
 
-/// The steps whose quotients the top limbs a and b, of numbers with the same limbs below them cut off, have in common
-/// with the numbers themselves: as long as the next remainder exceeds the cofactors by Jebelean's condition. (T.
-/// Jebelean, A double-digit Lehmer-Euclid algorithm, J. Symbolic Computation 19 (1995).) The cofactors stay below 2^32.
+/**
+ * The steps that have the same quotients for the top limbs a and b as for the whole numbers: they continue as long as
+ * the next remainder exceeds the cofactors by Jebelean's condition. (T. Jebelean, A double-digit Lehmer-Euclid
+ * algorithm, J. Symbolic Computation 19 (1995).) The cofactors stay below 2^32.
+ */
 inline euclid_steps common_steps(umint a, umint b) noexcept {
     euclid_steps s;
     while (b != 0) {
@@ -770,10 +809,12 @@ inline euclid_steps common_steps(umint a, umint b) noexcept {
     return s;
 }
 
-/// Inverse of u modulo v, or 0, by Euclid's algorithm in Lehmer's form: the quotients of many steps from the top limbs
-/// alone, then one pass over the numbers for all of them. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm
-/// L.) Cost: about N / 29 passes of four limb products for each significant limb, and 0.6 N divisions of a limb by a
-/// limb.
+/**
+ * Inverse of u modulo v, or 0, by Euclid's algorithm in Lehmer's form: the quotients of many steps from the top limbs
+ * alone, then one pass over the numbers for all of them. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm
+ * L.) Cost: about N / 29 passes of four limb products for each significant limb, and 0.6 N divisions of a limb by a
+ * limb.
+ */
 template <wide_word T>
 inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
     if (math_compare(v, T(1)) == 0) return T(0);
@@ -797,7 +838,7 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
                 combine_differences(a.limb, b.limb, a.limb, b.limb, steps.x0, steps.y0, steps.x1, steps.y1, limbs);
             }
         } else {
-            // The quotient of the next step does not show in the top limbs.
+            // The top limbs do not determine the quotient of the next step.
             if (math_is_zero(b)) return T(0);
             T q(detail::unset), t(detail::unset), z(detail::unset);
             math_divmod(a, b, q, t);
@@ -812,7 +853,7 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
         }
         while (limbs > 0 && a.limb[limbs - 1] == 0) --limbs;
     }
-    // Both fit a limb: the rest of the steps without a condition.
+    // Both fit a limb, so the other steps need no condition.
     euclid_steps steps;
     umint low = a.limb[0], next = b.limb[0];
     while (next != 0) {
@@ -834,9 +875,11 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
 
 namespace reference {
 
-/// math_invmod by the extended Euclidean algorithm with only the non-negative cofactor and a sign toggle; cofactors
-/// never exceed v, so nothing wraps. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm X.) Cost: at most
-/// 1.45 N divisions with small quotients.
+/**
+ * math_invmod by the extended Euclidean algorithm with only the non-negative cofactor and a sign toggle; cofactors
+ * never exceed v, so nothing wraps. (Knuth, The Art of Computer Programming 2, 4.5.2, algorithm X.) Cost: at most
+ * 1.45 N divisions with small quotients.
+ */
 template <engine_word T>
 constexpr T math_invmod(T u, T v) noexcept {
     KESH_REQUIRE(!math_is_zero(v));
@@ -861,8 +904,10 @@ constexpr T math_invmod(T u, T v) noexcept {
 
 }  // namespace reference
 
-/// Inverse of u modulo v in [1, v); 0 when gcd(u, v) != 1 and when v = 1. u may be larger than v. Precondition: v != 0.
-/// The bits of the reference form, by Lehmer's steps on the significant limbs for wide values.
+/**
+ * Inverse of u modulo v in [1, v); 0 when gcd(u, v) != 1 and when v = 1. u may be larger than v. Precondition: v != 0.
+ * The bits of the reference form, by Lehmer's steps on the significant limbs for wide values.
+ */
 template <engine_word T>
 constexpr T math_invmod(T u, T v) noexcept {
     KESH_REQUIRE(!math_is_zero(v));

@@ -1,9 +1,11 @@
-/// @file   intx_operator.h
-/// @brief  Operators, conversions and text of the fixed-width integers: the header to include to use them.
-///
-/// Arithmetic is modulo 2^N and never throws. A machine integer on either side is first widened as the constructors do,
-/// so a negative one stands for its sign-extended value: x == -1 holds only for x = 2^N - 1. The one exception is the
-/// factor on the right of a product, which is a limb: x * -1 is x * (2^64 - 1). Floating-point operands do not compile.
+/**
+ * @file   intx_operator.h
+ * @brief  Operators, conversions and text of the fixed-width integers: the header to include to use them.
+ *
+ * Arithmetic is modulo 2^N and never throws. A machine integer on either side is first widened as by the constructors,
+ * so a negative one is sign-extended: x == -1 holds only for x = 2^N - 1. The one exception is the factor on the right
+ * of a product, which is a limb: x * -1 is x * (2^64 - 1). Floating-point operands do not compile.
+ */
 #pragma once
 
 #include <algorithm>
@@ -34,7 +36,7 @@ template <mint N>
 constexpr bool operator==(const intx_t<N>& a, const intx_t<N>& b) noexcept {
     return uintx_t<N>(a) == uintx_t<N>(b);
 }
-/// By sign, then as the unsigned values, which are in order within one sign.
+/** By sign, then as the unsigned values, which are in order within one sign. */
 template <mint N>
 constexpr std::strong_ordering operator<=>(const intx_t<N>& a, const intx_t<N>& b) noexcept {
     if (a.sign() != b.sign()) return b.sign() <=> a.sign();
@@ -53,7 +55,7 @@ constexpr std::strong_ordering operator<=>(const T& a, I b) noexcept {
     return a <=> T(b);
 }
 
-/// True when the value is zero.
+/** True when the value is zero. */
 template <mint N>
 constexpr bool operator!(const uintx_t<N>& a) noexcept {
     return math_is_zero(a);
@@ -96,7 +98,7 @@ constexpr T operator~(T a) noexcept {
     return a;
 }
 
-/// n >= N gives 0. Precondition: n >= 0.
+/** n >= N gives 0. Precondition: n >= 0. */
 template <wide_word T>
 constexpr T& operator<<=(T& a, mint n) noexcept {
     math_left_shift_equal(a, n);
@@ -107,7 +109,7 @@ constexpr T operator<<(T a, mint n) noexcept {
     return a <<= n;
 }
 
-/// A count out of range (n >= N or n < 0) leaves the value as it is; see math_right_shift.
+/** A count out of range (n >= N or n < 0) leaves the value as it is; see math_right_shift. */
 template <wide_word T>
 constexpr T& operator>>=(T& a, mint n) noexcept {
     math_right_shift_equal(a, n);
@@ -142,14 +144,14 @@ template <wide_word T>
 constexpr T& operator*=(T& a, const T& b) noexcept {
     return a = a * b;
 }
-/// Precondition: b != 0.
+/** Precondition: b != 0. */
 template <wide_word T>
 constexpr T& operator/=(T& a, const T& b) noexcept {
     T r(detail::unset);
     math_divmod(a, b, a, r);
     return a;
 }
-/// Precondition: b != 0.
+/** Precondition: b != 0. */
 template <wide_word T>
 constexpr T& operator%=(T& a, const T& b) noexcept {
     T q(detail::unset);
@@ -174,7 +176,7 @@ constexpr T operator%(T a, const T& b) noexcept {
     return a %= b;
 }
 
-/// -a modulo 2^N.
+/** -a modulo 2^N. */
 template <wide_word T>
 constexpr T operator-(const T& a) noexcept {
     return T(0) - a;
@@ -198,7 +200,7 @@ template <signed_word T>
 constexpr T operator-(const T& a) noexcept {
     return -uintx_t<T::bits>(a);
 }
-/// Truncates; see intx_t::divmod. Precondition: b != 0.
+/** Truncates; see intx_t::divmod. Precondition: b != 0. */
 template <signed_word T>
 constexpr T operator/(T a, const T& b) noexcept {
     return a /= b;
@@ -234,7 +236,7 @@ template <signed_word T, machine_integer I>
 constexpr T& operator*=(T& a, I b) noexcept {
     return a *= T(b);
 }
-/// The factor is a limb: a negative b stands for 2^64 + b.
+/** The factor is a limb: a negative b stands for 2^64 + b. */
 template <wide_word T, machine_integer I>
 constexpr T& operator*=(T& a, I b) noexcept {
     if constexpr (T::limbs == 2) {
@@ -307,7 +309,7 @@ template <fixed_width_word T, machine_integer I>
 constexpr T operator-(I a, const T& b) noexcept {
     return T(a) - b;
 }
-/// The factor on the left is widened by its sign: -1 * x is 2^N - x.
+/** The factor on the left is widened by its sign: -1 * x is 2^N - x. */
 template <fixed_width_word T, machine_integer I>
 constexpr T operator*(I a, const T& b) noexcept {
     if constexpr (std::is_signed_v<I>) {
@@ -363,7 +365,7 @@ constexpr uintx_t<N> uintx_t<N>::operator--(int) noexcept {
 
 namespace detail {
 
-/// |a| as an unsigned value; the most negative a gives 2^(N-1).
+/** |a| as an unsigned value; the most negative a gives 2^(N-1). */
 template <mint N>
 constexpr uintx_t<N> magnitude(const intx_t<N>& a) noexcept {
     return a.sign() ? -uintx_t<N>(a) : uintx_t<N>(a);
@@ -438,8 +440,10 @@ constexpr intx_t<N>::operator double() const noexcept {
 
 namespace detail {
 
-/// Eight decimal digits, most significant first, as a number; false when a character is no digit. The digits are taken
-/// from the bytes of one word and joined in pairs, then fours, then all eight.
+/**
+ * Eight decimal digits, most significant first, as a number; false when a character is no digit. The digits are taken
+ * from the bytes of one word and joined in pairs, then fours, then all eight.
+ */
 constexpr bool read_eight_digits(const char* text, umint& value) noexcept {
     umint v = 0;
     for (int i = 0; i < 8; ++i) v |= static_cast<umint>(static_cast<unsigned char>(text[i])) << (8 * i);
@@ -453,7 +457,7 @@ constexpr bool read_eight_digits(const char* text, umint& value) noexcept {
     return true;
 }
 
-/// `count` digits of the base, 10 or 16, as a number below 2^64; false when a character is no digit.
+/** `count` digits of the base, 10 or 16, as a number below 2^64; false when a character is no digit. */
 constexpr bool read_chunk(const char* text, std::size_t count, umint base, umint& value) noexcept {
     umint sum = 0;
     std::size_t i = 0;
@@ -477,8 +481,10 @@ constexpr bool read_chunk(const char* text, std::size_t count, umint base, umint
     return true;
 }
 
-/// The digits of a base, 10 or 16, that text is cut into: so many that one limb holds them, the base to their number,
-/// and that shifted until its top bit is set, with its reciprocal.
+/**
+ * The digits of a base, 10 or 16, that text is cut into: so many that one limb holds them, the base to their number,
+ * and that shifted until its top bit is set, with its reciprocal.
+ */
 struct text_chunks {
     umint base, scale;
     std::size_t digits;
@@ -497,10 +503,12 @@ inline constexpr text_chunks decimal_chunks(10), hexadecimal_chunks(16);
 
 }  // namespace detail
 
-/// Reads the whole of `text`: decimal digits, or 0x (or 0X) and hexadecimal digits of either case. Returns false, and
-/// leaves `value` as it was, when the text is malformed (empty, no digit after 0x, any other character, a sign, a
-/// space) or when its value is 2^N or more. Leading zeros are allowed. Cost: a product of the limbs read so far by one
-/// limb for 19 digits.
+/**
+ * Reads the whole of `text`: decimal digits, or 0x (or 0X) and hexadecimal digits of either case. Returns false, and
+ * leaves `value` as it was, when the text is malformed (empty, no digit after 0x, any other character, a sign, a
+ * space) or when its value is 2^N or more. Leading zeros are allowed. Cost: a product of the limbs read so far by one
+ * limb for 19 digits.
+ */
 template <mint N>
 [[nodiscard]] constexpr bool from_string(std::string_view text, uintx_t<N>& value) noexcept {
     const bool hexadecimal = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
@@ -527,8 +535,10 @@ template <mint N>
     return true;
 }
 
-/// The same with an optional leading '-'; the value must lie in [-2^(N-1), 2^(N-1)). Hexadecimal text is a magnitude,
-/// not a bit pattern.
+/**
+ * The same with an optional leading '-'; the value must lie in [-2^(N-1), 2^(N-1)). Hexadecimal text is a magnitude,
+ * not a bit pattern.
+ */
 template <mint N>
 [[nodiscard]] constexpr bool from_string(std::string_view text, intx_t<N>& value) noexcept {
     const bool negative = !text.empty() && text.front() == '-';
@@ -558,8 +568,10 @@ intx_t<N>::intx_t(const char* text) noexcept {
     if (!from_string(text, *this)) *this = intx_t(0);
 }
 
-/// `value` as text: base 10, or base 16 with the prefix 0x and lower-case digits. Allocates the returned string.
-/// Precondition: base is 10 or 16.
+/**
+ * `value` as text: base 10, or base 16 with the prefix 0x and lower-case digits. Allocates the returned string.
+ * Precondition: base is 10 or 16.
+ */
 inline std::string to_string(const umint& value, int base = 10) {
     KESH_REQUIRE(base == 10 || base == 16);
     char text[24];
@@ -569,9 +581,11 @@ inline std::string to_string(const umint& value, int base = 10) {
 
 namespace detail {
 
-/// Eight decimal digits of a value below 10^8, most significant first, with leading zeros: in fours, in pairs, one by
-/// one, side by side in one word. The quotients by 100 and by 10 are products by rounded reciprocals, exact below 10^4
-/// and 10^2.
+/**
+ * Eight decimal digits of a value below 10^8, most significant first, with leading zeros: in fours, in pairs, one by
+ * one, side by side in one word. The quotients by 100 and by 10 are products by rounded reciprocals, exact below 10^4
+ * and 10^2.
+ */
 inline void write_eight_digits(char* text, umint value) noexcept {
     umint v = value / 10000 | value % 10000 << 32;
     const umint hundreds = v * 10486 >> 20 & 0x0000007F0000007F;
@@ -581,7 +595,7 @@ inline void write_eight_digits(char* text, umint value) noexcept {
     for (int i = 0; i < 8; ++i) text[i] = static_cast<char>(v >> (8 * i));
 }
 
-/// The digits of one chunk, with leading zeros.
+/** The digits of one chunk, with leading zeros. */
 inline void write_chunk(char* text, const text_chunks& chunks, umint chunk) noexcept {
     if (chunks.base == 10) {
         write_eight_digits(text + 11, chunk % 100'000'000);
@@ -601,8 +615,10 @@ inline void write_chunk(char* text, const text_chunks& chunks, umint chunk) noex
 
 }  // namespace detail
 
-/// `value` in decimal digits, or in hexadecimal ones after 0x. Precondition: base is 10 or 16. Cost: quadratic in the
-/// width, two limb products per limb and 19 digits.
+/**
+ * `value` in decimal digits, or in hexadecimal ones after 0x. Precondition: base is 10 or 16. Cost: quadratic in the
+ * width, two limb products per limb and 19 digits.
+ */
 template <mint N>
 [[nodiscard]] std::string to_string(uintx_t<N> value, int base = 10) {
     KESH_REQUIRE(base == 10 || base == 16);
@@ -641,7 +657,7 @@ template <mint N>
     return digits.append(first, text + sizeof text);
 }
 
-/// The magnitude's text, after '-' for a negative value.
+/** The magnitude's text, after '-' for a negative value. */
 template <mint N>
 [[nodiscard]] std::string to_string(const intx_t<N>& value, int base = 10) {
     std::string text(value.sign() ? "-" : "");

@@ -1,6 +1,8 @@
-/// @file   level.h
-/// @brief  What the processor supports, asked once, and the level that the engine's operators and the kernels of the
-///         primality tests keep to.
+/**
+ * @file   level.h
+ * @brief  Detects once what the processor supports, and sets the level that the engine's operators and the kernels of
+ *         the primality tests use.
+ */
 #pragma once
 
 #include <atomic>
@@ -9,19 +11,21 @@
 
 namespace kesh {
 
-/// Instruction sets for which there are forms of their own. A level contains the ones before it.
+/** Instruction sets with their own forms. A level contains the ones before it. */
 enum class Level {
     portable,  ///< any x86-64 processor
     adx,       ///< BMI2 and ADX: mulx, adcx, adox
-    ifma,      ///< AVX-512 IFMA: eight 52-bit multiply-adds an instruction
+    ifma,      ///< AVX-512 IFMA: eight 52-bit multiply-adds per instruction
 };
 
 namespace detail {
 
-/// The instruction sets of this processor that the operating system supports too. mulx, adcx and adox use general
-/// registers and the flags only. For the vectors the system has to save the 512-bit registers (bits 1, 2, 5, 6 and 7 of
-/// XCR0). The instructions that ask are volatile, so that they stay in the initialisation of a constant: under a
-/// hypervisor one takes thousands of cycles.
+/**
+ * The instruction sets of this processor that the operating system supports too. mulx, adcx and adox use general
+ * registers and the flags only. For the vectors the operating system has to save the 512-bit registers (bits 1, 2, 5, 6
+ * and 7 of XCR0). The assembly is volatile, so that it stays in the initialisation of a constant: under a hypervisor
+ * one such instruction takes thousands of cycles.
+ */
 inline Level detect_level() noexcept {
 #if defined(__x86_64__)
     const auto cpuid = [](unsigned leaf, unsigned& b, unsigned& c) {
@@ -47,12 +51,12 @@ inline Level detect_level() noexcept {
 #endif
 }
 
-/// Levels as numbers, below 0 as long as nothing has asked for them.
+/** Levels as numbers; below 0 until they are first needed. */
 inline constinit std::atomic<int> level_supported{-1}, level_in_force{-1};
 
 }  // namespace detail
 
-/// The highest level that this processor and operating system support.
+/** The highest level that this processor and operating system support. */
 [[nodiscard]] inline Level supported_level() noexcept {
     const int known = detail::level_supported.load(std::memory_order_relaxed);
     if (known >= 0) return static_cast<Level>(known);
@@ -61,27 +65,29 @@ inline constinit std::atomic<int> level_supported{-1}, level_in_force{-1};
     return found;
 }
 
-/// The level in force: supported_level() unless force() changed it.
+/** The current level: supported_level() unless force() changed it. */
 [[nodiscard]] inline Level level() noexcept {
     const int known = detail::level_in_force.load(std::memory_order_relaxed);
     if (known >= 0) [[likely]]
         return static_cast<Level>(known);
     const Level found = supported_level();
-    int none = -1;  // not stored over what force() has set in the meantime
+    int none = -1;  // does not overwrite a level that force() has set in the meantime
     detail::level_in_force.compare_exchange_strong(none, static_cast<int>(found), std::memory_order_relaxed);
     return none < 0 ? found : static_cast<Level>(none);
 }
 
-/// For tests and benchmarks: from now on the engine and the kernels use the forms of `wanted`. Returns false, and
-/// changes nothing, when the processor lacks it. Calls in progress on other threads may change level on the way, with
-/// the same results.
+/**
+ * For tests and benchmarks: from now on the engine and the kernels use the forms of `wanted`. Returns false and changes
+ * nothing if the processor lacks it. Calls in progress on other threads may change level on the way, with the same
+ * results.
+ */
 inline bool force(Level wanted) noexcept {
     if (wanted > supported_level()) return false;
     detail::level_in_force.store(static_cast<int>(wanted), std::memory_order_relaxed);
     return true;
 }
 
-/// "portable", "adx" or "ifma".
+/** "portable", "adx" or "ifma". */
 [[nodiscard]] constexpr const char* name(Level which) noexcept {
     switch (which) {
         case Level::portable:

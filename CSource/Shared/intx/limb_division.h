@@ -1,10 +1,12 @@
-/// @file   limb_division.h
-/// @brief  Division of limb arrays by a normalised divisor, digit by digit with a prepared reciprocal.
-///
-/// The reciprocal replaces the hardware's division by products. For a divisor of one limb: N. Moller, T. Granlund,
-/// Improved division by invariant integers, IEEE Trans. Computers 60 (2011), algorithm 4. For longer ones the
-/// reciprocal has two limbs, so that an estimate has 64 bits after the point and is wrong as rarely as these are all
-/// equal.
+/**
+ * @file   limb_division.h
+ * @brief  Division of limb arrays by a normalised divisor, digit by digit with a prepared reciprocal.
+ *
+ * The reciprocal replaces the hardware's division by products. For a divisor of one limb: N. Moller, T. Granlund,
+ * Improved division by invariant integers, IEEE Trans. Computers 60 (2011), algorithm 4. For longer ones the
+ * reciprocal has two limbs, so that an estimate has 64 bits after the point and is wrong as rarely as these are all
+ * equal.
+ */
 #pragma once
 
 #include <cstddef>
@@ -15,13 +17,13 @@
 
 namespace kesh::detail {
 
-/// Limbs of a up to its most significant non-zero one; 0 for a = 0.
+/** Limbs of a up to its most significant non-zero one; 0 for a = 0. */
 constexpr std::size_t significant_limbs(const umint* a, std::size_t count) noexcept {
     while (count > 0 && a[count - 1] == 0) --count;
     return count;
 }
 
-/// r[0 .. n-1] = a << s, returns the bits shifted out. r may be a. Preconditions: n >= 1, 0 <= s < 64.
+/** r[0 .. n-1] = a << s, returns the bits shifted out. r may be a. Preconditions: n >= 1, 0 <= s < 64. */
 constexpr umint shift_limbs_left(umint* r, const umint* a, std::size_t n, mint s) noexcept {
     // The second shift takes two steps, because 64 - s is out of range for s = 0.
     const umint out = a[n - 1] >> 1 >> (MINT_BITS - 1 - s);
@@ -30,14 +32,16 @@ constexpr umint shift_limbs_left(umint* r, const umint* a, std::size_t n, mint s
     return out;
 }
 
-/// r[0 .. n-1] = a >> s. r may be a. Preconditions: n >= 1, 0 <= s < 64.
+/** r[0 .. n-1] = a >> s. r may be a. Preconditions: n >= 1, 0 <= s < 64. */
 constexpr void shift_limbs_right(umint* r, const umint* a, std::size_t n, mint s) noexcept {
     for (std::size_t i = 0; i + 1 < n; ++i) r[i] = (a[i] >> s) | (a[i + 1] << 1 << (MINT_BITS - 1 - s));
     r[n - 1] = a[n - 1] >> s;
 }
 
-/// r = a << s with the top bits of `below` shifted in, or its complement, returns the bits shifted out. Precondition:
-/// 0 <= s < 64. In general registers, because the limbs are read one by one soon. Divisors often need no shift.
+/**
+ * r = a << s with the top bits of `below` shifted in, or its complement, returns the bits shifted out. Precondition:
+ * 0 <= s < 64. In general registers, because the limbs are read one by one soon. Divisors often need no shift.
+ */
 template <std::size_t n, bool complement>
 constexpr umint shift_limbs_in(umint* r, const umint* a, mint s, umint below) noexcept {
     constexpr umint flip = complement ? ~umint{0} : 0;
@@ -60,7 +64,7 @@ constexpr umint shift_limbs_in(umint* r, const umint* a, mint s, umint below) no
     return below >> (MINT_BITS - s);
 }
 
-/// r[0 .. n-1] = a >> s for the a whose complement is w. Preconditions: n >= 1, 0 <= s < 64.
+/** r[0 .. n-1] = a >> s for the a whose complement is w. Preconditions: n >= 1, 0 <= s < 64. */
 constexpr void shift_from_complement(umint* r, const umint* w, std::size_t n, mint s) noexcept {
     umint here = ~w[0];
     for (std::size_t i = 0; i + 1 < n; ++i) {
@@ -73,16 +77,18 @@ constexpr void shift_from_complement(umint* r, const umint* w, std::size_t n, mi
     r[n - 1] = here >> s;
 }
 
-/// floor((2^128 - 1) / d) - 2^64. Precondition: the top bit of d is set.
+/** floor((2^128 - 1) / d) - 2^64. Precondition: the top bit of d is set. */
 constexpr umint reciprocal_of_limb(umint d) noexcept {
     umint v = 0, rest = 0;
     math_divmod(~umint{0}, ~d, d, v, rest);
     return v;
 }
 
-/// q = floor((high 2^64 + low) / d), returns the remainder. v = reciprocal_of_limb(d). Precondition: high < d.
-/// One correction of the estimate is taken half of the time, so it is no branch: compilers make one of it in C++. Cost:
-/// 9 to 10 cycles from remainder to remainder.
+/**
+ * q = floor((high 2^64 + low) / d), returns the remainder. v = reciprocal_of_limb(d). Precondition: high < d.
+ * One correction of the estimate is taken half of the time, so it is no branch: compilers make one of it in C++. Cost:
+ * 9 to 10 cycles from remainder to remainder.
+ */
 constexpr umint divide_two_limbs(umint high, umint low, umint d, umint v, umint& q) noexcept {
     umint digit = 0, rest = 0;
 #if defined(__x86_64__)
@@ -124,8 +130,10 @@ constexpr umint divide_two_limbs(umint high, umint low, umint d, umint v, umint&
     return rest;
 }
 
-/// q[0 .. n-1] = (above 2^(64 n) + a) / d, returns the remainder. shift = the leading zero bits of d, reciprocal that
-/// of d << shift. q may be a. Precondition: above < d.
+/**
+ * q[0 .. n-1] = (above 2^(64 n) + a) / d, returns the remainder. shift = the leading zero bits of d, reciprocal that
+ * of d << shift. q may be a. Precondition: above < d.
+ */
 template <std::size_t n>
 constexpr umint divide_by_limb(umint* q, const umint* a, umint d, mint shift, umint reciprocal,
                                umint above = 0) noexcept {
@@ -138,7 +146,7 @@ constexpr umint divide_by_limb(umint* q, const umint* a, umint d, mint shift, um
     return rest >> shift;
 }
 
-/// Whether a is a limb other than 0 and zeros above it.
+/** Whether a is a limb other than 0 and zeros above it. */
 template <std::size_t n>
 constexpr bool is_one_limb(const umint* a) noexcept {
     umint above = 0;
@@ -146,15 +154,19 @@ constexpr bool is_one_limb(const umint* a) noexcept {
     return above == 0 && a[0] != 0;
 }
 
-/// The top limb of the estimate of a quotient digit is the digit unless the limb below is within this distance of a
-/// carry; see digit_estimate.
+/**
+ * The top limb of the estimate of a quotient digit is the digit unless the limb below is within this distance of a
+ * carry; see digit_estimate.
+ */
 inline constexpr umint estimate_error = 64;
 
-/// Estimates of quotient digits from the top two limbs of the remainder and of a divisor whose top bit is set. With
-/// D = (d1, d0) + 1, above the divisor in units of its second limb, v1 and v0 are the limbs of B^4 / D - B^2, B = 2^64,
-/// or at most 30 less. They come from x = floor(B^2 / (d1 + 1)) by one step of Newton's method, x B + x e / B^2 with
-/// e = B^3 - x (d1, d0): e < 3 B^2 + B, so that the step leaves less than 19 of the error, and its rounding and that of
-/// e less than 5.
+/**
+ * Estimates of quotient digits from the top two limbs of the remainder and of a divisor whose top bit is set. With
+ * D = (d1, d0) + 1, above the divisor in units of its second limb, v1 and v0 are the limbs of B^4 / D - B^2, B = 2^64,
+ * or at most 30 less. They come from x = floor(B^2 / (d1 + 1)) by one step of Newton's method, x B + x e / B^2 with
+ * e = B^3 - x (d1, d0): e < 3 B^2 + B, so that the step leaves less than 19 of the error, and its rounding and that of
+ * e less than 5.
+ */
 struct digit_estimate {
     umint v1 = 0, v0 = 0;
 
@@ -172,9 +184,11 @@ struct digit_estimate {
         v0 = low_limb(reciprocal);
     }
 
-    /// The quotient of a remainder whose top limbs are (u1, u0), 64 bits of it after the point, less at most 40 units
-    /// of the last: what v1 and v0 lack, and the limbs of remainder and divisor that are left out, 4, and the product's
-    /// own rounding, 3.
+    /**
+     * The quotient of a remainder whose top limbs are (u1, u0), 64 bits of it after the point, less at most 40 units
+     * of the last: what v1 and v0 lack, and the limbs of remainder and divisor that are left out, 4, and the product's
+     * own rounding, 3.
+     */
     [[nodiscard]] constexpr umint2 operator()(umint2 u) const noexcept {
         const umint u1 = high_limb(u), u0 = low_limb(u);
         const umint2 small = static_cast<umint2>(high_limb(limb_product(u1, v0))) + high_limb(limb_product(u0, v1));
@@ -182,7 +196,7 @@ struct digit_estimate {
     }
 };
 
-/// Whether a >= v, of n limbs, for the a whose complement is w.
+/** Whether a >= v, of n limbs, for the a whose complement is w. */
 constexpr bool complement_reaches(const umint* w, const umint* v, std::size_t n) noexcept {
     while (n-- > 0) {
         if (~w[n] != v[n]) return ~w[n] > v[n];
@@ -190,14 +204,16 @@ constexpr bool complement_reaches(const umint* w, const umint* v, std::size_t n)
     return true;
 }
 
-/// The digits floor(u / v) of the u[0 .. m-1] whose complement is w, by the normalised v[0 .. n-1]: q[0 .. m-n-1], as
-/// far as they are below `kept`, and the one above them, 0 or 1, as the result. w[0 .. n-1] becomes the complement of
-/// the remainder; with complements the multiples of v are added, for which the processor has two carry chains.
-/// Preconditions: m >= n >= 2, the top bit of v is set. Cost: a row of n limb products for each digit.
-///
-/// From six limbs on the next estimate does not wait for the row of the digit before it: it takes the top limbs of the
-/// sum without the carries from below. These are at most 2 and can make the estimate 6 units of its last place too
-/// large; if that, or the sum of the top limbs, wraps around, what is left after the point is 0 or nearly so.
+/**
+ * The digits floor(u / v) of the u[0 .. m-1] whose complement is w, by the normalised v[0 .. n-1]: q[0 .. m-n-1], as
+ * far as they are below `kept`, and the one above them, 0 or 1, as the result. w[0 .. n-1] becomes the complement of
+ * the remainder; with complements the multiples of v are added, for which the processor has two carry chains.
+ * Preconditions: m >= n >= 2, the top bit of v is set. Cost: a row of n limb products for each digit.
+ *
+ * From six limbs on the next estimate does not wait for the row of the digit before it: it takes the top limbs of the
+ * sum without the carries from below. These are at most 2 and can make the estimate 6 units of its last place too
+ * large; if that, or the sum of the top limbs, wraps around, what is left after the point is 0 or nearly so.
+ */
 template <class Row>
 constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m, const umint* v, std::size_t n,
                             Row add_row) noexcept {
@@ -235,7 +251,7 @@ constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m,
     return over ? 1 : 0;
 }
 
-/// The same for a divisor of two limbs, where the remainder stays in registers.
+/** The same for a divisor of two limbs, where the remainder stays in registers. */
 constexpr umint divide_by_two_limbs(umint* q, std::size_t kept, umint* w, std::size_t m, umint d1, umint d0) noexcept {
     const umint2 divisor = two_limbs(d1, d0);
     umint2 high = ~two_limbs(w[m - 1], w[m - 2]);
@@ -266,7 +282,7 @@ constexpr umint divide_by_two_limbs(umint* q, std::size_t kept, umint* w, std::s
     return over;
 }
 
-/// The division that fits the divisor and the level in force.
+/** The division that fits the divisor and the level in force. */
 constexpr umint divide_limbs(umint* q, std::size_t kept, umint* w, std::size_t m, const umint* v,
                              std::size_t n) noexcept {
     if (n == 2) return divide_by_two_limbs(q, kept, w, m, v[1], v[0]);

@@ -1,6 +1,8 @@
-/// @file   limbs.h
-/// @brief  Sums, differences and rows of products on limb arrays, least significant limb first: what the engine's
-/// products and divisions and the kernels of the primality tests are made of. No branch depends on the values.
+/**
+ * @file   limbs.h
+ * @brief  Sums, differences and rows of products on limb arrays, least significant limb first. The engine's products
+ *         and divisions and the kernels of the primality tests consist of these. No branch depends on the values.
+ */
 #pragma once
 
 #include <cstddef>
@@ -9,7 +11,7 @@
 
 namespace kesh::detail {
 
-/// r = a + b + carry, of n limbs; returns the carry. r may be a or b.
+/** r = a + b + carry, of n limbs; returns the carry. r may be a or b. */
 template <std::size_t n>
 constexpr std::uint8_t add_limbs(umint* r, const umint* a, const umint* b, std::uint8_t carry = 0) noexcept {
 #pragma GCC unroll 32
@@ -17,7 +19,7 @@ constexpr std::uint8_t add_limbs(umint* r, const umint* a, const umint* b, std::
     return carry;
 }
 
-/// r += carry, of n limbs; returns the carry.
+/** r += carry, of n limbs; returns the carry. */
 template <std::size_t n>
 constexpr std::uint8_t add_carry(umint* r, std::uint8_t carry) noexcept {
 #pragma GCC unroll 32
@@ -25,7 +27,7 @@ constexpr std::uint8_t add_carry(umint* r, std::uint8_t carry) noexcept {
     return carry;
 }
 
-/// r = a - b - borrow, of n limbs; returns the borrow. r may be a or b.
+/** r = a - b - borrow, of n limbs; returns the borrow. r may be a or b. */
 template <std::size_t n>
 constexpr std::uint8_t subtract_limbs(umint* r, const umint* a, const umint* b, std::uint8_t borrow = 0) noexcept {
 #pragma GCC unroll 32
@@ -33,7 +35,7 @@ constexpr std::uint8_t subtract_limbs(umint* r, const umint* a, const umint* b, 
     return borrow;
 }
 
-/// r = mask ? a : b, of n limbs, for a mask of all ones or zero. r may be a or b.
+/** r = mask ? a : b, of n limbs, for a mask of all ones or zero. r may be a or b. */
 template <std::size_t n>
 constexpr void select(umint* r, umint mask, const umint* a, const umint* b) noexcept {
 #pragma GCC unroll 16
@@ -44,8 +46,10 @@ constexpr void select(umint* r, umint mask, const umint* a, const umint* b) noex
     }
 }
 
-/// r = (top 2^(64 n) + t) mod m for a value below 2 m: the difference is always formed, and one of both is selected.
-/// r may be t.
+/**
+ * r = (top 2^(64 n) + t) mod m for a value below 2 m: the difference is always computed, and one of both is selected. r
+ * may be t.
+ */
 template <std::size_t n>
 constexpr void reduce_once(umint* r, const umint* t, umint top, const umint* m) noexcept {
     umint difference[n];
@@ -53,8 +57,10 @@ constexpr void reduce_once(umint* r, const umint* t, umint top, const umint* m) 
     select<n>(r, umint{0} - (borrow & (top ^ 1)), t, difference);
 }
 
-/// r = t + a b + carry, of n limbs; returns the limb above. The sum of the addends fits: (B-1)^2 + 2 (B-1) = B^2 - 1.
-/// r may be t or a.
+/**
+ * r = t + a b + carry, of n limbs; returns the limb above. The sum of the addends fits: (B-1)^2 + 2 (B-1) = B^2 - 1.
+ * r may be t or a.
+ */
 constexpr umint add_product_row(umint* r, const umint* t, const umint* a, umint b, std::size_t n,
                                 umint carry = 0) noexcept {
     for (std::size_t i = 0; i < n; ++i) {
@@ -65,7 +71,7 @@ constexpr umint add_product_row(umint* r, const umint* t, const umint* a, umint 
     return carry;
 }
 
-/// The same for a number of limbs that the compiler knows.
+/** The same for a number of limbs that the compiler knows. */
 template <std::size_t n>
 constexpr umint add_product_row(umint* r, const umint* t, const umint* a, umint b, umint carry = 0) noexcept {
 #pragma GCC unroll 16

@@ -1,8 +1,10 @@
-/// @file   product.h
-/// @brief  The products that the integer engine uses: by columns on any processor, by rows on those with BMI2 and ADX.
-///
-/// Both return the same bits. The wider products are functions of their own, not inlined: a call costs nothing beside
-/// them.
+/**
+ * @file   product.h
+ * @brief  The products of the integer engine: by columns on any processor, by rows on those with BMI2 and ADX.
+ *
+ * Both return the same bits. The wider products are separate functions that are not inlined: compared with them a call
+ * costs nothing.
+ */
 #pragma once
 
 #include "Shared/intx/adx_rows.h"
@@ -27,8 +29,10 @@ template <std::size_t n>
     montgomery_product_columns<n>(r, a, b, m, k0);
 }
 
-/// The product of two limbs by two in halves: the lower half is returned in `lower`, the upper one as the result. No
-/// sum leaves 128 bits.
+/**
+ * The product of two limbs by two in halves: the lower half is returned in `lower`, the upper one as the result. No
+ * sum leaves 128 bits.
+ */
 constexpr umint2 product_of_two_limbs(umint a0, umint a1, umint b0, umint b1, umint2& lower) noexcept {
     const umint2 p00 = limb_product(a0, b0);
     const umint2 middle = limb_product(a0, b1) + high_limb(p00);
@@ -37,7 +41,7 @@ constexpr umint2 product_of_two_limbs(umint a0, umint a1, umint b0, umint b1, um
     return limb_product(a1, b1) + high_limb(middle) + high_limb(sum);
 }
 
-/// Stores two limbs from general registers.
+/** Stores two limbs from general registers. */
 constexpr void store_two_limbs(umint* r, umint2 value) noexcept {
     umint low = low_limb(value), high = high_limb(value);
     keep_scalar(low);
@@ -46,7 +50,7 @@ constexpr void store_two_limbs(umint* r, umint2 value) noexcept {
     r[1] = high;
 }
 
-/// hi:lo = a b, of n limbs each. lo and hi must not overlap a or b.
+/** hi:lo = a b, of n limbs each. lo and hi must not overlap a or b. */
 template <std::size_t n>
 inline void full_product(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
     if constexpr (n == 2) {
@@ -67,7 +71,7 @@ inline void full_product(umint* lo, umint* hi, const umint* a, const umint* b) n
     }
 }
 
-/// lo = a b modulo 2^(64 n). lo must not overlap a or b.
+/** lo = a b modulo 2^(64 n). lo must not overlap a or b. */
 template <std::size_t n>
 inline void low_product(umint* lo, const umint* a, const umint* b) noexcept {
     if constexpr (n <= 4)
@@ -76,9 +80,12 @@ inline void low_product(umint* lo, const umint* a, const umint* b) noexcept {
         low_product_outlined<n>(lo, a, b);
 }
 
-/// The Montgomery product of two limbs, where the time is that of the chain of instructions. With q = t / m mod 2^128,
-/// q m has the low half of t = a b, so that (t - q m) / 2^128 is the difference of the high halves, between -m and m:
-/// neither the low half of q m nor its sum is needed, and the borrow replaces the comparison. mprime = -1/m mod 2^128.
+/**
+ * The Montgomery product of two limbs, whose time is the latency of the chain of instructions. With q = t / m mod
+ * 2^128, q m has the low half of t = a b, so that (t - q m) / 2^128 is the difference of the high halves, between -m
+ * and m: neither the low half of q m nor its sum is needed, and the borrow replaces the comparison. mprime = -1/m mod
+ * 2^128.
+ */
 inline void montgomery_product2(umint* r, const umint* a, const umint* b, const umint* m,
                                 const umint* mprime) noexcept {
     umint2 t = 0, dropped = 0;
@@ -89,8 +96,10 @@ inline void montgomery_product2(umint* r, const umint* a, const umint* b, const 
     store_two_limbs(r, upper - part + two_limbs(m[1] & mask, m[0] & mask));
 }
 
-/// r = a b R^(-1) mod m, R = 2^(64 n), mprime = -m^(-1) mod R. Precondition: a b < m R. r may be a or b. Above two
-/// limbs only the lowest limb of mprime is read.
+/**
+ * r = a b R^(-1) mod m, R = 2^(64 n), mprime = -m^(-1) mod R. Precondition: a b < m R. r may be a or b. Above two
+ * limbs only the lowest limb of mprime is read.
+ */
 template <std::size_t n>
 inline void montgomery_product(umint* r, const umint* a, const umint* b, const umint* m, const umint* mprime) noexcept {
     if constexpr (n == 2) {

@@ -1,9 +1,11 @@
-/// @file   vector_shift.h
-/// @brief  Shifts of limb arrays by a count that the compiler does not know, two limbs at a time.
-///
-/// A shift by bits and one by whole limbs make one pass: pairs of limbs are copied beside as many zeros and read from
-/// there, moved by whole pairs, and what a pair takes of its neighbours comes by vector shifts, which give 0 for every
-/// count of 64 or more, negative ones read as unsigned among them. No branch depends on the count.
+/**
+ * @file   vector_shift.h
+ * @brief  Shifts of limb arrays by a count that the compiler does not know, two limbs at a time.
+ *
+ * A shift by bits and one by whole limbs make one pass: pairs of limbs are copied beside as many zeros and read from
+ * there, moved by whole pairs, and what a pair takes of its neighbours comes by vector shifts, which give 0 for every
+ * count of 64 or more, negative ones read as unsigned among them. No branch depends on the count.
+ */
 #pragma once
 
 #include <cstddef>
@@ -16,8 +18,10 @@
 
 namespace kesh::detail {
 
-/// The counts for c bits, 0 <= c < 128: a limb is x << c, the next one's x << (c - 64) or x >> (64 - c), and that of
-/// the one beyond x >> (128 - c); to the right likewise.
+/**
+ * The counts for c bits, 0 <= c < 128: a limb is x << c, the next one's x << (c - 64) or x >> (64 - c), and that of
+ * the one beyond x >> (128 - c); to the right likewise.
+ */
 struct pair_counts {
     __m128i near, whole, part, far;
 
@@ -28,7 +32,7 @@ struct pair_counts {
           far(_mm_cvtsi64_si128(128 - c)) {}
 };
 
-/// r = a << count, of n limbs. Preconditions: n even, 0 <= count < 64 n. r may be a.
+/** r = a << count, of n limbs. Preconditions: n even, 0 <= count < 64 n. r may be a. */
 template <std::size_t n>
 inline void left_shift_pairs(umint* r, const umint* a, mint count) noexcept {
     constexpr std::size_t pairs = n / 2;
@@ -52,7 +56,7 @@ inline void left_shift_pairs(umint* r, const umint* a, mint count) noexcept {
     }
 }
 
-/// r = a >> count, likewise.
+/** r = a >> count, likewise. */
 template <std::size_t n>
 inline void right_shift_pairs(umint* r, const umint* a, mint count) noexcept {
     constexpr std::size_t pairs = n / 2;

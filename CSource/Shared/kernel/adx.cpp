@@ -1,5 +1,7 @@
-/// @file   adx.cpp
-/// @brief  The kernels for processors with BMI2 and ADX.
+/**
+ * @file   adx.cpp
+ * @brief  The kernels for processors with BMI2 and ADX.
+ */
 
 #include "Shared/kernel/adx.h"
 

@@ -1,6 +1,8 @@
-/// @file   adx.h
-/// @brief  Montgomery products for processors with BMI2 and ADX: the assembly that write_adx_products writes, as the
-///         `Arithmetic` that the loops in routines.h work with.
+/**
+ * @file   adx.h
+ * @brief  Montgomery products for processors with BMI2 and ADX: the assembly from write_adx_products, as the
+ *         `Arithmetic` of the loops in routines.h.
+ */
 #pragma once
 
 #include <cstddef>
@@ -18,8 +20,10 @@ KESH_FOR_EACH_WIDTH_ABOVE_2(KESH_DECLARE)
 
 namespace kesh::kernel {
 
-/// r = a b / R - c and r = a^2 / R - c modulo m, for any a and b below R and c below m, of which the limbs of R - 1 - c
-/// are given, or null for c = 0. r is below R and may be a or b.
+/**
+ * r = a b / R - c and r = a^2 / R - c modulo m, for any a and b below R and c below m, of which the limbs of R - 1 - c
+ * are given, or null for c = 0. r is below R and may be a or b.
+ */
 struct Adx {
     template <int n>
     static void mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus,
@@ -34,7 +38,7 @@ struct Adx {
     }
 
   private:
-    /// Whether the assembly can subtract c: it cannot where the top limb of the modulus is all ones.
+    /** Whether the assembly can subtract c: it cannot if the top limb of the modulus is all ones. */
     template <int n>
     static bool in_assembly(const Modulus<n>& modulus) noexcept {
         return modulus.complement[n - 1] != 0;
@@ -52,7 +56,7 @@ struct Adx {
 #undef KESH_DEFINE
 };
 
-/// Whether the members of a modulus are where the assembly reads them.
+/** Whether the members of a modulus are where the assembly reads them. */
 template <int n>
 constexpr bool modulus_as_assembled =
     offsetof(Modulus<n>, twice) == 0 && offsetof(Modulus<n>, m) == sizeof(umint) * n &&

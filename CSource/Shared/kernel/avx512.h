@@ -1,10 +1,12 @@
-/// @file   avx512.h
-/// @brief  The AVX-512 instructions for the kernels: the compiler's intrinsics, and the attribute of functions that use
-/// them.
-///
-/// Kernels reach the intrinsics through this header only. Tests/kernels/model has a header of the same name whose
-/// intrinsics are functions in plain C++, and compiles the kernels' sources a second time with that one. So their
-/// tests run on every processor, and each lane is checked for overflow.
+/**
+ * @file   avx512.h
+ * @brief  The AVX-512 instructions for the kernels: the compiler's intrinsics, and the attribute of functions that use
+ *         them.
+ *
+ * Kernels reach the intrinsics through this header only. Tests/kernels/model has a header of the same name whose
+ * intrinsics are functions in plain C++, and compiles the kernels' sources a second time with that one. So their
+ * tests run on every processor, and each lane is checked for overflow.
+ */
 #pragma once
 
 // The header of g++ 12 initialises a register with itself to mean "any value" and then warns of it (GCC bug 105593).
@@ -23,8 +25,10 @@
 
 namespace kesh::kernel {
 
-/// An operand of a multiply-add whose lanes may hold more than the 52 bits that count. The instruction ignores what is
-/// above them; the model accepts such lanes from here only.
+/**
+ * An operand of a multiply-add whose lanes may hold more than 52 bits. The instruction ignores the upper bits; the
+ * model accepts such lanes only from this function.
+ */
 KESH_IFMA_INLINE __m512i low_52_bits(__m512i a) noexcept {
     return a;
 }

@@ -1,6 +1,7 @@
-/// @file   ifma.cpp
-/// @brief  The power and the ladder with 52-bit multiply-adds on eight lanes (AVX-512 IFMA). README.md derives the
-/// form.
+/**
+ * @file   ifma.cpp
+ * @brief  The power and the ladder with 52-bit multiply-adds on eight lanes (AVX-512 IFMA). README.md derives the form.
+ */
 
 #include "Shared/kernel/avx512.h"
 #include "Shared/kernel/portable.h"
@@ -13,20 +14,22 @@ namespace {
 constexpr int digit_bits = 52;
 constexpr umint digit_mask = (umint{1} << digit_bits) - 1;
 
-/// Digits of a number below 2^(64 n + 52) and a few bits more; also the number of reduction rows, so that the internal
-/// R is 2^(52 digits).
+/**
+ * Digits of a number below 2^(64 n + 52) and a few bits more; also the number of reduction rows, so that the internal
+ * R is 2^(52 digits).
+ */
 template <int n>
 constexpr int digits = (64 * n + digit_bits) / digit_bits + 1;
 
-/// R' / (2^52 R) = 2^doublings, for R' = 2^(52 digits): 4 at 4 limbs, more at all other sizes.
+/** R' / (2^52 R) = 2^doublings, for R' = 2^(52 digits): 4 at 4 limbs, more at all other sizes. */
 template <int n>
 constexpr int doublings = digit_bits * (digits<n> - 1) - 64 * n;
 
-/// 512-bit registers that hold those digits.
+/** 512-bit registers that hold those digits. */
 template <int n>
 constexpr int registers = (digits<n> + 7) / 8;
 
-/// A number as 52-bit digits in memory, least significant first, with zeros up to a whole register.
+/** A number as 52-bit digits in memory, least significant first, with zeros up to a whole register. */
 template <int n>
 struct alignas(64) Digits {
     umint digit[8 * registers<n>];
@@ -37,7 +40,7 @@ struct Vector {
     __m512i part[registers<n>];
 };
 
-/// r = value 2^(52 up), for a value of `count` limbs.
+/** r = value 2^(52 up), for a value of `count` limbs. */
 template <int n>
 void to_digits(Digits<n>& r, const umint* value, int count, int up) noexcept {
     for (umint& digit : r.digit) digit = 0;
@@ -49,7 +52,7 @@ void to_digits(Digits<n>& r, const umint* value, int count, int up) noexcept {
     }
 }
 
-/// The n + 1 limbs of a number of normalised digits.
+/** The n + 1 limbs of a number of normalised digits. */
 template <int n>
 void from_digits(umint* r, const Digits<n>& value) noexcept {
     for (int i = 0; i <= n; ++i) r[i] = 0;
@@ -79,7 +82,7 @@ KESH_IFMA_INLINE Vector<n> add(const Vector<n>& a, const Vector<n>& b) noexcept 
     return r;
 }
 
-/// r = mask ? a : b, for a mask of all ones or zero.
+/** r = mask ? a : b, for a mask of all ones or zero. */
 template <int n>
 KESH_IFMA_INLINE Vector<n> select(__mmask8 mask, const Vector<n>& a, const Vector<n>& b) noexcept {
     Vector<n> r;
@@ -87,7 +90,7 @@ KESH_IFMA_INLINE Vector<n> select(__mmask8 mask, const Vector<n>& a, const Vecto
     return r;
 }
 
-/// acc + the low, or the high, 52 bits of the products of a's digits with the digit in all lanes of b.
+/** acc + the low, or the high, 52 bits of the products of a's digits with the digit in all lanes of b. */
 template <int n>
 KESH_IFMA_INLINE Vector<n> add_low(Vector<n> acc, const Vector<n>& a, __m512i b) noexcept {
     for (int z = 0; z < registers<n>; ++z) acc.part[z] = _mm512_madd52lo_epu64(acc.part[z], a.part[z], b);
@@ -99,7 +102,7 @@ KESH_IFMA_INLINE Vector<n> add_high(Vector<n> acc, const Vector<n>& a, __m512i b
     return acc;
 }
 
-/// Every lane moved to the next lower, or the next higher, place.
+/** Every lane moved to the next lower, or the next higher, place. */
 template <int n>
 KESH_IFMA_INLINE Vector<n> lanes_down(const Vector<n>& a) noexcept {
     Vector<n> r;
@@ -115,8 +118,10 @@ KESH_IFMA_INLINE Vector<n> lanes_up(const Vector<n>& a) noexcept {
     return r;
 }
 
-/// Carries what lanes hold above 52 bits into the lanes above. After one step a lane exceeds its digit by a small carry
-/// at most, after two only where such a carry met a digit of all ones.
+/**
+ * Carries the bits above 52 of each lane into the lane above. After one step a lane exceeds its digit by at most a
+ * small carry; after two steps only if such a carry met a digit of all ones.
+ */
 template <int n>
 KESH_IFMA_INLINE Vector<n> carry_step(const Vector<n>& a) noexcept {
     const __m512i mask = _mm512_set1_epi64(static_cast<long long>(digit_mask));
@@ -128,9 +133,11 @@ KESH_IFMA_INLINE Vector<n> carry_step(const Vector<n>& a) noexcept {
     return add<n>(low, lanes_up<n>(high));
 }
 
-/// The digits of a number in lanes of any size. Two steps suffice unless a carry meets a digit of all ones, and then
-/// each further step moves that carry one lane up. Random numbers never need a third step. Moduli close to a power of 2
-/// do, since the residues of powers of 2 and of small quotients have rows of equal digits: README.md has figures.
+/**
+ * The digits of a number in lanes of any size. Two steps suffice unless a carry meets a digit of all ones, and then
+ * each further step moves that carry one lane up. Random numbers never need a third step. Moduli close to a power of 2
+ * do, since the residues of powers of 2 and of small quotients have rows of equal digits: README.md has figures.
+ */
 template <int n>
 KESH_IFMA_INLINE Vector<n> normalise(Vector<n> a) noexcept {
     a = carry_step<n>(carry_step<n>(a));
@@ -144,13 +151,15 @@ KESH_IFMA_INLINE Vector<n> normalise(Vector<n> a) noexcept {
     return a;
 }
 
-/// a b / 2^(52 digits) modulo m, with lanes that are not normalised. `digit` holds b's digits; `mu` is the modulus's
-/// mu. Row i adds a b[i] and takes the lowest lane q; since m k = -1 + 2^52 mu, adding q m k makes that lane vanish,
-/// and all that remains to be done is to add its carry and q mu one lane lower.
-///
-/// Latency: the next q waits for broadcast (2 cycles), multiply-add (4) and addition (1) of this one; the move to the
-/// lower lanes (5) goes on beside the first two. High halves of q mu belong one lane higher and wait for the next row's
-/// move.
+/**
+ * a b / 2^(52 digits) modulo m, with lanes that are not normalised. `digit` holds b's digits; `mu` is the modulus's
+ * mu. Row i adds a b[i] and takes the lowest lane q; since m k = -1 + 2^52 mu, adding q m k makes that lane vanish,
+ * and all that remains to be done is to add its carry and q mu one lane lower.
+ *
+ * Latency: the next q waits for broadcast (2 cycles), multiply-add (4) and addition (1) of this one; the move to the
+ * lower lanes (5) runs in parallel with the first two. High halves of q mu belong one lane higher and wait for the next
+ * row's move.
+ */
 template <int n, int count>
 KESH_IFMA_INLINE void products(Vector<n> (&r)[count], const Vector<n> (&a)[count], const Vector<n> (&first)[count],
                                const umint* const (&digit)[count], const Vector<n>& mu) noexcept {
@@ -179,7 +188,7 @@ KESH_IFMA_INLINE void products(Vector<n> (&r)[count], const Vector<n> (&a)[count
     }
 }
 
-/// What the rows need of a modulus: mu = (m k + 1) / 2^52 with k = -1/m mod 2^52.
+/** The parts of a modulus that the rows need: mu = (m k + 1) / 2^52 with k = -1/m mod 2^52. */
 template <int n>
 Digits<n> make_mu(const Modulus<n>& modulus) noexcept {
     const umint k = modulus.k & digit_mask;
@@ -191,7 +200,7 @@ Digits<n> make_mu(const Modulus<n>& modulus) noexcept {
     return mu;
 }
 
-/// The internal form of a residue a R: doublings and a move by one digit.
+/** The internal form of a residue a R: doublings and a move by one digit. */
 template <int n>
 Digits<n> to_internal(const umint* a, const Modulus<n>& modulus) noexcept {
     umint x[n];
@@ -202,10 +211,12 @@ Digits<n> to_internal(const umint* a, const Modulus<n>& modulus) noexcept {
     return r;
 }
 
-/// The residue a R of an internal form. The product with 2^52 R mod m is congruent to a 2^52 R. It is below
-/// (2^52 + 2^50) m: M = m k is below 2^52 m, and the operands below 4 * 2^(64 n + 52) and 2^52 m add at most 2^50 m
-/// (see the bounds in README.md). One row of 64 bits divides it by 2^64 and adds less than m, so that one subtraction
-/// makes it a residue, also of a small m. The last product with 2^12 R mod m restores the factors.
+/**
+ * The residue a R of an internal form. The product with 2^52 R mod m is congruent to a 2^52 R. It is below
+ * (2^52 + 2^50) m: M = m k is below 2^52 m, and the operands below 4 * 2^(64 n + 52) and 2^52 m add at most 2^50 m
+ * (see the bounds in README.md). One row of 64 bits divides it by 2^64 and adds less than m, so that one subtraction
+ * makes it a residue, also of a small m. The last product with 2^12 R mod m restores the factors.
+ */
 template <int n>
 KESH_IFMA void from_internal(umint* r, const Vector<n>& a, const Vector<n>& mu, const Modulus<n>& modulus) noexcept {
     Digits<n> factor, product;
@@ -239,7 +250,7 @@ KESH_IFMA void ifma_pow2(umint* x, const umint* e, const Modulus<n>& modulus) no
     from_internal<n>(x, y[0], mu, modulus);
 }
 
-/// The internal form of -a for a residue a R.
+/** The internal form of -a for a residue a R. */
 template <int n>
 Digits<n> to_internal_negated(const umint* a, const Modulus<n>& modulus) noexcept {
     const umint zero[n] = {};
@@ -279,8 +290,10 @@ KESH_IFMA void ifma_lucas_ladder(umint* l, umint* h, const umint* a, const umint
 
 }  // namespace
 
-/// A single number of few digits waits for its reduction longer than its limbs do on two carry chains: about ten cycles
-/// a row and 35 at the end. Two numbers side by side fill each other's waiting time.
+/**
+ * For a single number of few digits the latency of the reduction, about ten cycles per row and 35 at the end, is longer
+ * than the time on two carry chains. Two numbers side by side hide each other's latency.
+ */
 constexpr int least_limbs_of_power = 7, least_limbs_of_ladder = 3;
 
 template <int n>

@@ -1,5 +1,7 @@
-/// @file   kernel.cpp
-/// @brief  Choice of the level, and what is built from the kernels of any level.
+/**
+ * @file   kernel.cpp
+ * @brief  Chooses the level, and defines the functions that use the kernels of any level.
+ */
 
 #include "Shared/kernel/kernel.h"
 

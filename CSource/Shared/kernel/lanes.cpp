@@ -1,6 +1,6 @@
 /**
  * @file   lanes.cpp
- * @brief  The tests of eight wide numbers in vector lanes.
+ * @brief  The probable-prime tests of eight wide numbers in vector lanes.
  */
 
 #include "Shared/kernel/lanes.h"
@@ -14,10 +14,10 @@ namespace kesh::kernel {
 
 namespace {
 
-/** The numbers of a group as the lanes take them, and what is made of each alone. */
+/** The numbers of a group in the form of the lanes, and the values that are computed for each number alone. */
 template <int d>
 struct Prepared {
-    /** Limbs of the largest number of so many digits. */
+    /** The limbs of the largest number with d digits. */
     static constexpr int n = (digit_bits * d - 4 + 63) / 64;
 
     umint number[lanes][n];
@@ -51,10 +51,10 @@ void make_offset(umint* offset, int nibbles) noexcept {
 }
 
 /**
- * The strong test to base 2. With e = (m - 1) / 2^s, the power 2^e goes from the left, four bits at a time: four
- * squarings, then a factor 2^(c - 52), c = 0 ... 15, which is one row of the reduction of the number times 2^c. So the
- * c are the digits to base 16 of e + 52 (1 + 16 + ... + 16^(k-1)). As e < 16^k / 2, what is above them is always 3:
- * the power begins with 2^3.
+ * The strong test to base 2. With e = (m - 1) / 2^s, the exponent of 2^e is read from the left, four bits at a time:
+ * four squarings, then a factor 2^(c - 52), c = 0 ... 15, which is one row of the reduction of the number times 2^c. So
+ * the c are the digits to base 16 of e + 52 (1 + 16 + ... + 16^(k-1)). As e < 16^k / 2, the digit above them is always
+ * 3: the power begins with 2^3.
  */
 template <int d>
 KESH_IFMA unsigned strong_base2(const LaneGroup& group) noexcept {
@@ -146,7 +146,7 @@ KESH_IFMA unsigned lucas(const LaneGroup& group, const std::array<mint, lanes>& 
     exponent.digit[0] = _mm512_add_epi64(exponent.digit[0], all_lanes(1));
     normalise<d>(exponent);
 
-    // A lane with a shorter exponent begins with clear bits, which leave the pair V(0), V(1) as it is.
+    // A lane with a shorter exponent begins with clear bits, which do not change the pair V(0), V(1).
     Numbers<d> low = two, high = a;
     for (int i = prepared.bits - 1; i >= 0; --i) {
         const __mmask8 bit =

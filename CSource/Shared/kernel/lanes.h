@@ -1,10 +1,10 @@
 /**
  * @file   lanes.h
- * @brief  The probable-prime tests of several wide numbers side by side, for many numbers at a time.
+ * @brief  The probable-prime tests of several wide numbers side by side, for tests of many numbers.
  *
- * A single number's squarings wait for one another. Numbers that have nothing to do with each other fill that time.
- * With AVX-512 IFMA eight of them stand in the lanes of vectors; README.md derives the form. The verdicts are those of
- * the tests of one number in kernel.h.
+ * Each squaring of a single number waits for the one before. Independent numbers use that time. With AVX-512 IFMA eight
+ * of them are in the lanes of vectors; README.md derives the form. The verdicts are those of the tests of one number in
+ * kernel.h.
  */
 #pragma once
 
@@ -24,8 +24,8 @@ inline constexpr std::size_t lanes = 8;
 using LaneGroup = std::array<LaneNumber, lanes>;
 
 /**
- * Digits of 52 bits in which a number of so many bits stands in a lane: R' = 2^(52 digits) is above 16 times the
- * number. Above ten digits they are even, as products are cut into halves there.
+ * The number of 52-bit digits of a number with that many bits in a lane: R' = 2^(52 digits) is above 16 times the
+ * number. Above ten, the number of digits is even, because products are then cut into halves.
  */
 constexpr int lane_digits(int bits) noexcept {
     const int digits = (bits + 4 + 51) / 52;
@@ -34,10 +34,10 @@ constexpr int lane_digits(int bits) noexcept {
 
 inline constexpr int least_lane_digits = lane_digits(65), most_lane_digits = lane_digits(1024);
 
-/** Whether the level in force has vector lanes. */
+/** Whether the current level has vector lanes. */
 [[nodiscard]] bool has_lanes() noexcept;
 
-/** The lane test of a number m needs m - 1 not to be a multiple of 2^52. */
+/** Whether a number m can be tested in a lane: m - 1 must not be a multiple of 2^52. */
 [[nodiscard]] constexpr bool fits_a_lane(umint low_limb) noexcept {
     return ((low_limb - 1) & ((umint{1} << 52) - 1)) != 0;
 }

@@ -1,6 +1,8 @@
-/// @file   limbs.h
-/// @brief  What the kernels do with limb arrays beside the sums and rows of the engine: no branch depends on the
-/// values.
+/**
+ * @file   limbs.h
+ * @brief  The operations of the kernels on limb arrays, besides the sums and rows of the engine. No branch depends on
+ *         the values.
+ */
 #pragma once
 
 #include "Shared/intx/intx_common.h"
@@ -14,7 +16,7 @@ using detail::reduce_once;
 using detail::select;
 using detail::subtract_limbs;
 
-/// x = 2 x mod m when `bit` is 1, x unchanged when it is 0.
+/** x = 2 x mod m when `bit` is 1, x unchanged when it is 0. */
 template <int n>
 inline void double_if(umint* x, umint bit, const umint* m) noexcept {
     const umint mask = umint{0} - bit;
@@ -29,7 +31,7 @@ inline void double_if(umint* x, umint bit, const umint* m) noexcept {
     reduce_once<n>(x, t, carry, m);
 }
 
-/// r = a - b, plus m where that is negative. r may be a or b.
+/** r = a - b, plus m where that is negative. r may be a or b. */
 template <int n>
 inline void subtract_mod(umint* r, const umint* a, const umint* b, const umint* m) noexcept {
     umint t[n];
@@ -43,8 +45,10 @@ inline void subtract_mod(umint* r, const umint* a, const umint* b, const umint* 
     }
 }
 
-/// x = x / 2^j mod m: with q = -x/m mod 2^j, x + q m is divisible by 2^j. As q < 2^j, the quotient is below m where x
-/// is, and below 2^(64 n) for any x. k = -m^(-1) mod 2^64; 0 <= j < 64.
+/**
+ * x = x / 2^j mod m: with q = -x/m mod 2^j, x + q m is divisible by 2^j. As q < 2^j, the quotient is below m where x
+ * is, and below 2^(64 n) for any x. k = -m^(-1) mod 2^64; 0 <= j < 64.
+ */
 template <int n>
 inline void halve(umint* x, int j, const umint* m, umint k) noexcept {
     const umint q = (x[0] * k) & ((umint{1} << j) - 1);
@@ -55,7 +59,7 @@ inline void halve(umint* x, int j, const umint* m, umint k) noexcept {
     for (int i = 0; i < n; ++i) x[i] = (t[i] >> j) | ((t[i + 1] << 1) << (63 - j));
 }
 
-/// r = a 2^shift, without what exceeds n limbs. Precondition: 0 <= shift < 64 n. r may be a.
+/** r = a 2^shift, without what exceeds n limbs. Precondition: 0 <= shift < 64 n. r may be a. */
 template <int n>
 inline void shift_left(umint* r, const umint* a, int shift) noexcept {
     const int whole = shift / 64, part = shift % 64;
@@ -66,9 +70,11 @@ inline void shift_left(umint* r, const umint* a, int shift) noexcept {
     }
 }
 
-/// x = 2^shift x mod m for a residue x. Preconditions: the top bit of m is set, 0 < shift <= 64. Cost: one hardware
-/// division. The quotient of the two highest limbs by the highest of m is at most 2 above the quotient sought (D. E.
-/// Knuth, The Art of Computer Programming, vol. 2, 4.3.1, theorem B).
+/**
+ * x = 2^shift x mod m for a residue x. Preconditions: the top bit of m is set, 0 < shift <= 64. Cost: one hardware
+ * division. The quotient of the two highest limbs by the highest of m is at most 2 above the quotient sought (D. E.
+ * Knuth, The Art of Computer Programming, vol. 2, 4.3.1, theorem B).
+ */
 template <int n>
 inline void shift_residue(umint* x, int shift, const umint* m) noexcept {
     umint t[n + 1];
@@ -94,7 +100,7 @@ inline bool equal(const umint* a, const umint* b) noexcept {
     return difference == 0;
 }
 
-/// Bit length; 0 for 0.
+/** Bit length; 0 for 0. */
 template <int n>
 inline int bit_length(const umint* a) noexcept {
     for (int i = n - 1; i >= 0; --i)
@@ -106,7 +112,7 @@ inline umint bit_at(const umint* a, int i) noexcept {
     return (a[i / 64] >> (i % 64)) & 1;
 }
 
-/// r = floor(a / 2^shift). Precondition: 0 <= shift < 64 n. r may be a.
+/** r = floor(a / 2^shift). Precondition: 0 <= shift < 64 n. r may be a. */
 template <int n>
 inline void shift_right(umint* r, const umint* a, int shift) noexcept {
     const int whole = shift / 64, part = shift % 64;
@@ -117,9 +123,11 @@ inline void shift_right(umint* r, const umint* a, int shift) noexcept {
     }
 }
 
-/// r = 2^e mod m for an odd m > 1 and an e that is at least its bit length. With m' = 2^s m, whose top bit is set:
-/// 2^s (2^e mod m) = 2^(e + s) mod m', and 2^(64 n) mod m' = 2^(64 n) - m'. Cost: a division by the highest limb for
-/// each 64 bits that 2^e is longer than m.
+/**
+ * r = 2^e mod m for an odd m > 1 and an e that is at least its bit length. With m' = 2^s m, whose top bit is set:
+ * 2^s (2^e mod m) = 2^(e + s) mod m', and 2^(64 n) mod m' = 2^(64 n) - m'. Cost: a division by the highest limb for
+ * each 64 bits by which 2^e is longer than m.
+ */
 template <int n>
 inline void power_of_2_residue(umint* r, int e, const umint* m) noexcept {
     const umint zero[n] = {};

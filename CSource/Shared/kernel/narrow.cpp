@@ -1,5 +1,7 @@
-/// @file   narrow.cpp
-/// @brief  The power and the ladder at 128 bits, where latency is all: README.md counts it.
+/**
+ * @file   narrow.cpp
+ * @brief  The power and the ladder at 128 bits, where latency decides the time: README.md counts it.
+ */
 
 #include "Shared/kernel/narrow.h"
 
@@ -19,7 +21,7 @@ umint2 product(umint a, umint b) noexcept {
     return static_cast<umint2>(a) * b;
 }
 
-/// A product of 256 bits in two halves.
+/** A product of 256 bits in two halves. */
 struct Wide {
     umint2 lower, upper;
 };
@@ -37,7 +39,7 @@ inline Wide multiply(const umint* a, const umint* b) noexcept {
     return {(middle << 64) | low(p00), p11 + high(p01) + high(p10) + high(middle)};
 }
 
-/// A modulus and its inverse modulo 2^128, by one Newton step from the one modulo 2^64.
+/** A modulus and its inverse modulo 2^128, by one Newton step from the one modulo 2^64. */
 class Reduction {
   public:
     explicit Reduction(const Modulus<2>& modulus) noexcept : m_(modulus.m) {
@@ -45,9 +47,11 @@ class Reduction {
         inverse_ = x * (2 - m * x);
     }
 
-    /// r = t / 2^128 mod m. With q = t/m mod 2^128, q m has the low half of t, so that t - q m is 2^128 times the
-    /// difference of the high halves, which is above -m and below m: neither the low half of q m nor its subtraction is
-    /// needed.
+    /**
+     * r = t / 2^128 mod m. With q = t/m mod 2^128, q m has the low half of t, so that t - q m is 2^128 times the
+     * difference of the high halves, which is above -m and below m: neither the low half of q m nor its subtraction is
+     * needed.
+     */
     void operator()(umint* r, const Wide& t) const noexcept {
         const umint2 q = t.lower * inverse_;
         const umint factor[2] = {low(q), high(q)};

@@ -1,5 +1,7 @@
-/// @file   narrow.h
-/// @brief  The power and the ladder at 128 bits in forms of their own, for every level.
+/**
+ * @file   narrow.h
+ * @brief  The power and the ladder at 128 bits, in special forms that all levels use.
+ */
 #pragma once
 
 #include "Shared/kernel/limbs.h"

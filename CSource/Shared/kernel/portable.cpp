@@ -1,5 +1,7 @@
-/// @file   portable.cpp
-/// @brief  The kernels for any x86-64 processor.
+/**
+ * @file   portable.cpp
+ * @brief  The kernels for any x86-64 processor.
+ */
 
 #include "Shared/kernel/portable.h"
 

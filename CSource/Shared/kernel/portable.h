@@ -1,5 +1,7 @@
-/// @file   portable.h
-/// @brief  Montgomery products column by column, for any processor. README.md derives the reduction.
+/**
+ * @file   portable.h
+ * @brief  Montgomery products column by column, for any processor. README.md derives the reduction.
+ */
 #pragma once
 
 #include <cstddef>
@@ -22,7 +24,7 @@ struct Portable {
         });
     }
 
-    /// Column k of the square is twice the products a[i] a[k - i], i < k - i, plus the square of the middle limb.
+    /** Column k of the square is twice the products a[i] a[k - i], i < k - i, plus the square of the middle limb. */
     template <int n>
     static inline void sqr(umint* r, const umint* a, const Modulus<n>& modulus, const umint* not_c = nullptr) noexcept {
         reduce<n>(r, modulus, not_c, [a](column& sum, int k) __attribute__((always_inline)) {
@@ -35,8 +37,10 @@ struct Portable {
     }
 
   private:
-    /// r = t / R - c modulo m for a t below R^2, where add_column(sum, k) adds column k of t to a sum. Columns 0 to n -
-    /// 2 give the quotients of n - 1 rows with mu, column n - 1 that of the last row with the complement.
+    /**
+     * r = t / R - c modulo m for a t below R^2, where add_column(sum, k) adds column k of t to a sum. Columns 0 to n -
+     * 2 give the quotients of n - 1 rows with mu, column n - 1 that of the last row with the complement.
+     */
     template <int n, class Column>
     static inline __attribute__((always_inline)) void reduce(umint* r, const Modulus<n>& modulus, const umint* not_c,
                                                              Column add_column) noexcept {
@@ -58,8 +62,8 @@ struct Portable {
             if (k >= n) t[k - n] = limb;
         }
         const std::uint8_t borrow = math_subborrow(0, sum.c0, q[n - 1], t[n - 1]);
-        // What exceeds R is 1, what is negative -1.
-        // Before zero lies m, after it R - m: counted from the whole, as no array may be left by an index.
+        // The carry is 1 if the sum exceeds R, and -1 if it is negative. m is before zero, and R - m after it: the
+        // address is computed from the whole object, because an index must not leave its array.
         const auto* const zero =
             reinterpret_cast<const umint*>(reinterpret_cast<const char*>(&modulus) + offsetof(Modulus<n>, zero));
         const umint* correction = zero + n * (static_cast<mint>(sum.c1) - borrow);

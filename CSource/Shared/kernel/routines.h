@@ -1,5 +1,7 @@
-/// @file   routines.h
-/// @brief  The table of kernels that a level provides for one width, and the loops that levels share.
+/**
+ * @file   routines.h
+ * @brief  The table of kernels of a level for one width, and the loops that the levels share.
+ */
 #pragma once
 
 #include <cassert>
@@ -9,7 +11,7 @@
 
 namespace kesh::kernel {
 
-/// The kernels of one level at one width; their contracts are those of the functions of the same names in kernel.h.
+/** The kernels of one level at one width; their contracts are those of the functions of the same names in kernel.h. */
 template <int n>
 struct Routines {
     void (*mont_mul)(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus) noexcept;
@@ -18,7 +20,7 @@ struct Routines {
     void (*lucas_ladder)(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept;
 };
 
-/// Does `each(n)` for every number of limbs that the kernels are made for; 2 limbs have forms of their own.
+/** Expands to `each(n)` for every number of limbs that has kernels; 2 limbs have special forms. */
 #define KESH_FOR_EACH_WIDTH(each) each(2) KESH_FOR_EACH_WIDTH_ABOVE_2(each)
 #define KESH_FOR_EACH_WIDTH_ABOVE_2(each)                                                                         \
     each(3) each(4) each(5) each(6) each(7) each(8) each(9) each(10) each(11) each(12) each(13) each(14) each(15) \
@@ -31,10 +33,12 @@ const Routines<n>& adx_routines() noexcept;
 template <int n>
 const Routines<n>& ifma_routines() noexcept;
 
-/// The doublings of pow2, put off: value = 2^(E + ahead) R modulo m, where E is the exponent that the bits so far make.
-/// With ahead = 1 before, it is 2 ahead - bit and so again at least 1 after a squaring for the next bit, and at most 64
-/// after six. Only then is the power brought back by an exact division, which costs one row of products instead of six
-/// doublings with their comparisons. The first six bits cost no squaring: 2^(E + 1) R mod m is made by a division.
+/**
+ * The postponed doublings of pow2: value = 2^(E + ahead) R modulo m, where E is the exponent made of the bits so far.
+ * `ahead` starts at 1. A squaring for the next bit makes it 2 ahead - bit, which is at least 1, and at most 64 after
+ * six squarings. Only then an exact division reduces it to 1 again, which costs one row of products instead of six
+ * doublings with their comparisons. The first six bits cost no squaring: 2^(E + 1) R mod m is made by a division.
+ */
 template <int n>
 struct Doublings {
     umint value[n];
@@ -52,12 +56,12 @@ struct Doublings {
         shift_right<n>(value, value, s);
     }
 
-    /// One above the first bit of e that needs a squaring.
+    /** The index of the first bit of e that needs a squaring, plus 1. */
     [[nodiscard]] int bits_left() const noexcept {
         return next_;
     }
 
-    /// To be called after `value` was squared for bit i of e, for each i below bits_left() down to 0.
+    /** To be called after `value` was squared for bit i of e, for each i below bits_left() down to 0. */
     void after_square(const umint* e, int i) noexcept {
         ahead_ = 2 * ahead_ - static_cast<int>(bit_at(e, i));
         if (i % first_bits != 0) return;
@@ -65,7 +69,7 @@ struct Doublings {
         ahead_ = 1;
     }
 
-    /// x = 2^e R modulo m.
+    /** x = 2^e R modulo m. */
     void finish(umint* x) noexcept {
         halve<n>(value, 1, modulus_.m, modulus_.k);
         for (int i = 0; i < n; ++i) x[i] = value[i];
@@ -78,11 +82,13 @@ struct Doublings {
     int next_;
 };
 
-/// The loops work on values below R = 2^(64 n) that are residues but need not be below m. `Arithmetic` has static mul()
-/// and sqr() of mont_mul's and mont_sqr's signatures for them: for factors below R the product is below R, and where
-/// one factor is below m it is below 2 m.
+/**
+ * The loops work on values below R = 2^(64 n) that are residues but need not be below m. `Arithmetic` has static mul()
+ * and sqr() of mont_mul's and mont_sqr's signatures for them: for factors below R the product is below R, and where
+ * one factor is below m it is below 2 m.
+ */
 
-/// r -= c modulo m for an r below R, given the limbs of R - 1 - c: r + (R - 1 - c) + 1 carries where r >= c.
+/** r -= c modulo m for an r below R, given the limbs of R - 1 - c: r + (R - 1 - c) + 1 carries where r >= c. */
 template <int n>
 inline __attribute__((always_inline)) void subtract_residue(umint* r, const umint* not_c,
                                                             const Modulus<n>& modulus) noexcept {
@@ -91,28 +97,28 @@ inline __attribute__((always_inline)) void subtract_residue(umint* r, const umin
     add_limbs<n>(r, t, modulus.m + n * carry);  // m without a carry, else 0
 }
 
-/// r = the residue below m of a value below R.
+/** r = the residue below m of a value below R. */
 template <int n, class Arithmetic>
 inline void fully_reduce(umint* r, const umint* a, const Modulus<n>& modulus) noexcept {
     Arithmetic::mul(r, a, modulus.r1, modulus);
     reduce_once<n>(r, r, 0, modulus.m);
 }
 
-/// mont_mul, by the products of `Arithmetic`.
+/** mont_mul, by the products of `Arithmetic`. */
 template <int n, class Arithmetic>
 inline void reduced_mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus) noexcept {
     Arithmetic::mul(r, a, b, modulus);
     reduce_once<n>(r, r, 0, modulus.m);
 }
 
-/// mont_sqr, likewise.
+/** mont_sqr, likewise. */
 template <int n, class Arithmetic>
 inline void reduced_sqr(umint* r, const umint* a, const Modulus<n>& modulus) noexcept {
     Arithmetic::sqr(r, a, modulus);
     reduce_once<n>(r, r, 0, modulus.m);
 }
 
-/// pow2.
+/** pow2. */
 template <int n, class Arithmetic>
 inline void generic_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
     Doublings<n> y(modulus, e);
@@ -124,10 +130,12 @@ inline void generic_pow2(umint* x, const umint* e, const Modulus<n>& modulus) no
     fully_reduce<n, Arithmetic>(x, x, modulus);
 }
 
-/// lucas_ladder. The pair (V(k), V(k+1)) goes to (V(2k), V(2k+1)) for a clear bit and
-/// to (V(2k+1), V(2k+2)) for a set one, where V(2k+1) = V(k) V(k+1) - a and V(2k) = V(k)^2 - 2. So the member of the
-/// pair that the bit numbers is squared in place, and the product takes the place of the other one: no branch depends
-/// on the bit. The product and the square do not depend on each other, so that the processor works on both at once.
+/**
+ * lucas_ladder. The pair (V(k), V(k+1)) goes to (V(2k), V(2k+1)) for a clear bit and
+ * to (V(2k+1), V(2k+2)) for a set one, where V(2k+1) = V(k) V(k+1) - a and V(2k) = V(k)^2 - 2. So the bit selects the
+ * member of the pair that is squared in place, and the product replaces the other one: no branch depends on the bit.
+ * The product and the square are independent, so that the processor computes both at the same time.
+ */
 template <int n, class Arithmetic>
 inline void generic_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e,
                                  const Modulus<n>& modulus) noexcept {
@@ -148,9 +156,11 @@ inline void generic_lucas_ladder(umint* l, umint* h, const umint* a, const umint
     fully_reduce<n, Arithmetic>(h, pair[1], modulus);
 }
 
-/// r = x / q modulo m for a residue x and q > 0 prime to m, else r = 0. With c = -x/m mod q, x + c m is divisible by q,
-/// and the quotient is below m because c < q. No long division and no product of residues is needed, and a Montgomery
-/// form stays one.
+/**
+ * r = x / q modulo m for a residue x and q > 0 prime to m, else r = 0. With c = -x/m mod q, x + c m is divisible by q,
+ * and the quotient is below m because c < q. No long division and no product of residues is needed, and a Montgomery
+ * form remains a Montgomery form.
+ */
 template <int n>
 inline void divide_by_limb(umint* r, const umint* x, umint q, const umint* m) noexcept {
     umint quotient = 0, c = 0;
@@ -170,7 +180,7 @@ inline void divide_by_limb(umint* r, const umint* x, umint q, const umint* m) no
     for (int i = n - 1; i >= 0; --i) math_divmod(t[i], remainder, q, r[i], remainder);
 }
 
-/// m - 1 = e 2^s with an odd e.
+/** m - 1 = e 2^s with an odd e. */
 template <int n>
 struct StrongExponent {
     umint e[n];
@@ -184,8 +194,10 @@ struct StrongExponent {
     }
 };
 
-/// The end of a strong test, from the residue x = b^e: whether it is 1, or it or one of its s - 1 squares is -1. x is
-/// overwritten.
+/**
+ * The end of a strong test, from the residue x = b^e: whether it is 1, or it or one of its s - 1 squares is -1. x is
+ * overwritten.
+ */
 template <int n>
 inline bool ends_strongly(umint* x, int s, const Modulus<n>& modulus) noexcept {
     umint minus_one[n];
@@ -198,7 +210,7 @@ inline bool ends_strongly(umint* x, int s, const Modulus<n>& modulus) noexcept {
     return false;
 }
 
-/// Where the ladder of lucas_u_vanishes starts: V(0) = 2 and V(1) = a = 1/Q - 2, for the exponent e = (m + 1)/2.
+/** Where the ladder of lucas_u_vanishes starts: V(0) = 2 and V(1) = a = 1/Q - 2, for the exponent e = (m + 1)/2. */
 template <int n>
 struct LucasStart {
     umint two[n], a[n], e[n];
@@ -217,8 +229,10 @@ struct LucasStart {
         detail::add_carry<n>(e, 1);
     }
 
-    /// Whether U(m + 1) vanishes, from l = V(e) and h = V(e + 1). 2 V(e+1) - a V(e) = (a^2 - 4) U(e) for the parameters
-    /// (a, 1); there a^2 - 4 = D / Q^2 and U(e) = U(m + 1) / Q^(e-1) of (1, Q).
+    /**
+     * Whether U(m + 1) vanishes, from l = V(e) and h = V(e + 1). 2 V(e+1) - a V(e) = (a^2 - 4) U(e) for the parameters
+     * (a, 1); there a^2 - 4 = D / Q^2 and U(e) = U(m + 1) / Q^(e-1) of (1, Q).
+     */
     [[nodiscard]] bool vanishes(const umint* l, const umint* h, const Modulus<n>& modulus) const noexcept {
         umint left[n], right[n];
         mont_mul<n>(left, a, l, modulus);

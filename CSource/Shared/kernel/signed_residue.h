@@ -1,18 +1,20 @@
-/// @file   signed_residue.h
-/// @brief  Montgomery squarings at 256 bits, one after another, for processors with BMI2 and ADX.
-///
-/// A squaring of a chain waits for the one before, so that what counts is the way from the lowest limb of one to the
-/// lowest limb of the next. Three things shorten it against one product after another:
-/// - The quotient is taken two limbs at a time, (q0, q1) = -(t0, t1) / m mod 2^128, so that the chain has two steps of
-/// two
-///   rows instead of four of one.
-/// - The residue keeps a sign: x = d - 2^256 s with -m <= x < m, s = 0 or 1. Then (x^2 + q m) / 2^256 lies below 2 m
-/// and m
-///   less is the next x, whatever the sign: a subtraction that is always taken, instead of one whose limbs all wait for
-///   the borrow of the last one.
-/// - With x^2 = d^2 + 2^256 s (2^256 - 2 d) both that m and the correction for the sign, g = m + s (2 d - 2^256), come
-/// off
-///   the high half of d^2, which has time, so that the sign is needed a reduction later than the limbs.
+/**
+ * @file   signed_residue.h
+ * @brief  Montgomery squarings at 256 bits, one after another, for processors with BMI2 and ADX.
+ *
+ * Each squaring of a chain waits for the one before, so the time is the latency from the lowest limb of one to the
+ * lowest limb of the next. Three things make it shorter than that of one product after another:
+ * - The quotient is taken two limbs at a time, (q0, q1) = -(t0, t1) / m mod 2^128, so that the chain has two steps of
+ * two
+ *   rows instead of four of one.
+ * - The residue keeps a sign: x = d - 2^256 s with -m <= x < m, s = 0 or 1. Then (x^2 + q m) / 2^256 lies below 2 m
+ * and m
+ *   less is the next x, whatever the sign: a subtraction that is always taken, instead of one whose limbs all wait for
+ *   the borrow of the last one.
+ * - With x^2 = d^2 + 2^256 s (2^256 - 2 d) both that m and the correction for the sign, g = m + s (2 d - 2^256), come
+ * off
+ *   the high half of d^2, which has time, so that the sign is needed a reduction later than the limbs.
+ */
 #pragma once
 
 #include <cstddef>
@@ -22,7 +24,10 @@
 
 namespace kesh::kernel {
 
-/// What the operations on residues of one modulus share: the modulus, and room for values that have no register.
+/**
+ * The common data of the operations on residues of one modulus: the modulus, and memory for values that have no
+ * register.
+ */
 struct SignedModulus {
     umint m[4];
     umint k[2];  ///< -1/m mod 2^128
@@ -40,16 +45,16 @@ struct SignedModulus {
     }
 };
 
-/// A residue x with -m <= x < m.
+/** A residue x with -m <= x < m. */
 class SignedResidue {
   public:
     explicit SignedResidue(const umint* residue) noexcept
         : x0_(residue[0]), x1_(residue[1]), x2_(residue[2]), x3_(residue[3]) {}
 
-    /// x = x^2 / 2^256 modulo m.
+    /** x = x^2 / 2^256 modulo m. */
     void square(SignedModulus& modulus) noexcept;
 
-    /// x = x / 2^j modulo m, 0 <= j < 64, as halve() in limbs.h: x + q m with q < 2^j stays between -m and 2^j m.
+    /** x = x / 2^j modulo m, 0 <= j < 64, as halve() in limbs.h: x + q m with q < 2^j stays between -m and 2^j m. */
     void halve(int j, const SignedModulus& modulus) noexcept {
         const umint q = (x0_ * modulus.k[0]) & ((umint{1} << j) - 1);
         umint2 sum = static_cast<umint2>(modulus.m[0]) * q + x0_;
@@ -68,7 +73,7 @@ class SignedResidue {
         sign_ = static_cast<umint>(static_cast<mint>(top) >> j);
     }
 
-    /// The residue in 0 .. m - 1.
+    /** The residue in 0 .. m - 1. */
     void store(umint* residue, const SignedModulus& modulus) const noexcept {
         const umint limbs[4] = {x0_, x1_, x2_, x3_};
         std::uint8_t carry = 0;
@@ -76,7 +81,7 @@ class SignedResidue {
     }
 
   private:
-    /// The low limb of high:low / 2^j, also for j = 0.
+    /** The low limb of high:low / 2^j, also for j = 0. */
     static umint shifted(umint low, umint high, int j) noexcept {
         return (low >> j) | ((high << 1) << (63 - j));
     }
@@ -87,19 +92,19 @@ class SignedResidue {
 
 // clang-format off: one group of instructions a line
 
-/// Places in a SignedModulus.
+/** Places in a SignedModulus. */
 #define KESH_M(i) "8*" #i "(%[p])"
 #define KESH_K(i) "32+8*" #i "(%[p])"
 #define KESH_G(i) "48+8*" #i "(%[p])"
 #define KESH_X1 "88(%[p])"
 
-/// (low, high) += m[i] rdx, each half with the carry of its own chain. x0 is free by then.
+/** (low, high) += m[i] rdx, each half with the carry of its own chain. x0 is free by then. */
 #define KESH_STEP(i, low, high)                      \
     "mulx " KESH_M(i) ", %[lo], %[x0]\n\t"           \
     "adcx %[lo], %[" #low "]\n\t"                    \
     "adox %[x0], %[" #high "]\n\t"
 
-/// (t1, t2, t3, t0) = ((t0, ..., t3) + m rdx) / 2^64, for rdx that makes it a multiple.
+/** (t1, t2, t3, t0) = ((t0, ..., t3) + m rdx) / 2^64, for rdx that makes it a multiple. */
 #define KESH_ROW(t0, t1, t2, t3)                     \
     "xorl %k[lo], %k[lo]\n\t"                        \
     KESH_STEP(0, t0, t1)                             \
@@ -111,7 +116,7 @@ class SignedResidue {
     "adcx %[lo], %[" #t0 "]\n\t"                     \
     "adox %[lo], %[" #t0 "]\n\t"
 
-/// Both rows for (q0, q1) = (t0, t1) (k0, k1) mod 2^128, with q1 in x2.
+/** Both rows for (q0, q1) = (t0, t1) (k0, k1) mod 2^128, with q1 in x2. */
 #define KESH_TWO_ROWS(t0, t1, t2, t3)                \
     "movq %[" #t0 "], %%rdx\n\t"                     \
     "mulx " KESH_K(0) ", %[lo], %[x2]\n\t"           \
@@ -125,7 +130,10 @@ class SignedResidue {
     "movq %[x2], %%rdx\n\t"                          \
     KESH_ROW(t1, t2, t3, t0)
 
-/// With rdx and the pointer the limbs take 13 registers, all that a build with frame pointers and sanitizers has.
+/**
+ * With rdx and the pointer the limbs use 13 registers, which are all registers of a build with frame pointers and
+ * sanitizers.
+ */
 inline __attribute__((always_inline)) void SignedResidue::square(SignedModulus& modulus) noexcept {
     static_assert(offsetof(SignedModulus, k) == 32 && offsetof(SignedModulus, g) == 48 && offsetof(SignedModulus, x1) == 88);
     umint x0 = x0_, x1 = x1_, x2 = x2_, x3 = x3_, t0, t1, t2, t3, t4, t5, lo = sign_;

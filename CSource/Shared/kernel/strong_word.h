@@ -1,14 +1,16 @@
-/// @file   strong_word.h
-/// @brief  Strong probable-prime tests of one 64-bit number to several bases side by side, without branches on exponent
-/// bits.
-///
-/// A strong test asks first whether b^e is 1 or -1 and then squares, so b^e is needed only up to its sign. A residue
-/// known up to sign saves a cycle of the twelve that a squaring in Montgomery form takes otherwise (word_mont_sqr_abs),
-/// and the multiplier is busy for two of the eleven, so that the squarings of three bases fit into little more than the
-/// time of one. The power is taken from the right with digits of two bits: while a runs through b^(4^i), the three
-/// accumulators y[1], y[2], y[3] collect the a whose digit is 1, 2, 3, off the critical path, and b^e = y1 * y2^2 *
-/// y3^3 (A. C. Yao, On the evaluation of powers, 1976). The bases are below 2^16, so the first digit needs no
-/// squarings: b^4 is a plain product.
+/**
+ * @file   strong_word.h
+ * @brief  Strong probable-prime tests of one 64-bit number to several bases side by side, without branches on exponent
+ *         bits.
+ *
+ * A strong test asks first whether b^e is 1 or -1 and then squares, so b^e is needed only up to its sign. A residue
+ * that is only known up to sign saves one of the twelve cycles of a squaring in Montgomery form (word_mont_sqr_abs).
+ * The multiplier is busy for two of the remaining eleven, so that the squarings of three bases take little more time
+ * than those of one. The power is taken from the right with digits of two bits: while a runs through b^(4^i), the three
+ * accumulators y[1], y[2], y[3] collect the a whose digit is 1, 2, 3, off the critical path, and b^e = y1 * y2^2 * y3^3
+ * (A. C. Yao, On the evaluation of powers, 1976). The bases are below 2^16, so the first digit needs no squarings: b^4
+ * is a plain product.
+ */
 #pragma once
 
 #include <array>
@@ -20,10 +22,12 @@
 
 namespace kesh::kernel {
 
-/// x * y / 2^64 modulo m, below m, where inverse = m^(-1) modulo 2^64. Precondition: x * y < m * 2^64.
-/// With q the high limb of (x * y mod 2^64) * inverse * m the two products agree in their low limbs, so the result is
-/// the difference of the high limbs, plus m when that is negative. In assembly because a compiler is free to branch on
-/// that borrow, which no processor can predict.
+/**
+ * x * y / 2^64 modulo m, below m, where inverse = m^(-1) modulo 2^64. Precondition: x * y < m * 2^64.
+ * With q the high limb of (x * y mod 2^64) * inverse * m the two products agree in their low limbs, so the result is
+ * the difference of the high limbs, plus m when that is negative. It is assembly because a compiler might branch on
+ * that borrow, which no processor can predict.
+ */
 inline __attribute__((always_inline)) umint word_mont_mul(umint x, umint y, umint m, umint inverse) noexcept {
     umint high = x, low = y, lifted;
     __asm__(
@@ -41,7 +45,7 @@ inline __attribute__((always_inline)) umint word_mont_mul(umint x, umint y, umin
     return high;
 }
 
-/// The same up to its sign: |x * y / 2^64 - q * m / 2^64| in terms of word_mont_mul, below m.
+/** The same up to its sign: |x * y / 2^64 - q * m / 2^64| in terms of word_mont_mul, below m. */
 inline __attribute__((always_inline)) umint word_mont_mul_abs(umint x, umint y, umint m, umint inverse) noexcept {
     umint high = x, low = y, negated;
     __asm__(
@@ -59,15 +63,16 @@ inline __attribute__((always_inline)) umint word_mont_mul_abs(umint x, umint y, 
     return high;
 }
 
-/// A residue x of m up to its sign.
+/** A residue x of m up to its sign. */
 struct signless {
     umint value;  ///< x or m - x, below m
     umint low;    ///< value or -value modulo 2^64: has the same square modulo 2^64 and is known a cycle earlier
 };
 
-/// Replaces x by x^2 / 2^64 modulo m up to sign. What the next squaring waits for is low: low product 3 cycles, product
-/// by the inverse 3, high product 4, subtraction 1; the high product of x^2 and the choice of the sign have the time of
-/// the others.
+/**
+ * Replaces x by x^2 / 2^64 modulo m up to sign. The next squaring waits only for low: low product 3 cycles, product by
+ * the inverse 3, high product 4, subtraction 1. The high product of x^2 and the choice of the sign run in parallel.
+ */
 inline __attribute__((always_inline)) void word_mont_sqr_abs(signless& x, umint m, umint inverse) noexcept {
     umint scratch = x.value;
     __asm__(
@@ -88,14 +93,14 @@ inline __attribute__((always_inline)) void word_mont_sqr_abs(signless& x, umint 
         : "rdx", "cc");
 }
 
-/// x * 2^64 mod m, for x below m.
+/** x * 2^64 mod m, for x below m. */
 inline umint times_r(umint x, umint m) noexcept {
     umint quotient, remainder;
     math_divmod(0, x, m, quotient, remainder);
     return remainder;
 }
 
-/// x * 2^d / 2^64 modulo m up to sign, for 0 <= d < 64.
+/** x * 2^d / 2^64 modulo m up to sign, for 0 <= d < 64. */
 inline __attribute__((always_inline)) signless shift_mont(umint x, unsigned d, umint m, umint inverse) noexcept {
     const umint high = (x >> 1) >> (63 - d);
     const umint q = x * (inverse << d);
@@ -104,13 +109,15 @@ inline __attribute__((always_inline)) signless shift_mont(umint x, unsigned d, u
     return {((high - part) ^ sign) - sign, high - part};
 }
 
-/// 64 + 64^2 + ... + 2^bits for a multiple of 6: makes of an exponent one whose digits of six bits count as d - 64, d =
-/// 0 ... 63.
+/**
+ * 64 + 64^2 + ... + 2^bits for a multiple of 6: added to an exponent, it gives one whose digits of six bits count as
+ * d - 64, d = 0 ... 63.
+ */
 constexpr umint digit_offset(unsigned bits) noexcept {
     return 0x1041041041041040 & ((umint{2} << bits) - 1);
 }
 
-/// An odd n > 2 in Montgomery form with R = 2^64, and what all strong tests of it share.
+/** An odd n > 2 with the constants of its Montgomery form, R = 2^64, and of its strong tests. */
 struct WordModulus {
     umint m;
     umint inverse;  ///< 1/m mod 2^64
@@ -131,8 +138,10 @@ struct WordModulus {
     }
 };
 
-/// body(0), ..., body(K - 1) with constants: a loop would pass what the chains hold through memory, whose latency is
-/// that of half a product.
+/**
+ * body(0), ..., body(K - 1) with constants: a loop would pass the values of the chains through memory, whose latency is
+ * that of half a product.
+ */
 template <std::size_t K, class Body>
 inline __attribute__((always_inline)) void for_each_chain(Body&& body) noexcept {
     [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
@@ -140,11 +149,11 @@ inline __attribute__((always_inline)) void for_each_chain(Body&& body) noexcept 
     }(std::make_index_sequence<K>{});
 }
 
-/// b^e up to sign for K bases b side by side, from the right.
+/** b^e up to sign for K bases b side by side, from the right. */
 template <std::size_t K>
 class WordPowers {
   public:
-    /// Precondition: 0 < base < 2^16, base < n.m, for each base.
+    /** Precondition: 0 < base < 2^16, base < n.m, for each base. */
     __attribute__((always_inline)) WordPowers(const WordModulus& n, const std::array<umint, K>& bases) noexcept
         : e_(n.e) {
         const umint square = times_r(n.one, n.m);  // a product by it brings a number into Montgomery form
@@ -158,12 +167,14 @@ class WordPowers {
         e_ >>= 2;
     }
 
-    /// Whether a digit is left before the last one.
+    /** Whether a digit is left before the last one. */
     [[nodiscard]] bool unfinished() const noexcept {
         return e_ > 3;
     }
 
-    /// Takes a digit. The squarings go first: they are what the loop waits for, the accumulators only have to keep up.
+    /**
+     * Processes a digit. The squarings come first because the loop waits for them, but not for the accumulators.
+     */
     __attribute__((always_inline)) void step(const WordModulus& n) noexcept {
         auto& accumulator = y_[e_ & 3];
         const auto power = a_;
@@ -180,8 +191,10 @@ class WordPowers {
         e_ >>= 2;
     }
 
-    /// With the last digit, b^e = (y3 y2 a^(e / 2))^2 y3 y1 a^(e % 2): all but three steps can be done before a is
-    /// known.
+    /**
+     * With the last digit, b^e = (y3 y2 a^(e / 2))^2 y3 y1 a^(e % 2): all but three steps can be done before a is
+     * known.
+     */
     [[nodiscard]] __attribute__((always_inline)) std::array<umint, K> finish(const WordModulus& n) const noexcept {
         std::array<umint, K> x;
         for_each_chain<K>([&](auto c) __attribute__((always_inline)) {
@@ -198,9 +211,11 @@ class WordPowers {
     std::array<std::array<umint, K>, 4> y_;
 };
 
-/// 2^e up to sign, from the left with digits of six bits. A digit d counts as d - 64, because x * 2^d / 2^64 is one
-/// reduction of a shifted x, two multiplications where a product takes three; so the digits are those of e + 64 + 64^2
-/// + ... The top digit is at most 17, and the power begins with 2 to it. Precondition: n.m > 2^18.
+/**
+ * 2^e up to sign, from the left with digits of six bits. A digit d counts as d - 64, because x * 2^d / 2^64 is one
+ * reduction of a shifted x, two multiplications where a product takes three; so the digits are those of e + 64 + 64^2
+ * + ... The top digit is at most 17, and the power begins with 2 to it. Precondition: n.m > 2^18.
+ */
 class WordPowerOf2 {
   public:
     __attribute__((always_inline)) explicit WordPowerOf2(const WordModulus& n) noexcept
@@ -213,7 +228,7 @@ class WordPowerOf2 {
         return left_ != 0;
     }
 
-    /// Takes a digit; calls work() twice on the way, which does not touch this power.
+    /** Processes a digit; in between calls work() twice, which must not change this power. */
     template <class Work>
     __attribute__((always_inline)) void step(const WordModulus& n, Work&& work) noexcept {
         for (int half = 0; half < 2; ++half) {
@@ -229,13 +244,15 @@ class WordPowerOf2 {
     }
 
   private:
-    unsigned left_;  ///< bits of the exponent that are not done
+    unsigned left_;  ///< bits of the exponent that are left
     umint e_;
     signless x_;
 };
 
-/// The same for 2^18 < n.m < 2^50: a residue times 2^7 still has a square below 2^64 n.m, so that after every three
-/// squarings a digit of three bits is a shift.
+/**
+ * The same for 2^18 < n.m < 2^50: a residue times 2^7 still has a square below 2^64 n.m, so that after every three
+ * squarings a digit of three bits is a shift.
+ */
 class ShortWordPowerOf2 {
   public:
     __attribute__((always_inline)) explicit ShortWordPowerOf2(const WordModulus& n) noexcept
@@ -269,8 +286,10 @@ class ShortWordPowerOf2 {
     signless x_;
 };
 
-/// Whether all of the powers x = b^e, up to sign, are those of a strong probable prime: x or one of its squares is 1 or
-/// -1, 1 only at first.
+/**
+ * Whether all of the powers x = b^e, up to sign, are those of a strong probable prime: x or one of its squares is 1 or
+ * -1, 1 only at first.
+ */
 template <std::size_t K>
 [[nodiscard]] __attribute__((always_inline)) inline bool end_strongly(const WordModulus& n,
                                                                       std::array<umint, K> x) noexcept {
@@ -281,7 +300,7 @@ template <std::size_t K>
     });
     for (mint i = 1; i < n.k; ++i) {
         for_each_chain<K>([&](auto c) __attribute__((always_inline)) {
-            x[c] = word_mont_mul(x[c], x[c], n.m, n.inverse);  // here the sign counts
+            x[c] = word_mont_mul(x[c], x[c], n.m, n.inverse);  // here the sign matters
             passed[c] |= unsigned{x[c] == minus_one};
         });
     }
@@ -290,8 +309,10 @@ template <std::size_t K>
     return all != 0;
 }
 
-/// True when odd n > 2 passes the strong probable-prime test to each of the K bases. Precondition: 0 < base < 2^16,
-/// base < n.
+/**
+ * True when odd n > 2 passes the strong probable-prime test to each of the K bases. Precondition: 0 < base < 2^16,
+ * base < n.
+ */
 template <std::size_t K>
 bool strong_tests(umint n, const std::array<umint, K>& bases) noexcept {
     const WordModulus modulus(n);
@@ -300,15 +321,17 @@ bool strong_tests(umint n, const std::array<umint, K>& bases) noexcept {
     return end_strongly<K>(modulus, powers.finish(modulus));
 }
 
-/// The same with one base.
+/** The same with one base. */
 inline bool strong_test(umint n, umint base) noexcept {
     return strong_tests<1>(n, {base});
 }
 
-/// True when odd n passes the strong probable-prime tests to base 2 and to each of the K bases. Precondition: that of
-/// PowerOf2; 0 < base < 2^16. Base 2 sets the pace and decides for most composites; what its chain leaves of the
-/// multiplier goes to the other bases, four bits of theirs to six of its own, so that little is left to do for a prime
-/// afterwards.
+/**
+ * True when odd n passes the strong probable-prime tests to base 2 and to each of the K bases. Precondition: that of
+ * PowerOf2; 0 < base < 2^16. Base 2 has priority and decides most composites. The other bases use the multiplier when
+ * its chain does not: they process four bits while base 2 processes six, so that little is left to do for a prime
+ * afterwards.
+ */
 template <class PowerOf2, std::size_t K>
 bool strong_tests_2_and(umint n, const std::array<umint, K>& bases) noexcept {
     const WordModulus modulus(n);

@@ -1,11 +1,13 @@
-/// @file   trial.cpp
-/// @brief  Trial division by the odd primes up to 541 with multiplications only.
-///
-/// The primes are taken in groups whose product P stays below 2^59. For each group the limbs are folded with the
-/// residues c[i] = 2^(64 i) mod P into one sum below 16 * 2^64 * 2^59 = 2^127, which one Montgomery reduction modulo P
-/// brings to a limb w with w 2^64 = sum (mod P). A prime p of the group divides the value exactly when it divides w,
-/// because 2^64 is prime to p; exact_divisor tells whether p divides w. A group costs one product a limb, and a prime
-/// of it one product more; the order of the primes does not matter for the verdict.
+/**
+ * @file   trial.cpp
+ * @brief  Trial division by the odd primes up to 541 with multiplications only.
+ *
+ * The primes are taken in groups whose product P stays below 2^59. For each group the limbs are folded with the
+ * residues c[i] = 2^(64 i) mod P into one sum below 16 * 2^64 * 2^59 = 2^127, which one Montgomery reduction modulo P
+ * brings to a limb w with w 2^64 = sum (mod P). A prime p of the group divides the value exactly when it divides w,
+ * because 2^64 is prime to p; exact_divisor tells whether p divides w. A group costs one product per limb, and each of
+ * its primes one more product; the order of the primes does not change the verdict.
+ */
 
 #include <array>
 #include <cassert>
@@ -43,7 +45,10 @@ constexpr std::array<umint, prime_count> odd_primes() {
 constexpr std::array<umint, prime_count> primes = odd_primes();
 static_assert(primes.back() == largest_prime);
 
-/// One past the last prime of the group that begins at `first`: as many primes as keep the product below the bound.
+/**
+ * One past the last prime of the group that begins at `first`: it has as many primes as keep the product below the
+ * bound.
+ */
 constexpr std::size_t group_end(std::size_t first) {
     umint product = 1;
     std::size_t end = first;

@@ -16,8 +16,8 @@ constexpr int digit_bits = 52;
 constexpr umint digit_mask = (umint{1} << digit_bits) - 1;
 
 /**
- * From so many digits on the products are functions of their own: their code is long, and what they keep does not fit
- * into the registers that the loop would share with them.
+ * From this many digits on the products are separate functions: their code is long, and their values do not fit into
+ * the registers beside those of the loop.
  */
 constexpr int outlined_from = 6;
 
@@ -55,7 +55,7 @@ KESH_IFMA_INLINE Numbers<d> load(const DigitTable<d>& table) noexcept {
     return r;
 }
 
-/** The digits of numbers below R' in lanes of any size. Returns what is carried out, 2^(52 d) times. */
+/** Normalises the digits of numbers below R' in lanes of any size. Returns the carry out, in units of 2^(52 d). */
 template <int d>
 KESH_IFMA_INLINE __m512i normalise(Numbers<d>& a) noexcept {
     const __m512i mask = all_lanes(digit_mask);
@@ -155,8 +155,8 @@ KESH_IFMA_INLINE void square_inline(__m512i* t, const __m512i* a) noexcept {
 }
 
 /**
- * Rows of the reduction: for each of the `rows` lowest digits of t, with q its low 52 bits, adds what it exceeds them
- * by and q mu to the columns above it. So t grows by q M with M = -1 + 2^52 mu, and its digit has vanished. t has
+ * Rows of the reduction: for each of the `rows` lowest digits of t, with q its low 52 bits, adds the other bits of the
+ * digit and q mu to the columns above it. So t increases by q M with M = -1 + 2^52 mu, and the digit becomes 0. t has
  * rows + h + 1 columns; the quotients go to q.
  */
 template <int rows, int h>
@@ -311,7 +311,7 @@ class Moduli {
         return k;
     }
 
-    /** Digits of the parts into which products are cut. */
+    /** The number of digits of the parts into which products are cut. */
     static constexpr int h = d <= 10 ? d : d / 2;
 
     KESH_IFMA_INLINE Number unfinished_mul(const Number& a, const Number& b) const noexcept {

@@ -1,11 +1,12 @@
-/// @file   word_lanes.h
-/// @brief  Strong probable-prime tests of several 64-bit numbers side by side, one base each: for many numbers at a
-/// time.
-///
-/// One chain of squarings keeps the multiplier busy for a third of the time. What counts here is not how long a number
-/// takes but how many multiplications: three for a product up to sign. Powers are taken from the left. For base 2 six
-/// bits cost a product without its first multiplication, as in WordPowerOf2; for other bases three bits cost one
-/// product by a table entry.
+/**
+ * @file   word_lanes.h
+ * @brief  Strong probable-prime tests of several 64-bit numbers side by side, one base each, for tests of many numbers.
+ *
+ * One chain of squarings keeps the multiplier busy for a third of the time. Here the number of multiplications matters,
+ * not the latency: a product up to sign takes three. The exponent is read from the left. For base 2 six bits cost a
+ * product without its first multiplication, as in WordPowerOf2; for other bases three bits cost one product by a table
+ * entry.
+ */
 #pragma once
 
 #include <algorithm>
@@ -14,11 +15,13 @@
 
 namespace kesh::kernel {
 
-/// How many numbers go side by side.
+/** The number of integers that are tested side by side. */
 inline constexpr std::size_t word_lanes = 6;
 
-/// |x * y / 2^64| modulo m up to sign, below m. The form for the lanes: any registers, and m and inverse may stay in
-/// memory.
+/**
+ * |x * y / 2^64| modulo m up to sign, below m. The form for the lanes: it uses any registers, and m and inverse may be
+ * in memory.
+ */
 inline __attribute__((always_inline)) umint lane_mul_abs(umint x, umint y, umint m, umint inverse) noexcept {
     umint high = x, low = y, negated;
     __asm__(
@@ -36,7 +39,7 @@ inline __attribute__((always_inline)) umint lane_mul_abs(umint x, umint y, umint
     return high;
 }
 
-/// Numbers in lanes with what their tests share: the fields of WordModulus, a lane an element.
+/** The numbers in the lanes with the fields of WordModulus, one element per lane. */
 class WordLanes {
   public:
     static constexpr std::size_t W = word_lanes;
@@ -53,7 +56,7 @@ class WordLanes {
         });
     }
 
-    /// Bit c is set when number c passes the strong test to base 2. Precondition: numbers above 2^18.
+    /** Bit c is set when number c passes the strong test to base 2. Precondition: numbers above 2^18. */
     [[nodiscard]] unsigned strong_base_2() const noexcept {
         umint longest = 0;
         each([&](auto c) __attribute__((always_inline)) { longest |= e_[c]; });
@@ -74,7 +77,7 @@ class WordLanes {
         return end(x);
     }
 
-    /// Bit c is set when number c passes the strong test to base c. Precondition: 0 < base < 2^16, base < number.
+    /** Bit c is set when number c passes the strong test to base c. Precondition: 0 < base < 2^16, base < number. */
     [[nodiscard]] unsigned strong_to(const Row& bases) const noexcept {
         std::array<Row, 8> power;
         power[0] = one_;
@@ -113,7 +116,7 @@ class WordLanes {
         each([&](auto c) __attribute__((always_inline)) { x[c] = lane_mul_abs(x[c], x[c], m_[c], inverse_[c]); });
     }
 
-    /// The end of a strong test from b^e up to sign, in all lanes for as long as one of them needs.
+    /** The end of a strong test from b^e up to sign, in all lanes until the last one is decided. */
     [[nodiscard]] unsigned end(Row x) const noexcept {
         unsigned passed = 0;
         each([&](auto c) __attribute__((always_inline)) {
@@ -121,7 +124,7 @@ class WordLanes {
         });
         for (unsigned i = 1; i < k_; ++i) {
             each([&](auto c) __attribute__((always_inline)) {
-                x[c] = word_mont_mul(x[c], x[c], m_[c], inverse_[c]);  // here the sign counts
+                x[c] = word_mont_mul(x[c], x[c], m_[c], inverse_[c]);  // here the sign matters
                 passed |= (unsigned{x[c] == m_[c] - one_[c]} & unsigned{i < squarings_left_[c]}) << c();
             });
         }

@@ -32,7 +32,7 @@ KESH_IFMA_INLINE Pair digits_of(__m512i n) noexcept {
     return {{_mm512_and_si512(n, all_lanes(digit_mask)), _mm512_srli_epi64(n, digit_bits)}};
 }
 
-/** `vectors` times eight numbers with what their tests share. */
+/** `vectors` times eight numbers, with the constants of their tests. */
 template <int vectors>
 class Words {
   public:
@@ -131,7 +131,7 @@ class Words {
         unsigned passed = 0;
         Pair x[vectors], unit[vectors];
         for (int v = 0; v < vectors; ++v) {
-            x[v] = moduli[v].mul(powers[v], unit_[v]);  // back below 3 m
+            x[v] = moduli[v].mul(powers[v], unit_[v]);  // below 3 m again
             unit[v] = moduli[v].residue(unit_[v]);
             const Pair r = moduli[v].residue(x[v]);
             passed |= (equal<2>(r, unit[v]) | equal<2>(moduli[v].negative(r), unit[v])) << (8 * v);
@@ -152,7 +152,7 @@ class Words {
     int bits_ = 0, most_zeros_ = 0;
 };
 
-/** Puts the first number into the places without one. */
+/** Puts the first number into the free places. */
 WordVector filled(const WordVector& numbers, std::size_t count) noexcept {
     assert(0 < count && count <= word_vector_lanes);
     WordVector all = numbers;

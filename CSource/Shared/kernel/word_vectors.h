@@ -1,6 +1,6 @@
 /**
  * @file   word_vectors.h
- * @brief  Trial division and strong tests of 64-bit numbers in vector lanes, for many numbers at a time.
+ * @brief  Trial division and strong tests of 64-bit numbers in vector lanes, for tests of many numbers.
  *
  * The precondition of all of them is has_lanes().
  */
@@ -17,7 +17,7 @@ namespace kesh::kernel {
 [[nodiscard]] unsigned divisors_in_lanes(const std::array<umint, lanes>& numbers,
                                          std::span<const exact_divisor> primes) noexcept;
 
-/** How many 64-bit numbers go side by side: two vectors, as one waits half of the time. */
+/** The number of 64-bit numbers that are tested side by side: two vectors, because one alone waits half of the time. */
 inline constexpr std::size_t word_vector_lanes = 2 * lanes;
 using WordVector = std::array<umint, word_vector_lanes>;
 

@@ -17,7 +17,7 @@ inline namespace model {
 
 namespace {
 
-/// The model stands for the vector instructions; the kernels take those of the level adx from the processor.
+/** The model stands for the vector instructions; the kernels take those of the level adx from the processor. */
 [[maybe_unused]] const bool counted_as_supported = [] {
     if (supported_level() < Level::adx) return false;
     kesh::detail::level_supported = static_cast<int>(Level::ifma);
@@ -63,7 +63,7 @@ __m512i lanes(Function f) noexcept {
     return r;
 }
 
-/// The mask whose bit i is f(i).
+/** The mask whose bit i is f(i). */
 template <class Function>
 __mmask8 mask_of(Function f) noexcept {
     unsigned mask = 0;

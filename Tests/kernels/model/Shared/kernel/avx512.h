@@ -57,11 +57,11 @@ __m512i _mm512_slli_epi64(const __m512i& a, unsigned count) noexcept;
 __m512i _mm512_sllv_epi64(const __m512i& a, const __m512i& count) noexcept;
 __mmask8 _mm512_cmpeq_epi64_mask(const __m512i& a, const __m512i& b) noexcept;
 __mmask8 _mm512_cmpgt_epu64_mask(const __m512i& a, const __m512i& b) noexcept;
-/// The lanes where a and b have a bit in common.
+/** The lanes where a and b have a bit in common. */
 __mmask8 _mm512_test_epi64_mask(const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_add_epi64(const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_sub_epi64(const __m512i& a, const __m512i& b) noexcept;
-/// Low halves of 64-bit products: bits are lost on purpose.
+/** Low halves of 64-bit products: bits are lost on purpose. */
 __m512i _mm512_mullo_epi64(const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_madd52lo_epu64(const __m512i& acc, const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_madd52hi_epu64(const __m512i& acc, const __m512i& a, const __m512i& b) noexcept;
