@@ -239,7 +239,16 @@ bool TaskBoard::submit(mint id, std::string what, bool result_is_text) {
 void TaskBoard::withdraw(mint id) {
     const std::lock_guard lock(mutex_);
     const auto found = tasks_.find(id);
-    if (found != tasks_.end() && found->second.state == TaskState::queued) found->second.state = TaskState::created;
+    if (found == tasks_.end()) return;
+    Task& task = found->second;
+    if (task.state == TaskState::queued) task.state = TaskState::created;
+    if (!task.running()) return;
+    task.state = TaskState::removed;
+    task.failed = true;
+    task.result.reset();
+    task.ended = Task::Clock::now();
+    if (counting_ == id) counting_ = 0;
+    changed_.notify_all();
 }
 
 void TaskBoard::expect_late_status(bool expected) {

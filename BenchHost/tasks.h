@@ -92,7 +92,10 @@ class TaskBoard {
     // What the host does.
     /** A count is about to be submitted to the task; false when there is no such task or it has had one. */
     bool submit(mint id, std::string what, bool result_is_text);
-    /** The submission failed: the task goes back to `created`. */
+    /**
+     * The submission failed: the task goes back to `created`. If it has raised events, as with a library that counts
+     * before the submission returns, it has failed, and nothing more will come.
+     */
     void withdraw(mint id);
     /**
      * True: a count on the host's thread is about to begin, and may report to the last task that counted, under whose

@@ -78,6 +78,18 @@ TEST_F(Tasks, IdsAreFresh) {
     EXPECT_TRUE(board.submit(first, "", false));
 }
 
+TEST_F(Tasks, ASubmissionThatFailsAmidTheCountEndsTheTask) {
+    const mint id = submitted();
+    raise(id, "Status", 1.5);
+    board.withdraw(id);
+    EXPECT_EQ(board.running(), 0U) << "nobody would wait for it for ever";
+    EXPECT_TRUE(board.wait_removed(id, std::chrono::milliseconds(0)));
+    EXPECT_TRUE(board.find(id)->failed);
+    const mint next = submitted();
+    raise(next, "Status", 1.5);
+    EXPECT_THAT(breaches.take(), IsEmpty()) << "the next task may count";
+}
+
 TEST_F(Tasks, BreachUnknownTask) {
     raise(7, "Status", 1.0);
     board.remove(7);
