@@ -12,15 +12,21 @@
 #include <string>
 #include <vector>
 
-#include "exit_codes.h"
-#include "functions_page.h"
-#include "interrupts.h"
-#include "options.h"
-#include "output_file.h"
-#include "print.h"
-#include "printable.h"
-#include "prompt.h"
-#include "session.h"
+#include "HostKit/library.h"
+#include "answers/functions_page.h"
+#include "answers/json.h"
+#include "answers/refusal.h"
+#include "calls/interrupts.h"
+#include "commands/options.h"
+#include "commands/session.h"
+#include "prompt/completion.h"
+#include "prompt/prompt.h"
+#include "terminal/bad_input.h"
+#include "terminal/exit_codes.h"
+#include "terminal/output.h"
+#include "terminal/output_file.h"
+#include "terminal/printable.h"
+#include "terminal/terminal.h"
 
 namespace {
 

@@ -9,10 +9,10 @@
 #include <primesieve.hpp>
 #include <vector>
 
+#include "HostKit/host.h"
+#include "HostKit/host_tables.h"
+#include "HostKit/library.h"
 #include "Prime/prime_testing.h"
-#include "host.h"
-#include "host_tables.h"
-#include "library.h"
 
 namespace {
 

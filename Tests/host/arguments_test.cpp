@@ -2,12 +2,15 @@
  * @file   arguments_test.cpp
  * @brief  Binding of words to parameters, and the lines that refuse them.
  */
-#include "arguments.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <limits>
+
+#include "HostKit/export_table.h"
+#include "calls/arguments.h"
+#include "terminal/bad_input.h"
 
 namespace {
 

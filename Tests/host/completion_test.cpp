@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "prompt.h"
+#include "prompt/completion.h"
 
 namespace {
 

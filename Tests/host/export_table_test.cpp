@@ -2,7 +2,6 @@
  * @file   export_table_test.cpp
  * @brief  The table of exports against the list that the library is linked with, and every example against the library.
  */
-#include "export_table.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,10 +9,13 @@
 #include <fstream>
 #include <set>
 
-#include "caller.h"
-#include "host.h"
-#include "host_tables.h"
-#include "print.h"
+#include "HostKit/export_table.h"
+#include "HostKit/host.h"
+#include "HostKit/host_tables.h"
+#include "HostKit/library.h"
+#include "answers/outcome_text.h"
+#include "calls/call.h"
+#include "calls/caller.h"
 
 namespace {
 

@@ -2,12 +2,12 @@
  * @file   expression_test.cpp
  * @brief  Integers of the command line: their values, and the one line that says why a text is not an integer.
  */
-#include "expression.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "digits.h"
+#include "calls/expression.h"
+#include "terminal/digits.h"
 
 namespace {
 

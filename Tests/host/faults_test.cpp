@@ -2,12 +2,13 @@
  * @file   faults_test.cpp
  * @brief  Planned faults: how they are read, and when they take effect.
  */
-#include "faults.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+
+#include "HostKit/faults.h"
 
 namespace {
 

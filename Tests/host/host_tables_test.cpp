@@ -2,7 +2,6 @@
  * @file   host_tables_test.cpp
  * @brief  Every slot of both tables exists; the slots that must not be called report a call.
  */
-#include "host_tables.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,7 +9,8 @@
 #include <cstring>
 #include <vector>
 
-#include "host.h"
+#include "HostKit/host.h"
+#include "HostKit/host_tables.h"
 
 namespace {
 

@@ -2,13 +2,17 @@
  * @file   pieces_test.cpp
  * @brief  Counts, sums and walks in pieces give the result of the single call.
  */
-#include "pieces.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-#include "host_tables.h"
+#include "HostKit/export_table.h"
+#include "HostKit/host_tables.h"
+#include "HostKit/library.h"
+#include "calls/arguments.h"
+#include "calls/call.h"
+#include "calls/pieces.h"
 
 namespace {
 

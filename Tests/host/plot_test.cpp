@@ -2,7 +2,6 @@
  * @file   plot_test.cpp
  * @brief  Curves, their drawing with characters, and the script for gnuplot.
  */
-#include "plot.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,10 +9,12 @@
 #include <algorithm>
 #include <sstream>
 
-#include "gnuplot.h"
-#include "host_tables.h"
-#include "plot_canvas.h"
-#include "plot_data.h"
+#include "HostKit/host_tables.h"
+#include "HostKit/library.h"
+#include "plots/gnuplot.h"
+#include "plots/plot.h"
+#include "plots/plot_canvas.h"
+#include "plots/plot_data.h"
 
 namespace {
 

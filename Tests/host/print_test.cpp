@@ -2,7 +2,6 @@
  * @file   print_test.cpp
  * @brief  Tables, sentences and JSON of outcomes that this test constructs.
  */
-#include "print.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +11,19 @@
 #include <numeric>
 #include <sstream>
 
-#include "tensors.h"
+#include "HostKit/export_table.h"
+#include "HostKit/tasks.h"
+#include "HostKit/tensors.h"
+#include "answers/export_help.h"
+#include "answers/json.h"
+#include "answers/outcome_text.h"
+#include "answers/print_look.h"
+#include "answers/tasks_text.h"
+#include "calls/arguments.h"
+#include "calls/call.h"
+#include "calls/expression.h"
+#include "calls/sum_check.h"
+#include "terminal/terminal.h"
 
 namespace {
 

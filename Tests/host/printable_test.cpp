@@ -2,9 +2,10 @@
  * @file   printable_test.cpp
  * @brief  Text of any bytes, made fit for one line.
  */
-#include "printable.h"
 
 #include <gtest/gtest.h>
+
+#include "terminal/printable.h"
 
 namespace {
 

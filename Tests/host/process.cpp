@@ -2,7 +2,6 @@
  * @file   process.cpp
  * @brief  fork, pipes and a pseudo-terminal.
  */
-#include "host/process.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -2,10 +2,13 @@
  * @file   progress_test.cpp
  * @brief  Durations and the progress line's shape.
  */
-#include "progress.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "terminal/duration.h"
+#include "terminal/progress_line.h"
+#include "terminal/progress_text.h"
 
 namespace {
 

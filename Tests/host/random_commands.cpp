@@ -24,11 +24,10 @@
 #include <string>
 #include <vector>
 
-#include "export_table.h"
-#include "faults.h"
+#include "HostKit/export_table.h"
+#include "HostKit/faults.h"
 #include "host/process.h"
-#include "options.h"
-#include "printable.h"
+#include "terminal/printable.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "arguments.h"
-#include "session.h"
+#include "prompt/split_line.h"
+#include "terminal/bad_input.h"
 
 namespace {
 

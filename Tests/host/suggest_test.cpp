@@ -2,10 +2,11 @@
  * @file   suggest_test.cpp
  * @brief  The names that are suggested for a mistyped one.
  */
-#include "suggest.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "commands/suggest.h"
 
 namespace {
 

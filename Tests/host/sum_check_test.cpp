@@ -2,7 +2,6 @@
  * @file   sum_check_test.cpp
  * @brief  Sums of primes that fit 64 bits and sums that do not, compared with sums in 128 bits.
  */
-#include "sum_check.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +11,9 @@
 #include <random>
 #include <span>
 #include <vector>
+
+#include "calls/expression.h"
+#include "calls/sum_check.h"
 
 namespace {
 

@@ -2,10 +2,12 @@
  * @file   tasks_test.cpp
  * @brief  The check of the event protocol: correct sequences, and each kind of breach.
  */
-#include "tasks.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "HostKit/breaches.h"
+#include "HostKit/tasks.h"
 
 namespace {
 

@@ -2,13 +2,13 @@
  * @file   tensors_test.cpp
  * @brief  The host's tensors, and the strings it lends.
  */
-#include "tensors.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 
-#include "lent_strings.h"
+#include "HostKit/lent_strings.h"
+#include "HostKit/tensors.h"
 
 namespace {
 

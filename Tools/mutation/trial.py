@@ -42,13 +42,13 @@ PROGRAMS = [
     (r"Adapters/primecount/expression\.", ["counting_expression_test"]),
     (r"Adapters/primecount/", ["counting_adapter_test", "counting_test", "kesh-host"]),
     # The parts of the bench host that judge: the protocol checker, arguments, what is said of an answer, JSON.
-    (HOST_FILES + r"(tasks|breaches)\.", ["host_unit_test/tasks|tables", "host_process_test/protocol|prompt|fault"]),
+    (HOST_FILES + r"(task|tasks|task_board|host_count|breaches)\.", ["host_unit_test/tasks|tables", "host_process_test/protocol|prompt|fault"]),
     (HOST_FILES + r"(tensors|lent_strings)\.", ["host_unit_test/tensors|tables|print", "host_process_test/protocol|call|fault"]),
-    (HOST_FILES + r"faults\.", ["host_unit_test/faults|tables", "host_process_test/fault|failure"]),
-    (HOST_FILES + r"(expression|arguments|digits|split_line|printable|remarks|sum_check)\.",
+    (HOST_FILES + r"(faults|fault_plan)\.", ["host_unit_test/faults|tables", "host_process_test/fault|failure"]),
+    (HOST_FILES + r"(expression|arguments|digits|split_line|printable|wording|remarks|sum_check)\.",
      ["host_unit_test/expression|arguments|split_line|print|sum_check", "host_process_test/call|failure|prompt"]),
     (HOST_FILES + r"pieces\.", ["host_library_test/pieces"]),
-    (HOST_FILES + r"(host_tables|call|print)\.",
+    (HOST_FILES + r"(host_tables|call|json|outcome_text|export_help|tasks_text|event_lines|layout)\.",
      ["host_unit_test/tables|print|tasks", "host_process_test/protocol|call|fault|failure|prompt"]),
 ]
 FOLDERS = [folder for folder in ("CSource", "Adapters", "HostKit", "BenchHost") if os.path.isdir(os.path.join(ROOT, folder))]
@@ -60,7 +60,8 @@ CAMPAIGN = "kesh-host"  # no GoogleTest program: what it does with every fault i
 LIBRARY, HOST = "libVelmoraKesh.so", "kesh-host"
 # The archive that has an object: a program that links the archive gets the changed objects before it.
 PARTS = {"kesh_objects.dir": (LIBRARY, "libkesh_static.a"), "kesh_primecount_adapter.dir": (LIBRARY, None),
-         "kesh_bench_host.dir": (HOST, "libkesh_bench_host.a"), "kesh-host.dir": (HOST, None)}
+         "kesh_bench_host.dir": (HOST, "libkesh_bench_host.a"), "kesh_host_kit.dir": (HOST, "libkesh_host_kit.a"),
+         "kesh-host.dir": (HOST, None)}
 
 
 def part_of(name):

@@ -1,0 +1,29 @@
+/**
+ * @file   event_lines.h
+ * @brief  The tasks' events as lines for people.
+ */
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "HostKit/tasks.h"
+#include "terminal/terminal.h"
+
+namespace bench_host {
+
+/** A value of an event: 25, 45.2, "$Failed". */
+std::string event_value_text(const std::optional<EventValue>& value);
+
+class EventLines {
+  public:
+    /** The events as lines, "Status" thinned to one a second and task unless `every` is wanted. */
+    std::string text(const std::vector<Event>& events, bool every, const Style& style);
+
+  private:
+    std::map<mint, double> last_shown_;
+};
+
+}  // namespace bench_host

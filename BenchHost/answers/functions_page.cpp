@@ -1,0 +1,119 @@
+/**
+ * @file   functions_page.cpp
+ * @brief  Markdown from the table of exports.
+ */
+#include "answers/functions_page.h"
+
+#include <fmt/format.h>
+
+#include <optional>
+
+#include "HostKit/export_table.h"
+
+namespace bench_host {
+
+namespace {
+
+constexpr std::string_view introduction = R"(# Functions
+
+<!-- Made by: kesh-host --functions-page > docs/functions.md -->
+
+Every function that `libVelmoraKesh.so` exports. A host calls them with the signature
+
+```c
+int NAME(VelmoraLibraryData libData, mint Argc, MArgument *Args, MArgument Res);
+```
+
+reads the answer from the result slot, and gets an error code back: 0 when all is well, 6 (`LIBRARY_FUNCTION_ERROR`) when the
+number of arguments is wrong, and where "Errors" says so ([why did I get 6?](host-interface.md#causes-of-code-6)). A result slot is
+written only with code 0. Kinds: an *integer* is a signed 64-bit machine integer;
+where a function works on unsigned numbers, it takes the same 64 bits, so that values of 2^63 and above appear as negative
+integers. A *task id* is an integer that `PrimeCount_CreateTask` gave out. `KESH_PrimeQ` and the two lifecycle functions have
+plain C signatures of their own.
+
+"Stop" says how a call that can take minutes is ended before its time; a function without that line takes no such time.
+
+The examples are calls by [kesh-host](kesh-host.md). `...` stands for lines that are left out, such as the elapsed time.
+)";
+
+std::string signature(const Export& entry) {
+    if (entry.name == "VelmoraLibrary_getVersion") return "mint VelmoraLibrary_getVersion(void);";
+    if (entry.name == "VelmoraLibrary_initialize") return "int VelmoraLibrary_initialize(VelmoraLibraryData libData);";
+    if (entry.name == "KESH_PrimeQ") return "mbool KESH_PrimeQ(const umint *limbs, mint length, mbool *answer);";
+    return "";
+}
+
+std::string anchor(std::string_view heading) {
+    std::string text;
+    for (const char c : heading) text += c == ' ' ? '-' : static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    return text;
+}
+
+/** "{2, 3, 5}" as the lines that -q prints. */
+std::string tensor_lines(std::string_view braces) {
+    std::string lines;
+    for (const char c : braces.substr(1, braces.size() - 2)) {
+        if (c == ',') {
+            lines += '\n';
+        } else if (c != ' ') {
+            lines += c;
+        }
+    }
+    return lines;
+}
+
+std::string example_block(const Export& entry) {
+    const bool list = entry.result == Kind::tensor;
+    std::string block = fmt::format("```console\n$ kesh-host {}{}", list ? "-q " : "", entry.name);
+    for (const std::string_view word : entry.example) {
+        const bool quotes = word.find_first_of("*(){}") != std::string_view::npos;
+        block += quotes ? fmt::format(" '{}'", word) : fmt::format(" {}", word);
+    }
+    block += '\n';
+    if (list) return block + tensor_lines(entry.example_result) + "\n```\n";
+    if (!entry.example_result.empty()) block += fmt::format("{}\n", entry.example_result);
+    return block + "...\n```\n";
+}
+
+std::string section(const Export& entry) {
+    std::string text = fmt::format("\n### {}\n\n", entry.name);
+    if (const std::string plain = signature(entry); !plain.empty()) text += fmt::format("```c\n{}\n```\n\n", plain);
+    std::string summary(entry.summary);
+    summary[0] = static_cast<char>(summary[0] >= 'a' && summary[0] <= 'z' && !summary.starts_with("pi(") &&
+                                           !summary.starts_with("phi(")
+                                       ? summary[0] - 'a' + 'A'
+                                       : summary[0]);
+    text += fmt::format("{}.\n\n", summary);
+    text += "| | kind | meaning |\n|---|---|---|\n";
+    for (const Parameter& parameter : entry.parameters)
+        text += fmt::format("| {} | {} | {} |\n", parameter.name, kind_name(parameter.kind), parameter.meaning);
+    text += fmt::format("| result | {} | |\n\n", kind_name(entry.result));
+    text += fmt::format("Errors: {}.\n\nCost: {}.\n\n", entry.errors, entry.cost);
+    if (!entry.stop.empty()) text += fmt::format("Stop: {}.\n\n", entry.stop);
+    return text + example_block(entry);
+}
+
+}  // namespace
+
+std::string functions_page() {
+    std::string page(introduction);
+    page += '\n';
+    std::optional<Family> family;
+    for (const Export& entry : export_table()) {
+        if (family != entry.family)
+            page += fmt::format("{}- [{}](#{}):", family ? "\n" : "", family_title(entry.family),
+                                anchor(family_title(entry.family)));
+        page += fmt::format("{} [{}](#{})", family == entry.family ? "," : "", entry.name, anchor(entry.name));
+        family = entry.family;
+    }
+    page += '\n';
+    family.reset();
+    for (const Export& entry : export_table()) {
+        if (family != entry.family) page += fmt::format("\n## {}\n", family_title(entry.family));
+        family = entry.family;
+        page += section(entry);
+    }
+    return page;
+}
+
+}  // namespace bench_host

@@ -1,0 +1,26 @@
+/**
+ * @file   json.h
+ * @brief  Calls, exports and tasks as JSON for programs.
+ */
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+#include "HostKit/export_table.h"
+#include "HostKit/tasks.h"
+#include "calls/call.h"
+
+namespace bench_host {
+
+/** The call as one JSON object; docs/kesh-host.md describes its members. */
+nlohmann::ordered_json to_json(const Outcome& outcome);
+nlohmann::ordered_json to_json(const Task& task);
+/** The object as a line. Bytes that are no UTF-8 become U+FFFD: a JSON text has no other place for them. */
+std::string json_line(const nlohmann::ordered_json& object);
+nlohmann::ordered_json to_json(const Export& entry);
+nlohmann::ordered_json list_json();
+nlohmann::ordered_json tasks_json(const std::vector<Task>& tasks);
+
+}  // namespace bench_host

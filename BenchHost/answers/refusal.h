@@ -1,0 +1,17 @@
+/**
+ * @file   refusal.h
+ * @brief  How the user is told that the input is wrong and that nothing was called.
+ */
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace bench_host {
+
+/** Says what is wrong with the input: one line on standard error, or an object on standard output. Answers the exit
+ * code.
+ */
+int report_bad_input(bool json, const std::vector<std::string>& words, const std::string& message);
+
+}  // namespace bench_host

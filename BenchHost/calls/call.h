@@ -1,0 +1,77 @@
+/**
+ * @file   call.h
+ * @brief  One call of one export: slots laid out, result slot watched, exceptions caught, strings and tensors taken
+ * back.
+ */
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "HostKit/export_table.h"
+#include "HostKit/library.h"
+#include "HostKit/tasks.h"
+#include "HostKit/tensors.h"
+#include "calls/arguments.h"
+#include "calls/sum_check.h"
+
+namespace bench_host {
+
+/** A tensor that the host lets go with the last copy of the result. */
+using TensorResult = std::shared_ptr<st_MTensor>;
+using ResultValue = std::variant<std::monostate, mint, bool, std::string, TensorResult>;
+
+enum class Status {
+    ok,         ///< code 0
+    error,      ///< another code, or a task that reported "Error"
+    exception,  ///< an exception left the export
+    stopped,    ///< ended because the user asked for it
+    submitted,  ///< a task was given a count and works on it
+    missing,    ///< the library has no such symbol
+};
+std::string_view status_name(Status status);
+
+/** What came of a call. */
+struct Outcome {
+    const Export* entry = nullptr;
+    std::vector<ArgumentValue> arguments;
+    Status status = Status::ok;
+    int code = 0;
+    ResultValue result;
+    std::string exception_type;
+    std::string exception_text;
+    double seconds = 0;
+    std::optional<Task> task;      ///< the task that did the count, or that was given one
+    std::size_t pieces = 1;        ///< into how many calls the host split the range
+    std::optional<SumCheck> sum;   ///< of a sum of primes: how much of it the 64 bits hold
+    bool wrote_result = false;     ///< the result slot was written, whatever came of the call
+    std::size_t kept_strings = 0;  ///< string arguments that the library did not hand back
+    std::vector<std::string> breaches;
+
+    void add_breaches(const std::vector<std::string>& more) {
+        breaches.insert(breaches.end(), more.begin(), more.end());
+    }
+
+    /** Whether the call did what it was to do. */
+    bool good() const {
+        return status == Status::ok || status == Status::submitted;
+    }
+};
+
+/** Which callback table a call is given. */
+enum class TableChoice { full, without_io, null };
+
+/** Calls the export on this thread with the arguments as they are, whatever their number. */
+Outcome call_export(const Library& library, const Export& entry, const std::vector<ArgumentValue>& arguments,
+                    TableChoice table);
+
+/** The same with integers, for the calls that the host makes on its own behalf. */
+Outcome call_export(const Library& library, std::string_view name, const std::vector<mint>& integers);
+
+/** The readable name of a C++ type. */
+std::string demangled(const char* name);
+
+}  // namespace bench_host

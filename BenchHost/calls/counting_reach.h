@@ -1,0 +1,27 @@
+/**
+ * @file   counting_reach.h
+ * @brief  Whether prime counts report progress and can be stopped in this process. They cannot where the library's
+ *         hooks do not reach libprimecount; the library has no export that says so.
+ */
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "HostKit/export_table.h"
+#include "HostKit/library.h"
+#include "calls/arguments.h"
+
+namespace bench_host {
+
+/**
+ * Empty if counts report and can be stopped; else one line that says why they do not. Found out once, by a count of
+ * about a millisecond that asks AbortQ if the hooks work. Empty as well while a task runs, whose callback that count
+ * would take, or faults are planned.
+ */
+std::string why_counts_are_silent(const Library& library);
+
+/** Says so on standard error before the first long count. */
+void warn_of_silent_count(const Library& library, const Export& entry, std::span<const ArgumentValue> arguments);
+
+}  // namespace bench_host

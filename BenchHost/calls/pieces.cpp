@@ -1,0 +1,201 @@
+/**
+ * @file   pieces.cpp
+ * @brief  Cuts, and piece lengths that follow the measured speed.
+ */
+#include "calls/pieces.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "terminal/stopwatch.h"
+
+namespace bench_host {
+
+namespace {
+
+constexpr umint cut_modulus = 30;
+constexpr umint cut_residue = 26;
+
+/** Numbers of a first piece: a few hundredths to a few tenths of a second. */
+constexpr umint first_sieve_piece = 200'000'000;
+constexpr umint first_walk_piece = 2'000'000;
+/** Below this the call takes less than about half a second and is left whole. */
+constexpr umint smallest_split_range = 2'000'000'000;
+constexpr umint smallest_split_sum = 400'000'000;
+constexpr umint smallest_split_walk = 20'000'000;
+constexpr umint smallest_split_index = 100'000'000;
+/** Prime 4 * 10^17 lies below 2^64, with room for a range that is too long. */
+constexpr umint largest_split_index = 400'000'000'000'000'000;
+
+/** Every piece sieves the primes up to the square root of its end anew; this many numbers a second, about, on a slow
+ * machine. */
+constexpr double start_up_speed = 1e9;
+
+umint unsigned_value(const ArgumentValue& argument) {
+    return static_cast<umint>(std::get<mint>(argument.value));
+}
+
+bool negative(const ArgumentValue& argument) {
+    return std::get<mint>(argument.value) < 0 && !argument.above_signed;
+}
+
+/** The next piece's length: what takes about `target` seconds at the speed of the last one, changing at most fourfold.
+ */
+umint next_length(umint length, double seconds, double target) {
+    const double factor = std::clamp(target / std::max(seconds, 1e-3), 0.25, 4.0);
+    return static_cast<umint>(std::min(static_cast<double>(length) * factor, 1e18));
+}
+
+/** A piece should take long against its start-up, and short enough for a lively display. */
+double target_seconds(umint end) {
+    return 0.25 + 4 * std::sqrt(static_cast<double>(end)) / start_up_speed;
+}
+
+/** A closed range, walked from its low end. */
+struct Range {
+    umint begin;
+    umint end;
+};
+
+Range range_of(const Export& entry, const std::vector<ArgumentValue>& arguments) {
+    // PrimeSum has its upper end excluded and begins below 2; a piece from 0 would run into the wrap of a - 1.
+    if (entry.parameters.size() == 1) return {1, unsigned_value(arguments[0]) - 1};
+    return {unsigned_value(arguments[0]), unsigned_value(arguments[1])};
+}
+
+class PieceRunner {
+  public:
+    PieceRunner(const Library& library, const Export& entry, const std::vector<ArgumentValue>& arguments,
+                std::atomic<double>& fraction, const std::function<bool()>& stop)
+        : library_(library), entry_(entry), arguments_(arguments), fraction_(fraction), stop_(stop) {}
+
+    Outcome run() {
+        const Stopwatch watch;
+        if (entry_.route == Route::walk_pieces) {
+            walk();
+        } else if (entry_.route == Route::nth_pieces) {
+            find_nth();
+        } else {
+            add_up();
+        }
+        whole_.entry = &entry_;
+        whole_.arguments = arguments_;
+        whole_.pieces = pieces_;
+        whole_.seconds = watch.seconds();
+        return whole_;
+    }
+
+  private:
+    /** One piece; false when the whole ends with it. */
+    bool piece(std::string_view name, umint first, umint second) {
+        if (stop_()) {
+            whole_ = Outcome{};
+            whole_.status = Status::stopped;
+            return false;
+        }
+        whole_ = call_export(library_, name, {static_cast<mint>(first), static_cast<mint>(second)});
+        ++pieces_;
+        return whole_.status == Status::ok;
+    }
+
+    umint piece_result() const {
+        return static_cast<umint>(std::get<mint>(whole_.result));
+    }
+
+    void add_up() {
+        const std::string_view name = entry_.route == Route::sum_pieces ? "PrimeSieve_PrimeSumInterval" : entry_.name;
+        const Range range = range_of(entry_, arguments_);
+        umint total = 0;
+        umint length = first_sieve_piece;
+        for (umint begin = range.begin;;) {
+            umint end = range.end;
+            if (range.end - begin > length) end = cut_before(begin, begin + length).value_or(range.end);
+            if (!piece(name, begin, end)) return;
+            total += piece_result();
+            fraction_ = static_cast<double>(end - range.begin) / static_cast<double>(range.end - range.begin);
+            if (end == range.end) break;
+            begin = end + 1;
+            length = next_length(length, whole_.seconds, target_seconds(end));
+        }
+        whole_.result = static_cast<mint>(total);
+    }
+
+    void walk() {
+        const umint steps = unsigned_value(arguments_[1]);
+        umint at = unsigned_value(arguments_[0]);
+        umint length = first_walk_piece;
+        for (umint done = 0; done < steps;) {
+            const umint next = std::min(length, steps - done);
+            if (!piece(entry_.name, at, next)) return;
+            at = piece_result();
+            done += next;
+            fraction_ = static_cast<double>(done) / static_cast<double>(steps);
+            length = next_length(next, whole_.seconds, target_seconds(at));
+        }
+        whole_.result = static_cast<mint>(at);
+    }
+
+    /** Counts until few primes are left to go, and walks these. */
+    void find_nth() {
+        const umint n = unsigned_value(arguments_[0]);
+        umint counted = 0;
+        umint begin = 0;
+        umint length = first_sieve_piece;
+        while (n - counted > first_walk_piece) {
+            // About one number in ln x is prime: nine tenths of what is left. A range that holds more is not counted.
+            const double near = 0.9 * static_cast<double>(n - counted) * std::log(static_cast<double>(begin) + 3);
+            const umint end = begin + std::min(length, static_cast<umint>(near));
+            if (!piece("PrimeSieve_CountPrimes", begin, end)) return;
+            const umint found = piece_result();
+            if (found >= n - counted) break;
+            counted += found;
+            fraction_ = static_cast<double>(counted) / static_cast<double>(n);
+            length = next_length(end - begin, whole_.seconds, target_seconds(end));
+            begin = end + 1;
+        }
+        if (piece("PrimeSieve_NextKthPrime", std::max<umint>(begin, 1) - 1, n - counted)) fraction_ = 1;
+    }
+
+    const Library& library_;
+    const Export& entry_;
+    const std::vector<ArgumentValue>& arguments_;
+    std::atomic<double>& fraction_;
+    const std::function<bool()>& stop_;
+    Outcome whole_;
+    std::size_t pieces_ = 0;
+};
+
+}  // namespace
+
+std::optional<umint> cut_before(umint begin, umint end) {
+    if (end < cut_residue) return std::nullopt;
+    const umint cut = end - (end - cut_residue) % cut_modulus;
+    if (cut <= begin) return std::nullopt;
+    return cut;
+}
+
+bool worth_splitting(const Export& entry, const std::vector<ArgumentValue>& arguments) {
+    if (arguments.size() != entry.parameters.size()) return false;
+    // Negative numbers and the ends where the library's own arithmetic wraps are the library's business.
+    for (const ArgumentValue& argument : arguments) {
+        if (negative(argument)) return false;
+    }
+    if (entry.route == Route::walk_pieces) return unsigned_value(arguments[1]) >= smallest_split_walk;
+    if (entry.route == Route::nth_pieces) {
+        const umint n = unsigned_value(arguments[0]);
+        return n >= smallest_split_index && n <= largest_split_index;
+    }
+    if (entry.route != Route::range_pieces && entry.route != Route::sum_pieces) return false;
+    if (entry.parameters.size() == 1 && unsigned_value(arguments[0]) == 0) return false;
+    const Range range = range_of(entry, arguments);
+    if (entry.route == Route::sum_pieces && (range.begin == 0 || range.end == ~umint{0})) return false;
+    const umint smallest = entry.route == Route::sum_pieces ? smallest_split_sum : smallest_split_range;
+    return range.begin <= range.end && range.end - range.begin >= smallest;
+}
+
+Outcome call_in_pieces(const Library& library, const Export& entry, const std::vector<ArgumentValue>& arguments,
+                       std::atomic<double>& fraction, const std::function<bool()>& stop) {
+    return PieceRunner(library, entry, arguments, fraction, stop).run();
+}
+
+}  // namespace bench_host

@@ -1,0 +1,61 @@
+/**
+ * @file   sum_check.cpp
+ * @brief  Bounds from the number of primes in a range.
+ */
+#include "calls/sum_check.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace bench_host {
+
+namespace {
+
+const cpp_int modulus = cpp_int(1) << 64;
+/** Rounding in the bounds below stays far under this. */
+constexpr double slack = 1e-9;
+constexpr double two_to_64 = 0x1p64;
+/** A range of this many numbers is counted in a fraction of a second. */
+constexpr umint counted_length = 100'000'000;
+
+/** No range of y consecutive numbers holds more primes: 2 y / ln y (Montgomery and Vaughan 1973), or every odd number.
+ */
+double most_primes(double y) {
+    return y < 100 ? y / 2 + 1 : 2 * y / std::log(y);
+}
+
+/** pi(x) lies above x / (ln x - 1) and below x / (ln x - 1.1) (Dusart 1999). Precondition: x >= 60184. */
+double pi_from_below(double x) {
+    return x / (std::log(x) - 1);
+}
+double pi_from_above(double x) {
+    return x / (std::log(x) - 1.1);
+}
+
+}  // namespace
+
+SumCheck check_sum(umint a, umint b, umint residue, const PrimeCounter& count) {
+    const SumCheck whole{Wrapped::no, cpp_int(residue)};
+    if (a > b || b < first_wrapped_sum) return whole;
+    if (a <= 2) return {Wrapped::yes, std::nullopt};
+
+    const auto last = static_cast<double>(b);
+    const double most = most_primes(static_cast<double>(b - a) + 1) * last;
+    if (most * (1 + slack) < two_to_64) return whole;
+    const double middle = std::max(static_cast<double>(a), last / 2);
+    const double least = (pi_from_below(last) - pi_from_above(middle)) * middle;
+    if (least * (1 - slack) > two_to_64) return {Wrapped::yes, std::nullopt};
+
+    const umint length = std::min(b - a, counted_length);
+    const auto primes = count(b - length, b);
+    if (!primes) return {};
+    // At most 10^8 primes that differ by at most 10^8: the bounds are less than 2^64 apart, and one number between them
+    // has the residue.
+    const cpp_int low = cpp_int(b - length) * *primes;
+    if (b - length > a) return {low >= modulus ? Wrapped::yes : Wrapped::unknown, std::nullopt};
+    const cpp_int exact = low + (residue + modulus - low % modulus) % modulus;
+    if (exact > cpp_int(b) * *primes) return {};
+    return {exact >= modulus ? Wrapped::yes : Wrapped::no, exact};
+}
+
+}  // namespace bench_host

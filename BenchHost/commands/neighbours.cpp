@@ -1,0 +1,159 @@
+/**
+ * @file   neighbours.cpp
+ * @brief  Calls of the library's next-prime functions, and their results as lines.
+ */
+#include "commands/neighbours.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <atomic>
+#include <nlohmann/json.hpp>
+
+#include "calls/expression.h"
+#include "calls/interrupts.h"
+#include "calls/primality.h"
+#include "kesh_prime.h"
+#include "terminal/bad_input.h"
+#include "terminal/duration.h"
+#include "terminal/exit_codes.h"
+#include "terminal/output.h"
+#include "terminal/printable.h"
+#include "terminal/progress_line.h"
+#include "terminal/stopwatch.h"
+
+namespace bench_host {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Limbs = std::vector<umint>;
+
+constexpr std::size_t most_limbs = primality_bits / 64;
+
+/** A function of the library. @throws BadInput when a library without it was chosen */
+template <class Function>
+Function* needed(const Library& library, const char* name) {
+    auto* const function = library.symbol<Function*>(name);
+    if (function == nullptr) throw BadInput(fmt::format("this library does not export {}", name));
+    return function;
+}
+
+/** The limbs of n, and zero limbs up to `count`. */
+Limbs limbs_of(const cpp_int& n, std::size_t count) {
+    Limbs limbs = to_limbs(n);
+    limbs.resize(count);
+    return limbs;
+}
+
+/** Room for n and for a prime a little above it. */
+std::size_t roomy(const cpp_int& n) {
+    return std::min(to_limbs(n).size() + 1, most_limbs);
+}
+
+std::string decimal(const umint* limbs, std::size_t count) {
+    while (count > 1 && limbs[count - 1] == 0) --count;
+    if (count == 1) return fmt::format("{}", limbs[0]);
+    cpp_int value = 0;
+    for (std::size_t i = count; i-- > 0;) value = (value << 64) + limbs[i];
+    return value.str();
+}
+
+}  // namespace
+
+int print_neighbours(const Library& library, const Options& options, const std::vector<std::string>& words,
+                     PrintLook look, bool upwards) {
+    const auto function = needed<decltype(KESH_NextPrime)>(library, upwards ? "KESH_NextPrime" : "KESH_PreviousPrime");
+    if (words.empty())
+        throw BadInput(fmt::format("{0}-prime takes numbers of up to 1024 bits; for example: {0}-prime 2^512",
+                                   upwards ? "next" : "previous"));
+    std::vector<cpp_int> numbers;
+    for (const std::string& word : words) numbers.push_back(read_candidate(word));
+    int code = exit_ok;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const Stopwatch watch;
+        const std::size_t len = roomy(numbers[i]);
+        const Limbs n = limbs_of(numbers[i], len);
+        Limbs prime(len);
+        const bool found = function(n.data(), static_cast<std::int64_t>(len), prime.data()) == KESH_DONE;
+        const std::string value = found ? decimal(prime.data(), len) : "";
+        if (!found) code = exit_call_failed;
+        if (options.json) {
+            Json object = {{"command", upwards ? "next-prime" : "previous-prime"},
+                           {"number", words[i]},
+                           {"status", found ? "ok" : "none"},
+                           {"seconds", watch.seconds()}};
+            if (found) object["prime"] = value;
+            print(object.dump() + "\n");
+        } else if (!found) {
+            print_error(
+                fmt::format("there is no prime {} {} within 1024 bits\n", upwards ? "above" : "below", words[i]));
+        } else if (look.quiet) {
+            print(value + "\n");
+        } else {
+            print(
+                fmt::format("{}  {}\n", value, look.style.dim(fmt::format("({})", format_duration(watch.seconds())))));
+        }
+    }
+    return code;
+}
+
+int print_primes(const Library& library, const Options& options, const std::vector<std::string>& words,
+                 const ProgressLook& progress) {
+    const auto function = needed<decltype(KESH_NextPrimes)>(library, "KESH_NextPrimes");
+    if (words.size() != 2) throw BadInput("primes takes two numbers, FROM and COUNT; for example: primes 10^18 20");
+    if (options.json) throw BadInput("primes prints one prime a line; --json has nothing to add");
+    const cpp_int from = read_candidate(words[0]), wanted = read_candidate(words[1]);
+    if (bit_length(wanted) > 63) throw BadInput(fmt::format("'{}' is too many primes; COUNT ends at 2^63-1", words[1]));
+    const auto total = static_cast<std::int64_t>(wanted);
+
+    const std::size_t len = roomy(from);
+    // From the number before on, so that a prime FROM is the first.
+    Limbs at = limbs_of(from > 0 ? cpp_int(from - 1) : from, len);
+    // Few enough for the first lines to come at once.
+    const auto chunk = static_cast<std::int64_t>(32768 / (len * len));
+    Limbs primes(static_cast<std::size_t>(chunk) * len);
+    std::atomic<std::int64_t> printed = 0;
+    int code = KESH_DONE;
+    {
+        const InterruptScope scope(3, Stoppable::yes);
+        ProgressLine line(
+            progress, fmt::format("primes {} {}", words[0], words[1]),
+            {.fraction = [&] { return std::optional(static_cast<double>(printed) / static_cast<double>(total)); },
+             .note = {},
+             .tick = {}});
+        const auto stop = [](void*, std::int64_t, std::int64_t) { return interrupts_seen() > 0 ? 1 : 0; };
+        while (printed < total && code == KESH_DONE) {
+            std::int64_t found = 0;
+            code = function(at.data(), static_cast<std::int64_t>(len), std::min(chunk, total - printed), primes.data(),
+                            &found, stop, nullptr);
+            if (found == 0) break;
+            std::string text;
+            for (std::size_t i = 0; i < static_cast<std::size_t>(found); ++i) {
+                const umint* const prime = &primes[i * len];
+                if (std::all_of(prime + 1, prime + len, [](umint limb) { return limb == 0; })) {
+                    const fmt::format_int digits(prime[0]);
+                    text.append(digits.data(), digits.size());
+                } else {
+                    text += decimal(prime, len);
+                }
+                text += '\n';
+            }
+            std::copy_n(primes.end() - (chunk - found + 1) * static_cast<std::ptrdiff_t>(len), len, at.begin());
+            line.above(text);
+            printed += found;
+        }
+    }
+    if (code == KESH_STOPPED) {
+        print_error("stopped\n");
+        return exit_code_when_stopped();
+    }
+    if (code == KESH_NO_PRIME) {
+        print_error(fmt::format("there {} only {} from {} on within 1024 bits\n", printed == 1 ? "is" : "are",
+                                counted(static_cast<std::size_t>(printed), "prime", "primes"), words[0]));
+        return exit_call_failed;
+    }
+    return exit_ok;
+}
+
+}  // namespace bench_host

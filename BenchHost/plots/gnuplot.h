@@ -1,0 +1,24 @@
+/**
+ * @file   gnuplot.h
+ * @brief  Plots as files, drawn by gnuplot.
+ */
+#pragma once
+
+#include <string>
+
+#include "plots/plot.h"
+
+namespace bench_host {
+
+enum class Picture { svg, png };
+
+/** The commands that draw the plot, to gnuplot's standard output. */
+std::string gnuplot_script(const Plot& plot, Picture kind);
+
+/** Finds out before the work begins whether a picture can be drawn and its file written. @throws BadInput */
+void check_picture_file(const std::string& path);
+
+/** Draws the plot into the file. @throws OutputError when gnuplot fails or the file takes no more */
+void draw_with_gnuplot(const Plot& plot, Picture kind, const std::string& path);
+
+}  // namespace bench_host

@@ -1,0 +1,31 @@
+/**
+ * @file   plot.h
+ * @brief  What a plot shows, however it is drawn.
+ */
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace bench_host {
+
+/** One curve, or the bars of a histogram. */
+struct Curve {
+    struct Point {
+        double x;
+        double y;
+    };
+    std::string name;
+    std::vector<Point> points;
+};
+
+struct Plot {
+    std::string title;
+    std::string x_label;
+    std::string y_label;
+    bool bars = false;
+    std::vector<Curve> curves;
+    std::vector<std::string> notes;  ///< a few numbers in words, below the picture
+};
+
+}  // namespace bench_host

@@ -1,0 +1,21 @@
+/**
+ * @file   plot_canvas.h
+ * @brief  A plot drawn with characters.
+ */
+#pragma once
+
+#include <string>
+
+#include "plots/plot.h"
+#include "terminal/terminal.h"
+
+namespace bench_host {
+
+/** The plot in `width` columns and `height` rows, axes and legend included: braille dots, or letters where there is no
+ * UTF-8. */
+std::string draw_in_terminal(const Plot& plot, unsigned width, unsigned height, bool utf8, const Style& style);
+
+/** 1.2e+12 and the like, short enough for an axis. */
+std::string axis_number(double value);
+
+}  // namespace bench_host

@@ -1,0 +1,21 @@
+/**
+ * @file   completion.h
+ * @brief  Completes names, at the prompt and for the shell.
+ */
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace bench_host {
+
+/** The names that complete the text before the cursor; `word_begin` is set to where the completed word begins. */
+std::vector<std::string> completions(std::string_view before_cursor, std::size_t& word_begin);
+
+/** The words, one a line, that the shell completes: "names" of exports and commands, "options", or the slots of "fail";
+ * all of them, or those that complete `word`.
+ */
+std::string shell_completion_words(std::string_view what, std::string_view word);
+
+}  // namespace bench_host

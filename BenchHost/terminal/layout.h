@@ -1,0 +1,18 @@
+/**
+ * @file   layout.h
+ * @brief  Breaks long text into lines that fit.
+ */
+#pragma once
+
+#include <string>
+
+namespace bench_host {
+
+/** Breaks text at blanks so that no line is longer than `width`; lines after the first are indented. Escape sequences
+ * take no room. */
+std::string wrapped(const std::string& text, unsigned width, unsigned indent);
+
+/** Where `fd` is a terminal, the text with the lines that are too long for it wrapped; elsewhere lines stay whole. */
+std::string fitted(const std::string& text, int fd);
+
+}  // namespace bench_host

@@ -1,0 +1,21 @@
+/**
+ * @file   output.cpp
+ * @brief  Standard output and standard error.
+ */
+#include "terminal/output.h"
+
+#include <cstdio>
+
+namespace bench_host {
+
+void print(const std::string& text) {
+    std::fputs(text.c_str(), stdout);
+    std::fflush(stdout);
+}
+
+void print_error(const std::string& text) {
+    std::fflush(stdout);
+    std::fputs(text.c_str(), stderr);
+}
+
+}  // namespace bench_host

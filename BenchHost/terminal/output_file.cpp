@@ -1,0 +1,42 @@
+/**
+ * @file   output_file.cpp
+ * @brief  Writing with every error looked at.
+ */
+#include "terminal/output_file.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "terminal/bad_input.h"
+
+namespace bench_host {
+
+namespace fs = std::filesystem;
+
+void check_writable(const std::string& path) {
+    std::error_code error;
+    const fs::path file(path);
+    if (fs::is_directory(file, error)) throw BadInput(fmt::format("{} is a folder and cannot be written", path));
+    const fs::path folder = file.has_parent_path() ? file.parent_path() : fs::path(".");
+    if (access((fs::exists(file, error) ? file : folder).c_str(), W_OK) != 0)
+        throw BadInput(fmt::format("{} cannot be written: {}", path, std::strerror(errno)));
+}
+
+void write_whole_file(const std::string& path, const std::string& content) {
+    errno = 0;
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    if (!file.flush()) throw OutputError(fmt::format("{} cannot be written: {}", path, std::strerror(errno)));
+}
+
+bool standard_output_complete() {
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+}
+
+}  // namespace bench_host

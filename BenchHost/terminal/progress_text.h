@@ -1,0 +1,30 @@
+/**
+ * @file   progress_text.h
+ * @brief  The progress line at one moment: bar and time left if a percentage is known, else the elapsed time.
+ */
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "terminal/terminal.h"
+
+namespace bench_host {
+
+/** How the line looks. */
+struct ProgressLook {
+    bool visible = false;  ///< draw at all
+    bool in_place = true;  ///< redraw one line (terminal), or print a line now and then (file, pipe)
+    bool utf8 = false;
+    Style style;
+};
+
+/**
+ * The progress line at one moment, fitted to `width` columns.
+ * @param fraction  part of the work that is done, 0 to 1; none where only the elapsed time is known
+ * @param note      replaces the time left, for example "stopping"
+ */
+std::string render_progress(const std::string& label, std::optional<double> fraction, double elapsed,
+                            const std::string& note, unsigned width, const ProgressLook& look);
+
+}  // namespace bench_host

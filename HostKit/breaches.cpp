@@ -1,0 +1,33 @@
+/**
+ * @file   breaches.cpp
+ * @brief  A list under a mutex.
+ */
+#include "HostKit/breaches.h"
+
+#include <utility>
+
+namespace bench_host {
+
+void Breaches::on_breach(Listener listener) {
+    const std::lock_guard lock(mutex_);
+    listener_ = std::move(listener);
+}
+
+void Breaches::report(const std::string& what) {
+    const std::lock_guard lock(mutex_);
+    fresh_.push_back(what);
+    ++total_;
+    if (listener_) listener_(what);
+}
+
+std::vector<std::string> Breaches::take() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(fresh_, {});
+}
+
+std::size_t Breaches::total() const {
+    const std::lock_guard lock(mutex_);
+    return total_;
+}
+
+}  // namespace bench_host

@@ -1,0 +1,34 @@
+/**
+ * @file   host.h
+ * @brief  The state of the host: what the callbacks work on. One a process, because the library calls back without a
+ *         context pointer, and never destroyed, because its detached workers may outlive main().
+ */
+#pragma once
+
+#include <atomic>
+
+#include "HostKit/breaches.h"
+#include "HostKit/faults.h"
+#include "HostKit/lent_strings.h"
+#include "HostKit/tasks.h"
+#include "HostKit/tensors.h"
+
+namespace bench_host {
+
+struct Host {
+    Breaches breaches;
+    FaultPlan faults;
+    TensorStore tensors;
+    StringStore strings;
+    TaskBoard tasks{breaches};
+    /** What AbortQ answers: the user has asked to abort the running call. */
+    std::atomic<bool> abort_requested = false;
+    /** How often AbortQ was asked since the process began. */
+    std::atomic<std::size_t> abort_questions = 0;
+    /** The position that a faulted MTensor_getInteger leaves behind with code 0. */
+    std::atomic<mint> left_position = 0;
+};
+
+Host& host();
+
+}  // namespace bench_host

@@ -1,0 +1,84 @@
+/**
+ * @file   library.cpp
+ * @brief  dlopen and the two lifecycle exports.
+ */
+#include "HostKit/library.h"
+
+#include <dlfcn.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace bench_host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* library_name = "libVelmoraKesh.so";
+
+std::string dl_error() {
+    const char* text = dlerror();
+    return text == nullptr ? "no reason given" : text;
+}
+
+}  // namespace
+
+std::vector<fs::path> library_candidates() {
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    const fs::path folder = program.parent_path();
+    return {folder / library_name, folder / KESH_HOST_RELATIVE_LIBDIR / library_name, folder / "../lib" / library_name,
+            folder.parent_path() / library_name};
+}
+
+Library::Library(const std::string& path, VelmoraLibraryData table) {
+    if (!path.empty()) {
+        // A name without a slash would send dlopen through its search path; a path typed here is a file.
+        path_ = fs::absolute(path);
+        if (!fs::exists(path_)) throw LibraryError(fmt::format("there is no library at {}", path));
+    } else {
+        const auto candidates = library_candidates();
+        const auto found =
+            std::find_if(candidates.begin(), candidates.end(), [](const fs::path& file) { return fs::exists(file); });
+        if (found == candidates.end()) {
+            std::string places;
+            for (const fs::path& file : candidates)
+                places +=
+                    fmt::format("{}{}", places.empty() ? "" : ", ", file.parent_path().lexically_normal().string());
+            throw LibraryError(fmt::format("{} is in none of {}; name it with --library PATH", library_name, places));
+        }
+        path_ = found->lexically_normal();
+    }
+    handle_ = dlopen(path_.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle_ == nullptr) throw LibraryError(fmt::format("the library cannot be opened: {}", dl_error()));
+
+    const auto get_version = symbol<mint (*)()>("VelmoraLibrary_getVersion");
+    const auto initialize = symbol<int (*)(VelmoraLibraryData)>("VelmoraLibrary_initialize");
+    if (get_version == nullptr || initialize == nullptr) {
+        throw LibraryError(fmt::format(
+            "{} is no library for this host: VelmoraLibrary_getVersion or VelmoraLibrary_initialize is missing",
+            path_.string()));
+    }
+    version_ = get_version();
+    if (version_ != VelmoraLibraryVersion) {
+        throw LibraryError(fmt::format("{} speaks interface version {}, this host speaks {}", path_.string(), version_,
+                                       static_cast<int>(VelmoraLibraryVersion)));
+    }
+    if (const int code = initialize(table); code != LIBRARY_NO_ERROR) {
+        throw LibraryError(fmt::format("VelmoraLibrary_initialize of {} answered {}", path_.string(), code));
+    }
+}
+
+std::optional<std::string> Library::dependency_version(const char* function) const {
+    // A look-up on the handle also searches what the library was linked with.
+    const auto version = symbol<const char* (*)()>(function);
+    if (version == nullptr) return std::nullopt;
+    return std::string(version());
+}
+
+void* Library::address(const char* name) const {
+    return dlsym(handle_, name);
+}
+
+}  // namespace bench_host
