@@ -30,7 +30,7 @@
 
 namespace {
 
-using namespace bench_host;
+using namespace kesh_host;
 
 int run(const std::vector<std::string>& arguments) {
     Options options;

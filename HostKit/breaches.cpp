@@ -6,7 +6,7 @@
 
 #include <utility>
 
-namespace bench_host {
+namespace kesh_host {
 
 void Breaches::on_breach(Listener listener) {
     const std::lock_guard lock(mutex_);
@@ -30,4 +30,4 @@ std::size_t Breaches::total() const {
     return total_;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Collects breaches of the host protocol. May be told from any thread. */
 class Breaches {
@@ -34,4 +34,4 @@ class Breaches {
     std::size_t total_ = 0;
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

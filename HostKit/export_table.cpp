@@ -8,7 +8,7 @@
 
 #include "VelmoraLibrary.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -482,4 +482,4 @@ std::string_view error_name(int code) {
     }
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

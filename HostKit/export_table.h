@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Kinds of argument and result slots, as the host declares them for each export. */
 enum class Kind {
@@ -78,4 +78,4 @@ std::string usage_line(const Export& entry);
 /** Names of host error codes: 6 is "LIBRARY_FUNCTION_ERROR". */
 std::string_view error_name(int code);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -8,12 +8,12 @@
 #include <atomic>
 
 #include "HostKit/breaches.h"
-#include "HostKit/faults.h"
+#include "HostKit/fault_plan.h"
 #include "HostKit/lent_strings.h"
-#include "HostKit/tasks.h"
+#include "HostKit/task_board.h"
 #include "HostKit/tensors.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 struct Host {
     Breaches breaches;
@@ -21,14 +21,14 @@ struct Host {
     TensorStore tensors;
     StringStore strings;
     TaskBoard tasks{breaches};
-    /** What AbortQ answers: the user has asked to abort the running call. */
-    std::atomic<bool> abort_requested = false;
-    /** How often AbortQ was asked since the process began. */
-    std::atomic<std::size_t> abort_questions = 0;
+    /** What AbortQ answers: not 0 if the user has asked to abort the running call. */
+    std::atomic<mint> abort_answer = 0;
+    /** How often AbortQ was asked. */
+    std::atomic<mint> abort_questions = 0;
     /** The position that a faulted MTensor_getInteger leaves behind with code 0. */
     std::atomic<mint> left_position = 0;
 };
 
 Host& host();
 
-}  // namespace bench_host
+}  // namespace kesh_host

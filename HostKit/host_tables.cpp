@@ -4,97 +4,41 @@
  */
 #include "HostKit/host_tables.h"
 
-#include <fmt/format.h>
-
 #include <array>
 #include <chrono>
+#include <cstddef>
+#include <iterator>
 #include <stdexcept>
 #include <thread>
 #include <utility>
 
 #include "HostKit/host.h"
+#include "HostKit/slots.h"
+#include "HostKit/text_of.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
-constexpr std::array<std::string_view, 35> slot_names = {
-    "UTF8String_disown",
-    "MTensor_new",
-    "MTensor_free",
-    "MTensor_clone",
-    "MTensor_shareCount",
-    "MTensor_disown",
-    "MTensor_disownAll",
-    "MTensor_setInteger",
-    "MTensor_setReal",
-    "MTensor_setComplex",
-    "MTensor_setMTensor",
-    "MTensor_getInteger",
-    "MTensor_getReal",
-    "MTensor_getComplex",
-    "MTensor_getMTensor",
-    "MTensor_getRank",
-    "MTensor_getDimensions",
-    "MTensor_getType",
-    "MTensor_getFlattenedLength",
-    "MTensor_getIntegerData",
-    "MTensor_getRealData",
-    "MTensor_getComplexData",
-    "Message",
-    "AbortQ",
-    "getLink",
-    "processLink",
-    "evaluateExpression",
-    "runtimeData",
-    "compileLibraryFunctions",
-    "VersionNumber",
-    "registerInputStreamMethod",
-    "unregisterInputStreamMethod",
-    "registerOutputStreamMethod",
-    "unregisterOutputStreamMethod",
-    "ioLibraryFunctions",
-};
+/** Positions, from 0. */
+#define KESH_SLOT(member) member,
+enum class LibrarySlot : std::size_t { KESH_LIBRARY_SLOTS(KESH_SLOT) };
+enum class IoSlot : std::size_t { KESH_IO_SLOTS(KESH_SLOT) };
+#undef KESH_SLOT
 
-constexpr std::array<std::string_view, 23> io_slot_names = {
-    "createAsynchronousTaskWithoutThread",
-    "createAsynchronousTaskWithThread",
-    "raiseAsyncEvent",
-    "asynchronousTaskAliveQ",
-    "asynchronousTaskStartedQ",
-    "createDataStore",
-    "DataStore_addInteger",
-    "DataStore_addReal",
-    "DataStore_addComplex",
-    "DataStore_addString",
-    "DataStore_addMTensor",
-    "DataStore_addMRawArray",
-    "DataStore_addMImage",
-    "DataStore_addDataStore",
-    "DataStore_addNamedInteger",
-    "DataStore_addNamedReal",
-    "DataStore_addNamedComplex",
-    "DataStore_addNamedString",
-    "DataStore_addNamedMTensor",
-    "DataStore_addNamedMRawArray",
-    "DataStore_addNamedMImage",
-    "DataStore_addNamedDataStore",
-    "removeAsynchronousTask",
-};
-
-constexpr std::size_t slot_of(std::string_view name) {
-    for (std::size_t i = 0; i < slot_names.size(); ++i) {
-        if (slot_names[i] == name) return i + 1;
-    }
-    return 0;
-}
-
-constexpr std::size_t io_slot_of(std::string_view name) {
-    for (std::size_t i = 0; i < io_slot_names.size(); ++i) {
-        if (io_slot_names[i] == name) return i + 1;
-    }
-    return 0;
-}
+// The lists name the slots in the order in which the library finds them.
+#define KESH_LIBRARY_SLOT(member)                            \
+    static_assert(offsetof(st_VelmoraLibraryData, member) == \
+                  sizeof(void*) * static_cast<std::size_t>(LibrarySlot::member));
+#define KESH_IO_SLOT(member)                                         \
+    static_assert(offsetof(st_VelmoraIOLibrary_Functions, member) == \
+                  sizeof(void*) * static_cast<std::size_t>(IoSlot::member));
+KESH_LIBRARY_SLOTS(KESH_LIBRARY_SLOT)
+KESH_IO_SLOTS(KESH_IO_SLOT)
+#undef KESH_LIBRARY_SLOT
+#undef KESH_IO_SLOT
+static_assert(sizeof(st_VelmoraLibraryData) == sizeof(void*) * std::size(library_slot_names));
+static_assert(sizeof(st_VelmoraIOLibrary_Functions) == sizeof(void*) * std::size(io_slot_names));
 
 /** The two tables as they lie in memory: the declared record, then the further slots. */
 using PlainSlot = mint (*)();
@@ -113,18 +57,19 @@ enum class Table { library, io };
 
 template <Table Which, std::size_t Slot>
 void report_trap() {
-    host().breaches.report(
-        Which == Table::library
-            ? fmt::format("the library called slot {} ({}) of the callback table, which it has no use for", Slot,
-                          slot_name(Slot))
-            : fmt::format("the library called slot {} ({}) of the task table, which it has no use for", Slot,
-                          io_slot_name(Slot)));
+    host().breaches.report(Which == Table::library ? text_of("the library called slot ", Slot, " (", slot_name(Slot),
+                                                             ") of the callback table, which it has no use for")
+                                                   : text_of("the library called slot ", Slot, " (", io_slot_name(Slot),
+                                                             ") of the task table, which it has no use for"));
 }
+
+/** A slot that holds no function is no place for a trap. */
+template <Table Which, std::size_t Slot, typename Value>
+void set_trap(Value&) {}
 
 /** Puts a trap of the slot's own signature into a slot. */
 template <Table Which, std::size_t Slot, typename Result, typename... Arguments>
 void set_trap(Result (*&slot)(Arguments...)) {
-    static_assert(Slot != 0, "no slot of that name");
     slot = [](Arguments...) -> Result {
         report_trap<Which, Slot>();
         return Result();
@@ -142,12 +87,12 @@ std::array<PlainSlot, further_slots> further_traps(std::index_sequence<I...>) {
  * Answers the planned fault's code, throws for a planned exception, waits for a planned delay; nothing when the call is
  * to do its work.
  */
-std::optional<Fault> planned_fault(std::string_view slot) {
+std::optional<Fault> planned_fault_of(std::string_view slot) {
     const auto fault = host().faults.on_call(slot);
     if (!fault) return fault;
     switch (fault->kind) {
         case Fault::Kind::exception:
-            throw std::runtime_error(fmt::format("injected into {}", slot));
+            throw std::runtime_error(text_of("injected into ", slot));
         case Fault::Kind::other_exception:
             throw 42;
         case Fault::Kind::delay:
@@ -156,6 +101,10 @@ std::optional<Fault> planned_fault(std::string_view slot) {
         default:
             return fault;
     }
+}
+
+std::optional<Fault> planned_fault(CallbackName callback) {
+    return planned_fault_of(callback.text);
 }
 
 // ---- strings and tensors
@@ -176,7 +125,7 @@ int tensor_new(mint type, mint rank, const mint* dimensions, MTensor* out) {
 
 bool good_handle(MTensor tensor, std::string_view slot) {
     if (host().tensors.lives(tensor)) return true;
-    host().breaches.report(fmt::format("{} was given a handle that is no living tensor", slot));
+    host().breaches.report(text_of(slot, " was given a handle that is no living tensor"));
     return false;
 }
 
@@ -198,7 +147,7 @@ mint* tensor_get_integer_data(MTensor tensor) {
 mint abort_q() {
     host().abort_questions.fetch_add(1, std::memory_order_relaxed);
     if (const auto fault = planned_fault("AbortQ")) return fault->code;
-    return host().abort_requested ? 1 : 0;
+    return host().abort_answer;
 }
 
 // ---- tasks and DataStores
@@ -209,18 +158,22 @@ mint create_task() {
 }
 
 /** planned_fault for a callback that holds a DataStore: an injected exception must not leave it open. */
-void planned_fault_with(DataStore store, std::string_view slot) {
+void planned_fault_with_store(DataStore store, std::string_view slot) {
     try {
-        planned_fault(slot);
+        planned_fault_of(slot);
     } catch (...) {
         host().tasks.discard(store);
         throw;
     }
 }
 
+void planned_fault_with(DataStore store, CallbackName callback) {
+    planned_fault_with_store(store, callback.text);
+}
+
 void raise_event(mint task, char* name, DataStore payload) {
     planned_fault_with(payload, "raiseAsyncEvent");
-    planned_fault_with(payload, fmt::format("raiseAsyncEvent:{}", name));
+    planned_fault_with_store(payload, std::string("raiseAsyncEvent:") + name);
     host().tasks.raise(task, name, payload);
 }
 
@@ -253,12 +206,12 @@ mint remove_task(mint task) {
 
 // ---- the tables
 
-#define KESH_HOST_TRAP(member) set_trap<Table::library, slot_of(#member)>(table.declared.member)
-#define KESH_HOST_IO_TRAP(member) set_trap<Table::io, io_slot_of(#member)>(table.declared.member)
-
 FullIoTable make_io_table() {
     FullIoTable table{};
     st_VelmoraIOLibrary_Functions& slots = table.declared;
+#define KESH_TRAP(member) set_trap<Table::io, static_cast<std::size_t>(IoSlot::member) + 1>(slots.member);
+    KESH_IO_SLOTS(KESH_TRAP)
+#undef KESH_TRAP
     slots.createAsynchronousTaskWithoutThread = create_task;
     slots.raiseAsyncEvent = raise_event;
     slots.createDataStore = create_store;
@@ -266,29 +219,16 @@ FullIoTable make_io_table() {
     slots.DataStore_addReal = store_add_real;
     slots.DataStore_addString = store_add_string;
     slots.removeAsynchronousTask = remove_task;
-    KESH_HOST_IO_TRAP(createAsynchronousTaskWithThread);
-    KESH_HOST_IO_TRAP(asynchronousTaskAliveQ);
-    KESH_HOST_IO_TRAP(asynchronousTaskStartedQ);
-    KESH_HOST_IO_TRAP(DataStore_addComplex);
-    KESH_HOST_IO_TRAP(DataStore_addMTensor);
-    KESH_HOST_IO_TRAP(DataStore_addMRawArray);
-    KESH_HOST_IO_TRAP(DataStore_addMImage);
-    KESH_HOST_IO_TRAP(DataStore_addDataStore);
-    KESH_HOST_IO_TRAP(DataStore_addNamedInteger);
-    KESH_HOST_IO_TRAP(DataStore_addNamedReal);
-    KESH_HOST_IO_TRAP(DataStore_addNamedComplex);
-    KESH_HOST_IO_TRAP(DataStore_addNamedString);
-    KESH_HOST_IO_TRAP(DataStore_addNamedMTensor);
-    KESH_HOST_IO_TRAP(DataStore_addNamedMRawArray);
-    KESH_HOST_IO_TRAP(DataStore_addNamedMImage);
-    KESH_HOST_IO_TRAP(DataStore_addNamedDataStore);
-    table.further = further_traps<Table::io, io_slot_names.size() + 1>(std::make_index_sequence<further_slots>());
+    table.further = further_traps<Table::io, std::size(io_slot_names) + 1>(std::make_index_sequence<further_slots>());
     return table;
 }
 
 FullTable make_table(VelmoraIOLibrary_Functions io) {
     FullTable table{};
     st_VelmoraLibraryData& slots = table.declared;
+#define KESH_TRAP(member) set_trap<Table::library, static_cast<std::size_t>(LibrarySlot::member) + 1>(slots.member);
+    KESH_LIBRARY_SLOTS(KESH_TRAP)
+#undef KESH_TRAP
     slots.UTF8String_disown = string_disown;
     slots.MTensor_new = tensor_new;
     slots.MTensor_getInteger = tensor_get_integer;
@@ -296,45 +236,12 @@ FullTable make_table(VelmoraIOLibrary_Functions io) {
     slots.AbortQ = abort_q;
     slots.VersionNumber = VelmoraLibraryVersion;
     slots.ioLibraryFunctions = io;
-    KESH_HOST_TRAP(MTensor_free);
-    KESH_HOST_TRAP(MTensor_clone);
-    KESH_HOST_TRAP(MTensor_shareCount);
-    KESH_HOST_TRAP(MTensor_disown);
-    KESH_HOST_TRAP(MTensor_disownAll);
-    KESH_HOST_TRAP(MTensor_setInteger);
-    KESH_HOST_TRAP(MTensor_setReal);
-    KESH_HOST_TRAP(MTensor_setComplex);
-    KESH_HOST_TRAP(MTensor_setMTensor);
-    KESH_HOST_TRAP(MTensor_getReal);
-    KESH_HOST_TRAP(MTensor_getComplex);
-    KESH_HOST_TRAP(MTensor_getMTensor);
-    KESH_HOST_TRAP(MTensor_getRank);
-    KESH_HOST_TRAP(MTensor_getDimensions);
-    KESH_HOST_TRAP(MTensor_getType);
-    KESH_HOST_TRAP(MTensor_getFlattenedLength);
-    KESH_HOST_TRAP(MTensor_getRealData);
-    KESH_HOST_TRAP(MTensor_getComplexData);
-    KESH_HOST_TRAP(Message);
-    KESH_HOST_TRAP(getLink);
-    KESH_HOST_TRAP(processLink);
-    KESH_HOST_TRAP(evaluateExpression);
-    KESH_HOST_TRAP(registerInputStreamMethod);
-    KESH_HOST_TRAP(unregisterInputStreamMethod);
-    KESH_HOST_TRAP(registerOutputStreamMethod);
-    KESH_HOST_TRAP(unregisterOutputStreamMethod);
-    table.further = further_traps<Table::library, slot_names.size() + 1>(std::make_index_sequence<further_slots>());
+    table.further =
+        further_traps<Table::library, std::size(library_slot_names) + 1>(std::make_index_sequence<further_slots>());
     return table;
 }
 
-#undef KESH_HOST_TRAP
-#undef KESH_HOST_IO_TRAP
-
 }  // namespace
-
-Host& host() {
-    static Host* the_host = new Host;
-    return *the_host;
-}
 
 VelmoraLibraryData library_data() {
     static FullIoTable* io = new FullIoTable(make_io_table());
@@ -348,13 +255,13 @@ VelmoraLibraryData library_data_without_io() {
 }
 
 std::string_view slot_name(std::size_t slot) {
-    if (slot < 1 || slot > slot_names.size()) return "a further slot";
-    return slot_names[slot - 1];
+    if (slot < 1 || slot > std::size(library_slot_names)) return "a further slot";
+    return library_slot_names[slot - 1];
 }
 
 std::string_view io_slot_name(std::size_t slot) {
-    if (slot < 1 || slot > io_slot_names.size()) return "a further slot";
+    if (slot < 1 || slot > std::size(io_slot_names)) return "a further slot";
     return io_slot_names[slot - 1];
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

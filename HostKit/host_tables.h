@@ -10,7 +10,7 @@
 #include "VelmoraIOLibraryFunctions.h"
 #include "VelmoraLibrary.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Number of slots that stand after the last declared one, all of them traps. */
 constexpr std::size_t further_slots = 64;
@@ -26,4 +26,4 @@ std::string_view slot_name(std::size_t slot);
 /** The same for the table of task and DataStore callbacks. */
 std::string_view io_slot_name(std::size_t slot);
 
-}  // namespace bench_host
+}  // namespace kesh_host

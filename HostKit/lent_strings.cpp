@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace bench_host {
+namespace kesh_host {
 
 char* StringStore::lend(std::string_view text) {
     auto copy = std::make_unique<char[]>(text.size() + 1);
@@ -19,6 +19,17 @@ char* StringStore::lend(std::string_view text) {
 
 bool StringStore::hand_back(char* text) {
     const std::lock_guard lock(mutex_);
+    const auto found = strings_.find(text);
+    if (found == strings_.end()) return false;
+    // It is the host's again: whoever still reads it is to see that.
+    for (char* c = text; *c != '\0'; ++c) *c = '#';
+    strings_.erase(found);
+    ++handed_back_;
+    return true;
+}
+
+bool StringStore::take_back(const char* text) {
+    const std::lock_guard lock(mutex_);
     return strings_.erase(text) != 0;
 }
 
@@ -27,4 +38,20 @@ std::size_t StringStore::lent() const {
     return strings_.size();
 }
 
-}  // namespace bench_host
+bool StringStore::lent(const char* text) const {
+    const std::lock_guard lock(mutex_);
+    return strings_.contains(text);
+}
+
+std::size_t StringStore::handed_back() const {
+    const std::lock_guard lock(mutex_);
+    return handed_back_;
+}
+
+void StringStore::clear() {
+    const std::lock_guard lock(mutex_);
+    strings_.clear();
+    handed_back_ = 0;
+}
+
+}  // namespace kesh_host

@@ -9,21 +9,28 @@
 #include <string_view>
 #include <unordered_map>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Owns every argument string. All members may be called from any thread. */
 class StringStore {
   public:
     /** A NUL-terminated copy of the text for the library. */
     char* lend(std::string_view text);
-    /** Releases a string, handed back by the library or taken back by the host; false when it is not one that is lent.
-     */
+    /** The library hands a string back; false if it is not one that is lent. */
     bool hand_back(char* text);
+    /** The host takes a string back; false if the library has handed it back before. */
+    bool take_back(const char* text);
     std::size_t lent() const;
+    bool lent(const char* text) const;
+    /** How many strings came back since the last clear(). */
+    std::size_t handed_back() const;
+    /** Takes back all strings. */
+    void clear();
 
   private:
     mutable std::mutex mutex_;
-    std::unordered_map<char*, std::unique_ptr<char[]>> strings_;
+    std::unordered_map<const char*, std::unique_ptr<char[]>> strings_;
+    std::size_t handed_back_ = 0;
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -5,11 +5,12 @@
 #include "HostKit/library.h"
 
 #include <dlfcn.h>
-#include <fmt/format.h>
 
 #include <algorithm>
 
-namespace bench_host {
+#include "HostKit/text_of.h"
+
+namespace kesh_host {
 
 namespace fs = std::filesystem;
 
@@ -36,7 +37,7 @@ Library::Library(const std::string& path, VelmoraLibraryData table) {
     if (!path.empty()) {
         // A name without a slash would send dlopen through its search path; a path typed here is a file.
         path_ = fs::absolute(path);
-        if (!fs::exists(path_)) throw LibraryError(fmt::format("there is no library at {}", path));
+        if (!fs::exists(path_)) throw LibraryError(text_of("there is no library at ", path));
     } else {
         const auto candidates = library_candidates();
         const auto found =
@@ -44,29 +45,28 @@ Library::Library(const std::string& path, VelmoraLibraryData table) {
         if (found == candidates.end()) {
             std::string places;
             for (const fs::path& file : candidates)
-                places +=
-                    fmt::format("{}{}", places.empty() ? "" : ", ", file.parent_path().lexically_normal().string());
-            throw LibraryError(fmt::format("{} is in none of {}; name it with --library PATH", library_name, places));
+                places += text_of(places.empty() ? "" : ", ", file.parent_path().lexically_normal().string());
+            throw LibraryError(text_of(library_name, " is in none of ", places, "; name it with --library PATH"));
         }
         path_ = found->lexically_normal();
     }
     handle_ = dlopen(path_.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle_ == nullptr) throw LibraryError(fmt::format("the library cannot be opened: {}", dl_error()));
+    if (handle_ == nullptr) throw LibraryError(text_of("the library cannot be opened: ", dl_error()));
 
     const auto get_version = symbol<mint (*)()>("VelmoraLibrary_getVersion");
     const auto initialize = symbol<int (*)(VelmoraLibraryData)>("VelmoraLibrary_initialize");
     if (get_version == nullptr || initialize == nullptr) {
-        throw LibraryError(fmt::format(
-            "{} is no library for this host: VelmoraLibrary_getVersion or VelmoraLibrary_initialize is missing",
-            path_.string()));
+        throw LibraryError(
+            text_of(path_.string(),
+                    " is no library for this host: VelmoraLibrary_getVersion or VelmoraLibrary_initialize is missing"));
     }
     version_ = get_version();
     if (version_ != VelmoraLibraryVersion) {
-        throw LibraryError(fmt::format("{} speaks interface version {}, this host speaks {}", path_.string(), version_,
-                                       static_cast<int>(VelmoraLibraryVersion)));
+        throw LibraryError(text_of(path_.string(), " speaks interface version ", version_, ", this host speaks ",
+                                   static_cast<int>(VelmoraLibraryVersion)));
     }
     if (const int code = initialize(table); code != LIBRARY_NO_ERROR) {
-        throw LibraryError(fmt::format("VelmoraLibrary_initialize of {} answered {}", path_.string(), code));
+        throw LibraryError(text_of("VelmoraLibrary_initialize of ", path_.string(), " answered ", code));
     }
 }
 
@@ -81,4 +81,4 @@ void* Library::address(const char* name) const {
     return dlsym(handle_, name);
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

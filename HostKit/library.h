@@ -13,7 +13,7 @@
 
 #include "VelmoraLibrary.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Every computational export. */
 using ExportFunction = int (*)(VelmoraLibraryData, mint, MArgument*, MArgument);
@@ -63,4 +63,4 @@ class Library {
 /** Where the library is looked for when no path is given. */
 std::vector<std::filesystem::path> library_candidates();
 
-}  // namespace bench_host
+}  // namespace kesh_host

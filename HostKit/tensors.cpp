@@ -9,7 +9,7 @@
 #include <limits>
 #include <new>
 
-namespace bench_host {
+namespace kesh_host {
 
 int TensorStore::create(mint type, mint rank, const mint* dimensions, MTensor* out) {
     if (type != MType_Integer) return LIBRARY_TYPE_ERROR;
@@ -55,6 +55,11 @@ std::size_t TensorStore::living() const {
     return tensors_.size();
 }
 
+void TensorStore::clear() {
+    const std::lock_guard lock(mutex_);
+    tensors_.clear();
+}
+
 mint* TensorStore::element(MTensor tensor, const mint* position) const {
     mint index = 0;
     for (std::size_t i = 0; i < tensor->dimensions.size(); ++i) {
@@ -73,4 +78,4 @@ int TensorStore::get_integer(MTensor tensor, const mint* position, mint* out) co
     return LIBRARY_NO_ERROR;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

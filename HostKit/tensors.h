@@ -23,7 +23,7 @@ struct st_MTensor {
     }
 };
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Owns every tensor that lives. All members may be called from any thread; bad handles are told apart from good ones.
  */
@@ -37,6 +37,8 @@ class TensorStore {
     bool release(MTensor tensor);
     bool lives(MTensor tensor) const;
     std::size_t living() const;
+    /** Releases all that live. */
+    void clear();
 
     /**
      * The element at a position (one index a dimension, counted from 1).
@@ -52,4 +54,4 @@ class TensorStore {
     std::unordered_map<MTensor, std::unique_ptr<st_MTensor>> tensors_;
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -13,7 +13,7 @@
 #include "terminal/bad_input.h"
 #include "terminal/output_file.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 void EventFiles::open(const std::string& path) {
     const auto [file, fresh] = files_.try_emplace(path);
@@ -44,4 +44,4 @@ bool EventFiles::holds_header_alone(const std::string& path) const {
     return file != files_.end() && file->second.events == 0;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

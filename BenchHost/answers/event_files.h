@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Every file that has been begun. */
 class EventFiles {
@@ -32,4 +32,4 @@ class EventFiles {
     std::map<std::string, CsvFile> files_;
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

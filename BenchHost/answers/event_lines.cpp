@@ -8,7 +8,7 @@
 
 #include "HostKit/host.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 std::string event_value_text(const std::optional<EventValue>& value) {
     if (!value) return "(no value)";
@@ -43,4 +43,4 @@ std::string EventLines::text(const std::vector<Event>& events, bool every, const
     return text;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

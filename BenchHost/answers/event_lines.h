@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** A value of an event: 25, 45.2, "$Failed". */
 std::string event_value_text(const std::optional<EventValue>& value);
@@ -26,4 +26,4 @@ class EventLines {
     std::map<mint, double> last_shown_;
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -10,7 +10,7 @@
 
 #include "terminal/layout.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 std::string list_text(const PrintLook& look) {
     std::string text;
@@ -57,4 +57,4 @@ std::string export_help(const Export& entry, const PrintLook& look) {
     return text;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -9,11 +9,11 @@
 #include "HostKit/export_table.h"
 #include "answers/print_look.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** All exports with argument kinds and result. */
 std::string list_text(const PrintLook& look);
 /** Everything about one export. */
 std::string export_help(const Export& entry, const PrintLook& look);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -10,7 +10,7 @@
 
 #include "HostKit/export_table.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -116,4 +116,4 @@ std::string functions_page() {
     return page;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

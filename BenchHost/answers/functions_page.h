@@ -6,9 +6,9 @@
 
 #include <string>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** The page in Markdown. `kesh-host --functions-page > docs/functions.md` renews it; a test holds the two together. */
 std::string functions_page();
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -13,7 +13,7 @@
 #include "calls/expression.h"
 #include "calls/sum_check.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 using Json = nlohmann::ordered_json;
 
@@ -141,4 +141,4 @@ Json tasks_json(const std::vector<Task>& tasks) {
     return list;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "HostKit/export_table.h"
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 #include "calls/call.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** The call as one JSON object; docs/kesh-host.md describes its members. */
 nlohmann::ordered_json to_json(const Outcome& outcome);
@@ -23,4 +23,4 @@ nlohmann::ordered_json to_json(const Export& entry);
 nlohmann::ordered_json list_json();
 nlohmann::ordered_json tasks_json(const std::vector<Task>& tasks);
 
-}  // namespace bench_host
+}  // namespace kesh_host

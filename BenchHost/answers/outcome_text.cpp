@@ -17,7 +17,7 @@
 #include "terminal/printable.h"
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -150,4 +150,4 @@ std::string failure_text(const Outcome& outcome, const Style& style) {
         style.dim(wrapped(fmt::format("Errors of {}: {}.", outcome.entry->name, outcome.entry->errors), 100, 7)));
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -11,7 +11,7 @@
 #include "calls/call.h"
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** What the call came to, for standard output: empty when it failed. Ends with a line end unless empty. */
 std::string result_text(const Outcome& outcome, const PrintLook& look);
@@ -26,4 +26,4 @@ std::string failure_text(const Outcome& outcome, const Style& style);
  * out when long. */
 std::string tensor_table(std::span<const mint> values, const PrintLook& look);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -6,7 +6,7 @@
 
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** What the options and the terminal say about the look of an answer. */
 struct PrintLook {
@@ -16,4 +16,4 @@ struct PrintLook {
     bool whole_tensors = false;
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -14,7 +14,7 @@
 #include "terminal/output.h"
 #include "terminal/printable.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 using Json = nlohmann::ordered_json;
 
@@ -28,4 +28,4 @@ int report_bad_input(bool json, const std::vector<std::string>& words, const std
     return exit_bad_input;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

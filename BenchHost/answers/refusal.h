@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Says what is wrong with the input: one line on standard error, or an object on standard output. Answers the exit
  * code.
  */
 int report_bad_input(bool json, const std::vector<std::string>& words, const std::string& message);
 
-}  // namespace bench_host
+}  // namespace kesh_host

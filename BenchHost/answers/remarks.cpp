@@ -18,7 +18,7 @@
 #include "terminal/digits.h"
 #include "terminal/printable.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -169,4 +169,4 @@ std::string answer_sentence(const Outcome& outcome) {
     return text;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

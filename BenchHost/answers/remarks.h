@@ -11,7 +11,7 @@
 
 #include "calls/call.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 struct Remarks {
     /** For each argument the number that the library works with, where it is not the one that was typed. */
@@ -28,4 +28,4 @@ Remarks remarks_on(const Outcome& outcome);
 /** The call's answer in one or more sentences. Empty where the export has none. */
 std::string answer_sentence(const Outcome& outcome);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -11,7 +11,7 @@
 #include "answers/event_lines.h"
 #include "terminal/duration.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 std::string tasks_text(const std::vector<Task>& tasks, const PrintLook& look) {
     if (tasks.empty()) return "no tasks\n";
@@ -38,4 +38,4 @@ std::string tasks_text(const std::vector<Task>& tasks, const PrintLook& look) {
     return text;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 #include "answers/print_look.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** The tasks as a table. */
 std::string tasks_text(const std::vector<Task>& tasks, const PrintLook& look);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -12,7 +12,7 @@
 #include "calls/expression.h"
 #include "terminal/bad_input.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -148,4 +148,4 @@ std::string value_text(const ArgumentValue& argument) {
     return "new";
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

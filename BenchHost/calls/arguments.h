@@ -12,7 +12,7 @@
 #include "HostKit/export_table.h"
 #include "VelmoraLibrary.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Asks for a fresh task id. */
 struct NewTask {};
@@ -37,4 +37,4 @@ mint read_task_id(const std::string& word);
 /** The exact decimal value of an argument, for display and JSON ("new" for a task yet to be made). */
 std::string value_text(const ArgumentValue& argument);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -9,13 +9,16 @@
 
 #include <cstring>
 #include <deque>
+#include <optional>
 #include <typeinfo>
+#include <utility>
 
 #include "HostKit/host.h"
+#include "HostKit/host_count.h"
 #include "HostKit/host_tables.h"
 #include "terminal/stopwatch.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -39,7 +42,7 @@ class ArgumentSlots {
     }
     ~ArgumentSlots() {
         for (MTensor tensor : tensors_) host().tensors.release(tensor);
-        for (char* text : texts_) host().strings.hand_back(text);
+        for (char* text : texts_) host().strings.take_back(text);
     }
     ArgumentSlots(const ArgumentSlots&) = delete;
     ArgumentSlots& operator=(const ArgumentSlots&) = delete;
@@ -53,7 +56,7 @@ class ArgumentSlots {
     /** How many lent strings the library has not handed back. Asked once, when the call is over. */
     std::size_t take_back_strings() {
         std::size_t kept = 0;
-        for (char* text : texts_) kept += host().strings.hand_back(text) ? 1 : 0;
+        for (char* text : texts_) kept += host().strings.take_back(text) ? 1 : 0;
         texts_.clear();
         return kept;
     }
@@ -196,11 +199,7 @@ Outcome call_export(const Library& library, const Export& entry, const std::vect
     ResultStorage storage{.pattern = untouched};
     MArgument result{};
     result.integer = &storage.integer;
-    // One progress callback serves the process: a count that installs none reports to the last task, and one that
-    // installs its own loses it to the next task that begins to count.
-    const bool reports_to_task =
-        entry.route == Route::status || (entry.route == Route::as_task && host().tasks.running() > 0);
-    if (reports_to_task) host().tasks.expect_late_status(true);
+    std::optional<HostCount> count(std::in_place, host().tasks, entry);
     try {
         outcome.code = function(table_of(table), slots.count(), slots.data(), result);
         outcome.seconds = watch.seconds();
@@ -217,7 +216,7 @@ Outcome call_export(const Library& library, const Export& entry, const std::vect
         outcome.exception_type = type == nullptr ? "a foreign exception" : demangled(type->name());
         outcome.exception_text = "(not derived from std::exception)";
     }
-    if (reports_to_task) host().tasks.expect_late_status(false);
+    count.reset();
     outcome.wrote_result = !is_untouched(entry, storage);
     if (outcome.status != Status::exception) {
         check_result_slot(entry, outcome.code, outcome.wrote_result);
@@ -245,4 +244,4 @@ Outcome call_export(const Library& library, std::string_view name, const std::ve
     return call_export(library, *entry, arguments, TableChoice::full);
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -13,12 +13,12 @@
 
 #include "HostKit/export_table.h"
 #include "HostKit/library.h"
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 #include "HostKit/tensors.h"
 #include "calls/arguments.h"
 #include "calls/sum_check.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** A tensor that the host lets go with the last copy of the result. */
 using TensorResult = std::shared_ptr<st_MTensor>;
@@ -74,4 +74,4 @@ Outcome call_export(const Library& library, std::string_view name, const std::ve
 /** The readable name of a C++ type. */
 std::string demangled(const char* name);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -10,7 +10,7 @@
 #include <chrono>
 
 #include "HostKit/host.h"
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 #include "calls/counting_reach.h"
 #include "calls/interrupts.h"
 #include "calls/pieces.h"
@@ -18,7 +18,7 @@
 #include "terminal/printable.h"
 #include "terminal/progress_line.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -127,13 +127,13 @@ Outcome Caller::call_plainly(const Export& entry, const std::vector<ArgumentValu
     if (split) source.fraction = [&] { return std::optional<double>(fraction.load()); };
     source.note = [&] { return stop_note(stoppable); };
     source.tick = [&] {
-        if (stop_asked()) host().abort_requested = true;
+        if (stop_asked()) host().abort_answer = 1;
     };
     const ProgressLine line(look, call_text(entry, arguments), source);
     if (split) return call_in_pieces(library_, entry, arguments, fraction, stop_asked);
 
     Outcome outcome = call_export(library_, entry, arguments, settings.table);
-    if (answers_abort && outcome.status == Status::error && host().abort_requested) outcome.status = Status::stopped;
+    if (answers_abort && outcome.status == Status::error && host().abort_answer != 0) outcome.status = Status::stopped;
     return outcome;
 }
 
@@ -284,4 +284,4 @@ Outcome Caller::call_under_status(const Export& entry, const std::vector<Argumen
     return outcome;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

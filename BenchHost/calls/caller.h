@@ -17,7 +17,7 @@
 #include "calls/sum_check.h"
 #include "terminal/progress_text.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 struct CallSettings {
     enum class Progress { automatic, on, off };
@@ -67,4 +67,4 @@ class Caller {
 /** "PrimeCount_PrimePi(10^17)". */
 std::string call_text(const Export& entry, const std::vector<ArgumentValue>& arguments);
 
-}  // namespace bench_host
+}  // namespace kesh_host

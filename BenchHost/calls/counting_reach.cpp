@@ -15,7 +15,7 @@
 #include "HostKit/host.h"
 #include "calls/call.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -38,7 +38,7 @@ const bool loaded_with_program = !loaded_primecount().empty();
 
 std::string find_out(const Library& library) {
     constexpr mint small = 300'000'000;  // large enough for every hook
-    const std::size_t asked = host().abort_questions;
+    const mint asked = host().abort_questions;
     const Outcome outcome = call_export(library, "PrimeCount_PrimePi", {small});
     if (outcome.status == Status::missing || host().abort_questions > asked) return "";
     if (loaded_with_program)
@@ -79,4 +79,4 @@ void warn_of_silent_count(const Library& library, const Export& entry, std::span
     fmt::print(stderr, "kesh-host: {}\n", reason);
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

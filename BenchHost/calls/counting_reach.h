@@ -12,7 +12,7 @@
 #include "HostKit/library.h"
 #include "calls/arguments.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /**
  * Empty if counts report and can be stopped; else one line that says why they do not. Found out once, by a count of
@@ -24,4 +24,4 @@ std::string why_counts_are_silent(const Library& library);
 /** Says so on standard error before the first long count. */
 void warn_of_silent_count(const Library& library, const Export& entry, std::span<const ArgumentValue> arguments);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -10,7 +10,7 @@
 
 #include "terminal/printable.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -220,4 +220,4 @@ std::vector<std::uint64_t> to_limbs(const cpp_int& value) {
     return limbs;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -19,7 +19,7 @@
 #include <string_view>
 #include <vector>
 
-namespace bench_host {
+namespace kesh_host {
 
 /// Without expression templates: an operation returns its value, and nothing refers to its operands afterwards.
 using cpp_int = boost::multiprecision::number<boost::multiprecision::cpp_int_backend<>, boost::multiprecision::et_off>;
@@ -46,4 +46,4 @@ unsigned bit_length(const cpp_int& value);
 /** The value as 64-bit limbs, least significant first; at least one limb. Precondition: value >= 0. */
 std::vector<std::uint64_t> to_limbs(const cpp_int& value);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -18,7 +18,7 @@
 #include "HostKit/host.h"
 #include "terminal/exit_codes.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -42,7 +42,7 @@ void on_interrupt(int signal) {
     errno = saved_errno;
     const int limit = leave_at;
     if (limit == 0) return;
-    handled_host->abort_requested = true;
+    handled_host->abort_answer = 1;
     if (seen >= limit || (!by_user && leave_with_timer)) {
         constexpr char line[] = "\nkesh-host left in the middle of the call\n";
         [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, sizeof line - 1);
@@ -82,7 +82,7 @@ void press_after(std::optional<double> seconds) {
 InterruptScope::InterruptScope(int presses_to_leave, Stoppable stoppable) {
     presses = 0;
     pressed_by_user = false;
-    host().abort_requested = false;
+    host().abort_answer = 0;
     leave_with_timer = stoppable == Stoppable::no;
     leave_at = presses_to_leave;
     // No time at all would switch the timer off.
@@ -92,7 +92,7 @@ InterruptScope::InterruptScope(int presses_to_leave, Stoppable stoppable) {
 InterruptScope::~InterruptScope() {
     if (timer_seconds) set_timer(0);
     leave_at = 0;
-    host().abort_requested = false;
+    host().abort_answer = 0;
 }
 
 int interrupts_seen() {
@@ -118,4 +118,4 @@ int interrupt_fd() {
     return wake_fd;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Takes over SIGINT for the process. */
 void install_interrupt_handler();
@@ -44,4 +44,4 @@ int interrupt_fd();
 /** For who finds it readable and no press: the clear came between the two in another thread's handler. */
 void empty_interrupt_fd();
 
-}  // namespace bench_host
+}  // namespace kesh_host

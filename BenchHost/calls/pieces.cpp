@@ -9,7 +9,7 @@
 
 #include "terminal/stopwatch.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -198,4 +198,4 @@ Outcome call_in_pieces(const Library& library, const Export& entry, const std::v
     return PieceRunner(library, entry, arguments, fraction, stop).run();
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -24,7 +24,7 @@
 #include "calls/arguments.h"
 #include "calls/call.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** The largest m <= end with m mod 30 = 26 at which a range that begins at `begin` may be cut; `begin` itself must stay
  * below it. */
@@ -40,4 +40,4 @@ bool worth_splitting(const Export& entry, const std::vector<ArgumentValue>& argu
 Outcome call_in_pieces(const Library& library, const Export& entry, const std::vector<ArgumentValue>& arguments,
                        std::atomic<double>& fraction, const std::function<bool()>& stop);
 
-}  // namespace bench_host
+}  // namespace kesh_host

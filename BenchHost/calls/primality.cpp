@@ -14,7 +14,7 @@
 #include "terminal/bad_input.h"
 #include "terminal/printable.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 PrimalityTest::PrimalityTest(const Library& library)
     : function_(library.symbol<PrimeQFunction>("KESH_PrimeQ")),
@@ -110,4 +110,4 @@ std::string test_name(unsigned bits) {
     return fmt::format("Baillie-PSW at {} bits", std::bit_ceil(bits));
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

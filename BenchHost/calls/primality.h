@@ -13,7 +13,7 @@
 #include "calls/expression.h"
 #include "kesh_prime.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Largest number of bits that the library tests. */
 constexpr unsigned primality_bits = 1024;
@@ -53,4 +53,4 @@ Neighbour find_neighbour(const PrimalityTest& test, const cpp_int& n, bool upwar
 /** "64-bit test, proven" or "Baillie-PSW at 512 bits": how a number of that many bits is tested. */
 std::string test_name(unsigned bits);
 
-}  // namespace bench_host
+}  // namespace kesh_host

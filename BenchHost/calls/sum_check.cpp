@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -58,4 +58,4 @@ SumCheck check_sum(umint a, umint b, umint residue, const PrimeCounter& count) {
     return {exact >= modulus ? Wrapped::yes : Wrapped::no, exact};
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

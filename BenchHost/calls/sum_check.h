@@ -10,7 +10,7 @@
 #include "VelmoraLibrary.h"
 #include "calls/expression.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 enum class Wrapped { no, yes, unknown };
 
@@ -32,4 +32,4 @@ constexpr umint first_wrapped_sum = 29'505'444'491;
  */
 SumCheck check_sum(umint a, umint b, umint residue, const PrimeCounter& count);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -26,7 +26,7 @@
 #include "terminal/output.h"
 #include "terminal/stopwatch.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -263,4 +263,4 @@ int endure(const Library& library, const EnduranceLook& look) {
     return flat ? exit_ok : exit_call_failed;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -7,7 +7,7 @@
 
 #include "HostKit/library.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** How long, and how hard. */
 struct EnduranceLook {
@@ -18,4 +18,4 @@ struct EnduranceLook {
 /** Runs it, prints a line a minute and a summary, and answers the exit code of the process. */
 int endure(const Library& library, const EnduranceLook& look);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -25,14 +25,14 @@
 #include <utility>
 
 #include "HostKit/export_table.h"
-#include "HostKit/faults.h"
+#include "HostKit/fault_plan.h"
 #include "HostKit/host.h"
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 #include "answers/outcome_text.h"
 #include "calls/call.h"
 #include "calls/caller.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -462,4 +462,4 @@ std::string fault_page(const Library& library, const std::vector<std::string>& e
     return page + fmt::format("\n{} faults, {} calls without one.\n", cases, calls.size());
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

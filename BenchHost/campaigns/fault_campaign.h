@@ -10,7 +10,7 @@
 
 #include "HostKit/library.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /**
  * The page of outcomes in Markdown, of all exports or of those named. Each case runs in a process of its own, because
@@ -21,4 +21,4 @@ namespace bench_host {
  */
 std::string fault_page(const Library& library, const std::vector<std::string>& exports);
 
-}  // namespace bench_host
+}  // namespace kesh_host

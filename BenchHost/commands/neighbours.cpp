@@ -22,7 +22,7 @@
 #include "terminal/progress_line.h"
 #include "terminal/stopwatch.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -156,4 +156,4 @@ int print_primes(const Library& library, const Options& options, const std::vect
     return exit_ok;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -12,7 +12,7 @@
 #include "commands/options.h"
 #include "terminal/progress_text.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Prints the prime above each number, or below it. Answers an exit code. @throws BadInput */
 int print_neighbours(const Library& library, const Options& options, const std::vector<std::string>& words,
@@ -22,4 +22,4 @@ int print_neighbours(const Library& library, const Options& options, const std::
 int print_primes(const Library& library, const Options& options, const std::vector<std::string>& words,
                  const ProgressLook& progress);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -26,7 +26,7 @@
 #include "terminal/progress_line.h"
 #include "terminal/stopwatch.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -277,4 +277,4 @@ int test_number_stream(const NumberJob& job, const std::string& path) {
     return unread ? exit_call_failed : exit_ok;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -14,7 +14,7 @@
 #include "terminal/progress_text.h"
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** What all three forms work with. */
 struct NumberJob {
@@ -36,4 +36,4 @@ int walk_from_numbers(const NumberJob& job, const std::vector<std::string>& word
  * @throws BadInput */
 int test_number_stream(const NumberJob& job, const std::string& path);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -14,13 +14,13 @@
 #include <charconv>
 #include <memory>
 
-#include "HostKit/faults.h"
+#include "HostKit/fault_plan.h"
 #include "calls/call.h"
 #include "commands/suggest.h"
 #include "terminal/bad_input.h"
 #include "terminal/layout.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -335,4 +335,4 @@ std::vector<std::string> option_names() {
     return names;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

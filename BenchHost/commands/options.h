@@ -12,7 +12,7 @@
 #include "campaigns/endurance.h"
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 struct Options {
     std::vector<std::string> words;  ///< the export or command, and its arguments
@@ -79,4 +79,4 @@ struct CommandWord {
 };
 const std::vector<CommandWord>& command_words();
 
-}  // namespace bench_host
+}  // namespace kesh_host

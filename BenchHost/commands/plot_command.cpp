@@ -14,7 +14,7 @@
 
 #include "HostKit/export_table.h"
 #include "HostKit/host.h"
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 #include "answers/event_lines.h"
 #include "answers/json.h"
 #include "calls/arguments.h"
@@ -35,7 +35,7 @@
 #include "terminal/stopwatch.h"
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -186,4 +186,4 @@ int draw_plot(const Library& library, const Options& options, const std::vector<
     return host().breaches.take().empty() ? exit_ok : exit_breach;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "HostKit/library.h"
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 #include "answers/print_look.h"
 #include "commands/options.h"
 #include "terminal/progress_text.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Takes the events of the tasks that a plot ran. */
 using EventWriter = std::function<void(const std::vector<Event>&)>;
@@ -23,4 +23,4 @@ using EventWriter = std::function<void(const std::vector<Event>&)>;
 int draw_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
               const PrintLook& look, const ProgressLook& progress, const EventWriter& write_events);
 
-}  // namespace bench_host
+}  // namespace kesh_host

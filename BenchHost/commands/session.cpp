@@ -12,10 +12,10 @@
 #include <nlohmann/json.hpp>
 
 #include "HostKit/export_table.h"
-#include "HostKit/faults.h"
+#include "HostKit/fault_plan.h"
 #include "HostKit/host.h"
 #include "HostKit/host_tables.h"
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 #include "Shared/intx/level.h"
 #include "answers/export_help.h"
 #include "answers/json.h"
@@ -43,7 +43,7 @@
 #include "terminal/progress_text.h"
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -95,8 +95,7 @@ nlohmann::ordered_json commands_json() {
     return commands;
 }
 
-Session::Session(const Options& defaults)
-    : defaults_(defaults), library_(defaults.library, library_data()) {
+Session::Session(const Options& defaults) : defaults_(defaults), library_(defaults.library, library_data()) {
     const Style style = error_style(defaults);
     host().breaches.on_breach(
         [style](const std::string& what) { print_error(fmt::format("{} {}\n", style.red("PROTOCOL BREACH:"), what)); });
@@ -486,4 +485,4 @@ int Session::test_primality(const Options& options, const std::vector<std::strin
     return host().breaches.take().empty() ? code : exit_breach;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

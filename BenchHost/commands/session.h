@@ -14,7 +14,7 @@
 
 #include "HostKit/export_table.h"
 #include "HostKit/library.h"
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 #include "answers/event_files.h"
 #include "answers/event_lines.h"
 #include "answers/print_look.h"
@@ -23,7 +23,7 @@
 #include "terminal/progress_text.h"
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 class Session {
   public:
@@ -86,5 +86,4 @@ class Session {
 /** The commands, for help as JSON. */
 nlohmann::ordered_json commands_json();
 
-
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -8,7 +8,7 @@
 #include <cctype>
 #include <utility>
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -62,4 +62,4 @@ std::vector<std::string> nearest_names(std::string_view typed, std::span<const s
     return result;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Edit distance with transpositions (optimal string alignment), letters of either case taken as equal. */
 std::size_t edit_distance(std::string_view a, std::string_view b);
@@ -18,4 +18,4 @@ std::size_t edit_distance(std::string_view a, std::string_view b);
  * name too. */
 std::vector<std::string> nearest_names(std::string_view typed, std::span<const std::string> names);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -17,7 +17,7 @@
 #include "terminal/bad_input.h"
 #include "terminal/output_file.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -80,4 +80,4 @@ void draw_with_gnuplot(const Plot& plot, Picture kind, const std::string& path) 
     write_whole_file(path, picture);
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

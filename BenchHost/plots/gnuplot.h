@@ -8,7 +8,7 @@
 
 #include "plots/plot.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 enum class Picture { svg, png };
 
@@ -21,4 +21,4 @@ void check_picture_file(const std::string& path);
 /** Draws the plot into the file. @throws OutputError when gnuplot fails or the file takes no more */
 void draw_with_gnuplot(const Plot& plot, Picture kind, const std::string& path);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** One curve, or the bars of a histogram. */
 struct Curve {
@@ -28,4 +28,4 @@ struct Plot {
     std::vector<std::string> notes;  ///< a few numbers in words, below the picture
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

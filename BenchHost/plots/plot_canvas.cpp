@@ -13,7 +13,7 @@
 
 #include "plots/plot.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -195,4 +195,4 @@ std::string draw_in_terminal(const Plot& plot, unsigned width, unsigned height, 
     return text + fmt::format("{:>{}} {}\n", "", margin + 1, legend);
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -9,7 +9,7 @@
 #include "plots/plot.h"
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** The plot in `width` columns and `height` rows, axes and legend included: braille dots, or letters where there is no
  * UTF-8. */
@@ -18,4 +18,4 @@ std::string draw_in_terminal(const Plot& plot, unsigned width, unsigned height, 
 /** 1.2e+12 and the like, short enough for an axis. */
 std::string axis_number(double value);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -16,7 +16,7 @@
 #include "terminal/bad_input.h"
 #include "terminal/printable.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -175,11 +175,11 @@ Plot twin_plot(const PlotJob& job, umint a, umint b) {
         counted.points.push_back({counted_to, static_cast<double>(total)});
         expected.points.push_back({counted_to, counted_to > 2 ? expected_twins(counted_to) - below : 0});
     }
-    plot.notes = {fmt::format("{} from {} to {}; expected {:.15g} ({})", bench_host::counted(total, "pair", "pairs"), a,
+    plot.notes = {fmt::format("{} from {} to {}; expected {:.15g} ({})", kesh_host::counted(total, "pair", "pairs"), a,
                               b, std::round(expected.points.back().y),
                               percent_off(expected.points.back().y, static_cast<double>(total)))};
     plot.curves = {std::move(counted), std::move(expected)};
     return plot;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -9,7 +9,7 @@
 #include "HostKit/library.h"
 #include "plots/plot.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** What a plot is computed with. */
 struct PlotJob {
@@ -36,4 +36,4 @@ Plot gap_plot(const PlotJob& job, umint a, umint b);
 /** Twin primes in [a, x], counted and expected. */
 Plot twin_plot(const PlotJob& job, umint a, umint b);
 
-}  // namespace bench_host
+}  // namespace kesh_host

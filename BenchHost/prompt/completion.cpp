@@ -9,10 +9,10 @@
 #include <iterator>
 
 #include "HostKit/export_table.h"
-#include "HostKit/faults.h"
+#include "HostKit/fault_plan.h"
 #include "commands/options.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -88,4 +88,4 @@ std::string shell_completion_words(std::string_view what, std::string_view word)
     return words;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** The names that complete the text before the cursor; `word_begin` is set to where the completed word begins. */
 std::vector<std::string> completions(std::string_view before_cursor, std::size_t& word_begin);
@@ -18,4 +18,4 @@ std::vector<std::string> completions(std::string_view before_cursor, std::size_t
  */
 std::string shell_completion_words(std::string_view what, std::string_view word);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -29,7 +29,7 @@
 #include "terminal/printable.h"
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -270,4 +270,4 @@ int run_script(Session& session) {
     return std::max(code, session.exit_code_of_events());
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

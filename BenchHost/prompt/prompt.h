@@ -6,7 +6,7 @@
 
 #include "commands/session.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Reads commands from the terminal until Ctrl-D or quit. Answers an exit code. */
 int run_prompt(Session& session);
@@ -14,4 +14,4 @@ int run_prompt(Session& session);
 /** Carries out the lines of standard input, then waits for the tasks. Answers the largest exit code. */
 int run_script(Session& session);
 
-}  // namespace bench_host
+}  // namespace kesh_host

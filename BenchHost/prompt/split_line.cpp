@@ -10,7 +10,7 @@
 
 #include "terminal/bad_input.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -114,4 +114,4 @@ std::vector<std::string> split_line(const std::string& line) {
     return words;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Splits a line of the prompt into words: quotes, and the forms Name(a, b) and Name[a, b]. @throws BadInput */
 std::vector<std::string> split_line(const std::string& line);
 
-}  // namespace bench_host
+}  // namespace kesh_host

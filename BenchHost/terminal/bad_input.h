@@ -6,7 +6,7 @@
 
 #include <stdexcept>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Input that no call is made of. what() is one line: what is wrong and what would be right. */
 class BadInput : public std::runtime_error {
@@ -14,4 +14,4 @@ class BadInput : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -4,7 +4,7 @@
  */
 #include "terminal/digits.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 std::string group_digits(const std::string& digits, char separator) {
     const std::size_t sign = !digits.empty() && digits[0] == '-' ? 1 : 0;
@@ -16,4 +16,4 @@ std::string group_digits(const std::string& digits, char separator) {
     return result;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace bench_host {
+namespace kesh_host {
 
 std::string format_duration(double seconds) {
     if (seconds < 1e-3) return fmt::format("{:.0f} us", std::max(seconds * 1e6, 1.0));
@@ -21,4 +21,4 @@ std::string format_duration(double seconds) {
     return fmt::format("{} h {:02} min", whole / 3600, whole / 60 % 60);
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

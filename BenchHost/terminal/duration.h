@@ -6,9 +6,9 @@
 
 #include <string>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** "35 us", "2.4 ms", "0.42 s", "12.3 s", "2 min 05 s", "1 h 03 min". */
 std::string format_duration(double seconds);
 
-}  // namespace bench_host
+}  // namespace kesh_host

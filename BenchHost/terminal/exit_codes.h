@@ -4,7 +4,7 @@
  */
 #pragma once
 
-namespace bench_host {
+namespace kesh_host {
 
 enum ExitCode {
     exit_ok = 0,
@@ -15,4 +15,4 @@ enum ExitCode {
     exit_interrupted = 130  ///< Ctrl-C
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -10,7 +10,7 @@
 
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -64,4 +64,4 @@ std::string fitted(const std::string& text, int fd) {
     return result;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

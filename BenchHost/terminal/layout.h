@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Breaks text at blanks so that no line is longer than `width`; lines after the first are indented. Escape sequences
  * take no room. */
@@ -15,4 +15,4 @@ std::string wrapped(const std::string& text, unsigned width, unsigned indent);
 /** Where `fd` is a terminal, the text with the lines that are too long for it wrapped; elsewhere lines stay whole. */
 std::string fitted(const std::string& text, int fd);
 
-}  // namespace bench_host
+}  // namespace kesh_host

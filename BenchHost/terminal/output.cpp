@@ -6,7 +6,7 @@
 
 #include <cstdio>
 
-namespace bench_host {
+namespace kesh_host {
 
 void print(const std::string& text) {
     std::fputs(text.c_str(), stdout);
@@ -18,4 +18,4 @@ void print_error(const std::string& text) {
     std::fputs(text.c_str(), stderr);
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

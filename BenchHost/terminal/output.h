@@ -6,11 +6,11 @@
 
 #include <string>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Writes the text to standard output at once, so that it keeps its place among progress lines. */
 void print(const std::string& text);
 /** Writes the text to standard error, after everything that was printed before. */
 void print_error(const std::string& text);
 
-}  // namespace bench_host
+}  // namespace kesh_host

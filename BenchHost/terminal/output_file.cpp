@@ -15,7 +15,7 @@
 
 #include "terminal/bad_input.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace fs = std::filesystem;
 
@@ -39,4 +39,4 @@ bool standard_output_complete() {
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

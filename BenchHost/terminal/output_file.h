@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Something that was to be written could not be. what() is one line. */
 class OutputError : public std::runtime_error {
@@ -25,4 +25,4 @@ void write_whole_file(const std::string& path, const std::string& content);
 /** Whether all that was printed has reached standard output. */
 bool standard_output_complete();
 
-}  // namespace bench_host
+}  // namespace kesh_host

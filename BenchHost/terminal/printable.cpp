@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -72,4 +72,4 @@ std::string counted(std::size_t number, std::string_view one, std::string_view m
     return fmt::format("{} {}", number, number == 1 ? one : many);
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

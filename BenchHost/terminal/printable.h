@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace bench_host {
+namespace kesh_host {
 
 /** The first character of a text: the bytes of one UTF-8 sequence, or a single byte that begins none. Empty for an
  * empty text. */
@@ -24,4 +24,4 @@ std::string shortened(std::string_view text, std::size_t limit);
 /** "1 prime", "25 primes". */
 std::string counted(std::size_t number, std::string_view one, std::string_view many);
 
-}  // namespace bench_host
+}  // namespace kesh_host

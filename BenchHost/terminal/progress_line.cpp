@@ -10,7 +10,7 @@
 
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -77,4 +77,4 @@ void ProgressLine::draw(double elapsed) {
     drawn_ = true;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

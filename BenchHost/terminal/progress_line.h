@@ -14,7 +14,7 @@
 
 #include "terminal/progress_text.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** Draws on standard error from a thread of its own while it lives; the line is gone afterwards. */
 class ProgressLine {
@@ -50,4 +50,4 @@ class ProgressLine {
     std::thread thread_;
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -12,7 +12,7 @@
 
 #include "terminal/duration.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 namespace {
 
@@ -61,4 +61,4 @@ std::string render_progress(const std::string& label, std::optional<double> frac
     return fmt::format("{} {}{}", name, bar(part, cells, look), tail);
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

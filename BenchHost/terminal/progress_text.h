@@ -9,7 +9,7 @@
 
 #include "terminal/terminal.h"
 
-namespace bench_host {
+namespace kesh_host {
 
 /** How the line looks. */
 struct ProgressLook {
@@ -27,4 +27,4 @@ struct ProgressLook {
 std::string render_progress(const std::string& label, std::optional<double> fraction, double elapsed,
                             const std::string& note, unsigned width, const ProgressLook& look);
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -6,7 +6,7 @@
 
 #include <chrono>
 
-namespace bench_host {
+namespace kesh_host {
 
 class Stopwatch {
   public:
@@ -18,4 +18,4 @@ class Stopwatch {
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

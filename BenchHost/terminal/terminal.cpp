@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace bench_host {
+namespace kesh_host {
 
 Style::Style(int fd, ColourChoice choice) {
     if (choice != ColourChoice::automatic) {
@@ -48,4 +48,4 @@ bool utf8_locale() {
     return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace bench_host {
+namespace kesh_host {
 
 enum class ColourChoice { automatic, always, never };
 
@@ -54,4 +54,4 @@ unsigned terminal_width(int fd);
 /** Whether the locale writes UTF-8, so that block and braille characters may be used. */
 bool utf8_locale();
 
-}  // namespace bench_host
+}  // namespace kesh_host

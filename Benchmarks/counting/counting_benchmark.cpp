@@ -88,13 +88,13 @@ Measured count_as_task(mint x, double& events) {
     const std::clock_t processor_start = std::clock();
     const auto start = std::chrono::steady_clock::now();
     call_integer("PrimeCount_SubmitPrimePi", {task, x});
-    host.wait_until([](const std::vector<Event>& all) { return !all.empty() && all.back().removal; },
+    host.wait_until([](const std::vector<Event>& all) { return !all.empty() && all.back().removal(); },
                     std::chrono::hours(2));
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
     const double processor = static_cast<double>(std::clock() - processor_start) / CLOCKS_PER_SEC;
     const std::vector<Event> all = host.events();
     events = static_cast<double>(all.size() - 2);
-    return {seconds.count(), processor, std::get<mint>(all[all.size() - 2].values.at(0))};
+    return {seconds.count(), processor, std::get<mint>(all[all.size() - 2].value.value())};
 }
 
 void PiWithProgress(benchmark::State& state) {

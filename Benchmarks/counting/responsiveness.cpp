@@ -48,7 +48,7 @@ void submit(const char* name, mint n, Run& run) {
 
 void wait_for_end(Run& run) {
     TestHost& host = TestHost::instance();
-    host.wait_until([](const std::vector<Event>& all) { return !all.empty() && all.back().removal; },
+    host.wait_until([](const std::vector<Event>& all) { return !all.empty() && all.back().removal(); },
                     std::chrono::hours(4));
     run.events = host.events();
     run.events.pop_back();
@@ -64,13 +64,13 @@ void report_progress(mint x, bool list) {
     double last = 0;
     int falls = 0;
     for (size_t i = 0; i < progress; ++i) {
-        const double percent = std::get<mreal>(run.events[i].values[0]);
+        const double percent = std::get<mreal>(*run.events[i].value);
         gap = std::max(gap, Seconds(run.times[i] - (i == 0 ? run.start : run.times[i - 1])).count());
         falls += percent < last ? 1 : 0;
         last = percent;
         if (list) std::printf("%.4f %.3f\n", Seconds(run.times[i] - run.start).count() / total, percent);
     }
-    const double first = progress == 0 ? 0 : std::get<mreal>(run.events[0].values[0]);
+    const double first = progress == 0 ? 0 : std::get<mreal>(*run.events[0].value);
     std::printf(
         "pi(%.0e): %.2f s, %zu events, %.1f a second, first %.2f %%, last %.2f %%, falls %d, longest gap %.3f s\n",
         static_cast<double>(x), total, progress, static_cast<double>(progress) / total, first, last, falls, gap);
@@ -95,7 +95,7 @@ void report_stops(const char* name, mint n, int count, double within) {
         const double processor = static_cast<double>(std::clock() - processor_asked) / CLOCKS_PER_SEC;
         double percent = 0;
         for (const Event& event : run.events) {
-            if (event.name == "Status") percent = std::get<mreal>(event.values[0]);
+            if (event.name == "Status") percent = std::get<mreal>(*event.value);
         }
         std::printf("  asked after %7.2f s, at %5.1f %%: \"%s\" after %.3f s (processor %.3f s)\n", wait, percent,
                     run.events.back().name.c_str(), latency, processor);

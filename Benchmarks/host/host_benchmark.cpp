@@ -16,10 +16,10 @@
 
 namespace {
 
-using bench_host::ExportFunction;
+using kesh_host::ExportFunction;
 
-const bench_host::Library& library() {
-    static const bench_host::Library opened(KESH_LIBRARY_PATH, bench_host::library_data());
+const kesh_host::Library& library() {
+    static const kesh_host::Library opened(KESH_LIBRARY_PATH, kesh_host::library_data());
     return opened;
 }
 
@@ -30,7 +30,7 @@ mint call(ExportFunction function, std::vector<mint> arguments) {
     mint value = 0;
     MArgument result;
     result.integer = &value;
-    function(bench_host::library_data(), static_cast<mint>(slots.size()), slots.data(), result);
+    function(kesh_host::library_data(), static_cast<mint>(slots.size()), slots.data(), result);
     return value;
 }
 
@@ -54,7 +54,7 @@ void primes_of_64_bits(benchmark::State& state, Test test) {
 }
 
 void PrimeQ_export(benchmark::State& state) {
-    primes_of_64_bits(state, library().symbol<bench_host::PrimeQFunction>("KESH_PrimeQ"));
+    primes_of_64_bits(state, library().symbol<kesh_host::PrimeQFunction>("KESH_PrimeQ"));
 }
 void PrimeQ_direct(benchmark::State& state) {
     primes_of_64_bits(state, [](const umint* n, mint, mbool* prime) { *prime = kesh::PrimeQ(kesh::u64{*n}) ? 1 : 0; });
@@ -89,8 +89,8 @@ void ListPrimes_export(benchmark::State& state) {
         MTensor tensor = nullptr;
         MArgument result;
         result.tensor = &tensor;
-        function(bench_host::library_data(), 2, slots, result);
-        bench_host::host().tensors.release(tensor);
+        function(kesh_host::library_data(), 2, slots, result);
+        kesh_host::host().tensors.release(tensor);
     }
 }
 /** The same by hand: a 32-bit collection, then an array of the host's integers. */

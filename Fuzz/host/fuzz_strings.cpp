@@ -9,6 +9,7 @@
 #include <iomanip>
 #include <string>
 
+#include "breach.h"
 #include "show.h"
 #include "support/test_host.h"
 
@@ -52,10 +53,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     slot.utf8string = &argument;
     MArgument result_slot;
     result_slot.utf8string = &result;
-    const int code = kesh::test::Library::instance().get("PrimeCount_ExprPrimePi")(host.data(), 1, &slot, result_slot);
+    const std::string name = "PrimeCount_ExprPrimePi";
+    const int code = host.announced(name, std::nullopt, [&] {
+        return kesh::test::Library::instance().get(name)(host.data(), 1, &slot, result_slot);
+    });
     if (code == LIBRARY_NO_ERROR) {
         require(only_digits(result) && !(only_digits(text) && text.size() > 33));
-        require(host.disowned().size() == 1 && host.disowned()[0] == argument);
+        require(host.handed_back() == 1 && !host.lent(argument));
         previous = result;
         previous_text = result;
         if (!small) return 0;
@@ -63,8 +67,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         require(sieved.code == LIBRARY_NO_ERROR && std::to_string(sieved.result) == result);
     } else {
         require(code == LIBRARY_FUNCTION_ERROR && !small);
-        require(result == nullptr && host.disowned().empty() && text == argument);
+        require(result == nullptr && host.handed_back() == 0 && host.lent(argument) && text == argument);
         require(previous == nullptr || previous_text == previous);
     }
+    return 0;
+}
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    kesh::fuzz::end_at_a_breach();
     return 0;
 }

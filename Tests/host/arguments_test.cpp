@@ -14,7 +14,7 @@
 
 namespace {
 
-using namespace bench_host;
+using namespace kesh_host;
 
 std::vector<ArgumentValue> bind(const char* name, const std::vector<std::string>& words, bool any_count = false) {
     return bind_arguments(*find_export(name), words, any_count);

@@ -9,7 +9,7 @@
 
 namespace {
 
-using bench_host::completions;
+using kesh_host::completions;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;

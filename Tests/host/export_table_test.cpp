@@ -19,7 +19,7 @@
 
 namespace {
 
-using namespace bench_host;
+using namespace kesh_host;
 
 TEST(ExportTable, NamesAreTheExports) {
     std::ifstream list(KESH_SOURCE_DIR "/cmake/exports.txt");

@@ -11,9 +11,9 @@
 
 namespace {
 
-using bench_host::cpp_int;
-using bench_host::ExpressionError;
-using bench_host::parse_integer;
+using kesh_host::cpp_int;
+using kesh_host::ExpressionError;
+using kesh_host::parse_integer;
 
 struct Case {
     const char* text;
@@ -105,23 +105,23 @@ TEST(Expression, ALongTextIsNotRepeatedWhole) {
 }
 
 TEST(Expression, BitLengths) {
-    EXPECT_EQ(bench_host::bit_length(0), 0U);
-    EXPECT_EQ(bench_host::bit_length(1), 1U);
-    EXPECT_EQ(bench_host::bit_length(-8), 4U);
-    EXPECT_EQ(bench_host::bit_length(parse_integer("2^1024-1")), 1024U);
+    EXPECT_EQ(kesh_host::bit_length(0), 0U);
+    EXPECT_EQ(kesh_host::bit_length(1), 1U);
+    EXPECT_EQ(kesh_host::bit_length(-8), 4U);
+    EXPECT_EQ(kesh_host::bit_length(parse_integer("2^1024-1")), 1024U);
 }
 
 TEST(Expression, LimbsLowFirst) {
-    EXPECT_EQ(bench_host::to_limbs(0), (std::vector<std::uint64_t>{0}));
-    EXPECT_EQ(bench_host::to_limbs(parse_integer("2^64+5")), (std::vector<std::uint64_t>{5, 1}));
-    EXPECT_EQ(bench_host::to_limbs(parse_integer("2^128")), (std::vector<std::uint64_t>{0, 0, 1}));
+    EXPECT_EQ(kesh_host::to_limbs(0), (std::vector<std::uint64_t>{0}));
+    EXPECT_EQ(kesh_host::to_limbs(parse_integer("2^64+5")), (std::vector<std::uint64_t>{5, 1}));
+    EXPECT_EQ(kesh_host::to_limbs(parse_integer("2^128")), (std::vector<std::uint64_t>{0, 0, 1}));
 }
 
 TEST(Expression, DigitGroups) {
-    EXPECT_EQ(bench_host::group_digits("1", ','), "1");
-    EXPECT_EQ(bench_host::group_digits("123", ','), "123");
-    EXPECT_EQ(bench_host::group_digits("-1234", ','), "-1,234");
-    EXPECT_EQ(bench_host::group_digits("123456789", ' '), "123 456 789");
+    EXPECT_EQ(kesh_host::group_digits("1", ','), "1");
+    EXPECT_EQ(kesh_host::group_digits("123", ','), "123");
+    EXPECT_EQ(kesh_host::group_digits("-1234", ','), "-1,234");
+    EXPECT_EQ(kesh_host::group_digits("123456789", ' '), "123 456 789");
 }
 
 }  // namespace

@@ -8,12 +8,12 @@
 
 #include <stdexcept>
 
-#include "HostKit/faults.h"
+#include "HostKit/fault_plan.h"
 
 namespace {
 
-using bench_host::Fault;
-using bench_host::FaultPlan;
+using kesh_host::Fault;
+using kesh_host::FaultPlan;
 
 TEST(Faults, EveryCallOrOneCall) {
     FaultPlan plan;
@@ -47,6 +47,24 @@ TEST(Faults, EveryWayToFail) {
     EXPECT_EQ(plan.calls()["MTensor_new"], 1) << "calls count without a fault too";
     plan.clear();
     EXPECT_TRUE(plan.calls().empty());
+}
+
+TEST(Faults, HooksRunBeforeTheFault) {
+    FaultPlan plan;
+    int calls = 0;
+    plan.before("AbortQ", [&] {
+        ++calls;
+        plan.set("AbortQ", {.kind = Fault::Kind::code, .code = 7});
+    });
+    EXPECT_EQ(plan.on_call("AbortQ")->code, 7);
+    EXPECT_EQ(calls, 1);
+    plan.unset("AbortQ");
+    plan.before("AbortQ", {});
+    EXPECT_FALSE(plan.on_call("AbortQ"));
+    plan.before("AbortQ", [] { throw std::runtime_error("from the hook"); });
+    EXPECT_THROW(plan.on_call("AbortQ"), std::runtime_error);
+    plan.clear();
+    EXPECT_FALSE(plan.on_call("AbortQ"));
 }
 
 TEST(Faults, EventsByName) {

@@ -14,7 +14,7 @@
 
 namespace {
 
-using namespace bench_host;
+using namespace kesh_host;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -92,9 +92,9 @@ TEST(HostTables, CallbacksDoTheHostsWork) {
     EXPECT_THAT(host().breaches.take(), ElementsAre(HasSubstr("not lent")));
 
     EXPECT_EQ(table->AbortQ(), 0);
-    host().abort_requested = true;
+    host().abort_answer = 1;
     EXPECT_EQ(table->AbortQ(), 1);
-    host().abort_requested = false;
+    host().abort_answer = 0;
 }
 
 TEST(HostTables, PlannedFaultsTakeThePlaceOfTheWork) {

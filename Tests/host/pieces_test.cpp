@@ -16,7 +16,7 @@
 
 namespace {
 
-using namespace bench_host;
+using namespace kesh_host;
 
 const Library& library() {
     static const Library opened(KESH_LIBRARY_PATH, library_data());

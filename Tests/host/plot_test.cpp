@@ -18,7 +18,7 @@
 
 namespace {
 
-using namespace bench_host;
+using namespace kesh_host;
 using testing::HasSubstr;
 
 const Library& library() {

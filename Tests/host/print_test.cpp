@@ -12,7 +12,7 @@
 #include <sstream>
 
 #include "HostKit/export_table.h"
-#include "HostKit/tasks.h"
+#include "HostKit/task.h"
 #include "HostKit/tensors.h"
 #include "answers/export_help.h"
 #include "answers/json.h"
@@ -27,7 +27,7 @@
 
 namespace {
 
-using namespace bench_host;
+using namespace kesh_host;
 using testing::HasSubstr;
 
 Outcome outcome_of(const char* name, const std::vector<std::string>& words) {

@@ -9,7 +9,7 @@
 
 namespace {
 
-using namespace bench_host;
+using namespace kesh_host;
 
 TEST(Printable, WellFormedTextStays) {
     for (const char* text : {"", "plain", "é", "π(x) ≤ 10", "\xf0\x9f\x98\x80", "\xed\x9f\xbf", "\xef\xbf\xbf"})

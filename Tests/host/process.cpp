@@ -2,6 +2,7 @@
  * @file   process.cpp
  * @brief  fork, pipes and a pseudo-terminal.
  */
+#include "host/process.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -12,9 +12,9 @@
 
 namespace {
 
-using bench_host::format_duration;
-using bench_host::ProgressLook;
-using bench_host::render_progress;
+using kesh_host::format_duration;
+using kesh_host::ProgressLook;
+using kesh_host::render_progress;
 
 TEST(Progress, Durations) {
     EXPECT_EQ(format_duration(0), "1 us");
@@ -54,8 +54,7 @@ TEST(Progress, SaysWhatIsLeft) {
 TEST(Progress, TicksAndEndsQuickly) {
     std::atomic<int> ticks = 0;
     {
-        const bench_host::ProgressLine line(ProgressLook{}, "x",
-                                            {.fraction = {}, .note = {}, .tick = [&] { ++ticks; }});
+        const kesh_host::ProgressLine line(ProgressLook{}, "x", {.fraction = {}, .note = {}, .tick = [&] { ++ticks; }});
         while (ticks < 2) std::this_thread::yield();
     }
     EXPECT_GE(ticks, 2);

@@ -25,7 +25,7 @@
 #include <vector>
 
 #include "HostKit/export_table.h"
-#include "HostKit/faults.h"
+#include "HostKit/fault_plan.h"
 #include "host/process.h"
 #include "terminal/printable.h"
 
@@ -159,7 +159,7 @@ class Generator {
     }
 
     std::string fault() {
-        const auto& slots = bench_host::fault_slots();
+        const auto& slots = kesh_host::fault_slots();
         const auto& slot = slots[random_() % slots.size()];
         std::string text(slot.name);
         // A null pointer in place of a tensor's data would be dereferenced.
@@ -174,7 +174,7 @@ class Generator {
         const auto add_numbers = [&](std::size_t count) {
             for (std::size_t i = 0; i < count; ++i) words.push_back(word());
         };
-        const auto& table = bench_host::export_table();
+        const auto& table = kesh_host::export_table();
         switch (up_to(9)) {
             case 0:
                 if (!real_) add_numbers(up_to(4));
@@ -238,8 +238,8 @@ std::string fault_of(const Case& tried, const Finished& run) {
         for (std::string line; std::getline(lines, line);) {
             std::erase(line, '\t');
             // JSON, which an option or a line of a script may turn on, leaves DEL as it is.
-            if (bench_host::printable(line) != line && !(text == &run.output && nlohmann::json::accept(line)))
-                return "it wrote an unprintable line: " + bench_host::printable(line);
+            if (kesh_host::printable(line) != line && !(text == &run.output && nlohmann::json::accept(line)))
+                return "it wrote an unprintable line: " + kesh_host::printable(line);
         }
     }
     // A line of a script may change the form of the output, and so may a word after "--".
@@ -283,10 +283,9 @@ int main(int argc, char** argv) {
         if (fault.empty()) continue;
         ++wrong;
         std::vector<std::string> shown;
-        for (const std::string& word : made.arguments)
-            shown.push_back(fmt::format("'{}'", bench_host::printable(word)));
+        for (const std::string& word : made.arguments) shown.push_back(fmt::format("'{}'", kesh_host::printable(word)));
         fmt::print("--seed {} --first {}: {}\n  kesh-host {}\n  input: {}\n  errors: {}\n", seed, first + tried, fault,
-                   fmt::join(shown, " "), bench_host::printable(made.input), bench_host::printable(run.errors));
+                   fmt::join(shown, " "), kesh_host::printable(made.input), kesh_host::printable(run.errors));
         std::fflush(stdout);
     }
     fmt::print("{} command lines and scripts from seed {}, {} wrong\n", tried, seed, wrong);

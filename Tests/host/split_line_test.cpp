@@ -10,7 +10,7 @@
 
 namespace {
 
-using bench_host::split_line;
+using kesh_host::split_line;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -39,13 +39,13 @@ TEST(SplitLine, ACommaBetweenBracketsSeparatesArguments) {
                 ElementsAre("PrimeSieve_CountPrimes", "0", "1,000,000"));
     EXPECT_THAT(split_line("PrimeSieve_CountPrimes(100,200)"), ElementsAre("PrimeSieve_CountPrimes", "100", "200"));
     EXPECT_THAT(split_line("PrimeSieve_CountPrimes(1, 007)"), ElementsAre("PrimeSieve_CountPrimes", "1", "007"));
-    EXPECT_THROW(split_line("PrimeSieve_CountPrimes(1,000)"), bench_host::BadInput);
-    EXPECT_THROW(split_line("PrimeSieve_CountPrimes(0, 1,000,000)"), bench_host::BadInput);
+    EXPECT_THROW(split_line("PrimeSieve_CountPrimes(1,000)"), kesh_host::BadInput);
+    EXPECT_THROW(split_line("PrimeSieve_CountPrimes(0, 1,000,000)"), kesh_host::BadInput);
 }
 
 TEST(SplitLine, UnfinishedFormsAreNamed) {
-    EXPECT_THROW(split_line("PrimeSieve_NthPrime(5"), bench_host::BadInput);
-    EXPECT_THROW(split_line("PrimeSieve_NthPrime '5"), bench_host::BadInput);
+    EXPECT_THROW(split_line("PrimeSieve_NthPrime(5"), kesh_host::BadInput);
+    EXPECT_THROW(split_line("PrimeSieve_NthPrime '5"), kesh_host::BadInput);
 }
 
 }  // namespace

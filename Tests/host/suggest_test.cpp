@@ -10,8 +10,8 @@
 
 namespace {
 
-using bench_host::edit_distance;
-using bench_host::nearest_names;
+using kesh_host::edit_distance;
+using kesh_host::nearest_names;
 
 TEST(Suggest, Distances) {
     EXPECT_EQ(edit_distance("", ""), 0U);

@@ -17,7 +17,7 @@
 
 namespace {
 
-using namespace bench_host;
+using namespace kesh_host;
 __extension__ using Wide = unsigned __int128;
 
 constexpr umint base = 1'000'000'000'000'000'000;

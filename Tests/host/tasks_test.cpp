@@ -7,11 +7,11 @@
 #include <gtest/gtest.h>
 
 #include "HostKit/breaches.h"
-#include "HostKit/tasks.h"
+#include "HostKit/task_board.h"
 
 namespace {
 
-using namespace bench_host;
+using namespace kesh_host;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -121,11 +121,11 @@ TEST_F(Tasks, LateStatusOnlyWhereItIsExpected) {
     const mint id = submitted();
     raise(id, "Result", mint{1});
     board.remove(id);
-    board.expect_late_status(true);
+    const auto count = board.begin_count(CountCallback::installed);
     raise(id, "Status", 50.0);
     EXPECT_THAT(breaches.take(), IsEmpty());
     EXPECT_EQ(board.latest_status().first, 50.0);
-    board.expect_late_status(false);
+    board.end_count(count);
     raise(id, "Status", 60.0);
     EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("after its removal")));
 }
@@ -143,13 +143,13 @@ TEST_F(Tasks, ACountOnTheHostsThreadReportsToTheTaskBesideIt) {
     const mint first = submitted();
     const mint second = submitted();
     raise(first, "Result", mint{1});
-    board.expect_late_status(true);
+    const auto count = board.begin_count(CountCallback::installed);
     raise(first, "Status", 10.0);
     board.remove(first);
     raise(first, "Status", 20.0);
     raise(second, "Status", 30.0);
     raise(second, "Status", 5.0);
-    board.expect_late_status(false);
+    board.end_count(count);
     raise(second, "Status", 4.0);
     EXPECT_THAT(breaches.take(), IsEmpty());
     raise(first, "Status", 40.0);
@@ -162,6 +162,35 @@ TEST_F(Tasks, ACountOnTheHostsThreadReportsToTheTaskBesideIt) {
     raise(third, "Status", 49.0);
     EXPECT_THAT(breaches.take(),
                 ElementsAre(HasSubstr("task 2 after its \"Result\""), HasSubstr("task 3 fell from 50.000 to 49.000")));
+}
+
+TEST_F(Tasks, ACountWithACallbackOfItsOwnReportsOnlyToATaskThatBeganLater) {
+    const mint before = submitted();
+    raise(before, "Result", mint{1});
+    board.remove(before);
+    const auto first = board.begin_count(CountCallback::own);
+    raise(before, "Status", 10.0);
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("task 1 after its removal")));
+    const mint during = submitted();
+    raise(during, "Result", mint{1});
+    board.remove(during);
+    const auto second = board.begin_count(CountCallback::own);
+    raise(during, "Status", 10.0);
+    EXPECT_THAT(breaches.take(), IsEmpty());
+    board.end_count(first);
+    raise(during, "Status", 20.0);
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("task 2 after its removal")));
+    board.end_count(second);
+}
+
+TEST_F(Tasks, TheListenerHearsEveryEventAndRemoval) {
+    std::vector<std::string> heard;
+    board.on_event([&heard](const Event& event) { heard.push_back(event.name); });
+    const mint id = submitted();
+    raise(id, "Status", 1.0);
+    raise(id, "Result", mint{1});
+    board.remove(id);
+    EXPECT_THAT(heard, ElementsAre("Status", "Result", "removed"));
 }
 
 TEST_F(Tasks, BreachRemovals) {

@@ -12,8 +12,8 @@
 
 namespace {
 
-using bench_host::StringStore;
-using bench_host::TensorStore;
+using kesh_host::StringStore;
+using kesh_host::TensorStore;
 
 TEST(Tensors, LiveUntilReleased) {
     TensorStore store;

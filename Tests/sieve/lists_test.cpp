@@ -25,7 +25,8 @@ class Lists : public testing::Test {
     static std::vector<mint> list(const std::string& name, std::vector<mint> arguments) {
         const auto call = call_tensor(name, std::move(arguments));
         EXPECT_EQ(call.code, LIBRARY_NO_ERROR);
-        return call.tensor == nullptr ? std::vector<mint>{-1} : call.tensor->data;
+        if (call.tensor == nullptr) return std::vector<mint>{-1};
+        return std::vector<mint>(call.tensor->data().begin(), call.tensor->data().end());
     }
 };
 
@@ -42,7 +43,7 @@ TEST_F(Lists, AnEmptyCollectionIsATensorOfLengthZero) {
     for (const auto* call : {&range, &first}) {
         EXPECT_EQ(call->code, LIBRARY_NO_ERROR);
         ASSERT_NE(call->tensor, nullptr);
-        EXPECT_TRUE(call->tensor->data.empty());
+        EXPECT_TRUE(call->tensor->data().empty());
     }
 }
 

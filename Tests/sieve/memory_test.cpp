@@ -72,7 +72,7 @@ TEST(ListMemory, FourBytesAPrimeBesideTheTensor) {
     peak = before;
     const auto call = kesh::test::call_tensor("PrimeSieve_ListPrimes", {0, 100'000'000});
     ASSERT_EQ(call.code, LIBRARY_NO_ERROR);
-    ASSERT_EQ(call.tensor->data.size(), 5'761'455u);
+    ASSERT_EQ(call.tensor->data().size(), 5'761'455u);
     const double bytes_per_prime = static_cast<double>(peak - before) / 5'761'455;
     RecordProperty("bytes_per_prime", std::to_string(bytes_per_prime));
     std::printf("peak: %.3f bytes a prime\n", bytes_per_prime);

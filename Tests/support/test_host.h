@@ -1,9 +1,6 @@
 /**
  * @file   test_host.h
- * @brief  A small host for tests: both callback tables, with traps in the slots that must not be called; tensors,
- *         strings, tasks and recorded events; and faults on demand.
- *
- * Callbacks have no context argument, so there is one host per process (`TestHost::instance()`); `reset()` clears it.
+ * @brief  The host kit for tests: one host a process, whose breaches fail the test, and calls of exports by name.
  */
 #pragma once
 
@@ -12,75 +9,83 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <deque>
 #include <functional>
-#include <map>
-#include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
-#include <variant>
+#include <utility>
 #include <vector>
 
-#include "VelmoraIOLibraryFunctions.h"
-#include "VelmoraLibrary.h"
+#include "HostKit/export_table.h"
+#include "HostKit/host.h"
+#include "HostKit/host_count.h"
+#include "HostKit/host_tables.h"
 #include "support/library.h"
-
-struct st_MTensor {
-    std::vector<mint> data;
-};
-
-struct st_DataStore {
-    std::vector<std::variant<mint, mreal, std::string>> values;
-};
 
 namespace kesh::test {
 
-/** One event as the host received it, or the removal of a task (name empty). */
-struct Event {
-    mint task;
-    std::string name;
-    std::vector<std::variant<mint, mreal, std::string>> values;
-    bool removal = false;
-};
+using kesh_host::Event;
 
+/** The host of the kit as tests see it. `reset()` forgets everything but the tasks that still run. */
 class TestHost {
   public:
     static TestHost& instance() {
-        static TestHost host;
+        static TestHost& host = *new TestHost;
         return host;
     }
 
-    st_VelmoraLibraryData table{};
-    st_VelmoraIOLibrary_Functions io{};
+    /** To be copied by a test that has a callback of its own. */
+    const st_VelmoraLibraryData& table = *kesh_host::library_data();
+    const st_VelmoraIOLibrary_Functions& io = *table.ioLibraryFunctions;
 
-    /** Called at the entry of the named callback, on the calling thread; may throw, sleep or set other state. */
-    void before(const std::string& callback, std::function<void()> hook) {
-        const std::lock_guard lock(mutex_);
-        hooks_[callback] = std::move(hook);
+    VelmoraLibraryData data() const {
+        return kesh_host::library_data();
     }
 
-    /** The named callback (one that returns a code) returns this code and does nothing. */
-    void fail(const std::string& callback, int code) {
-        const std::lock_guard lock(mutex_);
-        codes_[callback] = code;
+    /** What AbortQ answers, and how often it was asked. */
+    std::atomic<mint>& abort = kesh_host::host().abort_answer;
+    std::atomic<mint>& abort_calls = kesh_host::host().abort_questions;
+
+    /** Called at the entry of the callback, on the calling thread; may throw, sleep or set other state. */
+    void before(kesh_host::CallbackName callback, std::function<void()> hook) {
+        host_.faults.before(callback, std::move(hook));
     }
 
-    std::atomic<mint> abort{0};
-    std::atomic<mint> abort_calls{0};
-    std::atomic<bool> null_data_store{false};
+    /** The callback returns this code and does nothing; 0: it works. */
+    void fail(kesh_host::CallbackName callback, int code) {
+        if (code == LIBRARY_NO_ERROR) {
+            host_.faults.unset(callback);
+        } else {
+            host_.faults.set(callback, {.kind = kesh_host::Fault::Kind::code, .code = code});
+        }
+    }
 
-    /** A string argument, owned by the host; `disowned` counts those that the library has disowned. */
+    /** createDataStore returns null from now on. */
+    void make_no_data_stores() {
+        host_.faults.set("createDataStore", {.kind = kesh_host::Fault::Kind::null});
+        host_.tasks.tolerate_missing_store(true);
+    }
+
+    /** A string argument as the host owns it. */
     char* new_string(const std::string& text) {
-        const std::lock_guard lock(mutex_);
-        auto buffer = std::make_unique<char[]>(text.size() + 1);
-        std::copy(text.c_str(), text.c_str() + text.size() + 1, buffer.get());
-        strings_.push_back(std::move(buffer));
-        return strings_.back().get();
+        return host_.strings.lend(text);
+    }
+    /** Whether the library has not handed the string back. */
+    bool lent(const char* text) const {
+        return host_.strings.lent(text);
+    }
+    /** How many strings it has handed back. */
+    std::size_t handed_back() const {
+        return host_.strings.handed_back();
     }
 
-    std::vector<const char*> disowned() const {
-        const std::lock_guard lock(mutex_);
-        return disowned_;
+    std::size_t tensors() const {
+        return host_.tensors.living();
+    }
+
+    /** DataStores that an exception of a callback kept from being handed over. */
+    std::size_t discarded_data_stores() const {
+        return host_.tasks.discarded_stores() - discarded_before_;
     }
 
     std::vector<Event> events() const {
@@ -88,15 +93,13 @@ class TestHost {
         return events_;
     }
 
-    size_t tensors() const {
-        const std::lock_guard lock(mutex_);
-        return tensors_.size();
+    /** Breaches no longer fail the test; breaches() returns them. */
+    void expect_breaches() {
+        expecting_breaches_ = true;
     }
-
-    /** The number of data stores that were created and not passed to the host with an event. */
-    size_t open_data_stores() const {
-        const std::lock_guard lock(mutex_);
-        return stores_.size();
+    /** The breaches since the last call. */
+    std::vector<std::string> breaches() {
+        return host_.breaches.take();
     }
 
     /**
@@ -112,7 +115,7 @@ class TestHost {
     bool wait_for_removal(mint task, std::chrono::microseconds limit = std::chrono::minutes(20)) {
         const auto removed = [task](const std::vector<Event>& events) {
             for (const Event& event : events) {
-                if (event.removal && event.task == task) return true;
+                if (event.removal() && event.task == task) return true;
             }
             return false;
         };
@@ -120,137 +123,68 @@ class TestHost {
     }
 
     void reset() {
-        const std::lock_guard lock(mutex_);
-        hooks_.clear();
-        codes_.clear();
-        strings_.clear();
-        disowned_.clear();
-        events_.clear();
-        tensors_.clear();
-        stores_.clear();
+        host_.faults.clear();
+        host_.strings.clear();
+        host_.tensors.clear();
+        host_.breaches.take();
+        host_.tasks.forget_ended();
+        host_.tasks.tolerate_missing_store(false);
+        discarded_before_ = host_.tasks.discarded_stores();
+        expecting_breaches_ = false;
         abort = 0;
         abort_calls = 0;
-        null_data_store = false;
+        const std::lock_guard lock(mutex_);
+        events_.clear();
     }
 
-    VelmoraLibraryData data() {
-        return &table;
+    /**
+     * Makes a call of the export, of which the check of the protocol is told: of a count on this thread, or that a task
+     * is given a count.
+     */
+    template <typename Call>
+    int announced(const std::string& name, std::optional<mint> task, Call call) {
+        const kesh_host::Export* entry = kesh_host::find_export(name);
+        if (entry == nullptr) return call();
+        const kesh_host::HostCount count(host_.tasks, *entry);
+        const bool submitted =
+            task && host_.tasks.submit(*task, name, entry->parameters.back().kind == kesh_host::Kind::text);
+        int code = LIBRARY_FUNCTION_ERROR;
+        try {
+            code = call();
+        } catch (...) {
+            if (submitted) host_.tasks.withdraw(*task);
+            throw;
+        }
+        if (submitted && code != LIBRARY_NO_ERROR) host_.tasks.withdraw(*task);
+        return code;
     }
 
   private:
     TestHost() {
-        fill_with_traps(&table, sizeof table / sizeof(void*));
-        fill_with_traps(&io, sizeof io / sizeof(void*));
-        table.VersionNumber = VelmoraLibraryVersion;
-        table.ioLibraryFunctions = &io;
-        table.UTF8String_disown = [](char* text) {
-            instance().enter("UTF8String_disown");
-            const std::lock_guard lock(instance().mutex_);
-            instance().disowned_.push_back(text);
-            // The string belongs to the host now: overwritten, so that a later read by the library is noticed.
-            for (char* c = text; *c != '\0'; ++c) *c = '#';
-        };
-        table.MTensor_new = [](mint type, mint rank, const mint* dims, MTensor* out) -> int {
-            if (const int code = instance().enter("MTensor_new")) return code;
-            EXPECT_EQ(type, MType_Integer);
-            EXPECT_EQ(rank, 1);
-            const std::lock_guard lock(instance().mutex_);
-            auto tensor = std::make_unique<st_MTensor>();
-            tensor->data.assign(static_cast<size_t>(dims[0]), 0);
-            *out = tensor.get();
-            instance().tensors_.push_back(std::move(tensor));
-            return LIBRARY_NO_ERROR;
-        };
-        table.MTensor_getInteger = [](MTensor, mint* position, mint*) -> int {
-            *position = 0;
-            return instance().enter("MTensor_getInteger");
-        };
-        table.MTensor_getIntegerData = [](MTensor tensor) -> mint* {
-            instance().enter("MTensor_getIntegerData");
-            return tensor->data.data();
-        };
-        table.AbortQ = []() -> mint {
-            ++instance().abort_calls;
-            instance().enter("AbortQ");
-            return instance().abort;
-        };
-        io.createAsynchronousTaskWithoutThread = []() -> mint {
-            instance().enter("createAsynchronousTaskWithoutThread");
-            const std::lock_guard lock(instance().mutex_);
-            return ++instance().last_task_;
-        };
-        io.createDataStore = []() -> DataStore {
-            instance().enter("createDataStore");
-            if (instance().null_data_store) return nullptr;
-            auto store = std::make_unique<st_DataStore>();
-            const std::lock_guard lock(instance().mutex_);
-            return instance().stores_.emplace(store.get(), std::move(store)).first->first;
-        };
-        io.DataStore_addInteger = [](DataStore store, mint value) {
-            instance().enter("DataStore_addInteger");
-            if (store != nullptr) store->values.emplace_back(value);
-        };
-        io.DataStore_addReal = [](DataStore store, mreal value) {
-            instance().enter("DataStore_addReal");
-            if (store != nullptr) store->values.emplace_back(value);
-        };
-        io.DataStore_addString = [](DataStore store, char* value) {
-            instance().enter("DataStore_addString");
-            if (store != nullptr) store->values.emplace_back(std::string(value));
-        };
-        io.raiseAsyncEvent = [](mint task, char* name, DataStore store) {
-            instance().enter("raiseAsyncEvent");
-            const std::lock_guard lock(instance().mutex_);
-            Event event{task, name, {}};
-            if (store != nullptr) {
-                const auto known = instance().stores_.find(store);
-                ASSERT_NE(known, instance().stores_.end()) << "a data store handed over twice, or never created";
-                event.values = std::move(known->second->values);
-                instance().stores_.erase(known);
-            }
-            instance().events_.push_back(std::move(event));
-            instance().arrived_.notify_all();
-        };
-        io.removeAsynchronousTask = [](mint task) -> mint {
-            instance().enter("removeAsynchronousTask");
-            const std::lock_guard lock(instance().mutex_);
-            instance().events_.push_back({task, "", {}, true});
-            instance().arrived_.notify_all();
-            return task;
-        };
-    }
-
-    static void trap() {
-        ADD_FAILURE() << "a slot of the host's tables was called that is never to be read";
-    }
-
-    static void fill_with_traps(void* record, size_t slots) {
-        for (size_t i = 0; i < slots; ++i) reinterpret_cast<void (**)()>(record)[i] = trap;
-    }
-
-    int enter(const std::string& callback) {
-        std::function<void()> hook;
-        int code = LIBRARY_NO_ERROR;
-        {
+        host_.breaches.on_breach([this](const std::string& what) {
+            if (!expecting_breaches_) ADD_FAILURE() << what;
+        });
+        host_.tasks.on_event([this](const Event& event) {
             const std::lock_guard lock(mutex_);
-            if (const auto found = hooks_.find(callback); found != hooks_.end()) hook = found->second;
-            if (const auto found = codes_.find(callback); found != codes_.end()) code = found->second;
-        }
-        if (hook) hook();
-        return code;
+            events_.push_back(event);
+            arrived_.notify_all();
+        });
     }
 
+    kesh_host::Host& host_ = kesh_host::host();
+    std::atomic<bool> expecting_breaches_{false};
+    std::size_t discarded_before_ = 0;
     mutable std::mutex mutex_;
     std::condition_variable arrived_;
-    std::map<std::string, std::function<void()>> hooks_;
-    std::map<std::string, int> codes_;
-    std::deque<std::unique_ptr<char[]>> strings_;
-    std::vector<const char*> disowned_;
     std::vector<Event> events_;
-    std::vector<std::unique_ptr<st_MTensor>> tensors_;
-    std::map<DataStore, std::unique_ptr<st_DataStore>> stores_;
-    mint last_task_ = 0;
 };
+
+/** Whether the export submits a count to the task that is its first argument. */
+inline bool submits(const std::string& name, std::size_t arguments) {
+    const kesh_host::Export* entry = kesh_host::find_export(name);
+    return entry != nullptr && entry->family == kesh_host::Family::tasks && !entry->parameters.empty() &&
+           entry->parameters.size() == arguments;
+}
 
 /** What a result slot holds before a call, to see whether it was written. */
 inline constexpr mint unwritten = 0x5A5A5A5A5A5A5A5A;
@@ -269,7 +203,10 @@ inline IntegerCall call_integer(const std::string& name, std::vector<mint> argum
     call.result = unwritten;
     MArgument result;
     result.integer = &call.result;
-    call.code = Library::instance().get(name)(data, static_cast<mint>(slots.size()), slots.data(), result);
+    const auto task = submits(name, arguments.size()) ? std::optional(arguments[0]) : std::nullopt;
+    call.code = TestHost::instance().announced(name, task, [&] {
+        return Library::instance().get(name)(data, static_cast<mint>(slots.size()), slots.data(), result);
+    });
     return call;
 }
 

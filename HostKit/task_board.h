@@ -1,5 +1,5 @@
 /**
- * @file   tasks.h
+ * @file   task_board.h
  * @brief  Asynchronous tasks and DataStores as the host sees them, with the event protocol checked at every step.
  *
  * A task is created, given a count, raises any number of "Status" events, exactly one "Result" or "Error", and is
@@ -10,7 +10,9 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -19,62 +21,27 @@
 #include <string_view>
 #include <unordered_map>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "HostKit/breaches.h"
-#include "VelmoraLibrary.h"
+#include "HostKit/task.h"
 
-/** The record behind a DataStore handle. */
-struct st_DataStore {
-    using Value = std::variant<mint, mreal, std::string>;
-    std::vector<Value> values;
-};
+namespace kesh_host {
 
-namespace bench_host {
-
-using EventValue = st_DataStore::Value;
-
-/** One event as it arrived. */
-struct Event {
-    double seconds = 0;  ///< since the first task of the process was created
-    mint task = 0;
-    std::string name;
-    std::optional<EventValue> value;  ///< absent when no DataStore came with it
-};
-
-enum class TaskState { created, queued, counting, reported, removed };
-std::string_view state_name(TaskState state);
-struct Task;
-/** The state as users know it: what has been removed is done, or has failed. */
-std::string_view state_name(const Task& task);
-
-/** What is known of a task. */
-struct Task {
-    using Clock = std::chrono::steady_clock;
-
-    mint id = 0;
-    TaskState state = TaskState::created;
-    std::string what;             ///< the count, as typed
-    bool result_is_text = false;  ///< the kind of value its "Result" carries
-    double percent = 0;
-    std::size_t status_events = 0;
-    std::optional<double> first_percent;
-    std::optional<EventValue> result;
-    bool failed = false;  ///< "Error" arrived
-    bool shared = false;  ///< a count on the host's thread may have reported to it as well
-    Clock::time_point submitted;
-    Clock::time_point started;  ///< first event
-    Clock::time_point ended;    ///< removal
-
-    bool running() const {
-        return state == TaskState::queued || state == TaskState::counting || state == TaskState::reported;
-    }
+/** Under which progress callback a count on a thread of the host runs. */
+enum class CountCallback {
+    own,       ///< it installs one of its own; a task that begins to count afterwards takes its progress over
+    installed  ///< it installs none, and runs under what is there
 };
 
 /** All tasks of the process. The callbacks reach it from the library's threads. */
 class TaskBoard {
   public:
+    /** The counts on the host's threads that run now, by what they run under, with their turn. */
+    using Counts = std::multimap<CountCallback, std::uint64_t>;
+    using CountId = Counts::iterator;
+    using Listener = std::function<void(const Event&)>;
+
     explicit TaskBoard(Breaches& breaches);
     ~TaskBoard();
     TaskBoard(const TaskBoard&) = delete;
@@ -98,12 +65,12 @@ class TaskBoard {
      */
     void withdraw(mint id);
     /**
-     * True: a count on the host's thread is about to begin, and may report to the last task that counted, under whose
-     * progress callback it may run; false: it has ended. Status events after the report and the removal of the task are
-     * in order until the count ends, and falling percentages, from two counts that report to one task, until the tasks
-     * that run beside it have ended too. Otherwise both are a breach.
+     * A count on a thread of the host is about to begin, or has ended. The process has one progress callback, so such a
+     * count may report to the task that counted last. While it may, "Status" events after that task's report and its
+     * removal are in order, and the task's percentage may fall from then on. Otherwise both are a breach.
      */
-    void expect_late_status(bool expected);
+    CountId begin_count(CountCallback callback);
+    void end_count(CountId count);
     /** Events after an injected fault may lack what the fault took away. */
     void tolerate_missing_store(bool tolerated);
 
@@ -125,6 +92,8 @@ class TaskBoard {
     /** The events since the last take; the queue is kept only while `keep_events(true)`. */
     std::vector<Event> take_events();
     void keep_events(bool keep);
+    /** The listener hears every event from the thread that raises it. It must not call the board. */
+    void on_event(Listener listener);
     /** Becomes readable when events wait to be taken. */
     int event_fd() const {
         return event_fd_;
@@ -140,6 +109,7 @@ class TaskBoard {
     void check_payload(const Task& task, std::string_view name, const st_DataStore& store) const;
     void check_order(Task& task, std::string_view name);
     void apply(Task& task, std::string_view name, const std::optional<EventValue>& value);
+    bool may_come_from_another_count(const Task& task) const;
     void publish(Event event);
 
     Breaches& breaches_;
@@ -155,10 +125,12 @@ class TaskBoard {
     double latest_percent_ = 0;
     std::size_t status_total_ = 0;
     std::size_t discarded_stores_ = 0;
-    bool late_status_expected_ = false;
+    Counts counts_;
+    std::uint64_t turns_ = 0;
+    Listener listener_;
     bool missing_store_tolerated_ = false;
     bool keep_events_ = false;
     int event_fd_ = -1;
 };
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -1,10 +1,11 @@
 /**
- * @file   faults.h
+ * @file   fault_plan.h
  * @brief  Fault injection: which callback is to fail, how, and at which of its calls.
  */
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -12,7 +13,9 @@
 #include <string_view>
 #include <vector>
 
-namespace bench_host {
+#include "HostKit/slots.h"
+
+namespace kesh_host {
 
 /** What one `--fail SLOT=WHAT[@K]` asks for: "SLOT=5", "=null", "=throw", "=throw-int", "=slow". */
 struct Fault {
@@ -39,24 +42,34 @@ class FaultPlan {
      */
     void add(std::string_view text);
 
-    /** Counts one call of the slot and answers what it is to do instead of its work, if anything. */
+    /** Counts one call of the slot, calls its hook, and returns what it is to do instead of its work, if anything. */
     std::optional<Fault> on_call(std::string_view slot);
 
-    /** Whether any fault is planned for the slot; what follows from it is then no breach of the library's. */
-    bool planned(std::string_view slot) const;
+    /** The same, not as text. */
+    void set(CallbackName callback, const Fault& fault);
+    /** The callback works again. */
+    void unset(CallbackName callback);
+    /**
+     * Calls the hook at the entry of the callback, on the thread that calls it; it may wait, throw or set other state.
+     * An empty hook is none.
+     */
+    void before(CallbackName callback, std::function<void()> hook);
+    /** Whether any fault is planned for the callback; what follows from it is then no breach of the library's. */
+    bool planned(CallbackName callback) const;
 
     bool any() const;
 
     /** How often each slot was called since the last clear(). */
     std::map<std::string, std::int64_t, std::less<>> calls() const;
 
-    /** Forgets all faults and calls (the prompt sets them anew with every line). */
+    /** Forgets all faults, hooks and calls (the prompt sets them anew with every line). */
     void clear();
 
   private:
     mutable std::mutex mutex_;
     std::map<std::string, Fault, std::less<>> faults_;
     std::map<std::string, std::int64_t, std::less<>> calls_;
+    std::map<std::string, std::function<void()>, std::less<>> hooks_;
 };
 
 /** The slots that faults may name, with the forms each takes ("code", "null", "throw", ...), for help and messages. */
@@ -66,4 +79,4 @@ struct FaultSlot {
 };
 const std::vector<FaultSlot>& fault_slots();
 
-}  // namespace bench_host
+}  // namespace kesh_host

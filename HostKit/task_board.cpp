@@ -1,38 +1,30 @@
 /**
- * @file   tasks.cpp
+ * @file   task_board.cpp
  * @brief  The task board: states, events, and what counts as a breach of the protocol.
  */
-#include "HostKit/tasks.h"
+#include "HostKit/task_board.h"
 
-#include <fmt/format.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
+#include <array>
+#include <cstdio>
+#include <iterator>
 
-namespace bench_host {
+#include "HostKit/text_of.h"
 
-std::string_view state_name(TaskState state) {
-    switch (state) {
-        case TaskState::created:
-            return "created";
-        case TaskState::queued:
-            return "queued";
-        case TaskState::counting:
-            return "counting";
-        case TaskState::reported:
-            return "reported";
-        case TaskState::removed:
-            return "removed";
-    }
-    return "";
+namespace kesh_host {
+
+namespace {
+
+std::string thousandths(double value) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.3f", value);
+    return text.data();
 }
 
-std::string_view state_name(const Task& task) {
-    if (task.state != TaskState::removed) return state_name(task.state);
-    return task.failed ? "failed" : "done";
-}
+}  // namespace
 
 TaskBoard::TaskBoard(Breaches& breaches)
     : breaches_(breaches), origin_(Task::Clock::now()), event_fd_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
@@ -85,8 +77,8 @@ void TaskBoard::discard(DataStore store) {
 
 void TaskBoard::check_payload(const Task& task, std::string_view name, const st_DataStore& store) const {
     if (store.values.size() != 1) {
-        breach(fmt::format("event \"{}\" of task {} carries {} values instead of one", name, task.id,
-                           store.values.size()));
+        breach(text_of("event \"", name, "\" of task ", task.id, " carries ", store.values.size(),
+                       " values instead of one"));
         return;
     }
     const EventValue& value = store.values[0];
@@ -94,52 +86,54 @@ void TaskBoard::check_payload(const Task& task, std::string_view name, const st_
     if (name == "Status") {
         const mreal* percent = std::get_if<mreal>(&value);
         if (percent == nullptr) {
-            breach(fmt::format("event \"Status\" of task {} carries no real number", task.id));
+            breach(text_of("event \"Status\" of task ", task.id, " carries no real number"));
         } else if (!(*percent >= 0 && *percent <= 100)) {
-            breach(fmt::format("event \"Status\" of task {} carries {}, which is no percentage", task.id, *percent));
+            breach(text_of("event \"Status\" of task ", task.id, " carries ", *percent, ", which is no percentage"));
         } else if (*percent < task.percent && task.state == TaskState::counting && !task.shared) {
-            breach(fmt::format("the progress of task {} fell from {:.3f} to {:.3f}", task.id, task.percent, *percent));
+            breach(text_of("the progress of task ", task.id, " fell from ", thousandths(task.percent), " to ",
+                           thousandths(*percent)));
         }
     } else if (name == "Result") {
         if (task.result_is_text ? text == nullptr : !std::holds_alternative<mint>(value)) {
-            breach(fmt::format("event \"Result\" of task {} carries no {}", task.id,
-                               task.result_is_text ? "string" : "integer"));
+            breach(text_of("event \"Result\" of task ", task.id, " carries no ",
+                           task.result_is_text ? "string" : "integer"));
         }
     } else if (name == "Error") {
         if (text == nullptr || *text != "$Failed")
-            breach(fmt::format("event \"Error\" of task {} does not carry \"$Failed\"", task.id));
+            breach(text_of("event \"Error\" of task ", task.id, " does not carry \"$Failed\""));
     }
 }
 
 void TaskBoard::check_order(Task& task, std::string_view name) {
     if (name != "Status" && name != "Result" && name != "Error") {
-        breach(fmt::format("task {} raised an event of unknown name \"{}\"", task.id, name));
+        breach(text_of("task ", task.id, " raised an event of unknown name \"", name, "\""));
         return;
     }
-    const bool late_status = name == "Status" && late_status_expected_ && task.id == last_counted_;
+    const bool late_status = name == "Status" && may_come_from_another_count(task);
     switch (task.state) {
         case TaskState::created:
-            breach(fmt::format("event \"{}\" of task {}, which was never given a count", name, task.id));
+            breach(text_of("event \"", name, "\" of task ", task.id, ", which was never given a count"));
             break;
         case TaskState::queued:
             if (counting_ != 0) {
-                breach(fmt::format("event \"{}\" of task {} while task {} is counting", name, task.id, counting_));
+                breach(text_of("event \"", name, "\" of task ", task.id, " while task ", counting_, " is counting"));
             }
             counting_ = task.id;
             last_counted_ = task.id;
             task.started = Task::Clock::now();
+            task.turn = ++turns_;
             task.state = TaskState::counting;
             break;
         case TaskState::counting:
             break;
         case TaskState::reported:
             if (late_status) break;
-            breach(fmt::format("event \"{}\" of task {} after its \"{}\"", name, task.id,
-                               task.failed ? "Error" : "Result"));
+            breach(text_of("event \"", name, "\" of task ", task.id, " after its \"", task.failed ? "Error" : "Result",
+                           "\""));
             break;
         case TaskState::removed:
             if (late_status) break;
-            breach(fmt::format("event \"{}\" of task {} after its removal", name, task.id));
+            breach(text_of("event \"", name, "\" of task ", task.id, " after its removal"));
             break;
     }
 }
@@ -165,6 +159,7 @@ void TaskBoard::apply(Task& task, std::string_view name, const std::optional<Eve
 }
 
 void TaskBoard::publish(Event event) {
+    if (listener_) listener_(event);
     if (!keep_events_) return;
     events_.push_back(std::move(event));
     const std::uint64_t one = 1;
@@ -179,18 +174,19 @@ void TaskBoard::raise(mint id, std::string_view name, DataStore store) {
         payload = std::move(found->second);
         open_stores_.erase(found);
     } else if (!(store == nullptr && missing_store_tolerated_)) {
-        breach(store == nullptr ? fmt::format("event \"{}\" of task {} carries no DataStore", name, id)
-                                : fmt::format("event \"{}\" of task {} hands over a DataStore that is not open: handed "
-                                              "over before, or never created",
-                                              name, id));
+        breach(store == nullptr
+                   ? text_of("event \"", name, "\" of task ", id, " carries no DataStore")
+                   : text_of("event \"", name, "\" of task ", id,
+                             " hands over a DataStore that is not open: handed over before, or never created"));
     }
     const auto found = tasks_.find(id);
     if (found == tasks_.end()) {
-        breach(fmt::format("event \"{}\" for task {}, which does not exist", name, id));
+        breach(text_of("event \"", name, "\" for task ", id, ", which does not exist"));
         return;
     }
     Task& task = found->second;
     check_order(task, name);
+    task.shared = task.shared || (name == "Status" && may_come_from_another_count(task));
     if (payload) check_payload(task, name, *payload);
     std::optional<EventValue> value;
     if (payload && !payload->values.empty()) value = std::move(payload->values[0]);
@@ -204,17 +200,17 @@ mint TaskBoard::remove(mint id) {
     const std::lock_guard lock(mutex_);
     const auto found = tasks_.find(id);
     if (found == tasks_.end()) {
-        breach(fmt::format("task {} was removed and does not exist", id));
+        breach(text_of("task ", id, " was removed and does not exist"));
         return 0;
     }
     Task& task = found->second;
     if (task.state == TaskState::removed) {
-        breach(fmt::format("task {} was removed twice", id));
+        breach(text_of("task ", id, " was removed twice"));
         return 0;
     }
     if (task.state != TaskState::reported) {
-        breach(fmt::format("task {} was removed while {}: neither \"Result\" nor \"Error\" came", id,
-                           state_name(task.state)));
+        breach(text_of("task ", id, " was removed while ", state_name(task.state),
+                       ": neither \"Result\" nor \"Error\" came"));
     }
     task.state = TaskState::removed;
     task.ended = Task::Clock::now();
@@ -251,10 +247,27 @@ void TaskBoard::withdraw(mint id) {
     changed_.notify_all();
 }
 
-void TaskBoard::expect_late_status(bool expected) {
+TaskBoard::CountId TaskBoard::begin_count(CountCallback callback) {
     const std::lock_guard lock(mutex_);
-    late_status_expected_ = expected;
-    for (auto& [id, task] : tasks_) task.shared = task.shared || (expected && task.running());
+    return counts_.emplace(callback, ++turns_);
+}
+
+void TaskBoard::end_count(CountId count) {
+    const std::lock_guard lock(mutex_);
+    counts_.erase(count);
+}
+
+bool TaskBoard::may_come_from_another_count(const Task& task) const {
+    if (task.id != last_counted_) return false;
+    if (counts_.contains(CountCallback::installed)) return true;
+    // Equal keys keep the order in which they came, so this is the count that began first.
+    const auto own = counts_.find(CountCallback::own);
+    return own != counts_.end() && own->second < task.turn;
+}
+
+void TaskBoard::on_event(Listener listener) {
+    const std::lock_guard lock(mutex_);
+    listener_ = std::move(listener);
 }
 
 void TaskBoard::tolerate_missing_store(bool tolerated) {
@@ -333,4 +346,4 @@ std::size_t TaskBoard::discarded_stores() const {
     return discarded_stores_;
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host

@@ -1,39 +1,46 @@
 /**
- * @file   faults.cpp
+ * @file   fault_plan.cpp
  * @brief  Reads and keeps the planned faults.
  */
-#include "HostKit/faults.h"
-
-#include <fmt/format.h>
-#include <fmt/ranges.h>
+#include "HostKit/fault_plan.h"
 
 #include <algorithm>
 #include <charconv>
 #include <stdexcept>
+#include <utility>
 
-namespace bench_host {
+#include "HostKit/text_of.h"
+
+namespace kesh_host {
+
+namespace {
+
+std::vector<std::string_view> forms_of(Returns returns) {
+    switch (returns) {
+        case Returns::code:
+            return {"code", "throw", "throw-int", "slow"};
+        case Returns::pointer:
+            return {"null", "throw", "throw-int", "slow"};
+        case Returns::nothing:
+            break;
+    }
+    return {"throw", "throw-int", "slow"};
+}
+
+std::string joined(const std::vector<std::string_view>& words) {
+    std::string text;
+    for (const std::string_view word : words) text.append(text.empty() ? "" : ", ").append(word);
+    return text;
+}
+
+}  // namespace
 
 const std::vector<FaultSlot>& fault_slots() {
-    static const std::vector<std::string_view> code = {"code", "throw", "throw-int", "slow"};
-    static const std::vector<std::string_view> null = {"null", "throw", "throw-int", "slow"};
-    static const std::vector<std::string_view> nothing = {"throw", "throw-int", "slow"};
-    static const std::vector<FaultSlot> slots = {
-        {"UTF8String_disown", nothing},
-        {"MTensor_new", code},
-        {"MTensor_getInteger", code},
-        {"MTensor_getIntegerData", null},
-        {"AbortQ", code},
-        {"createAsynchronousTaskWithoutThread", code},
-        {"createDataStore", null},
-        {"DataStore_addInteger", nothing},
-        {"DataStore_addReal", nothing},
-        {"DataStore_addString", nothing},
-        {"raiseAsyncEvent", nothing},
-        {"raiseAsyncEvent:Status", nothing},
-        {"raiseAsyncEvent:Result", nothing},
-        {"raiseAsyncEvent:Error", nothing},
-        {"removeAsynchronousTask", code},
-    };
+    static const std::vector<FaultSlot> slots = [] {
+        std::vector<FaultSlot> list;
+        for (const Callback& callback : callbacks) list.push_back({callback.name, forms_of(callback.returns)});
+        return list;
+    }();
     return slots;
 }
 
@@ -44,7 +51,7 @@ std::int64_t read_number(std::string_view text, std::string_view whole) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size()) {
         throw std::invalid_argument(
-            fmt::format("--fail {}: '{}' is no number; write for example --fail MTensor_new=5@2", whole, text));
+            text_of("--fail ", whole, ": '", text, "' is no number; write for example --fail MTensor_new=5@2"));
     }
     return value;
 }
@@ -54,10 +61,10 @@ const FaultSlot& find_slot(std::string_view name, std::string_view whole) {
     const auto found =
         std::find_if(slots.begin(), slots.end(), [&](const FaultSlot& slot) { return slot.name == name; });
     if (found == slots.end()) {
-        std::string names;
-        for (const FaultSlot& slot : slots) names += fmt::format("{}{}", names.empty() ? "" : ", ", slot.name);
+        std::vector<std::string_view> names;
+        for (const FaultSlot& slot : slots) names.push_back(slot.name);
         throw std::invalid_argument(
-            fmt::format("--fail {}: no callback '{}' can be made to fail; there are {}", whole, name, names));
+            text_of("--fail ", whole, ": no callback '", name, "' can be made to fail; there are ", joined(names)));
     }
     return *found;
 }
@@ -67,9 +74,9 @@ const FaultSlot& find_slot(std::string_view name, std::string_view whole) {
 void FaultPlan::add(std::string_view text) {
     const std::size_t equals = text.find('=');
     if (equals == std::string_view::npos) {
-        throw std::invalid_argument(fmt::format(
-            "--fail {}: '=' is missing; write SLOT=CODE, or =null, =throw, =throw-int, =slow, each with an optional @K",
-            text));
+        throw std::invalid_argument(text_of(
+            "--fail ", text,
+            ": '=' is missing; write SLOT=CODE, or =null, =throw, =throw-int, =slow, each with an optional @K"));
     }
     const FaultSlot& slot = find_slot(text.substr(0, equals), text);
     std::string_view what = text.substr(equals + 1);
@@ -91,16 +98,36 @@ void FaultPlan::add(std::string_view text) {
         fault.code = read_number(what, text);
     }
     if (std::find(slot.forms.begin(), slot.forms.end(), form) == slot.forms.end()) {
-        throw std::invalid_argument(
-            fmt::format("--fail {}: {} takes {}", text, slot.name, fmt::join(slot.forms, ", ")));
+        throw std::invalid_argument(text_of("--fail ", text, ": ", slot.name, " takes ", joined(slot.forms)));
     }
     const std::lock_guard lock(mutex_);
     faults_[std::string(slot.name)] = fault;
 }
 
-std::optional<Fault> FaultPlan::on_call(std::string_view slot) {
+void FaultPlan::set(CallbackName callback, const Fault& fault) {
     const std::lock_guard lock(mutex_);
+    faults_[std::string(callback.text)] = fault;
+}
+
+void FaultPlan::unset(CallbackName callback) {
+    const std::lock_guard lock(mutex_);
+    faults_.erase(std::string(callback.text));
+}
+
+void FaultPlan::before(CallbackName callback, std::function<void()> hook) {
+    const std::lock_guard lock(mutex_);
+    hooks_[std::string(callback.text)] = std::move(hook);
+}
+
+std::optional<Fault> FaultPlan::on_call(std::string_view slot) {
+    std::unique_lock lock(mutex_);
     const std::int64_t call = ++calls_[std::string(slot)];
+    if (const auto found = hooks_.find(slot); found != hooks_.end() && found->second) {
+        const std::function<void()> hook = found->second;
+        lock.unlock();
+        hook();
+        lock.lock();
+    }
     const auto found = faults_.find(slot);
     if (found == faults_.end()) return std::nullopt;
     const Fault& fault = found->second;
@@ -108,9 +135,9 @@ std::optional<Fault> FaultPlan::on_call(std::string_view slot) {
     return fault;
 }
 
-bool FaultPlan::planned(std::string_view slot) const {
+bool FaultPlan::planned(CallbackName callback) const {
     const std::lock_guard lock(mutex_);
-    return faults_.find(slot) != faults_.end();
+    return faults_.find(callback.text) != faults_.end();
 }
 
 bool FaultPlan::any() const {
@@ -126,7 +153,8 @@ std::map<std::string, std::int64_t, std::less<>> FaultPlan::calls() const {
 void FaultPlan::clear() {
     const std::lock_guard lock(mutex_);
     faults_.clear();
+    hooks_.clear();
     calls_.clear();
 }
 
-}  // namespace bench_host
+}  // namespace kesh_host
