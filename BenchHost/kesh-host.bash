@@ -1,12 +1,17 @@
-# bash completion for kesh-host: exports, commands and options come from the program itself.
+# bash completion for kesh-host: exports, commands, options and what they take come from the program itself.
 _kesh_host() {
-    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} program=${COMP_WORDS[0]} word head=""
-    case $previous in
-        -d|--distance|--threads) return ;;
-        --library|--file|--events|--svg|--png) mapfile -t COMPREPLY < <(compgen -f -- "$current"); return ;;
-        --color) mapfile -t COMPREPLY < <(compgen -W "auto always never" -- "$current"); return ;;
-        --fail) mapfile -t COMPREPLY < <(compgen -W "$("$program" --complete fail 2>/dev/null)" -- "$current"); compopt -o nospace; return ;;
-    esac
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} program=${COMP_WORDS[0]} word head="" value
+    if [[ $previous == -* ]]; then
+        mapfile -t value < <("$program" --complete value -- "$previous" 2>/dev/null)
+        case ${value[0]-} in
+            file) mapfile -t COMPREPLY < <(compgen -f -- "$current"); return ;;
+            words)
+                mapfile -t COMPREPLY < <(compgen -W "${value[*]:1}" -- "$current")
+                [[ ${COMPREPLY[0]-} != *= ]] || compopt -o nospace
+                return ;;
+            other) return ;;
+        esac
+    fi
     if [[ $current == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$("$program" --complete options 2>/dev/null)" -- "$current")
         return
@@ -17,7 +22,7 @@ _kesh_host() {
     done
     case $head in
         ""|help) mapfile -t COMPREPLY < <("$program" --complete names -- "$current" 2>/dev/null) ;;
-        plot) mapfile -t COMPREPLY < <(compgen -W "pi gaps twins events" -- "$current") ;;
+        *) mapfile -t COMPREPLY < <("$program" --complete "$head" -- "$current" 2>/dev/null) ;;
     esac
 }
 complete -F _kesh_host kesh-host

@@ -17,6 +17,9 @@
 #include "answers/json.h"
 #include "answers/refusal.h"
 #include "calls/interrupts.h"
+#include "commands/command_table.h"
+#include "commands/execute.h"
+#include "commands/help_command.h"
 #include "commands/options.h"
 #include "commands/session.h"
 #include "prompt/completion.h"
@@ -43,13 +46,12 @@ int run(const std::vector<std::string>& arguments) {
     if (!options.complete.empty())
         return print(shell_completion_words(options.complete, options.words.empty() ? "" : options.words[0])), exit_ok;
     // Help must not depend on a library being there.
-    if (options.help && options.words.empty())
-        return print(options.json ? json_line(commands_json()) : help_text(help_width())), exit_ok;
+    if (options.help && options.words.empty()) return print_help(command_table(), options.json), exit_ok;
 
-    Session session(options);
+    Session session(options, command_table());
     install_interrupt_handler();
     if (!options.words.empty() || options.list || options.version || options.help)
-        return session.execute(options, false);
+        return execute(session, options, false);
     return is_terminal(STDIN_FILENO) ? run_prompt(session) : run_script(session);
 }
 

@@ -61,6 +61,15 @@ struct Export {
     Route route = Route::direct;
     std::string_view task_form = {};
     std::string_view default_begin = {};  ///< of a range of which only the end is given; empty: both ends are needed
+
+    /** Whether it gives a count to a task, its first argument. */
+    bool submits() const {
+        return family == Family::tasks && !parameters.empty();
+    }
+    /** Whether the last argument, and the result, is text. */
+    bool takes_text() const {
+        return !parameters.empty() && parameters.back().kind == Kind::text;
+    }
 };
 
 /** All exports, by family, in the order in which they are listed. */

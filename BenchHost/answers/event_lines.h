@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "HostKit/data_store.h"
 #include "HostKit/task.h"
 #include "terminal/terminal.h"
 

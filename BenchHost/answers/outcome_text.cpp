@@ -14,8 +14,8 @@
 #include "calls/caller.h"
 #include "terminal/duration.h"
 #include "terminal/layout.h"
-#include "terminal/printable.h"
 #include "terminal/terminal.h"
+#include "terminal/wording.h"
 
 namespace kesh_host {
 

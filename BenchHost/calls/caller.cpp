@@ -86,9 +86,8 @@ Outcome Caller::call(const Export& entry, const std::vector<std::string>& words,
 
     if (!settings.bare && !settings.unchecked) warn_of_silent_count(library_, entry, arguments);
 
-    const bool submits = entry.family == Family::tasks && !entry.parameters.empty();
     Outcome outcome;
-    if (submits && !arguments.empty()) {
+    if (entry.submits() && !arguments.empty()) {
         outcome = submit(entry, arguments, settings, call_text(entry, arguments));
     } else if (settings.background) {
         if (entry.route != Route::as_task)
@@ -154,7 +153,7 @@ Outcome Caller::submit(const Export& entry, std::vector<ArgumentValue> arguments
                        std::string what) const {
     if (std::holds_alternative<NewTask>(arguments[0].value)) arguments[0].value = create_task();
     const mint id = std::get<mint>(arguments[0].value);
-    const bool known = host().tasks.submit(id, std::move(what), entry.name == "PrimeCount_SubmitExprPrimePi");
+    const bool known = host().tasks.submit(id, std::move(what), entry.takes_text());
     if (!known && !settings.unchecked) {
         const auto task = host().tasks.find(id);
         throw BadInput(

@@ -10,17 +10,22 @@
 #include <atomic>
 #include <nlohmann/json.hpp>
 
+#include "HostKit/library.h"
+#include "answers/print_look.h"
 #include "calls/expression.h"
 #include "calls/interrupts.h"
 #include "calls/primality.h"
+#include "commands/looks.h"
+#include "commands/options.h"
 #include "kesh_prime.h"
 #include "terminal/bad_input.h"
 #include "terminal/duration.h"
 #include "terminal/exit_codes.h"
 #include "terminal/output.h"
-#include "terminal/printable.h"
 #include "terminal/progress_line.h"
+#include "terminal/progress_text.h"
 #include "terminal/stopwatch.h"
+#include "terminal/wording.h"
 
 namespace kesh_host {
 
@@ -59,10 +64,10 @@ std::string decimal(const umint* limbs, std::size_t count) {
     return value.str();
 }
 
-}  // namespace
-
-int print_neighbours(const Library& library, const Options& options, const std::vector<std::string>& words,
-                     PrintLook look, bool upwards) {
+int print_neighbours(const Library& library, const Request& request, bool upwards) {
+    const Options& options = request.options;
+    const std::vector<std::string>& words = request.words;
+    const PrintLook look = look_of(options);
     const auto function = needed<decltype(KESH_NextPrime)>(library, upwards ? "KESH_NextPrime" : "KESH_PreviousPrime");
     if (words.empty())
         throw BadInput(fmt::format("{0}-prime takes numbers of up to 1024 bits; for example: {0}-prime 2^512",
@@ -98,8 +103,21 @@ int print_neighbours(const Library& library, const Options& options, const std::
     return code;
 }
 
-int print_primes(const Library& library, const Options& options, const std::vector<std::string>& words,
-                 const ProgressLook& progress) {
+}  // namespace
+
+int print_next_primes(Session& session, const Request& request) {
+    return print_neighbours(session.library(), request, true);
+}
+
+int print_previous_primes(Session& session, const Request& request) {
+    return print_neighbours(session.library(), request, false);
+}
+
+int print_primes(Session& session, const Request& request) {
+    const Library& library = session.library();
+    const Options& options = request.options;
+    const std::vector<std::string>& words = request.words;
+    const ProgressLook progress = progress_look_of(options);
     const auto function = needed<decltype(KESH_NextPrimes)>(library, "KESH_NextPrimes");
     if (words.size() != 2) throw BadInput("primes takes two numbers, FROM and COUNT; for example: primes 10^18 20");
     if (options.json) throw BadInput("primes prints one prime a line; --json has nothing to add");

@@ -4,22 +4,16 @@
  */
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "HostKit/library.h"
-#include "answers/print_look.h"
-#include "commands/options.h"
-#include "terminal/progress_text.h"
+#include "commands/command.h"
+#include "commands/session.h"
 
 namespace kesh_host {
 
-/** Prints the prime above each number, or below it. Answers an exit code. @throws BadInput */
-int print_neighbours(const Library& library, const Options& options, const std::vector<std::string>& words,
-                     PrintLook look, bool upwards);
-
-/** Prints the first COUNT primes from FROM on, one a line. Answers an exit code. @throws BadInput */
-int print_primes(const Library& library, const Options& options, const std::vector<std::string>& words,
-                 const ProgressLook& progress);
+/** Prints the prime above each number. */
+int print_next_primes(Session& session, const Request& request);
+/** Prints the prime below each number. */
+int print_previous_primes(Session& session, const Request& request);
+/** Prints the first COUNT primes from FROM on, one a line. */
+int print_primes(Session& session, const Request& request);
 
 }  // namespace kesh_host

@@ -25,6 +25,7 @@
 #include "terminal/printable.h"
 #include "terminal/progress_line.h"
 #include "terminal/stopwatch.h"
+#include "terminal/wording.h"
 
 namespace kesh_host {
 

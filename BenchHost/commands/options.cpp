@@ -1,28 +1,34 @@
 /**
  * @file   options.cpp
- * @brief  The options, by CLI11, and the help text.
+ * @brief  The options, by CLI11, and what is known of each.
  */
 #include "commands/options.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <iterator>
 #include <memory>
+#include <utility>
 
 #include "HostKit/fault_plan.h"
 #include "calls/call.h"
 #include "commands/suggest.h"
 #include "terminal/bad_input.h"
-#include "terminal/layout.h"
+#include "terminal/wording.h"
 
 namespace kesh_host {
 
 namespace {
+
+/** The types of values that the shell can complete. */
+constexpr const char* path_type = "PATH";
+constexpr const char* file_type = "FILE";
+constexpr const char* colour_type = "WHEN";
+constexpr const char* fault_type = "FAULT";
 
 /**
  * A word such as -5 or -2^3 is an argument; CLI11 would take it for an option. It travels with this mark in front.
@@ -32,6 +38,15 @@ constexpr char word_mark = '\x01';
 bool looks_like_negative_number(const std::string& word) {
     return word.size() > 1 && word[0] == '-' &&
            (std::isdigit(static_cast<unsigned char>(word[1])) != 0 || word[1] == '(');
+}
+
+constexpr std::pair<std::string_view, ColourChoice> colours[] = {
+    {"auto", ColourChoice::automatic}, {"always", ColourChoice::always}, {"never", ColourChoice::never}};
+
+std::vector<std::string> colour_names() {
+    std::vector<std::string> names;
+    for (const auto& [name, choice] : colours) names.emplace_back(name);
+    return names;
 }
 
 /** Options that the flags set by name. */
@@ -73,7 +88,7 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     app->add_flag("--list", options.list, "every export with its argument kinds and result");
     app->add_flag("--version", options.version, "versions of host, library and what the library rests on");
     app->add_option("--library", options.library, "the library to open, instead of the one beside kesh-host")
-        ->type_name("PATH");
+        ->type_name(path_type);
 
     // For the build and the shell, not for people: left out of the help.
     app->add_flag("--functions-page", options.functions_page)->group("");
@@ -83,9 +98,9 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     app->add_flag("--json", options.json, "one JSON object a call, on one line")->group(output);
     app->add_flag("-q,--quiet", options.quiet, "the bare result")->group(output);
     app->add_flag("--all", options.all, "tensors whole, not shortened in the middle")->group(output);
-    app->add_option("--color", raw.colour, "auto, always or never; NO_COLOR is honoured")
-        ->type_name("WHEN")
-        ->check(CLI::IsMember({"auto", "always", "never"}))
+    app->add_option("--color", raw.colour, listed(colour_names(), "or") + "; NO_COLOR is honoured")
+        ->type_name(colour_type)
+        ->check(CLI::IsMember(colour_names()))
         ->group(output);
 
     const std::string calls = "Calls";
@@ -107,7 +122,7 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
                   "hand over the arguments whatever their number, and any task id")
         ->group(calls);
     app->add_option("--events", options.events_file, "write every event of the tasks to a CSV file")
-        ->type_name("FILE")
+        ->type_name(file_type)
         ->group(calls);
     app->add_flag("--every-event", options.every_event, "print every \"Status\" event, not one a second")->group(calls);
 
@@ -116,13 +131,13 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     app->add_flag("--previous", options.previous, "walk to the previous prime")->group(primality);
     app->add_option("--file", options.file,
                     "test the numbers of a file, one a line (- in place of a number: standard input)")
-        ->type_name("FILE")
+        ->type_name(file_type)
         ->group(primality);
 
     const std::string faults = "Faults";
     app->add_option("--fail", options.faults,
                     "make a callback fail: SLOT=CODE, or =null, =throw, =throw-int, =slow; with @K only its K-th call")
-        ->type_name("FAULT")
+        ->type_name(fault_type)
         ->take_all()
         ->expected(1)
         ->allow_extra_args(false)
@@ -138,8 +153,8 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
         ->group(faults);
 
     const std::string plots = "Plots";
-    app->add_option("--svg", options.svg, "write the plot as SVG (needs gnuplot)")->type_name("FILE")->group(plots);
-    app->add_option("--png", options.png, "write the plot as PNG (needs gnuplot)")->type_name("FILE")->group(plots);
+    app->add_option("--svg", options.svg, "write the plot as SVG (needs gnuplot)")->type_name(file_type)->group(plots);
+    app->add_option("--png", options.png, "write the plot as PNG (needs gnuplot)")->type_name(file_type)->group(plots);
     app->add_option("--points", options.points, "number of points of a curve, 2 to 10000")
         ->type_name("N")
         ->check(CLI::Range(2, 10000))
@@ -157,66 +172,7 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     return app;
 }
 
-struct Example {
-    std::string_view words;
-    std::string_view meaning;
-};
-constexpr Example examples[] = {
-    {"PrimeSieve_CountPrimes 0 10^10", "the primes below ten billion"},
-    {"PrimeSieve_CountTwins 10^18 -d 10^9", "from 10^18 to 10^18 + 10^9"},
-    {"PrimeCount_PrimePi 10^17", "with a bar; Ctrl-C stops it"},
-    {"PrimeCount_ExprPrimePi 10^21", "beyond 64 bits, as text"},
-    {"PrimeSieve_ListPrimes 10^6 10^6+200", "a tensor, as a table"},
-    {"PrimeSieve_NextPrime 2^61 --json", "for programs"},
-    {"KESH_PrimeQ 2^521-1 2^127-1 0xffff", "up to 1024 bits"},
-    {"KESH_PrimeQ 10^300 --next", "the first prime above it"},
-    {"plot pi 2 10^6", "pi(x), x / ln x and Li(x)"},
-};
-constexpr std::string_view integers =
-    "Integers: 1_000_000, 1,000,000, 1e9, 10^12, 2^61-1, 10^9/7, 3*(10^6+1), -5, 0xff. Of a range the "
-    "end alone is enough: it begins at 0.";
-
-/** A name and what it means, in two columns; a name too long for its column has a line of its own. */
-std::string help_entry(const std::string& name, std::string_view meaning, unsigned column, unsigned width) {
-    const std::string gap =
-        name.size() + 1 < column ? std::string(column - name.size(), ' ') : "\n" + std::string(column, ' ');
-    return name + gap + wrapped(std::string(meaning), width, column) + '\n';
-}
-
-constexpr unsigned option_column = 30;
-constexpr unsigned example_column = 51;
-
-std::string example_lines(std::string_view program, unsigned width) {
-    std::string text;
-    for (const Example& example : examples)
-        text += help_entry(fmt::format("  {}{}", program, example.words), example.meaning, example_column, width);
-    return text;
-}
-
 }  // namespace
-
-const std::vector<CommandWord>& command_words() {
-    static const std::vector<CommandWord> words = {
-        {"list", "list", "every export with its argument kinds and result", false},
-        {"help", "help [NAME]", "help, or help on one export; ?NAME at the prompt", false},
-        {"version", "version", "versions of host, library and what the library rests on", false},
-        {"plot", "plot KIND ...",
-         "curves in the terminal, or as SVG or PNG with --svg FILE, --png FILE; KIND is pi, gaps, twins or events",
-         false},
-        {"next-prime", "next-prime NUMBER...", "the prime above each number of up to 1024 bits", false},
-        {"previous-prime", "previous-prime NUMBER...", "the prime below each number", false},
-        {"primes", "primes FROM COUNT", "COUNT primes from FROM on, one a line, of up to 1024 bits", false},
-        {"faults", "faults [EXPORT...]", "every callback goes wrong in every way, and what comes of it", false},
-        {"endure", "endure", "half an hour of mixed calls, every answer checked; see --minutes", false},
-        {"tasks", "tasks", "the asynchronous tasks and what became of them", true},
-        {"stop", "stop", "ends the task that is counting now (Ctrl-C does it while you wait for one)", true},
-        {"wait", "wait [ID]", "waits for a task, or for all, with a progress bar", true},
-        {"set", "set [WHAT on|off]",
-         "how the next lines print; WHAT is json, quiet, all or every-event; without arguments shows it", true},
-        {"quit", "quit", "leaves; so do exit and Ctrl-D", true},
-    };
-    return words;
-}
 
 Options parse_options(const std::vector<std::string>& arguments, const Options& defaults) {
     Options options = defaults;
@@ -256,8 +212,9 @@ Options parse_options(const std::vector<std::string>& arguments, const Options& 
     if (raw.null_io) options.call.table = TableChoice::without_io;
     if (raw.null_table) options.call.table = TableChoice::null;
     options.call.events_wanted = !options.events_file.empty();
-    if (raw.colour == "always") options.colour = ColourChoice::always;
-    if (raw.colour == "never") options.colour = ColourChoice::never;
+    for (const auto& [name, choice] : colours) {
+        if (raw.colour == name) options.colour = choice;
+    }
     return options;
 }
 
@@ -265,72 +222,46 @@ bool asks_for_json(const std::vector<std::string>& arguments) {
     return std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
 }
 
-unsigned help_width() {
-    constexpr unsigned widest_readable = 110;
-    return std::min(terminal_width(STDOUT_FILENO), widest_readable);
-}
-
-std::string help_text(unsigned width) {
+std::vector<OptionHelp> option_help() {
     Options options;
     RawFlags raw;
     const auto app = make_app(options, raw);
-    std::string text =
-        "kesh-host calls the exports of libVelmoraKesh.so by name, as a host would.\n\n"
-        "Usage: kesh-host [OPTIONS] EXPORT [ARGUMENTS...]   one call\n"
-        "       kesh-host [OPTIONS] COMMAND [ARGUMENTS...]  one of the commands below\n"
-        "       kesh-host [OPTIONS]                         a prompt, or lines of a pipe\n\n"
-        "Commands (those with * at the prompt only):\n";
-    for (const CommandWord& word : command_words())
-        text += help_entry(fmt::format("  {}{}", word.prompt_only ? '*' : ' ', word.usage), word.meaning, option_column,
-                           width);
-
-    std::string group;
+    std::vector<OptionHelp> list;
     for (const CLI::Option* option :
          app->get_options([](const CLI::Option* candidate) { return !candidate->get_group().empty(); })) {
-        if (option->get_group() != group) {
-            group = option->get_group();
-            text += fmt::format("\n{}:\n", group);
+        OptionHelp help{.group = option->get_group(),
+                        .names = {},
+                        .value = {},
+                        .meaning = option->get_description(),
+                        .takes = OptionHelp::Takes::nothing,
+                        .choices = {}};
+        for (const std::string& name : option->get_snames()) help.names.push_back("-" + name);
+        for (const std::string& name : option->get_lnames()) help.names.push_back("--" + name);
+        if (option->get_items_expected_max() > 0) {
+            // After a colon come the values that are taken, which the text names.
+            const std::string type = option->get_type_name();
+            help.value = type.substr(0, type.find(':'));
+            help.takes = OptionHelp::Takes::other;
+            if (help.value == path_type || help.value == file_type) help.takes = OptionHelp::Takes::file;
+            if (help.value == colour_type) {
+                help.takes = OptionHelp::Takes::choice;
+                help.choices = colour_names();
+            }
+            if (help.value == fault_type) {
+                help.takes = OptionHelp::Takes::choice;
+                for (const FaultSlot& slot : fault_slots()) help.choices.push_back(std::string(slot.name) + "=");
+            }
         }
-        std::string name = option->get_name(false, true);
-        if (const std::size_t comma = name.find(','); comma != std::string::npos) name.insert(comma + 1, " ");
-        // After a colon stand the values that are taken, which the text names.
-        const std::string type = option->get_type_name();
-        if (option->get_items_expected_max() > 0) name += " " + type.substr(0, type.find(':'));
-        text += help_entry("   " + name, option->get_description(), option_column, width);
+        list.push_back(std::move(help));
     }
-    text += "\nSlots of --fail, and the forms they take:\n";
-    for (const FaultSlot& slot : fault_slots())
-        text += fmt::format("   {:<38} {}\n", slot.name, fmt::join(slot.forms, ", "));
-    text += "\nExamples:\n" + example_lines("kesh-host ", width);
-    return text + "\n" + wrapped(fmt::format("{} In a shell, write '*' and brackets in quotes.", integers), width, 0) +
-           "\n" +
-           wrapped(
-               "Exit status: 0 done, 1 the call failed, 2 bad input and nothing called, 3 no library, 4 the library "
-               "broke the host protocol, 130 interrupted.",
-               width, 0) +
-           "\n";
-}
-
-std::string prompt_help_text(unsigned width) {
-    std::string text = "A line is a call or a command. Calls:\n" + example_lines("", width) + "Commands:\n";
-    for (const CommandWord& word : command_words())
-        text += help_entry(fmt::format("  {}", word.usage), word.meaning, option_column, width);
-    return text +
-           wrapped(fmt::format("{} Tab completes, ?NAME explains an export, --help lists the options, Ctrl-C drops "
-                               "the line or stops the call.",
-                               integers),
-                   width, 0) +
-           "\n";
+    return list;
 }
 
 std::vector<std::string> option_names() {
-    Options options;
-    RawFlags raw;
-    const auto app = make_app(options, raw);
     std::vector<std::string> names;
-    for (const CLI::Option* option :
-         app->get_options([](const CLI::Option* candidate) { return !candidate->get_group().empty(); })) {
-        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    for (const OptionHelp& option : option_help()) {
+        std::copy_if(option.names.begin(), option.names.end(), std::back_inserter(names),
+                     [](const std::string& name) { return name.starts_with("--"); });
     }
     return names;
 }

@@ -60,23 +60,21 @@ Options parse_options(const std::vector<std::string>& arguments, const Options& 
 /** Whether --json is among the words, for a line whose options cannot be read. */
 bool asks_for_json(const std::vector<std::string>& arguments);
 
-/** The text of --help, laid out for lines of `width` columns. */
-std::string help_text(unsigned width);
-/** The text of "help" at the prompt, which fits a small terminal. */
-std::string prompt_help_text(unsigned width);
-/** Columns for text on standard output that reads well. */
-unsigned help_width();
+/** What is known of an option, for the help and for completion. */
+struct OptionHelp {
+    enum class Takes { nothing, file, choice, other };
+
+    std::string group;
+    std::vector<std::string> names;  ///< with their dashes, short ones first
+    std::string value;               ///< what stands for its value in the help; empty without one
+    std::string meaning;
+    Takes takes = Takes::nothing;
+    std::vector<std::string> choices;  ///< beginnings of the values, if these are known
+};
+/** Every option that is for people, in the order of the help. */
+std::vector<OptionHelp> option_help();
 
 /** The long names of all options, for completion. */
 std::vector<std::string> option_names();
-
-/** The words that are commands rather than exports, with one line each. */
-struct CommandWord {
-    std::string_view name;
-    std::string_view usage;
-    std::string_view meaning;
-    bool prompt_only;
-};
-const std::vector<CommandWord>& command_words();
 
 }  // namespace kesh_host

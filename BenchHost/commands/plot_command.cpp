@@ -17,10 +17,14 @@
 #include "HostKit/task.h"
 #include "answers/event_lines.h"
 #include "answers/json.h"
+#include "answers/print_look.h"
 #include "calls/arguments.h"
 #include "calls/call.h"
 #include "calls/caller.h"
 #include "calls/interrupts.h"
+#include "commands/command.h"
+#include "commands/looks.h"
+#include "commands/options.h"
 #include "plots/gnuplot.h"
 #include "plots/plot.h"
 #include "plots/plot_canvas.h"
@@ -34,6 +38,7 @@
 #include "terminal/progress_line.h"
 #include "terminal/stopwatch.h"
 #include "terminal/terminal.h"
+#include "terminal/wording.h"
 
 namespace kesh_host {
 
@@ -41,8 +46,6 @@ namespace {
 
 constexpr unsigned default_points = 100;
 constexpr unsigned terminal_rows = 22;
-constexpr std::string_view usage = "plot pi [A] B, plot gaps A B, plot twins [A] B or plot events EXPORT ARGUMENT";
-
 struct Ends {
     umint a;
     umint b;
@@ -74,23 +77,23 @@ Ends read_range(const std::vector<std::string>& words, umint default_begin) {
 }
 
 /** Runs a count as a task and takes down its events. */
-Plot event_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
-                const ProgressLook& progress, const EventWriter& write_events) {
+Plot event_plot(Session& session, const Request& request) {
+    const std::vector<std::string>& words = request.words;
     const Export* entry = words.size() < 2 ? nullptr : find_export(words[1]);
     if (entry == nullptr || entry->route != Route::as_task) {
         throw BadInput("plot events takes a count that can run as a task, as in plot events PrimeCount_PrimePi 10^14");
     }
-    CallSettings settings = options.call;
+    CallSettings settings = request.options.call;
     settings.progress = CallSettings::Progress::automatic;
     settings.background = true;
     host().tasks.keep_events(true);
     host().tasks.take_events();
-    const Caller caller(library, progress);
+    const Caller caller(session.library(), progress_look_of(request.options));
     Outcome outcome = caller.call(*entry, {words.begin() + 2, words.end()}, settings);
     const std::vector<ArgumentValue> arguments = outcome.arguments;
     if (outcome.task) outcome = caller.wait_for_task(outcome.task->id, settings);
     const std::vector<Event> events = host().tasks.take_events();
-    write_events(events);
+    session.events().write(request.options, events);
     if (outcome.status == Status::stopped) throw PlotStopped{};
 
     const std::string what = call_text(*entry, arguments);
@@ -115,33 +118,53 @@ Plot event_plot(const Library& library, const Options& options, const std::vecto
     return plot;
 }
 
-Plot make_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
-               const ProgressLook& progress, const EventWriter& write_events) {
-    if (words.empty()) throw BadInput(fmt::format("plot what? There are {}", usage));
-    if (words[0] == "events") return event_plot(library, options, words, progress, write_events);
+/** A plot of calls over a range. */
+template <Plot (*draw)(const PlotJob&, umint, umint), umint default_begin>
+Plot range_plot(Session& session, const Request& request) {
+    const unsigned points = request.options.points;
     std::atomic<double> fraction = 0;
-    const PlotJob job{.library = library,
-                      .points = options.points == 0 ? default_points : options.points,
+    const PlotJob job{.library = session.library(),
+                      .points = points == 0 ? default_points : points,
                       .progress = [&](double part) { fraction = part; },
                       .stop = [] { return interrupts_seen() > 0; }};
     const InterruptScope scope(3, Stoppable::yes);
-    const ProgressLine line(progress, "plot " + words[0],
+    const ProgressLine line(progress_look_of(request.options), "plot " + request.words[0],
                             {.fraction = [&] { return std::optional<double>(fraction.load()); },
                              .note = [&] { return std::string(job.stop() ? "stopping" : ""); },
                              .tick = {}});
-    if (words[0] == "pi") {
-        const Ends ends = read_range(words, 2);
-        return pi_plot(job, ends.a, ends.b);
+    const Ends ends = read_range(request.words, default_begin);
+    return draw(job, ends.a, ends.b);
+}
+
+struct PlotKind {
+    std::string name;
+    std::string arguments;
+    Plot (*make)(Session&, const Request&);
+};
+
+const std::vector<PlotKind>& kinds() {
+    static const std::vector<PlotKind> list = {
+        {"pi", "[A] B", range_plot<pi_plot, 2>},
+        {"gaps", "A B", range_plot<gap_plot, 0>},
+        {"twins", "[A] B", range_plot<twin_plot, 0>},
+        {"events", "EXPORT ARGUMENT", event_plot},
+    };
+    return list;
+}
+
+std::string usage() {
+    std::vector<std::string> forms;
+    for (const PlotKind& kind : kinds()) forms.push_back(fmt::format("plot {} {}", kind.name, kind.arguments));
+    return listed(forms, "or");
+}
+
+Plot make_plot(Session& session, const Request& request) {
+    const std::vector<std::string>& words = request.words;
+    if (words.empty()) throw BadInput(fmt::format("plot what? There are {}", usage()));
+    for (const PlotKind& kind : kinds()) {
+        if (kind.name == words[0]) return kind.make(session, request);
     }
-    if (words[0] == "gaps") {
-        const Ends ends = read_range(words, 0);
-        return gap_plot(job, ends.a, ends.b);
-    }
-    if (words[0] == "twins") {
-        const Ends ends = read_range(words, 0);
-        return twin_plot(job, ends.a, ends.b);
-    }
-    throw BadInput(fmt::format("there is no plot '{}'; there are {}", words[0], usage));
+    throw BadInput(fmt::format("there is no plot '{}'; there are {}", words[0], usage()));
 }
 
 nlohmann::ordered_json plot_json(const Plot& plot, const std::string& kind) {
@@ -156,17 +179,25 @@ nlohmann::ordered_json plot_json(const Plot& plot, const std::string& kind) {
 
 }  // namespace
 
-int draw_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
-              const PrintLook& look, const ProgressLook& progress, const EventWriter& write_events) {
+std::vector<std::string> plot_kinds() {
+    std::vector<std::string> names;
+    for (const PlotKind& kind : kinds()) names.push_back(kind.name);
+    return names;
+}
+
+int draw_plot(Session& session, const Request& request) {
+    const Options& options = request.options;
+    const std::vector<std::string>& words = request.words;
+    const PrintLook look = look_of(options);
     for (const std::string& file : {options.svg, options.png}) {
         if (!file.empty()) check_picture_file(file);
     }
     Plot plot;
     const Stopwatch watch;
     try {
-        plot = make_plot(library, options, words, progress, write_events);
+        plot = make_plot(session, request);
     } catch (const PlotStopped&) {
-        const Style style(STDERR_FILENO, options.colour);
+        const Style style = error_style_of(options);
         print_error(fmt::format("{} plot {} after {}\n", style.yellow("stopped:"),
                                 printable(fmt::format("{}", fmt::join(words, " "))), format_duration(watch.seconds())));
         return exit_code_when_stopped();

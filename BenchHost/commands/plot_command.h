@@ -4,23 +4,18 @@
  */
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
-#include "HostKit/library.h"
-#include "HostKit/task.h"
-#include "answers/print_look.h"
-#include "commands/options.h"
-#include "terminal/progress_text.h"
+#include "commands/command.h"
+#include "commands/session.h"
 
 namespace kesh_host {
 
-/** Takes the events of the tasks that a plot ran. */
-using EventWriter = std::function<void(const std::vector<Event>&)>;
+/** What can be plotted: "pi", "gaps" and so on. */
+std::vector<std::string> plot_kinds();
 
-/** Carries out "plot KIND ...". Answers an exit code. @throws BadInput */
-int draw_plot(const Library& library, const Options& options, const std::vector<std::string>& words,
-              const PrintLook& look, const ProgressLook& progress, const EventWriter& write_events);
+/** Carries out "plot KIND ...". */
+int draw_plot(Session& session, const Request& request);
 
 }  // namespace kesh_host

@@ -14,7 +14,7 @@
 #include "calls/pieces.h"
 #include "plots/plot.h"
 #include "terminal/bad_input.h"
-#include "terminal/printable.h"
+#include "terminal/wording.h"
 
 namespace kesh_host {
 

@@ -9,7 +9,9 @@
 #include <iterator>
 
 #include "HostKit/export_table.h"
-#include "HostKit/fault_plan.h"
+#include "commands/command.h"
+#include "commands/command_table.h"
+#include "commands/names.h"
 #include "commands/options.h"
 
 namespace kesh_host {
@@ -45,7 +47,7 @@ std::vector<std::string> matching(const std::vector<std::string>& names, std::st
 std::vector<std::string> names_of_calls(bool commands, bool prompt_commands) {
     std::vector<std::string> names;
     for (const Export& entry : export_table()) names.emplace_back(entry.name);
-    for (const CommandWord& command : command_words()) {
+    for (const Command& command : command_table()) {
         if (commands && (prompt_commands || !command.prompt_only)) names.emplace_back(command.name);
     }
     return names;
@@ -69,23 +71,46 @@ std::vector<std::string> completions(std::string_view before_cursor, std::size_t
         }
         return matching(names_of_calls(at_head, true), word);
     }
-    if (head == "plot") return matching({"pi", "gaps", "twins", "events"}, word);
-    if (head == "set") return matching({"json", "quiet", "all", "every-event"}, word);
+    if (const Command* command = find_command(command_table(), std::string(head)))
+        return matching(command->choices, word);
     return {};
 }
 
-std::string shell_completion_words(std::string_view what, std::string_view word) {
-    std::vector<std::string> names;
-    if (what == "names") {
-        names = names_of_calls(true, false);
-    } else if (what == "options") {
-        names = option_names();
-    } else if (what == "fail") {
-        for (const FaultSlot& slot : fault_slots()) names.push_back(std::string(slot.name) + "=");
+namespace {
+
+std::string lines_of(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text.append(word).append("\n");
+    return text;
+}
+
+/** "none", "file", "words" with the words, or "other": what follows the word that is before the cursor. */
+std::string value_of(std::string_view option) {
+    for (const OptionHelp& help : option_help()) {
+        if (std::find(help.names.begin(), help.names.end(), option) == help.names.end()) continue;
+        switch (help.takes) {
+            case OptionHelp::Takes::nothing:
+                return "none\n";
+            case OptionHelp::Takes::file:
+                return "file\n";
+            case OptionHelp::Takes::choice:
+                return "words\n" + lines_of(help.choices);
+            case OptionHelp::Takes::other:
+                return "other\n";
+        }
     }
-    std::string words;
-    for (const std::string& name : matching(names, word)) words.append(name).append("\n");
-    return words;
+    return "none\n";
+}
+
+}  // namespace
+
+std::string shell_completion_words(std::string_view what, std::string_view word) {
+    if (what == "names") return lines_of(matching(names_of_calls(true, false), word));
+    if (what == "options") return lines_of(matching(option_names(), word));
+    if (what == "value") return value_of(word);
+    if (const Command* command = find_command(command_table(), std::string(what)))
+        return lines_of(matching(command->choices, word));
+    return "";
 }
 
 }  // namespace kesh_host

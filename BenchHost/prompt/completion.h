@@ -13,8 +13,10 @@ namespace kesh_host {
 /** The names that complete the text before the cursor; `word_begin` is set to where the completed word begins. */
 std::vector<std::string> completions(std::string_view before_cursor, std::size_t& word_begin);
 
-/** The words, one a line, that the shell completes: "names" of exports and commands, "options", or the slots of "fail";
- * all of them, or those that complete `word`.
+/**
+ * What the shell asks, one word a line: "names" of exports and commands, "options", what the first argument of the
+ * command of this name may be; all of them, or those that complete `word`. "value": what follows the option `word`,
+ * which is "none", "file", "other", or "words" and the words.
  */
 std::string shell_completion_words(std::string_view what, std::string_view word);
 

@@ -68,8 +68,4 @@ std::string shortened(std::string_view text, std::size_t limit) {
     }
 }
 
-std::string counted(std::size_t number, std::string_view one, std::string_view many) {
-    return fmt::format("{} {}", number, number == 1 ? one : many);
-}
-
 }  // namespace kesh_host

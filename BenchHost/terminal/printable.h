@@ -21,7 +21,4 @@ std::string printable(std::string_view text);
 /** The text, or its first characters, at most `limit` bytes, and "...". */
 std::string shortened(std::string_view text, std::size_t limit);
 
-/** "1 prime", "25 primes". */
-std::string counted(std::size_t number, std::string_view one, std::string_view many);
-
 }  // namespace kesh_host

@@ -14,25 +14,12 @@
 #include <primesieve.hpp>
 #include <vector>
 
-#include "VelmoraLibrary.h"
+#include "HostKit/host.h"
+#include "HostKit/host_tables.h"
 #include "primesieve_adapter.h"
 #include "support/library.h"
 
-struct st_MTensor {
-    std::unique_ptr<mint[]> data;
-};
-
 namespace {
-
-st_VelmoraLibraryData host_table() {
-    st_VelmoraLibraryData table{};
-    table.MTensor_new = [](mint, mint, const mint* dims, MTensor* out) -> int {
-        *out = new st_MTensor{std::make_unique_for_overwrite<mint[]>(static_cast<size_t>(dims[0]))};
-        return LIBRARY_NO_ERROR;
-    };
-    table.MTensor_getIntegerData = [](MTensor tensor) { return tensor->data.get(); };
-    return table;
-}
 
 mint call(const char* name, std::vector<mint> arguments) {
     MArgument slots[2];
@@ -55,7 +42,6 @@ void CountPrimes_direct(benchmark::State& state) {
 }
 
 void ListPrimes_export(benchmark::State& state) {
-    st_VelmoraLibraryData table = host_table();
     const auto list_primes = kesh::test::Library::instance().get("PrimeSieve_ListPrimes");
     for (auto _ : state) {
         mint a = 0;
@@ -66,9 +52,9 @@ void ListPrimes_export(benchmark::State& state) {
         MTensor tensor = nullptr;
         MArgument result;
         result.tensor = &tensor;
-        list_primes(&table, 2, slots, result);
-        benchmark::DoNotOptimize(tensor->data.get());
-        delete tensor;
+        list_primes(kesh_host::library_data(), 2, slots, result);
+        benchmark::DoNotOptimize(tensor->values.get());
+        kesh_host::host().tensors.release(tensor);
     }
 }
 

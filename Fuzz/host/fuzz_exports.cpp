@@ -358,5 +358,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     require(Library::instance().get<mint (*)()>("VelmoraLibrary_getVersion")() == VelmoraLibraryVersion);
     const auto initialize = Library::instance().get<int (*)(VelmoraLibraryData)>("VelmoraLibrary_initialize");
     require(initialize(TestHost::instance().data()) == LIBRARY_NO_ERROR);
+    for (const Target& target : targets()) {
+        const kesh_host::Export* entry = kesh_host::find_export(target.name);
+        require(entry != nullptr && entry->parameters.size() == static_cast<size_t>(std::max(target.count, 0)));
+    }
     return 0;
 }

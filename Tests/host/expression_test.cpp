@@ -90,8 +90,8 @@ TEST(Expression, TheMessageNamesThePlaceAndTheForms) {
 }
 
 TEST(Expression, ValuesMayHaveAllTheirBits) {
-    EXPECT_EQ(bench_host::bit_length(parse_integer(std::string(4932, '9'))), 16384U);
-    EXPECT_EQ(bench_host::bit_length(parse_integer("0x" + std::string(4096, 'f'))), 16384U);
+    EXPECT_EQ(kesh_host::bit_length(parse_integer(std::string(4932, '9'))), 16384U);
+    EXPECT_EQ(kesh_host::bit_length(parse_integer("0x" + std::string(4096, 'f'))), 16384U);
     EXPECT_THROW(parse_integer("0x1" + std::string(4096, '0')), ExpressionError);
 }
 

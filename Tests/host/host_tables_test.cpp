@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "HostKit/host.h"
@@ -54,20 +56,36 @@ TEST(HostTables, SlotNames) {
     EXPECT_EQ(io_slot_name(24), "a further slot");
 }
 
+/** Whether the slot is no trap that this test can call: a callback, no function, or a function of a record by value. */
+bool no_trap_to_call(std::string_view name) {
+    for (const Callback& callback : callbacks) {
+        if (callback.name == name) return true;
+    }
+    for (const std::string_view other :
+         {"MTensor_setComplex", "DataStore_addComplex", "DataStore_addNamedComplex", "VersionNumber", "runtimeData",
+          "compileLibraryFunctions", "ioLibraryFunctions"}) {
+        if (other == name) return true;
+    }
+    return false;
+}
+
+template <typename Table>
+void expect_traps(const Table* table, std::size_t declared, std::string_view (*name_of)(std::size_t)) {
+    const auto slots = slots_of(table, declared + further_slots);
+    std::size_t traps = 0;
+    for (std::size_t slot = 1; slot <= slots.size(); ++slot) {
+        if (no_trap_to_call(name_of(slot))) continue;
+        call_slot(slots[slot - 1]);
+        EXPECT_THAT(host().breaches.take(), ElementsAre(HasSubstr("slot " + std::to_string(slot) + " ")));
+        ++traps;
+    }
+    EXPECT_GT(traps, further_slots + declared / 2);
+}
+
 TEST(HostTables, EverySlotWithoutUseReportsItsCall) {
     host().breaches.take();
-    const auto slots = slots_of(library_data(), library_slots + further_slots);
-    for (const std::size_t slot : {3UL,  4UL,  5UL,  6UL,  7UL,  8UL,  9UL,  11UL, 13UL, 14UL, 15UL, 16UL, 17UL, 18UL,
-                                   19UL, 21UL, 22UL, 23UL, 25UL, 26UL, 27UL, 31UL, 32UL, 33UL, 34UL, 36UL, 99UL}) {
-        call_slot(slots[slot - 1]);  // but for slot 10, which takes a record by value
-        EXPECT_THAT(host().breaches.take(), ElementsAre(HasSubstr("slot " + std::to_string(slot) + " ")));
-    }
-    const auto io = slots_of(library_data()->ioLibraryFunctions, io_slots + further_slots);
-    for (const std::size_t slot :
-         {2UL, 4UL, 5UL, 11UL, 12UL, 13UL, 14UL, 15UL, 16UL, 18UL, 19UL, 20UL, 21UL, 22UL, 24UL, 87UL}) {
-        call_slot(io[slot - 1]);
-        EXPECT_THAT(host().breaches.take(), ElementsAre(HasSubstr("slot " + std::to_string(slot) + " ")));
-    }
+    expect_traps(library_data(), library_slots, slot_name);
+    expect_traps(library_data()->ioLibraryFunctions, io_slots, io_slot_name);
 }
 
 TEST(HostTables, CallbacksDoTheHostsWork) {

@@ -53,11 +53,21 @@ TEST(HostPages, EveryOptionAndCommandIsInTheManPageAndTheManual) {
         EXPECT_THAT(man, HasSubstr(option));
         EXPECT_THAT(manual, HasSubstr("`" + option)) << option;
     }
-    for (const char* command : {"list", "help", "version", "plot", "next-prime", "previous-prime", "primes", "faults",
-                                "endure", "tasks", "stop", "wait", "set", "quit"}) {
-        EXPECT_THAT(man, HasSubstr(command));
-        EXPECT_THAT(manual, HasSubstr(std::string("`") + command));
+    const auto commands = nlohmann::json::parse(run_host({"help", "--json"}).output);
+    EXPECT_GT(commands.size(), 10U);
+    for (const auto& command : commands) {
+        EXPECT_THAT(man, HasSubstr(command["command"]));
+        EXPECT_THAT(manual, HasSubstr("`" + command["command"].get<std::string>()));
     }
+    const auto plots = lines_of(run_host({"--complete", "plot"}).output);
+    EXPECT_GE(plots.size(), 4U);
+    for (const std::string& plot : plots) {
+        EXPECT_THAT(man, HasSubstr("plot " + plot));
+        EXPECT_THAT(manual, HasSubstr("`plot " + plot));
+    }
+    const auto settings = lines_of(run_host({"--complete", "set"}).output);
+    EXPECT_GE(settings.size(), 4U);
+    for (const std::string& setting : settings) EXPECT_THAT(manual, HasSubstr(setting));
 }
 
 /** The matches of the pattern's first group in the file, each once. */
@@ -110,6 +120,11 @@ TEST(HostPages, CompletionInTheShell) {
     EXPECT_EQ(complete("kesh-host plot tw", 2), "twins\n");
     EXPECT_EQ(complete("kesh-host --json KESH_R", 2), "KESH_RT_PrimeQ\n");
     EXPECT_EQ(complete("kesh-host --color al", 2), "always\n");
+    EXPECT_EQ(complete("kesh-host --fail UTF8", 2), "UTF8String_disown=\n");
+    EXPECT_EQ(complete("kesh-host --events /etc/host", 2), complete("kesh-host --library /etc/host", 2));
+    EXPECT_THAT(complete("kesh-host --events /etc/host", 2), HasSubstr("/etc/hostname"));
+    EXPECT_EQ(complete("kesh-host --threads --js", 2), "\n") << "a number is expected";
+    EXPECT_EQ(complete("kesh-host --json --qu", 2), "--quiet\n") << "a flag takes nothing";
     EXPECT_EQ(complete("kesh-host PrimeSieve_NthPrime Prime", 2), "\n") << "arguments are numbers";
 }
 

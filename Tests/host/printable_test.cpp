@@ -43,10 +43,4 @@ TEST(Printable, ShorteningCutsBetweenCharacters) {
     EXPECT_EQ(first_character(""), "");
 }
 
-TEST(Printable, OneIsNotMany) {
-    EXPECT_EQ(counted(0, "prime", "primes"), "0 primes");
-    EXPECT_EQ(counted(1, "prime", "primes"), "1 prime");
-    EXPECT_EQ(counted(2, "prime", "primes"), "2 primes");
-}
-
 }  // namespace

@@ -26,6 +26,8 @@
 
 #include "HostKit/export_table.h"
 #include "HostKit/fault_plan.h"
+#include "commands/options.h"
+#include "commands/plot_command.h"
 #include "host/process.h"
 #include "terminal/printable.h"
 
@@ -124,14 +126,18 @@ class Generator {
     }
 
     Arguments option() {
-        static const std::vector<std::string> flags = {
-            "-q",     "--quiet",     "--all",         "--progress", "--no-progress", "--async",
-            "--bare", "--unchecked", "--every-event", "--next",     "--previous",    "--null-io",
-            "--help", "--list",      "--version",     "--json"};
+        static const std::vector<std::string> flags = [] {
+            std::vector<std::string> names;
+            for (const kesh_host::OptionHelp& option : kesh_host::option_help()) {
+                if (option.takes != kesh_host::OptionHelp::Takes::nothing) continue;
+                names.insert(names.end(), option.names.begin(), option.names.end());
+            }
+            return names;
+        }();
         if (one_in(2)) {
             const std::string flag = pick(flags);
-            // The real library dereferences its pointers without a check.
-            if (real_ && (flag == "--null-io" || flag == "--unchecked")) return {};
+            // Both libraries dereference the table without a check, and the real one all its other pointers, too.
+            if (flag == "--null-table" || (real_ && (flag == "--null-io" || flag == "--unchecked"))) return {};
             return {flag};
         }
         switch (up_to(8)) {
@@ -187,7 +193,7 @@ class Generator {
                 break;
             }
             case 2:
-                words = {"plot", pick<std::string>({"pi", "gaps", "twins", "events", "x"})};
+                words = {"plot", one_in(5) ? "x" : pick(kesh_host::plot_kinds())};
                 if (words[1] == "events") words.emplace_back("PrimeCount_PrimePi");
                 add_numbers(1 + up_to(1));
                 break;

@@ -138,16 +138,15 @@ class TestHost {
     }
 
     /**
-     * Makes a call of the export, of which the check of the protocol is told: of a count on this thread, or that a task
-     * is given a count.
+     * Makes a call of the export, and tells the check of the protocol about it: that a count runs on this thread, or
+     * that a task is given a count.
      */
     template <typename Call>
     int announced(const std::string& name, std::optional<mint> task, Call call) {
         const kesh_host::Export* entry = kesh_host::find_export(name);
         if (entry == nullptr) return call();
         const kesh_host::HostCount count(host_.tasks, *entry);
-        const bool submitted =
-            task && host_.tasks.submit(*task, name, entry->parameters.back().kind == kesh_host::Kind::text);
+        const bool submitted = task && host_.tasks.submit(*task, name, entry->takes_text());
         int code = LIBRARY_FUNCTION_ERROR;
         try {
             code = call();
@@ -179,13 +178,6 @@ class TestHost {
     std::vector<Event> events_;
 };
 
-/** Whether the export submits a count to the task that is its first argument. */
-inline bool submits(const std::string& name, std::size_t arguments) {
-    const kesh_host::Export* entry = kesh_host::find_export(name);
-    return entry != nullptr && entry->family == kesh_host::Family::tasks && !entry->parameters.empty() &&
-           entry->parameters.size() == arguments;
-}
-
 /** What a result slot holds before a call, to see whether it was written. */
 inline constexpr mint unwritten = 0x5A5A5A5A5A5A5A5A;
 
@@ -203,7 +195,9 @@ inline IntegerCall call_integer(const std::string& name, std::vector<mint> argum
     call.result = unwritten;
     MArgument result;
     result.integer = &call.result;
-    const auto task = submits(name, arguments.size()) ? std::optional(arguments[0]) : std::nullopt;
+    const kesh_host::Export* entry = kesh_host::find_export(name);
+    const bool submits = entry != nullptr && entry->submits() && entry->parameters.size() == arguments.size();
+    const auto task = submits ? std::optional(arguments[0]) : std::nullopt;
     call.code = TestHost::instance().announced(name, task, [&] {
         return Library::instance().get(name)(data, static_cast<mint>(slots.size()), slots.data(), result);
     });

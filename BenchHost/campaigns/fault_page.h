@@ -1,5 +1,5 @@
 /**
- * @file   fault_campaign.h
+ * @file   fault_page.h
  * @brief  Every callback goes wrong in every way, at its first calls and at a later one, under every export that makes
  *         it; and what comes of it, docs/fault-outcomes.md.
  */

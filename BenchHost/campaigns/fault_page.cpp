@@ -1,0 +1,159 @@
+/**
+ * @file   fault_page.cpp
+ * @brief  The table of outcomes.
+ */
+#include "campaigns/fault_page.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <map>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include "HostKit/export_table.h"
+#include "HostKit/fault_plan.h"
+#include "calls/call.h"
+#include "campaigns/fault_calls.h"
+#include "campaigns/fault_process.h"
+#include "campaigns/planned_faults.h"
+
+namespace kesh_host {
+
+namespace {
+
+/** Members by key, in the order in which the keys came. */
+using Cells = std::vector<std::string>;
+using Groups = std::vector<std::pair<Cells, std::vector<std::string>>>;
+
+void add_to(Groups& groups, const Cells& key, const std::string& member) {
+    auto group = std::find_if(groups.begin(), groups.end(), [&](const auto& known) { return known.first == key; });
+    if (group == groups.end()) group = groups.insert(group, {key, {}});
+    group->second.push_back(member);
+}
+
+std::string calls_in_short(const std::map<std::string, std::int64_t>& calls) {
+    std::vector<std::string> names;
+    for (const auto& [slot, number] : calls) {
+        // Counted under the event's name as well.
+        if (slot != "raiseAsyncEvent")
+            names.push_back(fmt::format("`{}`{}", slot, number < last_call_hit ? "" : " often"));
+    }
+    return names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "));
+}
+
+/** The outcome in words, held against what comes of the same call when nothing goes wrong. */
+std::string compared(FaultResult result, const FaultResult& usual, const std::string& slot, const Planned& planned) {
+    // A crash takes the numbers with it.
+    if (!result.calls.empty() && result.calls[slot] < planned.at) return "the call was not made";
+    const bool during_progress =
+        usual.status_events >= last_call_hit && planned.throws &&
+        (slot == "createDataStore" || slot == "DataStore_addReal" || slot.ends_with(":Status"));
+    if (during_progress && result.status_events != planned.at - 1)
+        result.outcome += fmt::format("; {} Status events instead of {}", result.status_events, planned.at - 1);
+    if (result.outcome != usual.outcome) return result.outcome;
+    if (result.answer != usual.answer) return fmt::format("{}: {}", result.outcome, result.answer);
+    return "as without the fault";
+}
+
+constexpr std::string_view introduction = R"(# What comes of every fault of a host callback
+
+<!-- Made by: kesh-host faults > docs/fault-outcomes.md -->
+
+Every callback that an export makes goes wrong in every way, in a process of its own each time: at each of its calls
+where there are few, else at the first, the second and the third. The outcome tells the code or the exception that leaves
+the export, whether the result slot was written, the events of the task that are not "Status", and what did not pass to the
+host as it does after a success: a string argument that was kept, a tensor that was made and not returned, a DataStore that
+was made and not handed over with an event. "After a count" and "after a task" say whose progress callback was still
+installed. Two outcomes are ends of the process: `std::terminate`, when an exception leaves a thread, and `crash`, when a
+null pointer from the host is followed. After every other case the library is asked for pi(100), as a task and on the
+host's thread, and an outcome would end in "unusable after" if it did not answer 25. All other slots of the two tables
+are traps, and a call to one would be a breach, as would be any event out of order. The table has none of these.
+)";
+
+/**
+ * What comes of the call when nothing goes wrong: the answer is held against the known one.
+ * @throws std::runtime_error when its progress is not reported often enough for the faults that are planned
+ */
+FaultResult baseline(const Library& library, const Call& call) {
+    FaultResult result = run_apart(library, call, {});
+    const std::int64_t reports = std::max(result.calls["AbortQ"], result.calls["raiseAsyncEvent:Status"]);
+    std::erase_if(result.calls, [](const auto& made) { return made.second == 0; });
+    if (call.reports && reports < last_call_hit) {
+        throw std::runtime_error(
+            fmt::format("{} reported its progress {} times and not the {} times that its rows need: "
+                        "this machine needs a longer count there",
+                        call.text(), reports, last_call_hit));
+    }
+    const std::string_view known = known_answer(call);
+    if (!known.empty() && result.answer != known)
+        result.outcome += fmt::format("; answer {} instead of {}", result.answer, known);
+    return result;
+}
+
+std::string table_row(const Cells& cells, const std::vector<std::string>& calls) {
+    return fmt::format("| {} | {} |\n", fmt::join(cells, " | "), fmt::join(calls, ", "));
+}
+
+}  // namespace
+
+std::string fault_page(const Library& library, const std::vector<std::string>& exports) {
+    std::vector<Call> calls;
+    for (const Export& entry : export_table()) {
+        const bool wanted = exports.empty() || std::find(exports.begin(), exports.end(), entry.name) != exports.end();
+        // KESH_PrimeQ is handed no table.
+        if (!wanted || entry.name == "KESH_PrimeQ") continue;
+        for (Call& call : calls_of(entry)) calls.push_back(std::move(call));
+    }
+
+    std::vector<FaultResult> usual;
+    Groups without_fault;
+    Groups without_table;
+    std::size_t cases = 0;
+    for (const Call& call : calls) {
+        const FaultResult& result = usual.emplace_back(baseline(library, call));
+        add_to(without_fault, {calls_in_short(result.calls), result.outcome}, call.text());
+        if (call.before != Before::nothing) continue;
+        for (const auto& [name, table] :
+             {std::pair{"both tables", TableChoice::null}, std::pair{"the task table", TableChoice::without_io}}) {
+            const std::string outcome = compared(run_apart(library, call, {"", table}), result, "", {"", {}, 0});
+            add_to(without_table, {name, outcome}, call.text());
+            ++cases;
+        }
+    }
+
+    std::string page(introduction);
+    page += "\n## Nothing goes wrong\n\n| callbacks made | outcome | calls |\n|---|---|---|\n";
+    for (const auto& [cells, members] : without_fault) page += table_row(cells, members);
+
+    page += "\n## A table is null\n\n| null | outcome | calls |\n|---|---|---|\n";
+    for (const auto& [cells, members] : without_table) page += table_row(cells, members);
+
+    for (const FaultSlot& slot : fault_slots()) {
+        if (slot.name == "raiseAsyncEvent") continue;  // each event by its name
+        const std::string name(slot.name);
+        Groups groups;  // by fault, outcome, the calls hit
+        for (std::size_t i = 0; i < calls.size(); ++i) {
+            const auto made = usual[i].calls.find(name);
+            if (made == usual[i].calls.end()) continue;
+            Groups hits;  // by fault, outcome
+            for (const Planned& planned : faults_of(slot, made->second)) {
+                const FaultResult result = run_apart(library, calls[i], planned.fault);
+                add_to(hits, {planned.what, compared(result, usual[i], name, planned)}, std::to_string(planned.at));
+                ++cases;
+            }
+            for (const auto& [key, hit] : hits)
+                add_to(groups, {key[0], key[1], fmt::format("{}", fmt::join(hit, ", "))}, calls[i].text());
+        }
+        if (groups.empty()) continue;
+        std::stable_sort(groups.begin(), groups.end(),
+                         [](const auto& left, const auto& right) { return left.first[0] < right.first[0]; });
+        page += fmt::format("\n## {}\n\n| fault | outcome | at its call | calls |\n|---|---|---|---|\n", name);
+        for (const auto& [cells, members] : groups) page += table_row(cells, members);
+    }
+    return page + fmt::format("\n{} faults, {} calls without one.\n", cases, calls.size());
+}
+
+}  // namespace kesh_host

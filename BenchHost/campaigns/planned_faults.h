@@ -1,0 +1,36 @@
+/**
+ * @file   planned_faults.h
+ * @brief  In which ways a callback goes wrong, and at which of its calls.
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "HostKit/fault_plan.h"
+#include "calls/call.h"
+
+namespace kesh_host {
+
+/** Of each callback the first calls go wrong, one at a time, up to this one; "often" means at least so many. */
+constexpr std::int64_t last_call_hit = 3;
+
+/** One fault, as text for FaultPlan::add, or a table that is missing. */
+struct HostFault {
+    std::string plan;
+    TableChoice table = TableChoice::full;
+    mint left_position = 0;
+};
+
+/** One of the faults of a callback. */
+struct Planned {
+    std::string what;  ///< for the table
+    HostFault fault;
+    std::int64_t at = 1;
+    bool throws = false;
+};
+/** The faults of a callback that is called so often: each at its first, second and third call. */
+std::vector<Planned> faults_of(const FaultSlot& slot, std::int64_t calls);
+
+}  // namespace kesh_host

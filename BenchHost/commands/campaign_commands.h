@@ -1,0 +1,16 @@
+/**
+ * @file   campaign_commands.h
+ * @brief  The commands endure and faults.
+ */
+#pragma once
+
+#include "commands/command.h"
+
+namespace kesh_host {
+
+/** Hours of mixed calls, every answer checked. */
+int run_endurance(Session& session, const Request& request);
+/** The page of what comes of every fault. */
+int run_faults(Session& session, const Request& request);
+
+}  // namespace kesh_host

@@ -1,0 +1,22 @@
+/**
+ * @file   help_command.h
+ * @brief  The commands help and list.
+ */
+#pragma once
+
+#include <span>
+
+#include "commands/command.h"
+
+namespace kesh_host {
+
+/** Help on everything, for which no library is needed. */
+void print_help(std::span<const Command> commands, bool json);
+
+/** Help on everything, or on one export or command. */
+int show_help(Session& session, const Request& request);
+
+/** Every export with its argument kinds and result. */
+int show_list(Session& session, const Request& request);
+
+}  // namespace kesh_host

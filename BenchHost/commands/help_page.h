@@ -1,0 +1,21 @@
+/**
+ * @file   help_page.h
+ * @brief  The help on everything: commands, options, examples.
+ */
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "commands/command.h"
+
+namespace kesh_host {
+
+/** The text of --help, laid out for lines of `width` columns. */
+std::string help_text(std::span<const Command> commands, unsigned width);
+/** The text of "help" at the prompt, which fits a small terminal. */
+std::string prompt_help_text(std::span<const Command> commands, unsigned width);
+/** Columns for text on standard output that reads well. */
+unsigned help_width();
+
+}  // namespace kesh_host

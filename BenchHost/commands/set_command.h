@@ -1,0 +1,20 @@
+/**
+ * @file   set_command.h
+ * @brief  The command set.
+ */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "commands/command.h"
+
+namespace kesh_host {
+
+/** What can be set. */
+std::vector<std::string> setting_names();
+
+/** Sets how the next lines print, or shows it. */
+int change_settings(Session& session, const Request& request);
+
+}  // namespace kesh_host

@@ -1,0 +1,24 @@
+/**
+ * @file   task_commands.h
+ * @brief  The commands tasks, stop and wait, and what is done with tasks when a session ends.
+ */
+#pragma once
+
+#include "commands/command.h"
+#include "commands/options.h"
+#include "commands/session.h"
+
+namespace kesh_host {
+
+int show_tasks(Session& session, const Request& request);
+/** Ends the task that counts now. */
+int stop_counting_task(Session& session, const Request& request);
+/** Waits for one task, or for all. */
+int wait_for_tasks(Session& session, const Request& request);
+
+/** Waits for every task and prints their events; at the end of a script. Returns an exit code. */
+int wait_for_all(Session& session, const Options& options);
+/** Stops what still runs and waits a little for it. */
+void stop_all(Session& session);
+
+}  // namespace kesh_host
