@@ -166,39 +166,6 @@ constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
 
 }  // namespace reference
 
-namespace detail {
-
-/**
- * r = a << count of four limbs without a branch on the count: the limbs are shifted by the bits of a limb and then
- * selected by whole limbs. Precondition: 0 <= count < 256. r may be a.
- */
-inline void left_shift_selected(umint* r, const umint* a, mint count) noexcept {
-    umint shifted[4];
-    shift_limbs_left(shifted, a, 4, count % MINT_BITS);
-    const bool two = (count & 128) != 0, one = (count & 64) != 0;
-    const umint low = two ? 0 : shifted[0], next = two ? 0 : shifted[1], third = two ? shifted[0] : shifted[2],
-                top = two ? shifted[1] : shifted[3];
-    r[0] = one ? 0 : low;
-    r[1] = one ? low : next;
-    r[2] = one ? next : third;
-    r[3] = one ? third : top;
-}
-
-/** r = a >> count in the same way. */
-inline void right_shift_selected(umint* r, const umint* a, mint count) noexcept {
-    umint shifted[4];
-    shift_limbs_right(shifted, a, 4, count % MINT_BITS);
-    const bool two = (count & 128) != 0, one = (count & 64) != 0;
-    const umint low = two ? shifted[2] : shifted[0], next = two ? shifted[3] : shifted[1], third = two ? 0 : shifted[2],
-                top = two ? 0 : shifted[3];
-    r[0] = one ? next : low;
-    r[1] = one ? third : next;
-    r[2] = one ? top : third;
-    r[3] = one ? 0 : top;
-}
-
-}  // namespace detail
-
 /**
  * c = a << n; n >= N gives 0. Precondition: n >= 0. c may be the same object as a. The bits of
  * the reference form; the time does not depend on n.
@@ -210,8 +177,6 @@ constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
         reference::math_left_shift(a, n, c);
     } else if constexpr (T::limbs == 2) {
         detail::split(detail::joined(a) << n, c);
-    } else if constexpr (T::limbs == 4) {
-        detail::left_shift_selected(c.limb, a.limb, n);
     } else {
 #if defined(__x86_64__)
         detail::left_shift_pairs<T::limbs>(c.limb, a.limb, n);
@@ -233,8 +198,6 @@ constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
         reference::math_right_shift(a, n, c);
     } else if constexpr (T::limbs == 2) {
         detail::split(detail::joined(a) >> n, c);
-    } else if constexpr (T::limbs == 4) {
-        detail::right_shift_selected(c.limb, a.limb, n);
     } else {
 #if defined(__x86_64__)
         detail::right_shift_pairs<T::limbs>(c.limb, a.limb, n);

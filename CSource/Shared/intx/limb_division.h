@@ -32,12 +32,6 @@ constexpr umint shift_limbs_left(umint* r, const umint* a, std::size_t n, mint s
     return out;
 }
 
-/** r[0 .. n-1] = a >> s. r may be a. Preconditions: n >= 1, 0 <= s < 64. */
-constexpr void shift_limbs_right(umint* r, const umint* a, std::size_t n, mint s) noexcept {
-    for (std::size_t i = 0; i + 1 < n; ++i) r[i] = (a[i] >> s) | (a[i + 1] << 1 << (MINT_BITS - 1 - s));
-    r[n - 1] = a[n - 1] >> s;
-}
-
 /**
  * r = a << s with the top bits of `below` shifted in, or its complement, returns the bits shifted out. Precondition:
  * 0 <= s < 64. In general registers, because the limbs are read one by one soon. Divisors often need no shift.
