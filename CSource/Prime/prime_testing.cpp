@@ -54,13 +54,22 @@ bool has_divisor_of(u64 n) {
 
 hashed_bases::hashed_bases(umint n) : second(hashed_base_64(n, prime_data64)), third(third_bases[second >> 13]) {}
 
-/*
- * The tables of bases require trial division up to 61. The other primes cost a fortieth of a strong test and save that
- * test for a sixth of the numbers that reach them.
- */
+namespace {
+
+/** The tables of bases require trial division up to 61. */
+bool has_factor_to_61(u64 n) {
+    return n % 2 == 0 || has_divisor_of<3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37, 41, 43, 47, 53, 59, 61>(n);
+}
+
+/** These cost a fortieth of a strong test and save that test for a sixth of the numbers that reach them. */
+bool has_factor_67_to_139(u64 n) {
+    return has_divisor_of<67, 71, 73, 79, 83, 89, 97, 101, 103, 107, 109, 113, 127, 131, 137, 139>(n);
+}
+
+}  // namespace
+
 bool word_has_small_factor(umint n) {
-    return n % 2 == 0 || has_divisor_of<3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37, 41, 43, 47, 53, 59, 61>(n) ||
-           has_divisor_of<67, 71, 73, 79, 83, 89, 97, 101, 103, 107, 109, 113, 127, 131, 137, 139>(n);
+    return has_factor_to_61(n) || has_factor_67_to_139(n);
 }
 
 std::span<const exact_divisor> word_divisors() {
@@ -97,7 +106,9 @@ bool PrimeQ(std::uint32_t n) {
 
 bool PrimeQ(u64 n) {
     if (n <= 0xFFFFFFFF) return PrimeQ(static_cast<std::uint32_t>(n));
-    if (word_has_small_factor(n)) return false;
+    if (has_factor_to_61(n)) return false;
+    // Where the test to base 2 is short, composites without small factors lose more by the other primes.
+    if (n >> 40 != 0 && has_factor_67_to_139(n)) return false;
     const hashed_bases bases(n);
     if (n < third_base_from) return kernel::strong_tests_2_and<kernel::ShortWordPowerOf2, 1>(n, {bases.second});
     return kernel::strong_tests_2_and<kernel::WordPowerOf2, 2>(n, {bases.second, bases.third});

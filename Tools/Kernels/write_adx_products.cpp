@@ -8,7 +8,7 @@
  * Adding the row a b[i] to an accumulator takes two chains of carries, one through the low and one through the high
  * halves of the products. mulx does not change the flags, adcx carries in CF only and adox in OF only, so that both
  * chains run in one pass over the row, one cycle per limb product. The accumulator stays in registers, and after a row
- * its lowest limb is finished: it goes to memory and its register becomes the top limb of the next row. Up to eight
+ * its lowest limb is finished: it goes to memory and its register becomes the top limb of the next row. Up to ten
  * limbs are one such strip; more limbs are divided into two strips of nearly equal width.
  *
  * CSource/Shared/kernel/README.md describes the reduction and proves its bounds.
@@ -29,6 +29,7 @@ enum class Part { zero = 2, complement = 3, mu = 4 };
 
 constexpr int limb_size = 8;
 constexpr int longest_strip = 10;
+constexpr int longest_triangle = 12;
 
 /** A limb array in memory: a register with its address, and the index of the first limb. */
 struct Array {
@@ -54,20 +55,29 @@ class Size {
 
     /**
      * r = a b / R - c: rdi = r, rsi = a, rdx = b, rcx = modulus, r8 = the limbs of R - 1 - c, or null for c = 0.
-     * r = a^2 / R - c: rdi = r, rsi = a, rdx = modulus, rcx the same. Both end in the same reduction, so that the
-     * loops, which take them in turns, stay in the processor's cache of decoded instructions.
+     * r = a^2 / R - c: rdi = r, rsi = a, rdx = modulus, rcx the same; r8 = how many times, for more than once with r
+     * in the place of a. Both end in the same reduction, so that the loops, which take them in turns, stay in the
+     * processor's cache of decoded instructions.
      */
     void write() {
         begin("sqr", "%rdx", "%rcx");
+        line("movq", "%r8", times);
+        out_ << "4:\n";
         triangles();
         doubling();
+        begin_reduction(kept());
         line("jmp 1f");
         end("sqr");
         begin("mul", "%rcx", "%r8");
+        line("movq", "$1", times);
         line("movq %rdx, %rbp");
         product();
+        begin_reduction(0);
         out_ << "1:\n";
         reduction();
+        line("decq " + times);
+        line("movq", result_address, "%rsi");
+        line("jnz 4b");
         leave();
         end("mul");
     }
@@ -80,13 +90,13 @@ class Size {
 
     const Array a{"%rsi"}, b{"%rbp"};
     /**
-     * On the stack: the product of 2 n limbs, limbs that a strip of the reduction has finished, and three addresses
-     * and a flag.
+     * On the stack: the product of 2 n limbs, limbs that a strip of the reduction has finished, and three addresses,
+     * a flag, a zero and a count.
      */
     const Array z{"%rsp"}, finished{"%rsp", 2 * n};
     const std::string result_address = Array{"%rsp", 3 * n}[0], modulus_address = Array{"%rsp", 3 * n}[1],
                       complement_address = Array{"%rsp", 3 * n}[2], carry_into_high_half = Array{"%rsp", 3 * n}[3],
-                      memory_zero = Array{"%rsp", 3 * n}[4];
+                      memory_zero = Array{"%rsp", 3 * n}[4], times = Array{"%rsp", 3 * n}[5];
 
     [[nodiscard]] Array part(Part which) const {
         return {"%rsi", n * static_cast<int>(which)};
@@ -137,7 +147,7 @@ class Size {
     }
 
     [[nodiscard]] int frame() const {
-        return limb_size * (3 * n + 5);
+        return limb_size * (3 * n + 6);
     }
 
     /** In a product rbp is no accumulator but the address of b. */
@@ -162,13 +172,18 @@ class Size {
         line("xorl", half(name), half(name));
     }
 
+    /** Clears both carries. rbx holds nothing between rows. */
+    void clear_carries() {
+        line("xorl %ebx, %ebx");
+    }
+
     /**
      * Adds rdx times the limbs of `source`, one for each register, and starts the limb above them in `top`, which
      * cannot overflow. `after_first` is done when the lowest limb is finished.
      */
     template <class Action>
     void add_row(const Array& source, const Registers& sum, const std::string& top, Action after_first) {
-        line("testl %eax, %eax");  // clears both carries, faster here than xor
+        clear_carries();
         const int count = static_cast<int>(sum.size());
         for (int j = 0; j < count; ++j) {
             const bool last = j + 1 == count;
@@ -181,6 +196,23 @@ class Size {
         }
         line("adcx", zero_, top);
         line("adox", zero_, top);
+    }
+
+    /**
+     * rdx times the limbs of `source`, with nothing to add to, in one chain of carries: the lowest limbs, one or two,
+     * go to `lowest` and the others to the registers.
+     */
+    void first_row(const Array& source, const Registers& sum, const Registers& lowest) {
+        const int done = static_cast<int>(lowest.size()), count = done + static_cast<int>(sum.size()) - 1;
+        std::string above;
+        for (int j = 0; j < count; ++j) {
+            const std::string below = above;
+            above = j + 1 < done ? "%rbx" : sum[static_cast<std::size_t>(j + 1 - done)];
+            line("mulx " + source[j] + ", %rax, " + above);
+            if (j > 0) line(j == 1 ? "addq" : "adcq", "%rax", below);
+            if (j < done) line("movq", j == 0 ? "%rax" : below, lowest[static_cast<std::size_t>(j)]);
+        }
+        line("adcq $0, " + above);
     }
 
     /** A row of a product: its lowest limb goes to `low_limb`. */
@@ -204,7 +236,7 @@ class Size {
 
     /** sum += rdx times a source of one limb less; carry += the carry. */
     void closing_row(const Array& source, const Registers& sum, const std::string& carry) {
-        line("testl %eax, %eax");
+        clear_carries();
         for (std::size_t j = 0; j + 1 < sum.size(); ++j) {
             line("mulx " + source[static_cast<int>(j)] + ", %rax, %rbx");
             line("adcx", "%rax", sum[j]);
@@ -226,8 +258,9 @@ class Size {
     void product() {
         keep_zero(n);
         Registers sum = accumulators(low > 0 ? low : n);
-        for (const std::string& name : sum) clear(name);
-        for (int i = 0; i < n; ++i) {
+        line("movq", b[0], "%rdx");
+        first_row(a, sum, {z[0]});
+        for (int i = 1; i < n; ++i) {
             line("movq", b[i], "%rdx");
             product_row(a, sum, z[i]);
         }
@@ -257,6 +290,34 @@ class Size {
     }
 
     /**
+     * z = the products a[i] a[j], i < j < count. After row i two more limbs are finished, so that their registers are
+     * free: it takes no more than count - 1.
+     */
+    void first_triangle(int count) {
+        Registers free = accumulators(std::min(count - 1, 11), true), sum;
+        const auto take = [&] {
+            sum.push_back(free.back());
+            free.pop_back();
+        };
+        while (static_cast<int>(sum.size()) < count - 2) take();
+        line("movq", "$0", z[0]);
+        line("movq", a[0], "%rdx");
+        first_row(a.from(1), sum, {z[1], z[2]});
+        for (int i = 1; i + 1 < count; ++i) {
+            line("movq", a[i], "%rdx");
+            const Registers row = sum;
+            take();
+            add_row(a.from(i + 1), row, sum.back(), [] {});
+            for (int k = 1; k <= 2; ++k) {
+                line("movq", sum.front(), z[2 * i + k]);
+                free.push_back(sum.front());
+                sum.erase(sum.begin());
+            }
+        }
+        line("movq", "$0", z[2 * count - 1]);
+    }
+
+    /**
      * to += the products source[i] source[j], i < j, of as many limbs as `sum` has registers, which hold what lies
      * there already.
      */
@@ -277,11 +338,11 @@ class Size {
 
     /** z = the products a[i] a[j], i < j. */
     void triangles() {
-        keep_zero(n);
-        Registers sum = accumulators(low > 0 ? low : n);
-        for (const std::string& name : sum) clear(name);
-        triangle(a, sum, z);
-        if (low == 0) return;
+        const int count = n <= longest_triangle ? n : low;
+        keep_zero(n <= longest_triangle ? n - 2 : n);
+        first_triangle(count);
+        if (count == n) return;
+        Registers sum;
         sum = accumulators(high);
         load({sum.begin(), sum.begin() + low}, z.from(low));
         if (high > low) clear(sum.back());
@@ -294,9 +355,13 @@ class Size {
 
     /** z = 2 z + the squares a[i]^2. */
     void doubling() {
+        const Registers first = accumulators(kept());
+        const auto limb = [&](int k, const char* other) {
+            return k < kept() ? first[static_cast<std::size_t>(k)] : std::string(other);
+        };
         line("xorl %eax, %eax");
         for (int i = 0; i < n; ++i) {
-            const std::string even = i % 2 == 0 ? "%r8" : "%r10", odd = i % 2 == 0 ? "%r9" : "%r11";
+            const std::string even = limb(2 * i, "%rbp"), odd = limb(2 * i + 1, "%rdi");
             line("movq", a[i], "%rdx");
             line("movq", z[2 * i], even);
             line("movq", z[2 * i + 1], odd);
@@ -305,8 +370,8 @@ class Size {
             line("adox", "%rax", even);
             line("adcx", odd, odd);
             line("adox", "%rbx", odd);
-            line("movq", even, z[2 * i]);
-            line("movq", odd, z[2 * i + 1]);
+            if (2 * i >= kept()) line("movq", even, z[2 * i]);
+            if (2 * i + 1 >= kept()) line("movq", odd, z[2 * i + 1]);
         }
     }
 
@@ -316,13 +381,26 @@ class Size {
         line("imulq", lowest, "%rdx");
     }
 
+    /** Limbs of a square that the doubling leaves in the registers where the reduction expects them. */
+    [[nodiscard]] int kept() const {
+        return low == 0 ? std::min(n, 9) : low + 1;
+    }
+
+    /** The lowest limbs of z in the registers of the reduction, which holds the first `present` of them already. */
+    void begin_reduction(int present) {
+        line("movq", modulus_address, "%rsi");
+        keep_zero(n);
+        const Registers sum = low == 0 ? accumulators(n + 1, true) : accumulators(low + 1);
+        const int limbs = low == 0 ? n : low + 1;
+        for (int i = present; i < limbs; ++i) line("movq", z[i], sum[static_cast<std::size_t>(i)]);
+        if (low == 0) clear(sum.back());
+    }
+
     /**
      * r = z / R, a residue below R: n - 1 rows with mu and one with the complement of the modulus. rbp = 1 if the sum
      * exceeds R and -1 if it is negative; it selects the value that is added at the end.
      */
     void reduction() {
-        line("movq", modulus_address, "%rsi");
-        keep_zero(n);
         if (low == 0)
             short_reduction();
         else
@@ -398,8 +476,6 @@ class Size {
 
     void short_reduction() {
         Registers sum = accumulators(n + 1, true);
-        load({sum.begin(), sum.end() - 1}, z);
-        clear(sum.back());
         for (int i = 0; i + 1 < n; ++i) quotient_row(part(Part::mu), sum, "");
         last_quotient(sum.front());
         // The row makes the lowest limb 0, so that its register can take the carry. (It is written before that is
@@ -416,7 +492,6 @@ class Size {
         const Array mu_low = part(Part::mu), mu_high = part(Part::mu).from(low);
         // Rows 0 ... low - 1. Their quotients need the lower strip of mu only.
         Registers sum = accumulators(low + 1);
-        load(sum, z);
         for (int i = 0; i < low; ++i) quotient_row(mu_low, sum, z[i]);
         line("movq", sum.front(), z[low]);
         sum.erase(sum.begin());

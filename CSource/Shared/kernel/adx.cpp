@@ -14,7 +14,15 @@ namespace {
 template <int n>
 void adx_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
     if constexpr (n != 4) {
-        generic_pow2<n, Adx>(x, e, modulus);
+        // As generic_pow2(), with the squarings between two exact divisions in one call.
+        Doublings<n> y(modulus, e);
+        for (int i = y.bits_left() - 1; i >= 0;) {
+            const int times = i % 6 + 1;
+            Adx::sqr_times(y.value, times, modulus);
+            for (const int last = i - times; i > last; --i) y.after_square(e, i);
+        }
+        y.finish(x);
+        fully_reduce<n, Adx>(x, x, modulus);
     } else {
         const Doublings<4> start(modulus, e);
         SignedModulus m(modulus);

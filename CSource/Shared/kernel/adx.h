@@ -9,10 +9,11 @@
 
 #include "Shared/kernel/routines.h"
 
-#define KESH_DECLARE(n)                                                                                    \
-    void kesh_adx_mul_##n(kesh::umint* r, const kesh::umint* a, const kesh::umint* b, const void* modulus, \
-                          const kesh::umint* not_c) noexcept;                                              \
-    void kesh_adx_sqr_##n(kesh::umint* r, const kesh::umint* a, const void* modulus, const kesh::umint* not_c) noexcept;
+#define KESH_DECLARE(n)                                                                                        \
+    void kesh_adx_mul_##n(kesh::umint* r, const kesh::umint* a, const kesh::umint* b, const void* modulus,     \
+                          const kesh::umint* not_c) noexcept;                                                  \
+    void kesh_adx_sqr_##n(kesh::umint* r, const kesh::umint* a, const void* modulus, const kesh::umint* not_c, \
+                          kesh::mint times) noexcept;
 extern "C" {
 KESH_FOR_EACH_WIDTH_ABOVE_2(KESH_DECLARE)
 }
@@ -33,8 +34,13 @@ struct Adx {
     }
     template <int n>
     static void sqr(umint* r, const umint* a, const Modulus<n>& modulus, const umint* not_c = nullptr) noexcept {
-        assembly(r, a, modulus, in_assembly(modulus) ? not_c : nullptr);
+        assembly(r, a, modulus, in_assembly(modulus) ? not_c : nullptr, 1);
         if (not_c != nullptr && !in_assembly(modulus)) subtract_residue<n>(r, not_c, modulus);
+    }
+    /// The same with c = 0, r in its own place, `times` times one after another. Precondition: times > 0.
+    template <int n>
+    static void sqr_times(umint* r, mint times, const Modulus<n>& modulus) noexcept {
+        assembly(r, r, modulus, nullptr, times);
     }
 
   private:
@@ -44,13 +50,14 @@ struct Adx {
         return modulus.complement[n - 1] != 0;
     }
 
-#define KESH_DEFINE(n)                                                                                       \
-    static void assembly(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus,                \
-                         const umint* not_c) noexcept {                                                      \
-        kesh_adx_mul_##n(r, a, b, &modulus, not_c);                                                          \
-    }                                                                                                        \
-    static void assembly(umint* r, const umint* a, const Modulus<n>& modulus, const umint* not_c) noexcept { \
-        kesh_adx_sqr_##n(r, a, &modulus, not_c);                                                             \
+#define KESH_DEFINE(n)                                                                            \
+    static void assembly(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus,     \
+                         const umint* not_c) noexcept {                                           \
+        kesh_adx_mul_##n(r, a, b, &modulus, not_c);                                               \
+    }                                                                                             \
+    static void assembly(umint* r, const umint* a, const Modulus<n>& modulus, const umint* not_c, \
+                         mint times) noexcept {                                                   \
+        kesh_adx_sqr_##n(r, a, &modulus, not_c, times);                                           \
     }
     KESH_FOR_EACH_WIDTH_ABOVE_2(KESH_DEFINE)
 #undef KESH_DEFINE

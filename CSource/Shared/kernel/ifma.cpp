@@ -294,7 +294,7 @@ KESH_IFMA void ifma_lucas_ladder(umint* l, umint* h, const umint* a, const umint
  * For a single number of few digits the latency of the reduction, about ten cycles per row and 35 at the end, is longer
  * than the time on two carry chains. Two numbers side by side hide each other's latency.
  */
-constexpr int least_limbs_of_power = 7, least_limbs_of_ladder = 3;
+constexpr int least_limbs_of_power = 9, least_limbs_of_ladder = 3;
 
 template <int n>
 const Routines<n>& ifma_routines() noexcept {

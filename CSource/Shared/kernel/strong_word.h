@@ -117,6 +117,11 @@ constexpr umint digit_offset(unsigned bits) noexcept {
     return 0x1041041041041040 & ((umint{2} << bits) - 1);
 }
 
+/** n without its factors 2. Precondition: n != 0. */
+constexpr umint odd_part(umint n) noexcept {
+    return n >> math_count_trailing_zeros(n);
+}
+
 /** An odd n > 2 with the constants of its Montgomery form, R = 2^64, and of its strong tests. */
 struct WordModulus {
     umint m;
@@ -214,14 +219,14 @@ class WordPowers {
 /**
  * 2^e up to sign, from the left with digits of six bits. A digit d counts as d - 64, because x * 2^d / 2^64 is one
  * reduction of a shifted x, two multiplications where a product takes three; so the digits are those of e + 64 + 64^2
- * + ... The top digit is at most 17, and the power begins with 2 to it. Precondition: n.m > 2^18.
+ * + ... The top digit is at most 17, and the power begins with 2 to it. Precondition: n > 2^18.
  */
 class WordPowerOf2 {
   public:
-    __attribute__((always_inline)) explicit WordPowerOf2(const WordModulus& n) noexcept
-        : left_((static_cast<unsigned>(math_num_bits(n.e)) + 1) / 6 * 6) {
-        e_ = n.e + digit_offset(left_);
-        x_.value = x_.low = times_r(umint{1} << (e_ >> left_), n.m);
+    __attribute__((always_inline)) explicit WordPowerOf2(umint n) noexcept : e_(odd_part(n - 1)) {
+        left_ = (static_cast<unsigned>(math_num_bits(e_)) + 1) / 6 * 6;
+        e_ += digit_offset(left_);
+        x_.value = x_.low = times_r(umint{1} << (e_ >> left_), n);
     }
 
     [[nodiscard]] bool unfinished() const noexcept {
@@ -250,31 +255,31 @@ class WordPowerOf2 {
 };
 
 /**
- * The same for 2^18 < n.m < 2^50: a residue times 2^7 still has a square below 2^64 n.m, so that after every three
- * squarings a digit of three bits is a shift.
+ * The same for 2^31 < n < 2^50: a residue times 2^7 still has a square below 2^64 n, so that after every three
+ * squarings a digit of three bits is a shift. The power begins with three to five bits of the exponent, fewer if n - 1
+ * is a multiple of 4. These bits are a number of at most 31, and 2^31 is below n.
  */
 class ShortWordPowerOf2 {
   public:
-    __attribute__((always_inline)) explicit ShortWordPowerOf2(const WordModulus& n) noexcept
-        : left_((static_cast<unsigned>(math_num_bits(n.e)) + 1) / 6 * 6) {
-        assert(n.m >> 50 == 0);
-        x_.value = x_.low = times_r(umint{1} << (n.e >> left_), n.m);
+    __attribute__((always_inline)) explicit ShortWordPowerOf2(umint n) noexcept
+        : left_((static_cast<unsigned>(math_num_bits(n)) - 4) / 3 * 3), e_(odd_part(n - 1)) {
+        assert(n >> 31 != 0 && n >> 50 == 0);
+        x_.value = x_.low = times_r(umint{1} << (e_ >> left_), n);
     }
 
     [[nodiscard]] bool unfinished() const noexcept {
         return left_ != 0;
     }
 
+    /// Takes a digit and calls work(), which does not touch this power.
     template <class Work>
     __attribute__((always_inline)) void step(const WordModulus& n, Work&& work) noexcept {
-        for (int half = 0; half < 2; ++half) {
-            for (int i = 0; i < 3; ++i) n.square_abs(x_);
-            left_ -= 3;
-            const unsigned d = static_cast<unsigned>(n.e >> left_) & 7;
-            x_.value <<= d;
-            x_.low <<= d;
-            work();
-        }
+        for (int i = 0; i < 3; ++i) n.square_abs(x_);
+        left_ -= 3;
+        const unsigned d = static_cast<unsigned>(e_ >> left_) & 7;
+        x_.value <<= d;
+        x_.low <<= d;
+        work();
     }
 
     [[nodiscard]] umint finish(const WordModulus& n) const noexcept {
@@ -283,6 +288,7 @@ class ShortWordPowerOf2 {
 
   private:
     unsigned left_;
+    umint e_;
     signless x_;
 };
 
@@ -334,8 +340,8 @@ inline bool strong_test(umint n, umint base) noexcept {
  */
 template <class PowerOf2, std::size_t K>
 bool strong_tests_2_and(umint n, const std::array<umint, K>& bases) noexcept {
+    PowerOf2 power_of_2(n);  // before the modulus, whose divisions its first squaring need not wait for
     const WordModulus modulus(n);
-    PowerOf2 power_of_2(modulus);
     WordPowers<K> powers(modulus, bases);
     while (power_of_2.unfinished()) {
         power_of_2.step(modulus, [&]() __attribute__((always_inline)) {
