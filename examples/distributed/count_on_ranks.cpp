@@ -7,6 +7,10 @@
  *     mpirun -n 2 ./count_on_ranks /usr/lib/x86_64-linux-gnu/libVelmoraKesh.so 0 100000000
  */
 #include <dlfcn.h>
+
+// The calls are those of C. The old C++ names of MPI, which need a library of their own, are left out.
+#define OMPI_SKIP_MPICXX 1
+#define MPICH_SKIP_MPICXX 1
 #include <mpi.h>
 
 #include <algorithm>

@@ -7,6 +7,10 @@
  *     mpirun -n 2 ./first_prime_on_ranks 500
  */
 #include <kesh_prime.h>
+
+// The calls are those of C. The old C++ names of MPI, which need a library of their own, are left out.
+#define OMPI_SKIP_MPICXX 1
+#define MPICH_SKIP_MPICXX 1
 #include <mpi.h>
 
 #include <algorithm>
