@@ -49,8 +49,9 @@ install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${kesh_docdir} COMPONENT documentation)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${kesh_docdir} COMPONENT documentation
     USE_SOURCE_PERMISSIONS REGEX "examples/CMakeLists.txt$" EXCLUDE)
-install(FILES ${PROJECT_SOURCE_DIR}/CSource/Shared/kernel/README.md DESTINATION ${kesh_docdir}/CSource/Shared/kernel
-    COMPONENT documentation)
+foreach(folder BenchHost CSource/Shared/kernel HostKit)
+    install(FILES ${PROJECT_SOURCE_DIR}/${folder}/README.md DESTINATION ${kesh_docdir}/${folder} COMPONENT documentation)
+endforeach()
 
 if(TARGET kesh-host)
     install(TARGETS kesh-host RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
