@@ -18,24 +18,6 @@ set(KESH_TEST_ENVIRONMENT
     TSAN_OPTIONS=allocator_may_return_null=1:suppressions=${PROJECT_SOURCE_DIR}/Tests/sanitizers/tsan.supp
     LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/Tests/sanitizers/lsan.supp)
 
-# kesh_precompile_test_headers(name option): the program `name`, compiled with `option`, takes the headers of GoogleTest and
-# the standard library from a form that was compiled once with the same option. A cache of compilations would find none of
-# them, as the precompiled file differs from one build folder to the next; with a cache, nothing is precompiled.
-function(kesh_precompile_test_headers name option)
-    if(CMAKE_CXX_COMPILER_LAUNCHER)
-        return()
-    endif()
-    set(holder kesh_test_headers${option})
-    if(NOT TARGET ${holder})
-        file(WRITE ${PROJECT_BINARY_DIR}/${holder}.cpp "")
-        add_executable(${holder} EXCLUDE_FROM_ALL ${PROJECT_BINARY_DIR}/${holder}.cpp)
-        target_link_libraries(${holder} PRIVATE kesh_warnings GTest::gtest_main GTest::gmock)
-        target_compile_options(${holder} PRIVATE $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:${option}>)
-        target_precompile_headers(${holder} PRIVATE ${PROJECT_SOURCE_DIR}/Tests/support/precompiled.h)
-    endif()
-    target_precompile_headers(${name} REUSE_FROM ${holder})
-endfunction()
-
 function(kesh_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "FILTER;OPTIMISE;TOGETHER" "SOURCES;LIBRARIES")
     add_executable(${name} ${arg_SOURCES})
@@ -48,7 +30,6 @@ function(kesh_add_test name)
         set(arg_OPTIMISE ${KESH_TEST_OPTIMISE})
     endif()
     target_compile_options(${name} PRIVATE $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:${arg_OPTIMISE}>)
-    kesh_precompile_test_headers(${name} ${arg_OPTIMISE})
     if(arg_TOGETHER AND NOT KESH_TEST_SOURCES_APART)  # apart for Tools/mutate, which links one source at a time
         set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${arg_TOGETHER})
     endif()
