@@ -109,6 +109,9 @@ TEST(HostFailure, PicturesThatCannotBeWritten) {
     const Finished nowhere = run_host({"plot", "pi", "10^17", "--svg", "/nonexistent/x.svg"});
     EXPECT_EQ(nowhere.code, 2) << "said before the work";
     EXPECT_THAT(nowhere.errors, HasSubstr("No such file or directory"));
+    const Finished inside_a_file = run_host({"plot", "pi", "10^17", "--svg", KESH_SOURCE_DIR "/README.md/x.svg"});
+    EXPECT_EQ(inside_a_file.code, 2) << "said before the work";
+    EXPECT_THAT(inside_a_file.errors, HasSubstr("README.md is no folder"));
     for (const char* option : {"--svg", "--png"}) {
         const Finished full = run_host({"plot", "pi", "100", option, "/dev/full"});
         EXPECT_EQ(full.code, 1);
