@@ -16,7 +16,7 @@ _kesh_host() {
         mapfile -t COMPREPLY < <(compgen -W "$("$program" --complete options 2>/dev/null)" -- "$current")
         return
     fi
-    # Only the first word that is no option names what is to be called.
+    # The first word that is not an option is the name of the export or command.
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         if [[ $word != -* ]]; then head=$word; break; fi
     done

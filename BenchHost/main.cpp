@@ -1,6 +1,6 @@
 /**
  * @file   main.cpp
- * @brief  kesh-host: one call, or the prompt.
+ * @brief  The program kesh-host: makes one call, or opens the prompt.
  */
 #include <fmt/format.h>
 #include <unistd.h>
@@ -45,7 +45,7 @@ int run(const std::vector<std::string>& arguments) {
     if (options.functions_page) return print(functions_page()), exit_ok;
     if (!options.complete.empty())
         return print(shell_completion_words(options.complete, options.words.empty() ? "" : options.words[0])), exit_ok;
-    // Help must not depend on a library being there.
+    // Help must work without a library.
     if (options.help && options.words.empty()) return print_help(command_table(), options.json), exit_ok;
 
     Session session(options, command_table());
@@ -58,7 +58,7 @@ int run(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    // Character set only: numbers keep their point, whatever the country.
+    // Only the character set: numbers have a decimal point in every locale.
     std::setlocale(LC_CTYPE, "");
     int code = exit_ok;
     const std::vector<std::string> arguments(argv + 1, argv + argc);
@@ -79,6 +79,6 @@ int main(int argc, char** argv) {
         print_error("kesh-host: standard output took not all that was to be printed\n");
         code = std::max<int>(code, exit_call_failed);
     }
-    // Detached workers of the library may still run: static destructors must not be pulled from under them.
+    // Detached workers of the library may still run, so no static destructor may run.
     _exit(code);
 }

@@ -1,6 +1,6 @@
 /**
  * @file   breaches.cpp
- * @brief  A list under a mutex.
+ * @brief  Collects breaches from any thread, and passes them to the listener.
  */
 #include "HostKit/breaches.h"
 

@@ -1,6 +1,6 @@
 /**
  * @file   breaches.h
- * @brief  Where everything that the library must never do is reported: at once, in red, and counted.
+ * @brief  Reports and counts breaches: everything that the library must never do.
  */
 #pragma once
 
@@ -11,12 +11,12 @@
 
 namespace kesh_host {
 
-/** Collects breaches of the host protocol. May be told from any thread. */
+/** Collects breaches of the host protocol. May be called from any thread. */
 class Breaches {
   public:
     using Listener = std::function<void(const std::string&)>;
 
-    /** The listener hears of every breach from the thread that commits it. Set before any call is made. */
+    /** The listener receives every breach, on the thread that commits it. Set before any call is made. */
     void on_breach(Listener listener);
 
     void report(const std::string& what);

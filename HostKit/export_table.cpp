@@ -1,6 +1,7 @@
 /**
  * @file   export_table.cpp
- * @brief  The table itself.
+ * @brief  The table of exports: arguments, results, errors, costs and examples of every export, and the names of kinds,
+ *         families and error codes.
  */
 #include "HostKit/export_table.h"
 

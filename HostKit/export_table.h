@@ -1,7 +1,7 @@
 /**
  * @file   export_table.h
  * @brief  The one table of the library's exports. The list, the help, the completion, the binding of arguments and the
- *         generated reference page all read it, so they cannot drift apart.
+ *         generated reference page all read it, so they always agree.
  */
 #pragma once
 
@@ -33,11 +33,11 @@ std::string_view family_title(Family family);
 enum class Route {
     direct,        ///< no way: elapsed time only
     as_task,       ///< the same count can be submitted as a task (`task_form`)
-    status,        ///< the counting library's progress callback, left installed by an earlier task, reports
-    range_pieces,  ///< a count over [a, b] is the sum over pieces cut where no prime tuplet lies across
+    status,        ///< the counting library's progress callback, installed by an earlier task, reports
+    range_pieces,  ///< a count over [a, b] is the sum over pieces; no cut goes through a prime tuplet
     sum_pieces,    ///< a sum of primes is the sum over any pieces, modulo 2^64
     walk_pieces,   ///< k steps from n are k' steps and then k - k' steps
-    nth_pieces,    ///< the n-th prime is the (n - c)-th after a range from 0 that holds c < n primes
+    nth_pieces,    ///< the n-th prime is the (n - c)-th after a range from 0 with c < n primes
 };
 
 struct Parameter {
@@ -51,7 +51,7 @@ struct Export {
     Family family;
     std::vector<Parameter> parameters;
     Kind result;
-    std::string_view summary;               ///< one line: what it computes
+    std::string_view summary;               ///< what it computes, in one line
     std::string_view sentence;              ///< the answer in words, with places for arguments and result (remarks.cpp)
     std::string_view errors;                ///< what it returns or throws, and when
     std::string_view cost;                  ///< order of the running time

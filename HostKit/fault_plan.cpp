@@ -1,6 +1,6 @@
 /**
  * @file   fault_plan.cpp
- * @brief  Reads and keeps the planned faults.
+ * @brief  Reads the planned faults and decides for each call of a slot which one applies.
  */
 #include "HostKit/fault_plan.h"
 

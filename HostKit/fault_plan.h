@@ -17,7 +17,7 @@
 
 namespace kesh_host {
 
-/** What one `--fail SLOT=WHAT[@K]` asks for: "SLOT=5", "=null", "=throw", "=throw-int", "=slow". */
+/** The fault that one `--fail SLOT=WHAT[@K]` plans: "SLOT=5", "=null", "=throw", "=throw-int", "=slow". */
 struct Fault {
     enum class Kind {
         code,             ///< returns the code
@@ -29,32 +29,32 @@ struct Fault {
 
     Kind kind = Kind::code;
     std::int64_t code = 0;
-    std::int64_t only_call = 0;  ///< 0: every call; k: the k-th call alone
+    std::int64_t only_call = 0;  ///< 0: every call; k: only the k-th call
 };
 
-/** The faults of this process. Asked from any thread; set before a call. */
+/** The faults of this process. Set them before a call; any thread may read them. */
 class FaultPlan {
   public:
     /**
      * Adds "SLOT=CODE", "SLOT=null", "SLOT=throw", "SLOT=throw-int" or "SLOT=slow", each with an optional "@K".
-     * The slot "raiseAsyncEvent:Result" means raiseAsyncEvent for events of that name alone.
-     * @throws std::invalid_argument with one line that names the slots and forms there are.
+     * The slot "raiseAsyncEvent:Result" means raiseAsyncEvent for events named "Result" only.
+     * @throws std::invalid_argument with one line that names the slots and their forms.
      */
     void add(std::string_view text);
 
-    /** Counts one call of the slot, calls its hook, and returns what it is to do instead of its work, if anything. */
+    /** Counts one call of the slot, calls its hook, and returns the fault that is planned for this call, if any. */
     std::optional<Fault> on_call(std::string_view slot);
 
-    /** The same, not as text. */
+    /** Plans a fault that is not given as text. */
     void set(CallbackName callback, const Fault& fault);
     /** The callback works again. */
     void unset(CallbackName callback);
     /**
-     * Calls the hook at the entry of the callback, on the thread that calls it; it may wait, throw or set other state.
-     * An empty hook is none.
+     * Calls the hook at the entry of the callback, on the thread that calls it; the hook may wait, throw or set other
+     * state. An empty hook removes it.
      */
     void before(CallbackName callback, std::function<void()> hook);
-    /** Whether any fault is planned for the callback; what follows from it is then no breach of the library's. */
+    /** Whether any fault is planned for the callback; its consequences are then not breaches by the library. */
     bool planned(CallbackName callback) const;
 
     bool any() const;
@@ -62,7 +62,7 @@ class FaultPlan {
     /** How often each slot was called since the last clear(). */
     std::map<std::string, std::int64_t, std::less<>> calls() const;
 
-    /** Forgets all faults, hooks and calls (the prompt sets them anew with every line). */
+    /** Removes all faults, hooks and counts of calls (the prompt sets them again with every line). */
     void clear();
 
   private:

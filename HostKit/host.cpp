@@ -1,6 +1,6 @@
 /**
  * @file   host.cpp
- * @brief  The one host of the process.
+ * @brief  Creates the one host of the process.
  */
 #include "HostKit/host.h"
 

@@ -1,7 +1,7 @@
 /**
  * @file   host.h
- * @brief  The state of the host: what the callbacks work on. One a process, because the library calls back without a
- *         context pointer, and never destroyed, because its detached workers may outlive main().
+ * @brief  The state of the host, on which the callbacks work. There is one per process, because the library calls back
+ *         without a context pointer. It is never destroyed, because detached workers of the library may outlive main().
  */
 #pragma once
 
@@ -21,9 +21,9 @@ struct Host {
     TensorStore tensors;
     StringStore strings;
     TaskBoard tasks{breaches};
-    /** What AbortQ answers: not 0 if the user has asked to abort the running call. */
+    /** The value that AbortQ returns: not 0 if the user has asked to abort the running call. */
     std::atomic<mint> abort_answer = 0;
-    /** How often AbortQ was asked. */
+    /** How often AbortQ was called. */
     std::atomic<mint> abort_questions = 0;
     /** The position that a faulted MTensor_getInteger leaves behind with code 0. */
     std::atomic<mint> left_position = 0;

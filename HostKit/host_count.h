@@ -1,6 +1,6 @@
 /**
  * @file   host_count.h
- * @brief  Tells the check of the protocol that a count runs on a thread of the host.
+ * @brief  Informs the check of the protocol that a count runs on a thread of the host.
  */
 #pragma once
 
@@ -11,7 +11,7 @@
 
 namespace kesh_host {
 
-/** Lives as long as a call of the export. Does nothing for exports that do not count. */
+/** Create it for the duration of a call of the export. Does nothing for exports that do not count. */
 class HostCount {
   public:
     HostCount(TaskBoard& board, const Export& entry) : board_(board) {

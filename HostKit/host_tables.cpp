@@ -40,7 +40,7 @@ KESH_IO_SLOTS(KESH_IO_SLOT)
 static_assert(sizeof(st_VelmoraLibraryData) == sizeof(void*) * std::size(library_slot_names));
 static_assert(sizeof(st_VelmoraIOLibrary_Functions) == sizeof(void*) * std::size(io_slot_names));
 
-/** The two tables as they lie in memory: the declared record, then the further slots. */
+/** The two tables in memory: the declared record, then the further slots. */
 using PlainSlot = mint (*)();
 struct FullTable {
     st_VelmoraLibraryData declared;
@@ -63,7 +63,7 @@ void report_trap() {
                                                              ") of the task table, which it has no use for"));
 }
 
-/** A slot that holds no function is no place for a trap. */
+/** A slot that holds no function gets no trap. */
 template <Table Which, std::size_t Slot, typename Value>
 void set_trap(Value&) {}
 
@@ -84,8 +84,8 @@ std::array<PlainSlot, further_slots> further_traps(std::index_sequence<I...>) {
 }
 
 /**
- * Answers the planned fault's code, throws for a planned exception, waits for a planned delay; nothing when the call is
- * to do its work.
+ * Returns the planned fault, throws for a planned exception, waits for a planned delay; returns nothing when the call
+ * is to do its work.
  */
 std::optional<Fault> planned_fault_of(std::string_view slot) {
     const auto fault = host().faults.on_call(slot);
@@ -131,8 +131,8 @@ bool good_handle(MTensor tensor, std::string_view slot) {
 
 int tensor_get_integer(MTensor tensor, mint* position, mint* out) {
     if (const auto fault = planned_fault("MTensor_getInteger")) {
-        // The position is the caller's variable: a host may leave anything there, and the fault's is chosen by the
-        // user.
+        // The position is the caller's variable: a host may leave any value there, and the user chooses the one of the
+        // fault.
         if (position != nullptr) *position = host().left_position;
         return static_cast<int>(fault->code);
     }
@@ -198,7 +198,7 @@ void store_add_string(DataStore store, char* text) {
 }
 
 mint remove_task(mint task) {
-    // The code alone goes wrong: what a host did not remove it would never hear of again.
+    // The fault only changes the code. The task is removed nevertheless: otherwise the host would wait for it for ever.
     const auto fault = planned_fault("removeAsynchronousTask");
     const mint removed = host().tasks.remove(task);
     return fault ? fault->code : removed;

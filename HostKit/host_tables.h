@@ -1,7 +1,7 @@
 /**
  * @file   host_tables.h
- * @brief  Both callback tables, laid out in full: the slots that the library may use do the host's work on host(),
- * every other slot, also those after the last one used, is a trap that reports the call.
+ * @brief  Both callback tables, complete: the slots that the library may use work on host(); every other slot, also
+ * those after the last used one, is a trap that reports the call.
  */
 #pragma once
 
@@ -12,10 +12,10 @@
 
 namespace kesh_host {
 
-/** Number of slots that stand after the last declared one, all of them traps. */
+/** Number of slots after the last declared one, all of them traps. */
 constexpr std::size_t further_slots = 64;
 
-/** The table that is handed to every export; it and the I/O table behind it live as long as the process. */
+/** The table that is passed to every export; it and its I/O table live as long as the process. */
 VelmoraLibraryData library_data();
 
 /** The same table with a null `ioLibraryFunctions`. */

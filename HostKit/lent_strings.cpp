@@ -1,6 +1,6 @@
 /**
  * @file   lent_strings.cpp
- * @brief  A registry of lent strings.
+ * @brief  Keeps the lent strings by their addresses.
  */
 #include "HostKit/lent_strings.h"
 
@@ -21,7 +21,7 @@ bool StringStore::hand_back(char* text) {
     const std::lock_guard lock(mutex_);
     const auto found = strings_.find(text);
     if (found == strings_.end()) return false;
-    // It is the host's again: whoever still reads it is to see that.
+    // The string belongs to the host again: overwritten, so that a later read by the library is noticed.
     for (char* c = text; *c != '\0'; ++c) *c = '#';
     strings_.erase(found);
     ++handed_back_;

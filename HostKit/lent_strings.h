@@ -1,6 +1,6 @@
 /**
  * @file   lent_strings.h
- * @brief  The strings that the host hands over as arguments, until the library hands them back.
+ * @brief  The strings that the host lends to the library as arguments, until the library disowns them.
  */
 #pragma once
 
@@ -16,13 +16,13 @@ class StringStore {
   public:
     /** A NUL-terminated copy of the text for the library. */
     char* lend(std::string_view text);
-    /** The library hands a string back; false if it is not one that is lent. */
+    /** The library disowns a string; false if it is not lent. */
     bool hand_back(char* text);
-    /** The host takes a string back; false if the library has handed it back before. */
+    /** The host takes a string back; false if the library has already disowned it. */
     bool take_back(const char* text);
     std::size_t lent() const;
     bool lent(const char* text) const;
-    /** How many strings came back since the last clear(). */
+    /** The number of strings that the library has disowned since the last clear(). */
     std::size_t handed_back() const;
     /** Takes back all strings. */
     void clear();

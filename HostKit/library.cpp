@@ -1,6 +1,6 @@
 /**
  * @file   library.cpp
- * @brief  dlopen and the two lifecycle exports.
+ * @brief  Opens the library with dlopen, checks its version and initialises it.
  */
 #include "HostKit/library.h"
 
@@ -71,7 +71,7 @@ Library::Library(const std::string& path, VelmoraLibraryData table) {
 }
 
 std::optional<std::string> Library::dependency_version(const char* function) const {
-    // A look-up on the handle also searches what the library was linked with.
+    // A look-up on the handle also searches the libraries that this one was linked with.
     const auto version = symbol<const char* (*)()>(function);
     if (version == nullptr) return std::nullopt;
     return std::string(version());

@@ -1,6 +1,6 @@
 /**
  * @file   library.h
- * @brief  Finds, opens and greets the library as a host does: dlopen with RTLD_NOW | RTLD_LOCAL, version,
+ * @brief  Finds, opens and initialises the library as a host does: dlopen with RTLD_NOW | RTLD_LOCAL, version,
  * initialisation.
  */
 #pragma once
@@ -17,7 +17,7 @@ namespace kesh_host {
 
 /** Every computational export. */
 using ExportFunction = int (*)(VelmoraLibraryData, mint, MArgument*, MArgument);
-/** KESH_PrimeQ, which stands outside the convention. */
+/** KESH_PrimeQ, which has its own calling convention. */
 using PrimeQFunction = mbool (*)(const umint*, mint, mbool*);
 
 /** The library cannot be found, opened or used; what() is one line. */
@@ -30,7 +30,7 @@ class LibraryError : public std::runtime_error {
 class Library {
   public:
     /**
-     * Opens the library at `path`, or, when that is empty, the first there is of: beside the program, and where an
+     * Opens the library at `path`. If `path` is empty, opens the first one found: beside the program, or where an
      * installation puts it relative to the program. Checks the interface version and calls the initialisation with
      * `table`.
      * @throws LibraryError
@@ -49,7 +49,7 @@ class Library {
     mint interface_version() const {
         return version_;
     }
-    /** What a dependency's own version function (a C function without arguments) answers. */
+    /** The result of a dependency's own version function (a C function without arguments). */
     std::optional<std::string> dependency_version(const char* function) const;
 
   private:

@@ -80,7 +80,7 @@ inline constexpr std::string_view library_slot_names[] = {KESH_LIBRARY_SLOTS(KES
 inline constexpr std::string_view io_slot_names[] = {KESH_IO_SLOTS(KESH_SLOT_NAME)};
 #undef KESH_SLOT_NAME
 
-/** What a callback returns, which decides in which ways it can be made to fail. */
+/** The kind of value that a callback returns; it decides how the callback can be made to fail. */
 enum class Returns { nothing, code, pointer };
 
 /** A callback that the library may use, or one event that it raises through raiseAsyncEvent. */
@@ -111,7 +111,7 @@ inline constexpr Callback callbacks[] = {
 struct CallbackName {
     std::string_view text;
 
-    // NOLINTNEXTLINE(google-explicit-constructor): a string literal is to be enough.
+    // NOLINTNEXTLINE(google-explicit-constructor): a string literal must be enough.
     consteval CallbackName(const char* name) : text(name) {
         bool known = false;
         for (const Callback& callback : callbacks) known = known || callback.name == text;

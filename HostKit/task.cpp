@@ -1,6 +1,6 @@
 /**
  * @file   task.cpp
- * @brief  Names of the states of a task.
+ * @brief  The names of the states of a task.
  */
 #include "HostKit/task.h"
 

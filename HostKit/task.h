@@ -29,10 +29,10 @@ struct Event {
 enum class TaskState { created, queued, counting, reported, removed };
 std::string_view state_name(TaskState state);
 struct Task;
-/** The state as users know it: what has been removed is done, or has failed. */
+/** The state as users know it: a removed task is done, or has failed. */
 std::string_view state_name(const Task& task);
 
-/** What is known of a task. */
+/** The host's knowledge of a task. */
 struct Task {
     using Clock = std::chrono::steady_clock;
 

@@ -1,6 +1,6 @@
 /**
  * @file   task_board.cpp
- * @brief  The task board: states, events, and what counts as a breach of the protocol.
+ * @brief  The states and events of tasks, and the check for breaches of the protocol.
  */
 #include "HostKit/task_board.h"
 
@@ -163,7 +163,7 @@ void TaskBoard::publish(Event event) {
     if (!keep_events_) return;
     events_.push_back(std::move(event));
     const std::uint64_t one = 1;
-    // A full counter means that the reader has long been woken.
+    // If the counter is full, the reader has been woken before.
     [[maybe_unused]] const ssize_t written = write(event_fd_, &one, sizeof one);
 }
 
@@ -260,7 +260,7 @@ void TaskBoard::end_count(CountId count) {
 bool TaskBoard::may_come_from_another_count(const Task& task) const {
     if (task.id != last_counted_) return false;
     if (counts_.contains(CountCallback::installed)) return true;
-    // Equal keys keep the order in which they came, so this is the count that began first.
+    // Equal keys keep the order of their insertion, so this is the count that began first.
     const auto own = counts_.find(CountCallback::own);
     return own != counts_.end() && own->second < task.turn;
 }

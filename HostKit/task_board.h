@@ -3,8 +3,8 @@
  * @brief  Asynchronous tasks and DataStores as the host sees them, with the event protocol checked at every step.
  *
  * A task is created, given a count, raises any number of "Status" events, exactly one "Result" or "Error", and is
- * removed. Each event brings a DataStore that holds exactly one value and is handed over once. Counts run one
- * at a time.
+ * removed. Each event has a DataStore that holds exactly one value and is passed to the host once. Counts run one at a
+ * time.
  */
 #pragma once
 
@@ -28,16 +28,16 @@
 
 namespace kesh_host {
 
-/** Under which progress callback a count on a thread of the host runs. */
+/** The progress callback under which a count on a thread of the host runs. */
 enum class CountCallback {
-    own,       ///< it installs one of its own; a task that begins to count afterwards takes its progress over
-    installed  ///< it installs none, and runs under what is there
+    own,       ///< it installs its own; a task that begins to count afterwards replaces it
+    installed  ///< it installs none, and runs under the one that is installed
 };
 
 /** All tasks of the process. The callbacks reach it from the library's threads. */
 class TaskBoard {
   public:
-    /** The counts on the host's threads that run now, by what they run under, with their turn. */
+    /** The counts on the host's threads that run now, by their callback, each with its turn. */
     using Counts = std::multimap<CountCallback, std::uint64_t>;
     using CountId = Counts::iterator;
     using Listener = std::function<void(const Event&)>;
@@ -51,13 +51,13 @@ class TaskBoard {
     mint create();
     DataStore create_store();
     void add(DataStore store, EventValue value);
-    /** A DataStore whose event an injected exception cut short goes back to the host. */
+    /** The host takes back a DataStore whose event an injected exception ended. */
     void discard(DataStore store);
     void raise(mint id, std::string_view name, DataStore store);
     mint remove(mint id);
 
     // What the host does.
-    /** A count is about to be submitted to the task; false when there is no such task or it has had one. */
+    /** A count is about to be submitted to the task; false if there is no such task or it already had one. */
     bool submit(mint id, std::string what, bool result_is_text);
     /**
      * The submission failed: the task goes back to `created`. If it has raised events, as with a library that counts
@@ -67,41 +67,41 @@ class TaskBoard {
     /**
      * A count on a thread of the host is about to begin, or has ended. The process has one progress callback, so such a
      * count may report to the task that counted last. While it may, "Status" events after that task's report and its
-     * removal are in order, and the task's percentage may fall from then on. Otherwise both are a breach.
+     * removal are allowed, and the task's percentage may decrease from then on. Otherwise both are a breach.
      */
     CountId begin_count(CountCallback callback);
     void end_count(CountId count);
-    /** Events after an injected fault may lack what the fault took away. */
+    /** Events after an injected fault may lack a DataStore because of the fault. */
     void tolerate_missing_store(bool tolerated);
 
-    /** Forgets the tasks that are removed, but for the last, which may still see late events. */
+    /** Forgets the removed tasks, except the last one, which may still receive late events. */
     void forget_ended();
 
     std::optional<Task> find(mint id) const;
     std::vector<Task> list() const;
-    /** Tasks that have been given a count and are not removed, waiting ones among them. */
+    /** The number of tasks that have a count and are not removed, including waiting ones. */
     std::size_t running() const;
-    /** How many of them wait for their turn. */
+    /** The number of these that wait for their turn. */
     std::size_t queued() const;
-    /** The percentage last reported by anything that counts, and how many reports there were. */
+    /** The last percentage that any count reported, and the number of reports. */
     std::pair<double, std::size_t> latest_status() const;
 
-    /** Waits until the task is removed or the time is over; true when it is removed. */
+    /** Waits until the task is removed or the time is over; true if it was removed. */
     bool wait_removed(mint id, std::chrono::milliseconds limit) const;
 
     /** The events since the last take; the queue is kept only while `keep_events(true)`. */
     std::vector<Event> take_events();
     void keep_events(bool keep);
-    /** The listener hears every event from the thread that raises it. It must not call the board. */
+    /** The listener receives every event, on the thread that raises it. It must not call the board. */
     void on_event(Listener listener);
     /** Becomes readable when events wait to be taken. */
     int event_fd() const {
         return event_fd_;
     }
 
-    /** DataStores created and not handed over: 0 whenever no event is being raised. */
+    /** The number of DataStores that were created and not passed to the host: 0 whenever no event is being raised. */
     std::size_t open_stores() const;
-    /** DataStores that an injected exception kept from being handed over. */
+    /** The number of DataStores that were not passed to the host because of an injected exception. */
     std::size_t discarded_stores() const;
 
   private:
@@ -120,7 +120,7 @@ class TaskBoard {
     std::deque<Event> events_;
     Task::Clock::time_point origin_;
     mint next_id_ = 1;
-    mint counting_ = 0;  ///< the task whose events flow now, 0 for none
+    mint counting_ = 0;  ///< the task that raises events now, 0 for none
     mint last_counted_ = 0;
     double latest_percent_ = 0;
     std::size_t status_total_ = 0;

@@ -1,6 +1,6 @@
 /**
  * @file   tensors.h
- * @brief  The host's tensors: arrays of machine integers of any rank, owned here, seen by the library as handles.
+ * @brief  The host's tensors: arrays of machine integers of any rank, owned by the host; the library gets handles.
  */
 #pragma once
 
@@ -25,25 +25,24 @@ struct st_MTensor {
 
 namespace kesh_host {
 
-/** Owns every tensor that lives. All members may be called from any thread; bad handles are told apart from good ones.
- */
+/** Owns every tensor that exists. All members may be called from any thread; invalid handles are recognised. / */
 class TensorStore {
   public:
-    /** A new tensor of undefined content. Answers a host error code: wrong type, rank, dimension, or no memory. */
+    /** Creates a tensor of undefined content. Returns a host error code: wrong type, rank, dimension, or no memory. */
     int create(mint type, mint rank, const mint* dimensions, MTensor* out);
-    /** A rank-1 tensor of the given values. */
+    /** Creates a rank-1 tensor of the given values. */
     MTensor create(std::span<const mint> values);
-    /** Releases the tensor; false when the handle is not one of this host's living tensors. */
+    /** Releases the tensor; false if the handle is not one of this host's tensors. */
     bool release(MTensor tensor);
     bool lives(MTensor tensor) const;
     std::size_t living() const;
-    /** Releases all that live. */
+    /** Releases all tensors. */
     void clear();
 
     /**
-     * The element at a position (one index a dimension, counted from 1).
-     * Answers a host error code: LIBRARY_DIMENSION_ERROR outside, LIBRARY_MEMORY_ERROR for a null destination,
-     * LIBRARY_TYPE_ERROR for a handle that is not a living tensor.
+     * The element at a position (one index per dimension, counted from 1). Returns a host error code:
+     * LIBRARY_DIMENSION_ERROR outside, LIBRARY_MEMORY_ERROR for a null destination, LIBRARY_TYPE_ERROR for a handle
+     * that is not a tensor.
      */
     int get_integer(MTensor tensor, const mint* position, mint* out) const;
 

@@ -1,6 +1,6 @@
 /**
  * @file   text_of.h
- * @brief  Puts the parts of a message together.
+ * @brief  Joins the parts of a message.
  */
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace kesh_host {
 
-/** The parts one after the other, each as a stream prints it. */
+/** The parts one after another, each as a stream prints it. */
 template <typename... Parts>
 std::string text_of(const Parts&... parts) {
     std::ostringstream text;

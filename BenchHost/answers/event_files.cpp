@@ -1,6 +1,6 @@
 /**
  * @file   event_files.cpp
- * @brief  Writing of events.
+ * @brief  Writes the events of tasks into CSV files.
  */
 #include "answers/event_files.h"
 
@@ -29,7 +29,7 @@ void EventFiles::open(const std::string& path) {
 
 void EventFiles::append(const std::string& path, const std::vector<Event>& events) {
     const auto found = files_.find(path);
-    if (found == files_.end()) return;  // it could not be begun, which has been said
+    if (found == files_.end()) return;  // the file could not be created, which has been reported
     CsvFile& file = found->second;
     for (const Event& event : events) {
         file.stream << fmt::format("{:.6f},{},{},{}\n", event.seconds, event.task, event.name,

@@ -13,12 +13,12 @@
 
 namespace kesh_host {
 
-/** Every file that has been begun. */
+/** The CSV files that have been created. */
 class EventFiles {
   public:
-    /** Begins a file, once for each path, with the header "seconds,task,event,value". @throws BadInput */
+    /** Creates a file, once for each path, with the header "seconds,task,event,value". @throws BadInput */
     void open(const std::string& path);
-    /** Appends the events to a file that has been begun. @throws OutputError */
+    /** Appends the events to a file that has been created. @throws OutputError */
     void append(const std::string& path, const std::vector<Event>& events);
     /** Whether the file has been begun and has taken no event. */
     bool holds_header_alone(const std::string& path) const;

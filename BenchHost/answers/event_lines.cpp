@@ -1,6 +1,6 @@
 /**
  * @file   event_lines.cpp
- * @brief  One line an event.
+ * @brief  Prints one line per event.
  */
 #include "answers/event_lines.h"
 
@@ -27,7 +27,7 @@ std::string EventLines::text(const std::vector<Event>& events, bool every, const
         }
         const std::string mark = style.dim(fmt::format("[{:8.3f} s]", event.seconds));
         if (event.name == "removed") {
-            // The result has been shown with its own event; the removal is of interest to those who watch everything.
+            // The result has been shown with its own event; the removal is shown only if all events are wanted.
             if (every) text += fmt::format("{} task {} removed\n", mark, event.task);
             continue;
         }

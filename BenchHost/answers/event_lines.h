@@ -20,7 +20,7 @@ std::string event_value_text(const std::optional<EventValue>& value);
 
 class EventLines {
   public:
-    /** The events as lines, "Status" thinned to one a second and task unless `every` is wanted. */
+    /** The events as lines. Unless `every` is set, "Status" is shown at most once a second for each task. */
     std::string text(const std::vector<Event>& events, bool every, const Style& style);
 
   private:

@@ -1,6 +1,6 @@
 /**
  * @file   functions_page.cpp
- * @brief  Markdown from the table of exports.
+ * @brief  Writes the Markdown of the reference page from the table of exports.
  */
 #include "answers/functions_page.h"
 

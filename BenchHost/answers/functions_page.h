@@ -8,7 +8,7 @@
 
 namespace kesh_host {
 
-/** The page in Markdown. `kesh-host --functions-page > docs/functions.md` renews it; a test holds the two together. */
+/** The page in Markdown. `kesh-host --functions-page > docs/functions.md` renews it; a test compares the two. */
 std::string functions_page();
 
 }  // namespace kesh_host

@@ -93,7 +93,7 @@ Json to_json(const Outcome& outcome) {
         arguments.push_back(argument_json(outcome, remarks, i));
         if (remarks.taken_as[i]) reinterpreted.push_back(arguments.back()["name"]);
     }
-    // 0 where the call did not succeed is no code that an export returned.
+    // If the call did not succeed, a code of 0 was not returned by an export.
     const bool returned = outcome.good() || outcome.code != LIBRARY_NO_ERROR;
     Json object = {{"export", outcome.entry->name},
                    {"arguments", std::move(arguments)},

@@ -17,7 +17,7 @@ namespace kesh_host {
 /** The call as one JSON object; docs/kesh-host.md describes its members. */
 nlohmann::ordered_json to_json(const Outcome& outcome);
 nlohmann::ordered_json to_json(const Task& task);
-/** The object as a line. Bytes that are no UTF-8 become U+FFFD: a JSON text has no other place for them. */
+/** The object as a line. Bytes that are not UTF-8 become U+FFFD, because JSON text cannot contain them. */
 std::string json_line(const nlohmann::ordered_json& object);
 nlohmann::ordered_json to_json(const Export& entry);
 nlohmann::ordered_json list_json();

@@ -1,6 +1,6 @@
 /**
  * @file   outcome_text.cpp
- * @brief  Results and failures in words.
+ * @brief  Describes results and failures in words.
  */
 #include "answers/outcome_text.h"
 
@@ -21,7 +21,7 @@ namespace kesh_host {
 
 namespace {
 
-/** Rows of a shortened tensor at either end. */
+/** The number of rows of a shortened tensor that are shown at each end. */
 constexpr std::size_t rows_at_an_end = 6;
 
 /** The result on one line. */
@@ -53,7 +53,7 @@ std::string tensor_table(std::span<const mint> values, const PrintLook& look) {
     }
     const std::size_t margin = fmt::formatted_size("{}", values.size()) + 2;
     std::size_t columns = look.width > margin + cell ? (look.width - margin) / (cell + 2) : 1;
-    // Round numbers of columns make the index readable.
+    // A round number of columns makes the index readable.
     for (const std::size_t round : {20UL, 10UL, 5UL}) {
         if (columns >= round) {
             columns = round;

@@ -1,6 +1,6 @@
 /**
  * @file   print_look.h
- * @brief  How answers look: colours, width, how much of them.
+ * @brief  The look of printed results: colours, width, and how much is shown.
  */
 #pragma once
 
@@ -8,7 +8,7 @@
 
 namespace kesh_host {
 
-/** What the options and the terminal say about the look of an answer. */
+/** The look of a result, as the options and the terminal determine it. */
 struct PrintLook {
     Style style;
     unsigned width = 80;

@@ -1,6 +1,6 @@
 /**
  * @file   refusal.cpp
- * @brief  Reports bad input.
+ * @brief  Prints a message about bad input, or its JSON object.
  */
 #include "answers/refusal.h"
 

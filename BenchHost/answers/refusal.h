@@ -1,6 +1,6 @@
 /**
  * @file   refusal.h
- * @brief  How the user is told that the input is wrong and that nothing was called.
+ * @brief  Tells the user that the input is wrong and that nothing was called.
  */
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace kesh_host {
 
-/** Says what is wrong with the input: one line on standard error, or an object on standard output. Answers the exit
+/** Says what is wrong with the input: one line on standard error, or an object on standard output. Returns the exit
  * code.
  */
 int report_bad_input(bool json, const std::vector<std::string>& words, const std::string& message);

@@ -1,6 +1,6 @@
 /**
  * @file   remarks.cpp
- * @brief  The sentences of the answers.
+ * @brief  The sentences that describe results.
  */
 #include "answers/remarks.h"
 
@@ -22,7 +22,7 @@ namespace kesh_host {
 
 namespace {
 
-/** Results longer than this stay without separators: nobody reads them by thousands. */
+/** Results longer than this get no separators, because nobody reads them in groups. */
 constexpr std::size_t longest_grouped = 60;
 
 std::string grouped(const std::string& digits) {
@@ -39,7 +39,7 @@ std::optional<std::string> taken_as(const Outcome& outcome, std::size_t i) {
     const ArgumentValue& argument = outcome.arguments[i];
     if (argument.kind == Kind::pattern && *value < 0 && !argument.above_signed)
         return fmt::format("{}", static_cast<umint>(*value));
-    // primesieve counts from the first prime on, and primecount sieves no prime out.
+    // primesieve takes the index 0 for the first prime; primecount takes a negative number of primes for 0.
     if (outcome.entry->name == "PrimeSieve_NthPrime" && *value == 0) return "1";
     if (outcome.entry->name == "PrimeCount_Coprime" && i == 1 && *value < 0) return "0";
     const auto low = static_cast<std::int32_t>(*value);
@@ -51,7 +51,7 @@ bool is_narrowed(const Outcome& outcome) {
     const auto* list = std::get_if<TensorResult>(&outcome.result);
     if (list == nullptr) return false;
     const auto elements = (*list)->data();
-    // Of primes in order the first above 2^31 - 1, which is 2^31 + 11, arrives negative, unless the list begins beyond.
+    // The first prime above 2^31 - 1 is 2^31 + 11 and arrives negative, unless the list begins above it.
     const mint* first = outcome.arguments.size() == 2 ? integer(outcome, 0) : nullptr;
     const bool begins_beyond = first != nullptr && static_cast<umint>(*first) > std::numeric_limits<int>::max();
     return !elements.empty() && (begins_beyond || *std::min_element(elements.begin(), elements.end()) < 0);
@@ -70,7 +70,7 @@ bool signs_a_power(const Outcome& outcome) {
 
 /** The argument as the sentence names it: as typed, or what it was taken for. */
 std::string shown(const Outcome& outcome, const Remarks& remarks, std::size_t i) {
-    if (i >= outcome.arguments.size()) return "?";  // left out under --unchecked
+    if (i >= outcome.arguments.size()) return "?";  // --unchecked allows missing arguments
     return remarks.taken_as[i] ? grouped(*remarks.taken_as[i]) : printable(outcome.arguments[i].typed);
 }
 
@@ -94,7 +94,7 @@ std::optional<std::string> stand_in(const Outcome& outcome, const Remarks& remar
     return std::nullopt;
 }
 
-/** The sum in words, with what is known of the part that 64 bits do not hold. */
+/** The sum in words, and what is known of the part that does not fit 64 bits. */
 std::string sum_text(const SumCheck& sum, const std::string& residue) {
     if (sum.wrapped == Wrapped::no) return residue;
     if (sum.exact) return fmt::format("{}, which is {} modulo 2^64", grouped(to_decimal(*sum.exact)), residue);
@@ -113,8 +113,8 @@ std::string result_text(const Outcome& outcome) {
 }
 
 /**
- * The export's sentence with its places filled in: {0} and {1} are arguments, {r} the result, and {0?one|many} chooses
- * by whether that is the number 1.
+ * The export's sentence with its places filled in: {0} and {1} are arguments, {r} is the result, and {0?one|many} is
+ * the first word if {0} is 1, else the second.
  */
 std::string filled_in(std::string_view sentence, const std::vector<std::string>& arguments, const std::string& result) {
     std::string text;

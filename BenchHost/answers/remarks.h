@@ -1,7 +1,7 @@
 /**
  * @file   remarks.h
- * @brief  What the bare number of a result does not say: that an argument was taken for another number, that a result
- * is no answer but stands for "there is none", that elements are cut to 32 bits, that a sum has wrapped.
+ * @brief  Facts that the bare number of a result does not show: an argument was taken for another number, a result
+ * means "there is none", elements are cut to 32 bits, a sum has wrapped.
  */
 #pragma once
 
@@ -14,9 +14,9 @@
 namespace kesh_host {
 
 struct Remarks {
-    /** For each argument the number that the library works with, where it is not the one that was typed. */
+    /** For each argument the number that the library works with, if it is not the typed one. */
     std::vector<std::optional<std::string>> taken_as;
-    /** Where the result is no answer: the sentence that says so. */
+    /** If the result means "there is none": the sentence that says so. */
     std::optional<std::string> stand_in;
     /** Elements of a list are not the primes themselves. */
     bool narrowed = false;
@@ -25,7 +25,7 @@ struct Remarks {
 /** The remarks on a call that succeeded. */
 Remarks remarks_on(const Outcome& outcome);
 
-/** The call's answer in one or more sentences. Empty where the export has none. */
+/** The call's result in one or more sentences. Empty if the export has none. */
 std::string answer_sentence(const Outcome& outcome);
 
 }  // namespace kesh_host

@@ -1,6 +1,6 @@
 /**
  * @file   tasks_text.cpp
- * @brief  The table of tasks.
+ * @brief  Prints the table of tasks.
  */
 #include "answers/tasks_text.h"
 

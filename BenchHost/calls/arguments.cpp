@@ -1,6 +1,6 @@
 /**
  * @file   arguments.cpp
- * @brief  Ranges and forms of each argument kind.
+ * @brief  Reads the words for each kind of argument, and checks their ranges and forms.
  */
 #include "calls/arguments.h"
 

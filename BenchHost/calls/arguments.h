@@ -14,7 +14,7 @@
 
 namespace kesh_host {
 
-/** Asks for a fresh task id. */
+/** Stands for the id of a task that is created for the call. */
 struct NewTask {};
 
 struct ArgumentValue {
@@ -26,12 +26,12 @@ struct ArgumentValue {
 
 /**
  * Binds words to the parameters of an export.
- * @param any_count  take the words as they come, whatever their number: too many are read as integers
+ * @param any_count accept any number of words: those beyond the parameters are read as integers
  * @throws BadInput
  */
 std::vector<ArgumentValue> bind_arguments(const Export& entry, std::span<const std::string> words, bool any_count);
 
-/** A task id as typed after a command. @throws BadInput when it is no positive integer */
+/** A task id as typed after a command. @throws BadInput when it is not a positive integer */
 mint read_task_id(const std::string& word);
 
 /** The exact decimal value of an argument, for display and JSON ("new" for a task yet to be made). */

@@ -1,6 +1,7 @@
 /**
  * @file   call.cpp
- * @brief  The calling convention, from the host's side.
+ * @brief  Makes a call by the calling convention: fills the slots, checks what the library writes, and catches
+ *         exceptions.
  */
 #include "calls/call.h"
 
@@ -22,7 +23,7 @@ namespace kesh_host {
 
 namespace {
 
-/** What an untouched result slot holds: a call that leaves it has not written its result. */
+/** The value of an unwritten result slot: if it is still there after the call, no result was written. */
 constexpr umint untouched = 0x6b65'7368'2d68'6f73;
 
 /** The storage behind a result slot, wide enough for every kind. */
@@ -53,7 +54,7 @@ class ArgumentSlots {
     MArgument* data() {
         return slots_.data();
     }
-    /** How many lent strings the library has not handed back. Asked once, when the call is over. */
+    /** The number of lent strings that the library has not disowned. To be called once, when the call is over. */
     std::size_t take_back_strings() {
         std::size_t kept = 0;
         for (char* text : texts_) kept += host().strings.take_back(text) ? 1 : 0;
@@ -75,7 +76,7 @@ class ArgumentSlots {
     }
 
     std::vector<MArgument> slots_;
-    // Deques: the slots point at their elements, which must not move.
+    // Deques, because the slots point at their elements, which must not move.
     std::deque<mint> integers_;
     std::deque<char*> texts_;
     std::deque<MTensor> tensors_;
@@ -222,11 +223,11 @@ Outcome call_export(const Library& library, const Export& entry, const std::vect
         check_result_slot(entry, outcome.code, outcome.wrote_result);
         if (outcome.status == Status::ok && outcome.wrote_result) outcome.result = read_result(entry, storage);
     } else if (outcome.wrote_result && !host().faults.planned("UTF8String_disown")) {
-        // A string goes back to the host when its result stands, so that fault alone comes later.
+        // The library disowns a string after it has stored the result, so only a fault of that callback may come later.
         host().breaches.report(
             fmt::format("{} left by an exception and wrote its result slot all the same", entry.name));
     }
-    // A failed count keeps the string it was given: the host takes it back. After a success it must have come back.
+    // A failed count does not disown its string: the host takes it back. After a success it must be disowned.
     outcome.kept_strings = slots.take_back_strings();
     if (outcome.kept_strings > 0 && outcome.status == Status::ok) {
         host().breaches.report(fmt::format("{} succeeded without handing back its string argument", entry.name));

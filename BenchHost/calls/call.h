@@ -1,7 +1,7 @@
 /**
  * @file   call.h
- * @brief  One call of one export: slots laid out, result slot watched, exceptions caught, strings and tensors taken
- * back.
+ * @brief  One call of one export: prepares the slots, watches the result slot, catches exceptions, and takes strings
+ * and tensors back.
  */
 #pragma once
 
@@ -20,7 +20,7 @@
 
 namespace kesh_host {
 
-/** A tensor that the host lets go with the last copy of the result. */
+/** A tensor that the host releases with the last copy of the result. */
 using TensorResult = std::shared_ptr<st_MTensor>;
 using ResultValue = std::variant<std::monostate, mint, bool, std::string, TensorResult>;
 
@@ -34,7 +34,7 @@ enum class Status {
 };
 std::string_view status_name(Status status);
 
-/** What came of a call. */
+/** The outcome of a call. */
 struct Outcome {
     const Export* entry = nullptr;
     std::vector<ArgumentValue> arguments;
@@ -45,30 +45,30 @@ struct Outcome {
     std::string exception_text;
     double seconds = 0;
     std::optional<Task> task;      ///< the task that did the count, or that was given one
-    std::size_t pieces = 1;        ///< into how many calls the host split the range
+    std::size_t pieces = 1;        ///< the number of calls into which the host split the range
     std::optional<SumCheck> sum;   ///< of a sum of primes: how much of it the 64 bits hold
-    bool wrote_result = false;     ///< the result slot was written, whatever came of the call
-    std::size_t kept_strings = 0;  ///< string arguments that the library did not hand back
+    bool wrote_result = false;     ///< the result slot was written, whatever the outcome of the call
+    std::size_t kept_strings = 0;  ///< string arguments that the library did not disown
     std::vector<std::string> breaches;
 
     void add_breaches(const std::vector<std::string>& more) {
         breaches.insert(breaches.end(), more.begin(), more.end());
     }
 
-    /** Whether the call did what it was to do. */
+    /** Whether the call succeeded. */
     bool good() const {
         return status == Status::ok || status == Status::submitted;
     }
 };
 
-/** Which callback table a call is given. */
+/** The callback table that a call gets. */
 enum class TableChoice { full, without_io, null };
 
 /** Calls the export on this thread with the arguments as they are, whatever their number. */
 Outcome call_export(const Library& library, const Export& entry, const std::vector<ArgumentValue>& arguments,
                     TableChoice table);
 
-/** The same with integers, for the calls that the host makes on its own behalf. */
+/** The same with integers, for calls that the host makes for its own purposes. */
 Outcome call_export(const Library& library, std::string_view name, const std::vector<mint>& integers);
 
 /** The readable name of a C++ type. */

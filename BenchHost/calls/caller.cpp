@@ -1,6 +1,6 @@
 /**
  * @file   caller.cpp
- * @brief  The routes of a call.
+ * @brief  Chooses the way of each call, makes the call, and shows its progress.
  */
 #include "calls/caller.h"
 
@@ -24,7 +24,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/** A call that ends soon after Ctrl-C keeps the user waiting through two presses at most. */
+/** A call that can be stopped ends soon after Ctrl-C; if it does not, the third press leaves the host. */
 constexpr int presses_for_stoppable = 3;
 /** A call that cannot be stopped: the second press leaves the host. */
 constexpr int presses_for_unstoppable = 2;
@@ -33,8 +33,7 @@ bool stop_asked() {
     return interrupts_seen() > 0;
 }
 
-/** What the progress line says once the end is asked for: some algorithms have long steps in which nothing can be
- * stopped. */
+/** The note of the progress line after a stop request: some algorithms have long steps that cannot be stopped. */
 std::string stop_note(bool stoppable = true) {
     if (!stop_asked()) return "";
     if (!stoppable) return "cannot be stopped; Ctrl-C again leaves";
@@ -193,8 +192,8 @@ Outcome Caller::wait_for_task(mint id, const CallSettings& settings) const {
         };
         const ProgressLine line(look_for(settings), label, source);
         while (!host().tasks.wait_removed(id, 50ms)) {
-            // The request ends whichever count runs now and is forgotten when a queued one starts, so it is repeated
-            // until this one ends.
+            // The request ends the count that runs now, whichever it is, and is dropped when a queued one starts. So it
+            // is repeated until this count ends.
             const bool ours = task().state != TaskState::queued || host().tasks.running() == 1;
             if (stop_asked() && ours) stop_task();
             // A queued task cannot be ended; Ctrl-C ends the waiting for it.
@@ -240,7 +239,7 @@ SumCheck Caller::check_sum_of(const Outcome& outcome, const CallSettings& settin
 }
 
 bool Caller::install_status_callback() const {
-    // A task leaves its progress callback installed. A count of nothing does so at no cost.
+    // A task leaves its progress callback installed. A count of an empty range does so at no cost.
     const mint id = create_task();
     host().tasks.submit(id, "progress callback", false);
     if (call_export(library_, "PrimeCount_SubmitPrimePi", {id, 0}).status != Status::ok) {
@@ -253,7 +252,7 @@ bool Caller::install_status_callback() const {
 Outcome Caller::call_under_status(const Export& entry, const std::vector<ArgumentValue>& arguments,
                                   const CallSettings& settings) const {
     if (host().tasks.running() > 0 || !install_status_callback()) {
-        // While other tasks run the callback is theirs, and this count's reports arrive among those of a task.
+        // While other tasks run, the callback is theirs, and this count's reports arrive as reports of a task.
         return call_plainly(entry, arguments, settings);
     }
 

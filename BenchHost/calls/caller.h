@@ -1,7 +1,7 @@
 /**
  * @file   caller.h
- * @brief  Makes a call in the way that lets it be watched and stopped: as a task, under the progress callback that an
- * earlier task left, in pieces of the range, or plainly.
+ * @brief  Makes a call in a way in which its progress can be shown and it can be stopped: as a task, under the progress
+ * callback of an earlier task, or in pieces of the range; if there is no such way, as a plain call.
  */
 #pragma once
 
@@ -42,7 +42,7 @@ class Caller {
     /** Waits, with a progress line, until the task is removed; Ctrl-C stops it. */
     Outcome wait_for_task(mint id, const CallSettings& settings) const;
 
-    /** Asks the running count to end. */
+    /** Requests the end of the running count. */
     void stop_task() const;
 
   private:

@@ -1,6 +1,6 @@
 /**
  * @file   counting_reach.cpp
- * @brief  One small count, and a look at which libprimecount is loaded.
+ * @brief  Finds out by one small count whether the hooks work, and which libprimecount is loaded.
  */
 #include "calls/counting_reach.h"
 
@@ -33,7 +33,7 @@ std::string loaded_primecount() {
     return file;
 }
 
-/** Before main() and so before the library: this program itself does not link to libprimecount. */
+/** Whether libprimecount was loaded before main(), and so before the library; this program does not link to it. */
 const bool loaded_with_program = !loaded_primecount().empty();
 
 std::string find_out(const Library& library) {
@@ -51,7 +51,7 @@ std::string find_out(const Library& library) {
         error ? "libprimecount" : file.string());
 }
 
-/** Whether the call counts primes up to a bound from which on that takes seconds. Of text only a count tells. */
+/** Whether the call counts primes up to so large a bound that it takes seconds. For text this is not known. */
 bool is_long_count(const Export& entry, std::span<const ArgumentValue> arguments) {
     constexpr mint long_from = 10'000'000'000'000;
     const bool counts = entry.route == Route::as_task || entry.route == Route::status || entry.family == Family::tasks;

@@ -1,7 +1,7 @@
 /**
  * @file   counting_reach.h
- * @brief  Whether prime counts report progress and can be stopped in this process. They cannot where the library's
- *         hooks do not reach libprimecount; the library has no export that says so.
+ * @brief  Whether prime counts report progress and can be stopped in this process. They cannot if the library's hooks
+ *         do not work; the library has no export that says so.
  */
 #pragma once
 
@@ -15,9 +15,9 @@
 namespace kesh_host {
 
 /**
- * Empty if counts report and can be stopped; else one line that says why they do not. Found out once, by a count of
- * about a millisecond that asks AbortQ if the hooks work. Empty as well while a task runs, whose callback that count
- * would take, or faults are planned.
+ * Empty if counts report progress and can be stopped; else one line that says why not. The first call finds out, by a
+ * count of about a millisecond, which calls AbortQ if the hooks work. Also empty while a task runs, whose callback that
+ * count would replace, and while faults are planned.
  */
 std::string why_counts_are_silent(const Library& library);
 

@@ -1,6 +1,6 @@
 /**
  * @file   expression.cpp
- * @brief  Recursive descent over the grammar in expression.h.
+ * @brief  A recursive descent parser for the grammar in expression.h.
  */
 #include "calls/expression.h"
 
@@ -91,7 +91,7 @@ class Parser {
     }
 
     cpp_int signed_power() {
-        // Every sign and bracket costs a stack frame: the limit keeps a hostile line from ending the process.
+        // Every sign and bracket costs a stack frame: without the limit a line could end the process.
         if (++depth_ > max_depth) fail("too many signs and brackets");
         cpp_int value;
         if (accept("-")) {

@@ -8,7 +8,7 @@
  *     power   = primary [ ("^" | "**") signed ]          (to the right: 2^3^2 = 2^9)
  *     primary = number | "(" sum ")"
  *     number  = digits [ "." digits ] [ "e" digits ] | "0x" hex digits      ("_" between digits is skipped)
- *     digits may also stand in groups of three with "," between them: 1,000,000
+ *     digits may also be in groups of three with "," between them: 1,000,000
  */
 #pragma once
 
@@ -21,10 +21,10 @@
 
 namespace kesh_host {
 
-/// Without expression templates: an operation returns its value, and nothing refers to its operands afterwards.
+/** Without expression templates: an operation returns its value, and nothing refers to its operands afterwards. */
 using cpp_int = boost::multiprecision::number<boost::multiprecision::cpp_int_backend<>, boost::multiprecision::et_off>;
 
-/** Text that is no integer expression. what() is one line: what is wrong and what would be right. */
+/** Text that is not an integer expression. what() is one line: what is wrong and what would be right. */
 class ExpressionError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -32,8 +32,8 @@ class ExpressionError : public std::runtime_error {
 
 /**
  * The integer that `text` denotes.
- * @throws ExpressionError on malformed text and when an intermediate value would pass 16384 bits, which bounds the
- *         time and memory that a typing mistake such as 10^10^10 can cost.
+ * @throws ExpressionError on malformed text and when an intermediate value would need more than 16384 bits; this bounds
+ *         the time and memory that a typing mistake such as 10^10^10 can cost.
  */
 cpp_int parse_integer(std::string_view text);
 

@@ -1,6 +1,6 @@
 /**
  * @file   interrupts.cpp
- * @brief  A signal handler over two lock-free counters, and a descriptor that wakes whoever waits for a key.
+ * @brief  A signal handler with two lock-free counters, and a descriptor that wakes a thread that waits for a key.
  */
 #include "calls/interrupts.h"
 
@@ -25,7 +25,7 @@ namespace {
 std::atomic<int> presses = 0;
 std::atomic<bool> pressed_by_user = false;
 std::atomic<int> leave_at = 0;               ///< 0: never
-std::atomic<bool> leave_with_timer = false;  ///< the press that comes by itself is the last there will be
+std::atomic<bool> leave_with_timer = false;  ///< the automatic press ends the process
 std::optional<double> timer_seconds;
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
@@ -58,7 +58,7 @@ void install_interrupt_handler() {
     struct sigaction action{};
     action.sa_handler = on_interrupt;
     sigemptyset(&action.sa_mask);
-    // No SA_RESTART: whatever waits has to notice.
+    // No SA_RESTART, so that waiting system calls return.
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGALRM, &action, nullptr);
 }
@@ -85,7 +85,7 @@ InterruptScope::InterruptScope(int presses_to_leave, Stoppable stoppable) {
     host().abort_answer = 0;
     leave_with_timer = stoppable == Stoppable::no;
     leave_at = presses_to_leave;
-    // No time at all would switch the timer off.
+    // A time of 0 would switch the timer off.
     if (timer_seconds) set_timer(std::max(*timer_seconds, 1e-6));
 }
 

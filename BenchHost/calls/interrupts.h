@@ -1,6 +1,6 @@
 /**
  * @file   interrupts.h
- * @brief  Ctrl-C: counted, turned into AbortQ's answer, and, pressed often enough, the way out.
+ * @brief  Ctrl-C: counts the presses, makes AbortQ return 1, and ends the process after enough of them.
  */
 #pragma once
 
@@ -8,16 +8,16 @@
 
 namespace kesh_host {
 
-/** Takes over SIGINT for the process. */
+/** Installs the handler of SIGINT for the process. */
 void install_interrupt_handler();
 
-/** Whether the call that a scope belongs to notices a press by itself. */
+/** Whether the call of a scope can be stopped. */
 enum class Stoppable { yes, no };
 
 /**
- * While it lives, Ctrl-C belongs to the running call: the first press makes AbortQ answer 1, and the
- * `presses_to_leave`-th ends the process with status 130 (a sieve cannot be stopped in any other way). The press that
- * comes by itself ends the process at once, with status 1, where the call cannot be stopped.
+ * While it exists, Ctrl-C applies to the running call: the first press makes AbortQ return 1, and the
+ * `presses_to_leave`-th ends the process with status 130 (a sieve cannot be stopped in any other way). The automatic
+ * press of press_after ends the process at once, with status 1, if the call cannot be stopped.
  */
 class InterruptScope {
   public:
@@ -27,21 +27,25 @@ class InterruptScope {
     InterruptScope& operator=(const InterruptScope&) = delete;
 };
 
-/** Has a press come by itself this many seconds after the next scope begins, and after each one until it is set anew.
- */
+/** Makes an automatic press this many seconds after each scope begins, until it is set again. / */
 void press_after(std::optional<double> seconds);
 
 /** Presses since the current scope began, or since the last clear. */
 int interrupts_seen();
-/** What a stopped call tells the shell: that the user pressed Ctrl-C, or, after the press that came by itself, that the
- * call did not succeed. */
+/** The exit code of a stopped call: that of Ctrl-C, or, after an automatic press, that of a failed call. */
 int exit_code_when_stopped();
 void clear_interrupts();
 
-/** Readable from the first press on until the next clear: whichever thread the signal reached, a poll wakes up. */
+/**
+ * A descriptor that is readable from the first press to the next clear, so that a poll wakes up, whichever thread got
+ * the signal.
+ */
 int interrupt_fd();
 
-/** For who finds it readable and no press: the clear came between the two in another thread's handler. */
+/**
+ * Drains the descriptor when it is readable but no press is counted: a clear came between the two steps of a handler on
+ * another thread.
+ */
 void empty_interrupt_fd();
 
 }  // namespace kesh_host

@@ -1,6 +1,6 @@
 /**
  * @file   pieces.cpp
- * @brief  Cuts, and piece lengths that follow the measured speed.
+ * @brief  Chooses cuts, and lengths of pieces by the measured speed.
  */
 #include "calls/pieces.h"
 
@@ -16,19 +16,21 @@ namespace {
 constexpr umint cut_modulus = 30;
 constexpr umint cut_residue = 26;
 
-/** Numbers of a first piece: a few hundredths to a few tenths of a second. */
+/** The length of the first piece: it takes a few hundredths to a few tenths of a second. */
 constexpr umint first_sieve_piece = 200'000'000;
 constexpr umint first_walk_piece = 2'000'000;
-/** Below this the call takes less than about half a second and is left whole. */
+/** Calls on shorter ranges take less than about half a second and are not split. */
 constexpr umint smallest_split_range = 2'000'000'000;
 constexpr umint smallest_split_sum = 400'000'000;
 constexpr umint smallest_split_walk = 20'000'000;
 constexpr umint smallest_split_index = 100'000'000;
-/** Prime 4 * 10^17 lies below 2^64, with room for a range that is too long. */
+/** Prime number 4 * 10^17 is below 2^64, with room for a range that is too long. */
 constexpr umint largest_split_index = 400'000'000'000'000'000;
 
-/** Every piece sieves the primes up to the square root of its end anew; this many numbers a second, about, on a slow
- * machine. */
+/**
+ * Every piece first sieves the primes up to the square root of its end: about this many numbers a second on a slow
+ * machine.
+ */
 constexpr double start_up_speed = 1e9;
 
 umint unsigned_value(const ArgumentValue& argument) {
@@ -39,14 +41,15 @@ bool negative(const ArgumentValue& argument) {
     return std::get<mint>(argument.value) < 0 && !argument.above_signed;
 }
 
-/** The next piece's length: what takes about `target` seconds at the speed of the last one, changing at most fourfold.
+/** The length of a piece that takes about `target` seconds at the speed of the last one; changes at most by a factor of
+ * 4.
  */
 umint next_length(umint length, double seconds, double target) {
     const double factor = std::clamp(target / std::max(seconds, 1e-3), 0.25, 4.0);
     return static_cast<umint>(std::min(static_cast<double>(length) * factor, 1e18));
 }
 
-/** A piece should take long against its start-up, and short enough for a lively display. */
+/** A piece should take much longer than its start-up, and be short enough for frequent progress. */
 double target_seconds(umint end) {
     return 0.25 + 4 * std::sqrt(static_cast<double>(end)) / start_up_speed;
 }
@@ -58,7 +61,7 @@ struct Range {
 };
 
 Range range_of(const Export& entry, const std::vector<ArgumentValue>& arguments) {
-    // PrimeSum has its upper end excluded and begins below 2; a piece from 0 would run into the wrap of a - 1.
+    // The upper end of PrimeSum is excluded. The range begins at 1: from 0 the a - 1 in the library would wrap.
     if (entry.parameters.size() == 1) return {1, unsigned_value(arguments[0]) - 1};
     return {unsigned_value(arguments[0]), unsigned_value(arguments[1])};
 }
@@ -86,7 +89,7 @@ class PieceRunner {
     }
 
   private:
-    /** One piece; false when the whole ends with it. */
+    /** Makes one piece; false when the call ends with it. */
     bool piece(std::string_view name, umint first, umint second) {
         if (stop_()) {
             whole_ = Outcome{};
@@ -135,14 +138,15 @@ class PieceRunner {
         whole_.result = static_cast<mint>(at);
     }
 
-    /** Counts until few primes are left to go, and walks these. */
+    /** Counts until few primes are left, and walks to the n-th over these. */
     void find_nth() {
         const umint n = unsigned_value(arguments_[0]);
         umint counted = 0;
         umint begin = 0;
         umint length = first_sieve_piece;
         while (n - counted > first_walk_piece) {
-            // About one number in ln x is prime: nine tenths of what is left. A range that holds more is not counted.
+            // About one number in ln x is prime: the range should have nine tenths of the remaining primes. A range
+            // with too many is not counted.
             const double near = 0.9 * static_cast<double>(n - counted) * std::log(static_cast<double>(begin) + 3);
             const umint end = begin + std::min(length, static_cast<umint>(near));
             if (!piece("PrimeSieve_CountPrimes", begin, end)) return;
@@ -176,7 +180,7 @@ std::optional<umint> cut_before(umint begin, umint end) {
 
 bool worth_splitting(const Export& entry, const std::vector<ArgumentValue>& arguments) {
     if (arguments.size() != entry.parameters.size()) return false;
-    // Negative numbers and the ends where the library's own arithmetic wraps are the library's business.
+    // Negative numbers, and ends at which the library's own arithmetic wraps, are left to the library.
     for (const ArgumentValue& argument : arguments) {
         if (negative(argument)) return false;
     }

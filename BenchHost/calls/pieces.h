@@ -1,9 +1,9 @@
 /**
  * @file   pieces.h
- * @brief  Long sieving calls in pieces that add up to exactly the same answer, so that they can show progress and be
+ * @brief  Splits long sieving calls into pieces with exactly the same result, so that they show progress and can be
  * stopped.
  *
- * Counts. In a prime tuplet of at least three members that does not contain 2, 3 or 5, all residues modulo 30 lie from
+ * Counts. In a prime tuplet of at least three members that does not contain 2, 3 or 5, all residues modulo 30 are from
  * 7 to 23; a twin pair may also have the residues 29 and 1. The tuplets with a member 3 or 5 end at 17 at the latest.
  * So no tuplet has members on both sides of a cut between m and m + 1 when m leaves 26 on division by 30, and the
  * counts over the pieces add up to the whole.
@@ -26,16 +26,18 @@
 
 namespace kesh_host {
 
-/** The largest m <= end with m mod 30 = 26 at which a range that begins at `begin` may be cut; `begin` itself must stay
- * below it. */
+/**
+ * The largest m <= end with m mod 30 = 26 at which a range that begins at `begin` may be cut; `begin` itself must stay
+ * below it.
+ */
 std::optional<umint> cut_before(umint begin, umint end);
 
-/** Whether a call is long enough, and of arguments plain enough, to be split. */
+/** Whether a call is long enough, and its arguments are simple enough, to be split. */
 bool worth_splitting(const Export& entry, const std::vector<ArgumentValue>& arguments);
 
 /**
- * Calls the export piece by piece until the whole is done, a piece fails or `stop` answers true.
- * @param fraction  told how much of the whole is done, 0 to 1
+ * Calls the export piece by piece until everything is done, a piece fails or `stop` returns true.
+ * @param fraction receives the part that is done, 0 to 1
  */
 Outcome call_in_pieces(const Library& library, const Export& entry, const std::vector<ArgumentValue>& arguments,
                        std::atomic<double>& fraction, const std::function<bool()>& stop);

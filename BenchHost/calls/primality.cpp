@@ -1,6 +1,6 @@
 /**
  * @file   primality.cpp
- * @brief  Limbs, and the walk over odd numbers.
+ * @brief  Calls KESH_PrimeQ with limbs, and walks over odd numbers.
  */
 #include "calls/primality.h"
 

@@ -24,8 +24,7 @@ class PrimalityTest {
     /** @throws BadInput when the library does not export KESH_PrimeQ */
     explicit PrimalityTest(const Library& library);
 
-    /** Whether n is prime. Precondition: 0 <= n < 2^1024. The limbs are passed in a length that has a width of its own:
-     * 1, 2, 4, 8, 16. */
+    /** Whether n is prime. Precondition: 0 <= n < 2^1024. The number of limbs passed is 1, 2, 4, 8 or 16. */
     bool operator()(const cpp_int& n) const;
 
     /** The verdicts on many numbers, tested in one call if the library exports KESH_ArePrimeOnThreads. go_on(done) is
@@ -44,13 +43,13 @@ cpp_int read_candidate(const std::string& text);
 struct Neighbour {
     cpp_int prime;
     std::size_t tested = 0;  ///< candidates given to the library
-    bool found = false;      ///< false: stopped, or no prime that way within 1024 bits
+    bool found = false;      ///< false: stopped, or no prime in that direction within 1024 bits
 };
 
-/** The smallest prime above n, or the largest below it; asks `stop` between candidates. */
+/** The smallest prime above n, or the largest below it; calls `stop` between candidates. */
 Neighbour find_neighbour(const PrimalityTest& test, const cpp_int& n, bool upwards, const std::function<bool()>& stop);
 
-/** "64-bit test, proven" or "Baillie-PSW at 512 bits": how a number of that many bits is tested. */
+/** How a number of that many bits is tested: "64-bit test, proven" or "Baillie-PSW at 512 bits". */
 std::string test_name(unsigned bits);
 
 }  // namespace kesh_host

@@ -1,6 +1,6 @@
 /**
  * @file   sum_check.cpp
- * @brief  Bounds from the number of primes in a range.
+ * @brief  Bounds a sum of primes by the number of primes in its range.
  */
 #include "calls/sum_check.h"
 
@@ -12,19 +12,20 @@ namespace kesh_host {
 namespace {
 
 const cpp_int modulus = cpp_int(1) << 64;
-/** Rounding in the bounds below stays far under this. */
+/** Rounding errors in the bounds below are far smaller than this. */
 constexpr double slack = 1e-9;
 constexpr double two_to_64 = 0x1p64;
-/** A range of this many numbers is counted in a fraction of a second. */
+/** The largest range that is counted; it takes a fraction of a second. */
 constexpr umint counted_length = 100'000'000;
 
-/** No range of y consecutive numbers holds more primes: 2 y / ln y (Montgomery and Vaughan 1973), or every odd number.
+/** A bound on the number of primes among y consecutive numbers: 2 y / ln y (Montgomery and Vaughan 1973), or every odd
+ * number.
  */
 double most_primes(double y) {
     return y < 100 ? y / 2 + 1 : 2 * y / std::log(y);
 }
 
-/** pi(x) lies above x / (ln x - 1) and below x / (ln x - 1.1) (Dusart 1999). Precondition: x >= 60184. */
+/** pi(x) is above x / (ln x - 1) and below x / (ln x - 1.1) (Dusart 1999). Precondition: x >= 60184. */
 double pi_from_below(double x) {
     return x / (std::log(x) - 1);
 }

@@ -1,6 +1,6 @@
 /**
  * @file   sum_check.h
- * @brief  Whether a sum of primes, which is known modulo 2^64, is that number or a larger one.
+ * @brief  Finds out whether a sum of primes that is known modulo 2^64 is that number or a larger one.
  */
 #pragma once
 
@@ -16,19 +16,21 @@ enum class Wrapped { no, yes, unknown };
 
 struct SumCheck {
     Wrapped wrapped = Wrapped::unknown;
-    std::optional<cpp_int> exact;  ///< the sum itself, where it is known
+    std::optional<cpp_int> exact;  ///< the sum itself, if it is known
 };
 
-/** Counts the primes of a closed range; nothing when that cannot be had. */
+/** Counts the primes of a closed range; returns nothing if it cannot. */
 using PrimeCounter = std::function<std::optional<umint>(umint, umint)>;
 
-/** The least prime up to which all primes add up to 2^64 or more: 2^64 + 13337117907 (Tests/host/sum_check_test.cpp
- * adds them up again). */
+/**
+ * The least prime up to which all primes add up to 2^64 or more: 2^64 + 13337117907 (Tests/host/sum_check_test.cpp adds
+ * them up again).
+ */
 constexpr umint first_wrapped_sum = 29'505'444'491;
 
 /**
- * The sum of the primes in [a, b] that equals `residue` modulo 2^64. Asks for one count at most, of a range of 10^8
- * numbers at most, and only where bounds do not decide.
+ * The sum of the primes in [a, b] that equals `residue` modulo 2^64. Makes at most one count, of at most 10^8 numbers,
+ * and only if bounds do not decide.
  */
 SumCheck check_sum(umint a, umint b, umint residue, const PrimeCounter& count);
 

@@ -1,6 +1,6 @@
 /**
  * @file   endurance.cpp
- * @brief  The calls of a round, their checks, and what is read from /proc.
+ * @brief  Makes the calls of a round, checks their results, and reads memory, descriptors and threads from /proc.
  */
 #include "campaigns/endurance.h"
 
@@ -32,15 +32,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/** Memory may swing by the stacks of threads that come and go and by holes in the heap. */
+/** Memory may vary by the stacks of short-lived threads and by holes in the heap. */
 constexpr double allowed_growth_mib = 2;
 
-/** Shorter runs take their first reading before the memory has settled: it is shown and not judged. */
+/** Shorter runs take their first reading before the memory has settled, so their memory is shown but not judged. */
 constexpr double settling_minutes = 5;
 
-/** What the process holds on to. */
+/** The memory, descriptors and threads of the process. */
 struct Holdings {
-    double memory_mib = 0;  ///< that is the process's own: pages of files come and go as the system likes
+    double memory_mib = 0;  ///< of the process itself, without pages of files, which the system loads and drops
     std::size_t descriptors = 0;
     std::size_t threads = 0;
 };
@@ -70,15 +70,15 @@ class Endurance {
         return wrong_;
     }
 
-    /** Every export once with its example, then calls with random arguments whose answers check each other. */
+    /** Every export once with its example, then calls with random arguments whose results check each other. */
     void round() {
-        // Counts use one thread after their example of PrimeCount_SetThreads, and in every other round from the start.
+        // Counts use one thread after the example of PrimeCount_SetThreads, and in every other round from the start.
         answer("PrimeCount_SetThreads", {++rounds_ % 2 == 0 ? "1" : "2"});
         for (const Export& entry : export_table()) {
             if (entry.name == "KESH_PrimeQ") continue;
             const std::vector<std::string> words(entry.example.begin(), entry.example.end());
             if (entry.name == "KESH_RT_PrimeQ") {
-                // It hands the host no place for the element, and passes on what the host says to that.
+                // It gives the host no place for the element, and returns the host's error code for that.
                 expect("KESH_RT_PrimeQ", failure(entry.name, words), "code 5");
             } else {
                 const std::string seen = answer(entry.name, words);
@@ -142,7 +142,7 @@ class Endurance {
                "\"Error\"");
     }
 
-    /** Counting and sieving know nothing of each other, so they check each other. */
+    /** Counting and sieving are independent, so they check each other. */
     void random_ranges() {
         const mint a = between(2, 1'000'000'000);
         const mint b = a + between(0, 1'000'000);
@@ -173,7 +173,7 @@ class Endurance {
         check("wide products", primes_(mersenne * next) ? 1 : 0, 0);
     }
 
-    /** A count that is stopped somewhere on its way reports a failure, or the right number when it was done before. */
+    /** A count that is stopped at some moment reports a failure, or the right number if it ended before. */
     void stopped_task() {
         const Outcome begun = caller_.call(*find_export("PrimeCount_SubmitPrimePi"), {"new", "10^14"}, {});
         std::this_thread::sleep_for(std::chrono::microseconds(between(0, 100'000)));
@@ -208,8 +208,8 @@ std::string text(const Holdings& held) {
 }  // namespace
 
 int endure(const Library& library, const EnduranceLook& look) {
-    // What is freed goes back to the system, and threads that come and go share one heap: the memory that is resident
-    // is then what is held.
+    // Freed memory returns to the system, and all threads share one heap, so that the resident memory is the memory in
+    // use.
     mallopt(M_ARENA_MAX, 1);
     mallopt(M_MMAP_THRESHOLD, 64 << 10);
     mallopt(M_TRIM_THRESHOLD, 64 << 10);
@@ -219,7 +219,7 @@ int endure(const Library& library, const EnduranceLook& look) {
     const double seconds = 60 * look.minutes;
     std::size_t rounds = 0;
     double next_line = 60;
-    // What is built once and kept is there after a tenth of the time, and after two rounds.
+    // After a tenth of the time and two rounds, everything that is built once and kept exists.
     Holdings first;
     Holdings most;
     bool warm = false;
@@ -228,7 +228,7 @@ int endure(const Library& library, const EnduranceLook& look) {
         endurance.round();
         ++rounds;
         std::this_thread::sleep_for(std::chrono::duration<double>(busy.seconds() * (1 / look.load - 1)));
-        // The threads of the last tasks end a moment after their removal, which a busy machine may stretch.
+        // The threads of the last tasks end shortly after their removal; on a busy machine that takes longer.
         for (int wait = 0; wait < 3000 && warm && holdings().threads > first.threads; ++wait)
             std::this_thread::sleep_for(10ms);
         const Holdings now = holdings();

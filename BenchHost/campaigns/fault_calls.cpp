@@ -1,6 +1,6 @@
 /**
  * @file   fault_calls.cpp
- * @brief  Calls of every length, and their answers.
+ * @brief  Calls of every length, and their known results.
  */
 #include "campaigns/fault_calls.h"
 
@@ -20,8 +20,8 @@ std::string Call::text() const {
 }
 
 std::vector<Call> calls_of(const Export& entry) {
-    // The first is a count so long that a faster machine, too, makes the third report to be hit: they come 10 ms apart
-    // at least. The short ones report a result only, the last ones fail.
+    // The first count is so long that a faster machine, too, makes at least three reports, which are at least 10 ms
+    // apart. The short counts only report a result, and the last ones fail.
     const std::string_view name = entry.name;
     std::vector<std::vector<std::string>> arguments = {{entry.example.begin(), entry.example.end()}};
     std::vector<Before> befores = {Before::nothing};
@@ -39,7 +39,7 @@ std::vector<Call> calls_of(const Export& entry) {
         befores = {Before::nothing, Before::count, Before::task};
     }
     const bool installs = entry.route == Route::as_task || name.starts_with("PrimeCount_Submit");
-    // The partial sieve function reports nothing, and Legendre's formula is little else.
+    // The partial sieve function reports nothing, and most of Legendre's formula is that function.
     const bool silent = name == "PrimeCount_Coprime" || name == "PrimeCount_Legendre";
     std::vector<Call> calls;
     for (const Before before : befores) {

@@ -1,6 +1,6 @@
 /**
  * @file   fault_page.cpp
- * @brief  The table of outcomes.
+ * @brief  Makes the table of outcomes from the results of all cases.
  */
 #include "campaigns/fault_page.h"
 
@@ -24,7 +24,7 @@ namespace kesh_host {
 
 namespace {
 
-/** Members by key, in the order in which the keys came. */
+/** Members by key, in the order of the first member of each key. */
 using Cells = std::vector<std::string>;
 using Groups = std::vector<std::pair<Cells, std::vector<std::string>>>;
 
@@ -44,9 +44,9 @@ std::string calls_in_short(const std::map<std::string, std::int64_t>& calls) {
     return names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "));
 }
 
-/** The outcome in words, held against what comes of the same call when nothing goes wrong. */
+/** The outcome in words, compared with the outcome of the same call without a fault. */
 std::string compared(FaultResult result, const FaultResult& usual, const std::string& slot, const Planned& planned) {
-    // A crash takes the numbers with it.
+    // After a crash the numbers are missing.
     if (!result.calls.empty() && result.calls[slot] < planned.at) return "the call was not made";
     const bool during_progress =
         usual.status_events >= last_call_hit && planned.throws &&
@@ -74,7 +74,7 @@ are traps, and a call to one would be a breach, as would be any event out of ord
 )";
 
 /**
- * What comes of the call when nothing goes wrong: the answer is held against the known one.
+ * The outcome of the call without a fault; its result is compared with the known one.
  * @throws std::runtime_error when its progress is not reported often enough for the faults that are planned
  */
 FaultResult baseline(const Library& library, const Call& call) {
@@ -103,7 +103,7 @@ std::string fault_page(const Library& library, const std::vector<std::string>& e
     std::vector<Call> calls;
     for (const Export& entry : export_table()) {
         const bool wanted = exports.empty() || std::find(exports.begin(), exports.end(), entry.name) != exports.end();
-        // KESH_PrimeQ is handed no table.
+        // KESH_PrimeQ gets no table.
         if (!wanted || entry.name == "KESH_PrimeQ") continue;
         for (Call& call : calls_of(entry)) calls.push_back(std::move(call));
     }

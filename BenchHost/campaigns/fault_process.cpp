@@ -1,6 +1,6 @@
 /**
  * @file   fault_process.cpp
- * @brief  The child makes the call and reports; the parent reads and waits.
+ * @brief  The child process makes the call and reports; the parent process reads the report and waits.
  */
 #include "campaigns/fault_process.h"
 
@@ -38,10 +38,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/** No case takes more than a few seconds; one that is still running then is ended, and its outcome says so. */
+/** No case takes more than a few seconds; a case that still runs after this time is ended, and its outcome says so. */
 constexpr int time_limit_ms = 60'000;
 
-/** "Result, removed": "Status" events come as time passes, and are only named where something is wrong with them. */
+/**
+ * "Result, removed": the number of "Status" events depends on time, so they are named only if something is wrong with
+ * them.
+ */
 std::string events_in_short(const std::vector<Event>& events) {
     std::vector<std::string> names;
     for (const Event& event : events) {
@@ -52,13 +55,13 @@ std::string events_in_short(const std::vector<Event>& events) {
     return names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "));
 }
 
-/** The child process: where its pipe is, and what is known of its call when another thread of it terminates. */
+/** In the child process: its pipe, and what is known of its call when another thread terminates the process. */
 int result_pipe = -1;
 std::thread::id calling_thread;
 std::optional<Outcome> finished_call;
-std::atomic<bool> call_is_over = false;  ///< finished_call is there, and stays as it is
+std::atomic<bool> call_is_over = false;  ///< finished_call is set and does not change any more
 
-/** What is known by now, as the lines that the parent process reads. */
+/** What is known so far, as the lines that the parent process reads. */
 struct Account {
     std::string outcome = "during the call";
     std::string numbers;  ///< answer, "Status" events, calls of each callback
@@ -104,7 +107,8 @@ Account account() {
 }
 
 [[noreturn]] void report_terminate() {
-    // A worker may fail before the export that started it has returned, and its outcome is to be told all the same.
+    // A worker may fail before the export that started it has returned; the outcome of the export must be reported
+    // nevertheless.
     if (std::this_thread::get_id() != calling_thread) {
         for (int wait = 0; wait < 1000 && !call_is_over; ++wait) std::this_thread::sleep_for(10ms);
     }
@@ -124,7 +128,7 @@ bool usable(const Caller& caller) {
            host().breaches.total() == breaches;
 }
 
-/** Makes the call in this process, which ends with it. */
+/** Makes the call in this process and ends the process. */
 [[noreturn]] void run(const Library& library, const Call& call, const HostFault& fault) {
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
@@ -154,7 +158,7 @@ bool usable(const Caller& caller) {
     settings.table = fault.table;
     finished_call = caller.call(*call.entry, call.words, settings);
     call_is_over = true;
-    // Longer than the time limit: a task that is not removed shows as that.
+    // Longer than the time limit, so that a task that is not removed is reported as still running.
     if (finished_call->status == Status::submitted) host().tasks.wait_removed(1, 10min);
     const Account now = account();
     host().faults.clear();

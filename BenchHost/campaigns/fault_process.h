@@ -1,6 +1,6 @@
 /**
  * @file   fault_process.h
- * @brief  One call with one fault, in a process of its own.
+ * @brief  Makes one call with one fault in a separate process.
  */
 #pragma once
 
@@ -14,10 +14,10 @@
 
 namespace kesh_host {
 
-/** What came of it. */
+/** The outcome of the call. */
 struct FaultResult {
     std::string outcome;
-    std::string answer;                         ///< what the call or its task answered
+    std::string answer;                         ///< the result of the call or its task
     std::map<std::string, std::int64_t> calls;  ///< of each callback
     std::int64_t status_events = 0;             ///< that arrived
 };

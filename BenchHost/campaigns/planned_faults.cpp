@@ -1,6 +1,6 @@
 /**
  * @file   planned_faults.cpp
- * @brief  The faults of each callback.
+ * @brief  Lists the faults that are planned for each callback.
  */
 #include "campaigns/planned_faults.h"
 

@@ -1,6 +1,6 @@
 /**
  * @file   planned_faults.h
- * @brief  In which ways a callback goes wrong, and at which of its calls.
+ * @brief  The ways in which a callback fails, and at which of its calls.
  */
 #pragma once
 
@@ -13,7 +13,7 @@
 
 namespace kesh_host {
 
-/** Of each callback the first calls go wrong, one at a time, up to this one; "often" means at least so many. */
+/** The first calls of each callback fail, one at a time, up to this one; "often" means at least that many calls. */
 constexpr std::int64_t last_call_hit = 3;
 
 /** One fault, as text for FaultPlan::add, or a table that is missing. */
@@ -30,7 +30,7 @@ struct Planned {
     std::int64_t at = 1;
     bool throws = false;
 };
-/** The faults of a callback that is called so often: each at its first, second and third call. */
+/** The faults of a callback with that many calls: each at its first, second and third call. */
 std::vector<Planned> faults_of(const FaultSlot& slot, std::int64_t calls);
 
 }  // namespace kesh_host

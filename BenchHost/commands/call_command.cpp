@@ -1,6 +1,6 @@
 /**
  * @file   call_command.cpp
- * @brief  Makes the call, waits for its task where nobody else will, and shows what came of it.
+ * @brief  Makes the call, waits for its task on the command line, and shows the outcome.
  */
 #include "commands/call_command.h"
 
@@ -39,7 +39,7 @@ int exit_code_of(const Outcome& outcome) {
     return outcome.good() ? exit_ok : exit_call_failed;
 }
 
-/** The words of a range whose end is given by its distance from the begin. */
+/** The words of a range whose end is given by its distance from the beginning. */
 std::vector<std::string> with_distance(const Options& options, const std::vector<std::string>& words) {
     if (options.distance.empty()) return words;
     if (words.size() != 1)
@@ -53,7 +53,7 @@ int show(const Options& options, const Outcome& outcome) {
         print(json_line(to_json(outcome)));
     } else {
         const std::string text = result_text(outcome, look_of(options));
-        // Columns of numbers are laid out already, and one long number is not to be broken.
+        // Columns of numbers already fit, and one long number must not be broken.
         print(std::holds_alternative<TensorResult>(outcome.result) ? text : fitted(text, STDOUT_FILENO));
         print_error(fitted(failure_text(outcome, error_style_of(options)), STDERR_FILENO));
     }
@@ -75,7 +75,7 @@ int call_and_show(Session& session, const Export& entry, const Request& request)
     const Caller caller(session.library(), progress_look_of(options));
     Outcome outcome = caller.call(entry, words, options.call);
     if (outcome.status == Status::submitted && !request.at_prompt && !options.call.background) {
-        // On the shell's line there is nobody to come back to: the task is waited for.
+        // On the command line there is no prompt to return to, so the host waits for the task.
         const Outcome begun = outcome;
         outcome = caller.wait_for_task(begun.task->id, options.call);
         outcome.entry = begun.entry;

@@ -1,6 +1,6 @@
 /**
  * @file   call_command.h
- * @brief  The call of an export.
+ * @brief  The command that calls an export.
  */
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace kesh_host {
 
-/** Calls the export with the request's words and shows what came of it. Returns an exit code. @throws BadInput */
+/** Calls the export with the request's words and shows the outcome. Returns an exit code. @throws BadInput */
 int call_and_show(Session& session, const Export& entry, const Request& request);
 
 }  // namespace kesh_host

@@ -1,6 +1,6 @@
 /**
  * @file   campaign_commands.cpp
- * @brief  Runs a campaign.
+ * @brief  Runs the campaigns endure and faults.
  */
 #include "commands/campaign_commands.h"
 
@@ -35,7 +35,7 @@ int run_endurance(Session& session, const Request& request) {
 
 int run_faults(Session& session, const Request& request) {
     refuse_json(request, "faults");
-    // Every case begins in a process in which nothing has been called.
+    // Every case must begin in a process in which nothing has been called.
     if (request.at_prompt) throw BadInput("'faults' works on the command line only: kesh-host faults");
     for (const std::string& word : request.words) {
         if (find_export(word) == nullptr) throw BadInput(unknown_name(session.commands(), word));

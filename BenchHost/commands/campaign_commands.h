@@ -8,9 +8,9 @@
 
 namespace kesh_host {
 
-/** Hours of mixed calls, every answer checked. */
+/** Hours of mixed calls with every result checked. */
 int run_endurance(Session& session, const Request& request);
-/** The page of what comes of every fault. */
+/** The page of the outcomes of all faults. */
 int run_faults(Session& session, const Request& request);
 
 }  // namespace kesh_host

@@ -1,6 +1,6 @@
 /**
  * @file   command.h
- * @brief  What a command is.
+ * @brief  The description of a command, and of a line that requests one.
  */
 #pragma once
 
@@ -13,14 +13,14 @@ namespace kesh_host {
 
 class Session;
 
-/** A line of the shell or of the prompt, read. */
+/** A line of the shell or of the prompt after it has been read. */
 struct Request {
     const Options& options;
-    std::vector<std::string> words;  ///< what follows the name
+    std::vector<std::string> words;  ///< the words after the name
     bool at_prompt = false;
 };
 
-/** A word that is carried out and is no export. The one table of them is in command_table.cpp. */
+/** A command: a word that is not an export. command_table.cpp has the table of all commands. */
 struct Command {
     /** Returns an exit code. @throws BadInput */
     using Run = int (*)(Session& session, const Request& request);
@@ -28,9 +28,9 @@ struct Command {
     std::string name;
     std::string usage;
     std::string meaning;
-    Run run = nullptr;  ///< null: the prompt itself carries it out
+    Run run = nullptr;  ///< null: the prompt itself executes it
     bool prompt_only = false;
-    std::vector<std::string> choices = {};  ///< what the first argument may be, if that is known
+    std::vector<std::string> choices = {};  ///< the possible first arguments, if they are known
 };
 
 }  // namespace kesh_host

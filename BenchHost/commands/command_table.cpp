@@ -1,6 +1,6 @@
 /**
  * @file   command_table.cpp
- * @brief  Name, usage, meaning and function of each command.
+ * @brief  The table with the name, the usage, the meaning and the function of each command.
  */
 #include "commands/command_table.h"
 

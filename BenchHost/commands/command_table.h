@@ -1,6 +1,6 @@
 /**
  * @file   command_table.h
- * @brief  The one table of commands. Help, completion and the carrying out of a line read it.
+ * @brief  The one table of commands, which help, completion and the execution of a line read.
  */
 #pragma once
 

@@ -1,6 +1,6 @@
 /**
  * @file   event_output.cpp
- * @brief  Where the events of tasks are shown and written.
+ * @brief  Shows the events of tasks and writes them to files.
  */
 #include "commands/event_output.h"
 
@@ -31,13 +31,13 @@ void EventOutput::print(const Options& options) {
 }
 
 void EventOutput::print_after_call(const Options& options, const Outcome& outcome) {
-    // Submitted, or stopped waiting for: the task goes on by itself, if it has not ended already.
+    // Submitted, or the waiting was stopped: the task continues in the background, unless it has ended.
     if (outcome.task && (outcome.status == Status::submitted || outcome.task->running()))
         in_background_.insert(outcome.task->id);
     if (outcome.status == Status::submitted && outcome.task) background_files_[outcome.task->id] = options.events_file;
     auto events = host().tasks.take_events();
     write(options, events);
-    // What a call in the foreground raised has been shown as its progress and result.
+    // The events of a call in the foreground have been shown as its progress and result.
     if (!options.every_event || options.json)
         std::erase_if(events, [this](const Event& event) { return !in_background_.contains(event.task); });
     show(options, events);

@@ -21,15 +21,15 @@ class EventOutput {
   public:
     /** @throws BadInput if the options name a file that cannot be written */
     void begin_file(const Options& options);
-    /** Prints and writes the events that wait. */
+    /** Prints and writes the events that have not been printed yet. */
     void print(const Options& options);
-    /** The same right after a call: what it raised itself has been shown as its progress and its result. */
+    /** The same right after a call, whose own events have been shown as its progress and its result. */
     void print_after_call(const Options& options, const Outcome& outcome);
     /** Writes events that were taken elsewhere. */
     void write(const Options& options, const std::vector<Event>& events);
-    /** Says so if the options name a file, and no task runs and none ran. */
+    /** Prints a message if the options name a file and no task has run or runs. */
     void tell_of_no_events(const Options& options) const;
-    /** exit_ok, or exit_call_failed if events were lost on their way to a file. */
+    /** exit_ok, or exit_call_failed if events could not be written to a file. */
     int exit_code() const;
 
   private:
@@ -38,8 +38,8 @@ class EventOutput {
     EventLines lines_;
     EventFiles files_;
     std::map<mint, std::string> background_files_;  ///< --events of the line that submitted a task
-    std::set<mint> in_background_;  ///< tasks that nobody waits for: their events are printed as they come
-    bool lost_ = false;             ///< a file took no more
+    std::set<mint> in_background_;  ///< tasks in the background: their events are printed as they arrive
+    bool lost_ = false;             ///< an event could not be written to its file
 };
 
 }  // namespace kesh_host

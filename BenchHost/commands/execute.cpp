@@ -1,6 +1,6 @@
 /**
  * @file   execute.cpp
- * @brief  From options to the command that they name.
+ * @brief  Finds the command that the options and words name, and executes it.
  */
 #include "commands/execute.h"
 
@@ -69,7 +69,7 @@ void set_threads(const Library& library, int threads) {
                                 counted(static_cast<std::size_t>(*accepted), "thread", "threads")));
 }
 
-/** Finds out what the words name, and carries it out. @throws BadInput */
+/** Finds the command that the words name, and executes it. @throws BadInput */
 int carry_out(Session& session, const Options& options, bool at_prompt) {
     const std::string name = options.words.empty() ? "" : options.words[0];
     const Export* entry = find_export(name);
@@ -115,14 +115,14 @@ int execute(Session& session, const Options& options, bool at_prompt) {
         press_after(options.call.abort_after);
         session.events().begin_file(options);
         const int code = carry_out(session, options, at_prompt);
-        // A file for the whole script is looked at in the end.
+        // A file for the whole script is checked at the end.
         if (!at_prompt || options.events_file != session.defaults().events_file)
             session.events().tell_of_no_events(options);
         return std::max(code, session.events().exit_code());
     } catch (const BadInput& error) {
         return report_bad_input(options.json, options.words, error.what());
     } catch (const std::exception& error) {
-        // A file that takes no more, or a list that does not fit the memory a second time, as text.
+        // A file could not be written to its end, or the text of a list did not fit the memory.
         print_error(fitted(fmt::format("{}\n", printable(error.what())), STDERR_FILENO));
         return exit_call_failed;
     }

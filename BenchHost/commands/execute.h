@@ -1,6 +1,6 @@
 /**
  * @file   execute.h
- * @brief  Carries out one command of the shell's line or of the prompt.
+ * @brief  Executes one command of the command line or of the prompt.
  */
 #pragma once
 
@@ -12,9 +12,9 @@
 
 namespace kesh_host {
 
-/** Reads the words and carries them out. Returns the exit code; reports bad input itself. */
+/** Reads the words and executes them. Returns the exit code; reports bad input itself. */
 int execute(Session& session, const std::vector<std::string>& arguments, bool at_prompt);
-/** The same with options already read. */
+/** The same for options that have been read. */
 int execute(Session& session, const Options& options, bool at_prompt);
 
 }  // namespace kesh_host

@@ -10,7 +10,7 @@
 
 namespace kesh_host {
 
-/** Help on everything, for which no library is needed. */
+/** Help on everything; needs no library. */
 void print_help(std::span<const Command> commands, bool json);
 
 /** Help on everything, or on one export or command. */

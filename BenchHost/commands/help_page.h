@@ -15,7 +15,7 @@ namespace kesh_host {
 std::string help_text(std::span<const Command> commands, unsigned width);
 /** The text of "help" at the prompt, which fits a small terminal. */
 std::string prompt_help_text(std::span<const Command> commands, unsigned width);
-/** Columns for text on standard output that reads well. */
+/** The number of columns for readable text on standard output. */
 unsigned help_width();
 
 }  // namespace kesh_host

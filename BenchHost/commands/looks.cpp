@@ -1,6 +1,6 @@
 /**
  * @file   looks.cpp
- * @brief  Terminal, colour and width.
+ * @brief  Determines colours, width and character set from the options and the terminal.
  */
 #include "commands/looks.h"
 

@@ -1,6 +1,6 @@
 /**
  * @file   looks.h
- * @brief  How things look under given options on the streams of this process.
+ * @brief  The look of output on the streams of this process, as the options determine it.
  */
 #pragma once
 
@@ -11,11 +11,11 @@
 
 namespace kesh_host {
 
-/** Of answers on standard output. */
+/** The look of results on standard output. */
 PrintLook look_of(const Options& options);
-/** Of the progress line on standard error. */
+/** The look of the progress line on standard error. */
 ProgressLook progress_look_of(const Options& options);
-/** Of messages on standard error. */
+/** The look of messages on standard error. */
 Style error_style_of(const Options& options);
 
 }  // namespace kesh_host

@@ -1,6 +1,6 @@
 /**
  * @file   names.cpp
- * @brief  Looks names up.
+ * @brief  Looks up the names of exports and commands.
  */
 #include "commands/names.h"
 

@@ -1,6 +1,6 @@
 /**
  * @file   names.h
- * @brief  Names of exports and commands, and what a mistyped one may have meant.
+ * @brief  Finds exports and commands by name, and suggests names for a mistyped one.
  */
 #pragma once
 
@@ -14,7 +14,7 @@ namespace kesh_host {
 /** The command of that name, or null. */
 const Command* find_command(std::span<const Command> commands, const std::string& name);
 
-/** One line: there is no such export or command, and which are near. */
+/** One line that says that there is no such export or command, and which names are near. */
 std::string unknown_name(std::span<const Command> commands, const std::string& name);
 
 }  // namespace kesh_host

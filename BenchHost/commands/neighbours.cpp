@@ -1,6 +1,6 @@
 /**
  * @file   neighbours.cpp
- * @brief  Calls of the library's next-prime functions, and their results as lines.
+ * @brief  Calls the library's next-prime functions and prints their results as lines.
  */
 #include "commands/neighbours.h"
 
@@ -36,7 +36,7 @@ using Limbs = std::vector<umint>;
 
 constexpr std::size_t most_limbs = primality_bits / 64;
 
-/** A function of the library. @throws BadInput when a library without it was chosen */
+/** A function of the library. @throws BadInput if the chosen library does not have it */
 template <class Function>
 Function* needed(const Library& library, const char* name) {
     auto* const function = library.symbol<Function*>(name);
@@ -51,7 +51,7 @@ Limbs limbs_of(const cpp_int& n, std::size_t count) {
     return limbs;
 }
 
-/** Room for n and for a prime a little above it. */
+/** The number of limbs for n and for a prime a little above it. */
 std::size_t roomy(const cpp_int& n) {
     return std::min(to_limbs(n).size() + 1, most_limbs);
 }
@@ -126,9 +126,9 @@ int print_primes(Session& session, const Request& request) {
     const auto total = static_cast<std::int64_t>(wanted);
 
     const std::size_t len = roomy(from);
-    // From the number before on, so that a prime FROM is the first.
+    // The walk starts at FROM - 1, so that FROM itself comes first if it is prime.
     Limbs at = limbs_of(from > 0 ? cpp_int(from - 1) : from, len);
-    // Few enough for the first lines to come at once.
+    // So few that the first lines appear at once.
     const auto chunk = static_cast<std::int64_t>(32768 / (len * len));
     Limbs primes(static_cast<std::size_t>(chunk) * len);
     std::atomic<std::int64_t> printed = 0;

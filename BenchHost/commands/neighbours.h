@@ -1,6 +1,6 @@
 /**
  * @file   neighbours.h
- * @brief  The commands next-prime, previous-prime and primes: true values at any size up to 1024 bits.
+ * @brief  The commands next-prime, previous-prime and primes, for numbers of up to 1024 bits.
  */
 #pragma once
 
@@ -13,7 +13,7 @@ namespace kesh_host {
 int print_next_primes(Session& session, const Request& request);
 /** Prints the prime below each number. */
 int print_previous_primes(Session& session, const Request& request);
-/** Prints the first COUNT primes from FROM on, one a line. */
+/** Prints the first COUNT primes from FROM on, one per line. */
 int print_primes(Session& session, const Request& request);
 
 }  // namespace kesh_host

@@ -1,7 +1,6 @@
 /**
  * @file   number_stream.h
- * @brief  What KESH_PrimeQ answers for the numbers of a line, of a file or of a pipe, and the walks to their
- * neighbours.
+ * @brief  The verdicts of KESH_PrimeQ on the numbers of a line, a file or a pipe, and walks to their neighbours.
  */
 #pragma once
 
@@ -16,7 +15,7 @@
 
 namespace kesh_host {
 
-/** What all three forms work with. */
+/** The input that all three forms share. */
 struct NumberJob {
     const PrimalityTest& test;
     const Options& options;
@@ -25,15 +24,19 @@ struct NumberJob {
     Style errors;
 };
 
-/** Tests the numbers one after the other; nothing is tested when one of them is no number. Answers an exit code.
- * @throws BadInput */
+/**
+ * Tests the numbers one after another; tests none if one of them is not a number. Returns an exit code.
+ * @throws BadInput
+ */
 int test_numbers(const NumberJob& job, const std::vector<std::string>& words);
 
 /** Prints the neighbouring prime of each number. @throws BadInput */
 int walk_from_numbers(const NumberJob& job, const std::vector<std::string>& words);
 
-/** Tests the numbers of a file ("-": standard input), one a line; blank lines and lines beginning with # are skipped.
- * @throws BadInput */
+/**
+ * Tests the numbers of a file ("-": standard input), one per line; skips blank lines and lines that begin with #.
+ * @throws BadInput
+ */
 int test_number_stream(const NumberJob& job, const std::string& path);
 
 }  // namespace kesh_host

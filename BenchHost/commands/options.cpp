@@ -1,6 +1,6 @@
 /**
  * @file   options.cpp
- * @brief  The options, by CLI11, and what is known of each.
+ * @brief  Reads the options with CLI11, and lists the properties of each.
  */
 #include "commands/options.h"
 
@@ -31,7 +31,7 @@ constexpr const char* colour_type = "WHEN";
 constexpr const char* fault_type = "FAULT";
 
 /**
- * A word such as -5 or -2^3 is an argument; CLI11 would take it for an option. It travels with this mark in front.
+ * A word such as -5 or -2^3 is an argument; CLI11 would take it for an option. So this mark is put in front of it.
  */
 constexpr char word_mark = '\x01';
 
@@ -49,7 +49,7 @@ std::vector<std::string> colour_names() {
     return names;
 }
 
-/** Options that the flags set by name. */
+/** Values as CLI11 reads them, before they are turned into options. */
 struct RawFlags {
     bool progress = false;
     bool no_progress = false;
@@ -67,7 +67,7 @@ mint read_length(const std::string& text) {
     return length;
 }
 
-/** As CLI::Range, which lets "nan" pass. */
+/** Like CLI::Range, but refuses "nan". */
 CLI::Validator number_between(double low, double high) {
     return CLI::Validator(
         [low, high](const std::string& text) {
@@ -180,7 +180,7 @@ Options parse_options(const std::vector<std::string>& arguments, const Options& 
     RawFlags raw;
     const auto app = make_app(options, raw);
 
-    // CLI11 takes the words last first.
+    // CLI11 takes the words in reverse order.
     std::vector<std::string> marked;
     for (auto word = arguments.rbegin(); word != arguments.rend(); ++word) {
         marked.push_back(looks_like_negative_number(*word) || *word == "-" || word->starts_with(word_mark)
@@ -238,7 +238,7 @@ std::vector<OptionHelp> option_help() {
         for (const std::string& name : option->get_snames()) help.names.push_back("-" + name);
         for (const std::string& name : option->get_lnames()) help.names.push_back("--" + name);
         if (option->get_items_expected_max() > 0) {
-            // After a colon come the values that are taken, which the text names.
+            // The values after a colon are left out: the text names them.
             const std::string type = option->get_type_name();
             help.value = type.substr(0, type.find(':'));
             help.takes = OptionHelp::Takes::other;

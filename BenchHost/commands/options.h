@@ -1,6 +1,6 @@
 /**
  * @file   options.h
- * @brief  Options and words of one command, of the shell's line or of one line at the prompt.
+ * @brief  The options and words of one command, from the command line or from a line at the prompt.
  */
 #pragma once
 
@@ -31,7 +31,7 @@ struct Options {
 
     CallSettings call;
     std::optional<int> threads;  ///< of the counts, from this call on
-    std::string distance;        ///< of a range: its end is so far from its begin
+    std::string distance;        ///< of a range: the distance of its end from its beginning
 
     bool next = false;  ///< KESH_PrimeQ: go to the next prime
     bool previous = false;
@@ -51,27 +51,27 @@ struct Options {
 };
 
 /**
- * Reads a command. Options not given keep the value they have in `defaults`, which is how the prompt hands its own on
- * to every line.
+ * Reads a command. Options that are not given keep their value in `defaults`; the prompt passes its own options to
+ * every line in this way.
  * @throws BadInput
  */
 Options parse_options(const std::vector<std::string>& arguments, const Options& defaults);
 
-/** Whether --json is among the words, for a line whose options cannot be read. */
+/** Whether --json is among the words; for lines whose options cannot be read. */
 bool asks_for_json(const std::vector<std::string>& arguments);
 
-/** What is known of an option, for the help and for completion. */
+/** The properties of an option, for the help and for completion. */
 struct OptionHelp {
     enum class Takes { nothing, file, choice, other };
 
     std::string group;
     std::vector<std::string> names;  ///< with their dashes, short ones first
-    std::string value;               ///< what stands for its value in the help; empty without one
+    std::string value;               ///< the name of its value in the help; empty if it has no value
     std::string meaning;
     Takes takes = Takes::nothing;
     std::vector<std::string> choices;  ///< beginnings of the values, if these are known
 };
-/** Every option that is for people, in the order of the help. */
+/** Every option for people, in the order of the help. */
 std::vector<OptionHelp> option_help();
 
 /** The long names of all options, for completion. */

@@ -76,7 +76,7 @@ Ends read_range(const std::vector<std::string>& words, umint default_begin) {
     return {static_cast<umint>(a), static_cast<umint>(b)};
 }
 
-/** Runs a count as a task and takes down its events. */
+/** Runs a count as a task and records its events. */
 Plot event_plot(Session& session, const Request& request) {
     const std::vector<std::string>& words = request.words;
     const Export* entry = words.size() < 2 ? nullptr : find_export(words[1]);

@@ -12,10 +12,10 @@
 
 namespace kesh_host {
 
-/** What can be plotted: "pi", "gaps" and so on. */
+/** The kinds of plots: "pi", "gaps" and so on. */
 std::vector<std::string> plot_kinds();
 
-/** Carries out "plot KIND ...". */
+/** Executes "plot KIND ...". */
 int draw_plot(Session& session, const Request& request);
 
 }  // namespace kesh_host

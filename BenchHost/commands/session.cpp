@@ -1,6 +1,6 @@
 /**
  * @file   session.cpp
- * @brief  Opens the library and listens to breaches.
+ * @brief  Opens the library, and prints breaches when they occur.
  */
 #include "commands/session.h"
 

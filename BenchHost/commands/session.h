@@ -1,6 +1,6 @@
 /**
  * @file   session.h
- * @brief  What the commands of one process share: the opened library, the options that hold for every line, the events.
+ * @brief  The common state of the commands of one process: the opened library, the options for every line, the events.
  */
 #pragma once
 
@@ -29,7 +29,7 @@ class Session {
     const Options& defaults() const {
         return defaults_;
     }
-    /** To be changed by the command set. */
+    /** The command set changes these. */
     Options& defaults() {
         return defaults_;
     }

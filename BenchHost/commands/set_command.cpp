@@ -1,6 +1,6 @@
 /**
  * @file   set_command.cpp
- * @brief  Settings of the prompt.
+ * @brief  Changes and shows the settings of the prompt.
  */
 #include "commands/set_command.h"
 

@@ -11,10 +11,10 @@
 
 namespace kesh_host {
 
-/** What can be set. */
+/** The names of the settings. */
 std::vector<std::string> setting_names();
 
-/** Sets how the next lines print, or shows it. */
+/** Sets how the next lines print, or shows the settings. */
 int change_settings(Session& session, const Request& request);
 
 }  // namespace kesh_host

@@ -1,6 +1,6 @@
 /**
  * @file   suggest.cpp
- * @brief  Dynamic programming over two words.
+ * @brief  Computes edit distances and chooses the nearest names.
  */
 #include "commands/suggest.h"
 
@@ -12,7 +12,7 @@ namespace kesh_host {
 
 namespace {
 
-/** Letters of a name's beginning that are enough to suggest it. */
+/** The number of first letters of a name that is enough to suggest it. */
 constexpr std::size_t shortest_beginning = 4;
 
 char lower(char c) {
@@ -43,7 +43,7 @@ std::vector<std::string> nearest_names(std::string_view typed, std::span<const s
     for (const std::string& name : names) {
         const std::string_view tail = std::string_view(name).substr(name.rfind('_') + 1);
         const std::size_t distance = std::min(edit_distance(typed, name), edit_distance(typed, tail));
-        // Beginnings, which Tab would complete, come after the mistyped.
+        // Names that begin with the typed word, which Tab would complete, come after mistyped ones.
         const bool begins =
             typed.size() >= shortest_beginning && edit_distance(typed, name.substr(0, typed.size())) == 0;
         if (distance <= 1 + typed.size() / 5) {
@@ -55,7 +55,7 @@ std::vector<std::string> nearest_names(std::string_view typed, std::span<const s
     std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<std::string> result;
     for (std::size_t i = 0; i < near.size() && i < 3; ++i) {
-        // What differs in upper and lower case alone is what was meant.
+        // A name that differs only in upper and lower case is the intended one.
         if (i > 0 && near[0].first == 0 && near[i].first > 0) break;
         result.push_back(near[i].second);
     }

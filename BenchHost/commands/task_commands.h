@@ -1,6 +1,6 @@
 /**
  * @file   task_commands.h
- * @brief  The commands tasks, stop and wait, and what is done with tasks when a session ends.
+ * @brief  The commands tasks, stop and wait, and the treatment of tasks at the end of a session.
  */
 #pragma once
 
@@ -18,7 +18,7 @@ int wait_for_tasks(Session& session, const Request& request);
 
 /** Waits for every task and prints their events; at the end of a script. Returns an exit code. */
 int wait_for_all(Session& session, const Options& options);
-/** Stops what still runs and waits a little for it. */
+/** Stops the running tasks and waits a little for their end. */
 void stop_all(Session& session);
 
 }  // namespace kesh_host

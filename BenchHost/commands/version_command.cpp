@@ -1,6 +1,6 @@
 /**
  * @file   version_command.cpp
- * @brief  Versions of all that takes part.
+ * @brief  Prints the versions of the host, the library and its dependencies.
  */
 #include "commands/version_command.h"
 
@@ -30,7 +30,7 @@ nlohmann::ordered_json version_json(const Library& library) {
             versions[name] = *version;
     }
     if (const std::string silent = why_counts_are_silent(library); !silent.empty()) versions["counts"] = silent;
-    // The library chooses by the same code, which is compiled into both.
+    // The library chooses with the same code, which is compiled into both.
     versions["kernels"] = kesh::name(kesh::supported_level());
     return versions;
 }

@@ -8,7 +8,7 @@
 
 namespace kesh_host {
 
-/** Versions of host, library and what the library rests on. */
+/** Versions of the host, the library and its dependencies. */
 int show_version(Session& session, const Request& request);
 
 }  // namespace kesh_host

@@ -1,6 +1,6 @@
 /**
  * @file   gnuplot.cpp
- * @brief  Writes a script, has gnuplot draw it, and writes the picture.
+ * @brief  Writes a script for gnuplot, runs gnuplot, and writes the picture.
  */
 #include "plots/gnuplot.h"
 
@@ -21,7 +21,7 @@ namespace kesh_host {
 
 namespace {
 
-/** A gnuplot string in single quotes: a quote inside is doubled, and that is all there is to escape. */
+/** A gnuplot string in single quotes: a quote inside is doubled, and nothing else needs an escape. */
 std::string quoted(const std::string& text) {
     std::string result = "'";
     for (const char c : text) result += c == '\'' ? "''" : std::string(1, c);
@@ -48,7 +48,7 @@ std::string gnuplot_script(const Plot& plot, Picture kind) {
         script += "END\n";
     }
     for (std::size_t i = 0; i < plot.curves.size(); ++i) {
-        // Where a curve covers the first, that one shows through the dashes.
+        // Where a curve covers the first one, that is visible between the dashes.
         const char* look = plot.bars ? "boxes" : (i == 0 ? "lines linewidth 2" : "lines linewidth 2 dashtype 2");
         script += fmt::format("{}$curve{} using 1:2 with {} title {}", i == 0 ? "plot " : ", ", i, look,
                               quoted(plot.curves[i].name));
@@ -63,8 +63,8 @@ void check_picture_file(const std::string& path) {
 }
 
 void draw_with_gnuplot(const Plot& plot, Picture kind, const std::string& path) {
-    // The script goes through a file without a name: nothing that was typed reaches the shell, and gnuplot that ends
-    // early leaves no broken pipe behind.
+    // gnuplot reads the script from an unnamed file: no typed text reaches the shell, and no pipe breaks if gnuplot
+    // ends early.
     const std::unique_ptr<FILE, int (*)(FILE*)> script(std::tmpfile(), std::fclose);
     const std::string text = gnuplot_script(plot, kind);
     if (!script || std::fwrite(text.data(), 1, text.size(), script.get()) != text.size() ||

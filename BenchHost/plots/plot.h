@@ -1,6 +1,6 @@
 /**
  * @file   plot.h
- * @brief  What a plot shows, however it is drawn.
+ * @brief  The contents of a plot, whatever draws it.
  */
 #pragma once
 

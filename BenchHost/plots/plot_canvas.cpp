@@ -1,6 +1,6 @@
 /**
  * @file   plot_canvas.cpp
- * @brief  Scaling, dots and axes.
+ * @brief  Draws a plot with characters: scales the curves, sets the dots, and adds the axes.
  */
 #include "plots/plot_canvas.h"
 
@@ -20,7 +20,7 @@ namespace {
 /** The dots of one braille character: two columns, four rows, in the order of the code's bits. */
 constexpr std::array<std::array<unsigned, 2>, 4> braille_bits = {
     {{0x01, 0x08}, {0x02, 0x10}, {0x04, 0x20}, {0x40, 0x80}}};
-/** One letter a curve where there is no braille. */
+/** One letter for each curve, if there is no braille. */
 constexpr std::string_view letters = "*o+x#";
 
 struct Box {
@@ -54,7 +54,7 @@ std::string utf8(unsigned code) {
             static_cast<char>(0x80 | (code & 0x3f))};
 }
 
-/** The drawing area: cells of characters, each with the dots that are set and the curve that set the last of them. */
+/** The drawing area: cells of characters, each with its dots and the curve that set the last of them. */
 class Canvas {
   public:
     Canvas(unsigned columns, unsigned rows, bool braille)
@@ -71,7 +71,7 @@ class Canvas {
         return braille_ ? rows_ * 4 : rows_;
     }
 
-    /** Sets the dot; y counts from below. */
+    /** Sets the dot; y counts from the bottom. */
     void dot(unsigned x, unsigned y, unsigned curve) {
         if (x >= dot_columns() || y >= dot_rows()) return;
         const unsigned from_above = dot_rows() - 1 - y;
@@ -168,7 +168,7 @@ std::string draw_in_terminal(const Plot& plot, unsigned width, unsigned height, 
     Canvas canvas(columns, rows, utf8_wanted);
     const Scale x(box.x_low, box.x_high, canvas.dot_columns());
     const Scale y(box.y_low, box.y_high, canvas.dot_rows());
-    // The first curve last, so that it lies on top where they meet.
+    // The first curve is drawn last, so that it is on top.
     for (auto i = static_cast<unsigned>(plot.curves.size()); i-- > 0;) {
         plot.bars ? draw_bars(canvas, plot.curves[i], i, x, y) : draw_line(canvas, plot.curves[i], i, x, y);
     }

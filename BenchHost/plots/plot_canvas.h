@@ -11,8 +11,9 @@
 
 namespace kesh_host {
 
-/** The plot in `width` columns and `height` rows, axes and legend included: braille dots, or letters where there is no
- * UTF-8. */
+/**
+ * The plot in `width` columns and `height` rows, with axes and legend, in braille dots, or in letters without UTF-8.
+ */
 std::string draw_in_terminal(const Plot& plot, unsigned width, unsigned height, bool utf8, const Style& style);
 
 /** 1.2e+12 and the like, short enough for an axis. */

@@ -1,6 +1,6 @@
 /**
  * @file   plot_data.cpp
- * @brief  Calls of the library, point by point.
+ * @brief  Computes the curves by calls of the library, point by point.
  */
 #include "plots/plot_data.h"
 
@@ -23,9 +23,11 @@ namespace {
 /** The twin prime constant, the product of 1 - 1/(p - 1)^2 over the odd primes (OEIS A005597). */
 constexpr double twin_prime_constant = 0.66016181584686957;
 
-/** Gaps are taken from lists of primes: as long a range at a time as keeps a list below a few million primes. */
+/**
+ * Gaps are taken from lists of primes, one for each range of this length: a list then has at most a few million primes.
+ */
 constexpr umint gap_piece = 50'000'000;
-/** Twins are counted in ranges of a second or less, between which the plot can be stopped. */
+/** Twins are counted in ranges of this length, which take a second or less; between them the plot can be stopped. */
 constexpr umint twin_piece = 1'000'000'000;
 
 mint integer_of(const Outcome& outcome) {
@@ -38,7 +40,7 @@ mint integer_of(const Outcome& outcome) {
 umint call(const PlotJob& job, std::string_view name, const std::vector<mint>& arguments) {
     if (job.stop()) throw PlotStopped{};
     const Outcome outcome = call_export(job.library, name, arguments);
-    // A count that Ctrl-C reaches in the middle answers with an error.
+    // A count that Ctrl-C stops returns an error.
     if (outcome.status == Status::error && job.stop()) throw PlotStopped{};
     return static_cast<umint>(integer_of(outcome));
 }
@@ -77,7 +79,7 @@ Plot pi_plot(const PlotJob& job, umint a, umint b) {
         integral.points.push_back({static_cast<double>(x), logarithmic_integral(real)});
         job.progress(static_cast<double>(i + 1) / job.points);
     }
-    // Of a double that is larger than 2^53 the last digits are not known.
+    // The last digits of a double above 2^53 are not exact.
     const double truth = pi.points.back().y;
     plot.notes = {fmt::format("at x = {}: pi(x) = {}, x / ln x = {:.15g} ({}), Li(x) = {:.15g} ({})", b, primes,
                               std::round(quotient.points.back().y), percent_off(quotient.points.back().y, truth),
@@ -160,7 +162,7 @@ Plot twin_plot(const PlotJob& job, umint a, umint b) {
         const umint before = begin;
         while (begin <= point) {
             umint end = point - begin > twin_piece ? begin + twin_piece : point;
-            // Only where no pair lies across may the range be cut.
+            // The range may be cut only where the cut does not divide a pair.
             if (end < b) {
                 const auto cut = cut_before(begin, end);
                 if (!cut) break;

@@ -1,6 +1,6 @@
 /**
  * @file   plot_data.h
- * @brief  Where the curves of the plots come from.
+ * @brief  Computes the curves of the plots.
  */
 #pragma once
 
@@ -11,11 +11,11 @@
 
 namespace kesh_host {
 
-/** What a plot is computed with. */
+/** The parameters of the computation of a plot. */
 struct PlotJob {
     const Library& library;
     unsigned points;                       ///< of a curve
-    std::function<void(double)> progress;  ///< told the fraction that is done
+    std::function<void(double)> progress;  ///< receives the fraction that is done
     std::function<bool()> stop;
 };
 
@@ -25,8 +25,10 @@ struct PlotStopped {};
 /** The offset logarithmic integral, the integral of 1/ln t from 2 to x. Precondition: x >= 2. */
 double logarithmic_integral(double x);
 
-/** The integral of 1/ln^2 t from 2 to x, times twice the twin prime constant: how many twins are expected up to x.
- * Precondition: x >= 2. */
+/**
+ * The expected number of twins up to x: twice the twin prime constant times the integral of 1/ln^2 t from 2 to x.
+ * Precondition: x >= 2.
+ */
 double expected_twins(double x);
 
 /** pi(x), x / ln x and Li(x) over [a, b]. */

@@ -1,6 +1,6 @@
 /**
  * @file   completion.cpp
- * @brief  Which names complete a word: exports and commands at the line's head, options after it.
+ * @brief  Finds the names that complete a word: exports and commands for the first word of a line, options after it.
  */
 #include "prompt/completion.h"
 
@@ -25,8 +25,8 @@ std::string lower(std::string_view text) {
 }
 
 /**
- * The names that the word completes: those that begin with it, or else those that do so in letters of either case, or
- * else those that contain it.
+ * The names that complete the word: those that begin with it; if there are none, those that begin with it in letters of
+ * either case; if there are none, those that contain it.
  */
 std::vector<std::string> matching(const std::vector<std::string>& names, std::string_view word) {
     const std::string small = lower(word);
@@ -43,7 +43,7 @@ std::vector<std::string> matching(const std::vector<std::string>& names, std::st
     return kept;
 }
 
-/** Exports, and the commands too, those of the prompt only where they are wanted. */
+/** The names of exports, of the commands if `commands`, and of those for the prompt if `prompt_commands`. */
 std::vector<std::string> names_of_calls(bool commands, bool prompt_commands) {
     std::vector<std::string> names;
     for (const Export& entry : export_table()) names.emplace_back(entry.name);
@@ -84,7 +84,7 @@ std::string lines_of(const std::vector<std::string>& words) {
     return text;
 }
 
-/** "none", "file", "words" with the words, or "other": what follows the word that is before the cursor. */
+/** What follows the word before the cursor: "none", "file", "words" with the words, or "other". */
 std::string value_of(std::string_view option) {
     for (const OptionHelp& help : option_help()) {
         if (std::find(help.names.begin(), help.names.end(), option) == help.names.end()) continue;

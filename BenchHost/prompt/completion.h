@@ -14,9 +14,9 @@ namespace kesh_host {
 std::vector<std::string> completions(std::string_view before_cursor, std::size_t& word_begin);
 
 /**
- * What the shell asks, one word a line: "names" of exports and commands, "options", what the first argument of the
- * command of this name may be; all of them, or those that complete `word`. "value": what follows the option `word`,
- * which is "none", "file", "other", or "words" and the words.
+ * The words for the shell's completion, one per line: "names" of exports and commands, "options", or the possible first
+ * arguments of the command of this name; all of them, or those that complete `word`. For "value", what follows the
+ * option `word`: "none", "file", "other", or "words" and the words.
  */
 std::string shell_completion_words(std::string_view what, std::string_view word);
 

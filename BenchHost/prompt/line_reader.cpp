@@ -1,6 +1,6 @@
 /**
  * @file   line_reader.cpp
- * @brief  libedit, with a reader that also watches for events and Ctrl-C.
+ * @brief  Reads lines with libedit; while it waits for a key, it prints events and notices Ctrl-C.
  */
 #include "prompt/line_reader.h"
 
@@ -32,8 +32,7 @@ constexpr char end_of_input = 4;
 
 constexpr int history_length = 1000;
 
-/** Where the history is kept between sessions: $XDG_STATE_HOME/kesh-host/history, or below ~/.local/state. Empty:
- * nowhere. */
+/** The file of the history: $XDG_STATE_HOME/kesh-host/history, or below ~/.local/state. Empty if there is none. */
 std::string history_path() {
     namespace fs = std::filesystem;
     const char* state = std::getenv("XDG_STATE_HOME");
@@ -53,7 +52,7 @@ std::string history_path() {
 
 }  // namespace
 
-/** The prompt's terminal. libedit calls back with its handle; the object stands behind it as client data. */
+/** The prompt's terminal. libedit calls back with its handle, whose client data is the object. */
 class LineReader::Terminal {
   public:
     explicit Terminal(Session& session)
@@ -82,7 +81,7 @@ class LineReader::Terminal {
         int count = 0;
         const char* text = el_gets(edit_.get(), &count);
         if (text == nullptr || count <= 0) {
-            // Ctrl-C at the prompt drops the line; everything else that ends the input leaves.
+            // Ctrl-C at the prompt drops the line; any other end of the input leaves the prompt.
             if (interrupts_seen() == 0) return false;
             el_reset(edit_.get());
             print("^C\n");
@@ -115,7 +114,7 @@ class LineReader::Terminal {
         const std::size_t queued = std::min(host().tasks.queued(), open);
         std::string plain = open == 0 ? "kesh>" : fmt::format("kesh ({} running, {} queued)>", open - queued, queued);
         if (open > 0 && queued == 0) plain = fmt::format("kesh ({} running)>", open);
-        // \1 ... \1 encloses what takes no room on the screen; libedit drops it at the very end.
+        // \1 ... \1 encloses characters that take no room on the screen; libedit drops it at the very end.
         reader->prompt_ = (style.coloured() ? fmt::format("\1\033[1;34m\1{}\1\033[0m\1", plain) : plain) + " ";
         return reader->prompt_.data();
     }
@@ -140,7 +139,7 @@ class LineReader::Terminal {
             if (got < 0 && errno == EINTR) continue;
             if (got <= 0) return 0;
             // A Ctrl-D that was typed while a call ran, when the terminal was in line mode, is read as a zero byte.
-            // libedit would take it for the key of what the terminal has switched off, which quotes the next key.
+            // libedit would take it for the key that quotes the next key, because the terminal has disabled that key.
             if (byte == 0) byte = end_of_input;
             const std::size_t used = std::mbrtowc(character, &byte, 1, &state);
             if (used == static_cast<std::size_t>(-2)) continue;  // more bytes of the same character follow
@@ -171,7 +170,7 @@ class LineReader::Terminal {
             common.erase(differ, common.end());
         }
         const std::string_view typed = before.substr(begin);
-        // What was typed may stand in the middle of the names, or in letters of the other case.
+        // The typed letters may be in the middle of the names, or differ in case.
         const auto same = [](char a, char b) { return std::tolower(a & 0xff) == std::tolower(b & 0xff); };
         const bool holds_typed =
             std::search(common.begin(), common.end(), typed.begin(), typed.end(), same) != common.end();

@@ -1,6 +1,6 @@
 /**
  * @file   line_reader.h
- * @brief  Lines typed at a terminal: editing, history, completion, and events as they come.
+ * @brief  Reads lines at a terminal, with editing, history, completion, and events as they arrive.
  */
 #pragma once
 

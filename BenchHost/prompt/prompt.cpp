@@ -1,6 +1,6 @@
 /**
  * @file   prompt.cpp
- * @brief  Lines of a terminal or of a pipe, one after the other.
+ * @brief  Executes the lines of a terminal or of a pipe, one after another.
  */
 #include "prompt/prompt.h"
 
@@ -27,7 +27,7 @@ namespace kesh_host {
 
 namespace {
 
-/** One line of prompt or script. Answers its exit code; sets `leave` at quit. */
+/** Executes one line of the prompt or a script. Returns its exit code; sets `leave` at quit. */
 int run_line(Session& session, const std::string& line, bool& leave) {
     std::vector<std::string> words;
     try {
@@ -74,7 +74,7 @@ int run_script(Session& session) {
     int code = exit_ok;
     std::string line;
     for (bool leave = false; !leave && std::getline(std::cin, line);) {
-        // Lines that end as Windows ends them.
+        // Lines may end with a carriage return, as on Windows.
         if (line.ends_with('\r')) line.pop_back();
         code = std::max(code, run_line(session, line, leave));
         session.events().print(session.defaults());

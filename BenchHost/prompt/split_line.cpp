@@ -1,6 +1,6 @@
 /**
  * @file   split_line.cpp
- * @brief  Words of a line at the prompt.
+ * @brief  Splits lines into words, and the forms Name(a, b) and Name[a, b] into name and arguments.
  */
 #include "prompt/split_line.h"
 
@@ -28,8 +28,10 @@ bool name_character(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
 }
 
-/** Whether text[start..] is the rest of a number such as 1,000: three digits that begin with 0 right after a digit's
- * comma. */
+/**
+ * Whether text[start..] is the rest of a number such as 1,000: three digits, the first one 0, after a digit and a
+ * comma.
+ */
 bool digits_after_a_comma(std::string_view text, std::size_t start) {
     const std::string_view group = text.substr(start);
     return group.size() == 3 && group[0] == '0' && group.find_first_not_of("0123456789") == std::string_view::npos &&

@@ -1,6 +1,6 @@
 /**
  * @file   bad_input.h
- * @brief  The exception for what the user typed and the host cannot use.
+ * @brief  The exception for input that the host cannot use.
  */
 #pragma once
 
@@ -8,7 +8,7 @@
 
 namespace kesh_host {
 
-/** Input that no call is made of. what() is one line: what is wrong and what would be right. */
+/** Bad input; nothing was called. what() is one line: what is wrong and what would be right. */
 class BadInput : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;

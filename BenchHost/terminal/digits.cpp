@@ -1,6 +1,6 @@
 /**
  * @file   digits.cpp
- * @brief  Groups of three.
+ * @brief  Separates the digits of a number into groups of three.
  */
 #include "terminal/digits.h"
 

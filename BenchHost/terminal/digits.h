@@ -1,6 +1,6 @@
 /**
  * @file   digits.h
- * @brief  Digits made readable.
+ * @brief  Separates the digits of long numbers into groups.
  */
 #pragma once
 

@@ -1,6 +1,6 @@
 /**
  * @file   exit_codes.h
- * @brief  What kesh-host tells the shell. The larger code wins when several calls were made.
+ * @brief  The exit codes of kesh-host. After several calls the largest one is used.
  */
 #pragma once
 

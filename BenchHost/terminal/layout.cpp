@@ -1,6 +1,6 @@
 /**
  * @file   layout.cpp
- * @brief  Line breaks for a terminal.
+ * @brief  Breaks text into lines that fit a terminal.
  */
 #include "terminal/layout.h"
 
@@ -14,7 +14,7 @@ namespace kesh_host {
 
 namespace {
 
-/** Columns that the text takes: one a character, none for the bytes of "ESC [ ... m". */
+/** The columns of the text: one per character, none for the bytes of "ESC [ ... m". */
 std::size_t columns_of(std::string_view text) {
     std::size_t columns = 0;
     bool escape = false;

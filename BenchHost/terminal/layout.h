@@ -8,11 +8,13 @@
 
 namespace kesh_host {
 
-/** Breaks text at blanks so that no line is longer than `width`; lines after the first are indented. Escape sequences
- * take no room. */
+/**
+ * Breaks text at blanks so that no line is longer than `width`; lines after the first are indented. Escape sequences
+ * take no room.
+ */
 std::string wrapped(const std::string& text, unsigned width, unsigned indent);
 
-/** Where `fd` is a terminal, the text with the lines that are too long for it wrapped; elsewhere lines stay whole. */
+/** If `fd` is a terminal, the text with its long lines wrapped; otherwise the unchanged text. */
 std::string fitted(const std::string& text, int fd);
 
 }  // namespace kesh_host

@@ -1,6 +1,6 @@
 /**
  * @file   output.cpp
- * @brief  Standard output and standard error.
+ * @brief  Writes text to standard output and standard error.
  */
 #include "terminal/output.h"
 

@@ -1,6 +1,6 @@
 /**
  * @file   output_file.cpp
- * @brief  Writing with every error looked at.
+ * @brief  Writes files and checks every error.
  */
 #include "terminal/output_file.h"
 

@@ -1,7 +1,7 @@
 /**
  * @file   output_file.h
- * @brief  Files that the host writes: pictures and tables of events. What cannot be written is said, before the work
- * where that can be known, and never passes as written.
+ * @brief  The files that the host writes: pictures and tables of events. Every failure to write is reported, before the
+ * work begins if it can be known then.
  */
 #pragma once
 
@@ -10,13 +10,13 @@
 
 namespace kesh_host {
 
-/** Something that was to be written could not be. what() is one line. */
+/** A file or standard output could not be written. what() is one line. */
 class OutputError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/** Asks whether the file can be written, or made in its folder. Changes nothing. @throws BadInput */
+/** Checks whether the file can be written, or created in its folder. Changes nothing. @throws BadInput */
 void check_writable(const std::string& path);
 
 /** Replaces the file's content. @throws OutputError */

@@ -1,6 +1,6 @@
 /**
  * @file   printable.cpp
- * @brief  UTF-8, one character at a time.
+ * @brief  Finds the characters of UTF-8 text, and replaces those that cannot be printed.
  */
 #include "terminal/printable.h"
 
@@ -19,7 +19,7 @@ std::size_t sequence_length(std::string_view text) {
     if (lead < 0x80) return 1;
     const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
     if (lead < 0xc2 || lead > 0xf4 || text.size() < length) return 0;
-    // The second byte keeps out overlong forms, surrogates and what lies beyond U+10FFFF.
+    // The range of the second byte excludes overlong forms, surrogates and values above U+10FFFF.
     const unsigned low = lead == 0xe0 ? 0xa0 : lead == 0xf0 ? 0x90 : 0x80;
     const unsigned high = lead == 0xed ? 0x9f : lead == 0xf4 ? 0x8f : 0xbf;
     if (byte(1) < low || byte(1) > high) return 0;

@@ -1,6 +1,6 @@
 /**
  * @file   printable.h
- * @brief  Text that came from outside, made fit for one line of a terminal: a message shows what was typed, whatever
+ * @brief  Makes text from outside fit for one line of a terminal, so that a message can show what was typed, whatever
  * its bytes are.
  */
 #pragma once
@@ -11,11 +11,13 @@
 
 namespace kesh_host {
 
-/** The first character of a text: the bytes of one UTF-8 sequence, or a single byte that begins none. Empty for an
- * empty text. */
+/**
+ * The first character of a text: the bytes of one UTF-8 sequence, or a single byte that begins none. Empty for an empty
+ * text.
+ */
 std::string_view first_character(std::string_view text);
 
-/** The text with each control character and each byte that is no UTF-8 written as \xNN. */
+/** The text with each control character and each byte that is not UTF-8 written as \xNN. */
 std::string printable(std::string_view text);
 
 /** The text, or its first characters, at most `limit` bytes, and "...". */

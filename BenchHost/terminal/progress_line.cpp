@@ -1,6 +1,6 @@
 /**
  * @file   progress_line.cpp
- * @brief  The thread that redraws.
+ * @brief  Redraws the progress line from a thread of its own.
  */
 #include "terminal/progress_line.h"
 
@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 /** Calls shorter than this show nothing. */
 constexpr double quiet_time = 0.5;
 constexpr auto redraw_interval = 100ms;
-/** Seconds between two lines where the line cannot be redrawn. */
+/** Seconds between two lines if the line cannot be redrawn. */
 constexpr double line_interval = 2;
 
 }  // namespace
@@ -53,7 +53,7 @@ void ProgressLine::above(const std::string& text) {
     if (drawn_) std::fflush(stdout);
     erase();
     std::fputs(text.c_str(), stdout);
-    // Only where both share a terminal does the order on the screen depend on it.
+    // The order on the screen depends on this only if both streams share a terminal.
     if (look_.visible) std::fflush(stdout);
 }
 

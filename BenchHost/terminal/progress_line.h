@@ -1,6 +1,6 @@
 /**
  * @file   progress_line.h
- * @brief  Shows on standard error how far a call is.
+ * @brief  Shows the progress of a call on standard error.
  */
 #pragma once
 
@@ -16,20 +16,20 @@
 
 namespace kesh_host {
 
-/** Draws on standard error from a thread of its own while it lives; the line is gone afterwards. */
+/** Draws the line on standard error from a thread of its own while it exists, and removes the line at its end. */
 class ProgressLine {
   public:
     struct Source {
         std::function<std::optional<double>()> fraction;
         std::function<std::string()> note;  ///< may be empty
-        /** Called about ten times a second, visible or not: where Ctrl-C is turned into a stop request. */
+        /** Called about ten times a second, visible or not; turns Ctrl-C into a stop request. */
         std::function<void()> tick;
     };
 
     ProgressLine(ProgressLook look, std::string label, Source source);
     ~ProgressLine();
     ProgressLine(const ProgressLine&) = delete;
-    /** Writes text to standard output where the line stands; the line is drawn again below it. */
+    /** Writes text to standard output above the line, which is drawn again below it. */
     void above(const std::string& text);
     ProgressLine& operator=(const ProgressLine&) = delete;
 

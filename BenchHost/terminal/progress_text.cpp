@@ -1,6 +1,6 @@
 /**
  * @file   progress_text.cpp
- * @brief  Bar, spinner and the time left.
+ * @brief  Draws the bar or the spinner, and the time left.
  */
 #include "terminal/progress_text.h"
 
@@ -16,7 +16,7 @@ namespace kesh_host {
 
 namespace {
 
-/** The time left is worth telling once this part of the work is done, or, of long work, after so many seconds. */
+/** The time left is shown once this part of the work is done, or, for long work, after this many seconds. */
 constexpr double earliest_estimate = 0.02;
 constexpr double latest_estimate_time = 2;
 std::string bar(double fraction, unsigned cells, const ProgressLook& look) {
@@ -52,8 +52,8 @@ std::string render_progress(const std::string& label, std::optional<double> frac
     } else if (part > earliest_estimate || (part > 0 && elapsed >= latest_estimate_time)) {
         tail += fmt::format(", {} left", format_duration(elapsed * (1 - part) / part));
     }
-    // Label, bar and tail share the line; the last columns stay free for the terminal's own ^C, so that it does not
-    // wrap.
+    // Label, bar and tail share the line; the last columns stay free for the ^C that the terminal prints, so that it
+    // does not wrap.
     const std::size_t room = width > tail.size() + 5 ? width - tail.size() - 5 : 0;
     const std::string name = label.substr(0, room > 12 ? room - 12 : 0);
     const auto cells =

@@ -21,7 +21,7 @@ struct ProgressLook {
 
 /**
  * The progress line at one moment, fitted to `width` columns.
- * @param fraction  part of the work that is done, 0 to 1; none where only the elapsed time is known
+ * @param fraction part of the work that is done, 0 to 1; none if only the elapsed time is known
  * @param note      replaces the time left, for example "stopping"
  */
 std::string render_progress(const std::string& label, std::optional<double> fraction, double elapsed,

@@ -1,6 +1,6 @@
 /**
  * @file   terminal.cpp
- * @brief  isatty, TIOCGWINSZ, NO_COLOR and the locale's character set.
+ * @brief  Finds out the width, the colours and the character set of a stream.
  */
 #include "terminal/terminal.h"
 

@@ -1,6 +1,6 @@
 /**
  * @file   terminal.h
- * @brief  What the streams are connected to: width, colour, character set.
+ * @brief  The properties of the streams: width, colour, character set.
  */
 #pragma once
 
@@ -11,7 +11,7 @@ namespace kesh_host {
 
 enum class ColourChoice { automatic, always, never };
 
-/** The colours and marks of one output stream; plain text when the stream is no terminal or NO_COLOR is set. */
+/** The colours and marks of one output stream; plain text if the stream is not a terminal or NO_COLOR is set. */
 class Style {
   public:
     Style() = default;
@@ -48,7 +48,7 @@ class Style {
 
 bool is_terminal(int fd);
 
-/** Columns of the terminal of `fd`; 80 where there is none (COLUMNS, when set, is taken then). */
+/** Columns of the terminal of `fd`; if there is none, COLUMNS, or else 80. */
 unsigned terminal_width(int fd);
 
 /** Whether the locale writes UTF-8, so that block and braille characters may be used. */
