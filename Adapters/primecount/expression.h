@@ -19,7 +19,7 @@ __extension__ typedef __int128 int128_t;
 /** Every literal and every intermediate value is below 2^4096 in absolute value: up to 1,233 digits always fit. */
 constexpr size_t expression_bits = 4096;
 
-/** The number of operators, signs and parentheses that may wait for their right operand or their closing one. */
+/** The number of operators, signs and open parentheses that may be pending at the same time. */
 constexpr size_t expression_depth = 10'000;
 
 /**

@@ -1,6 +1,6 @@
 /**
  * @file   running_count.cpp
- * @brief  One count in progress: the hooks register with it, its reports and its end come from here.
+ * @brief  One count in progress: the hooks register with it, and it makes its reports and ends the count.
  */
 #include "running_count.h"
 

@@ -29,7 +29,8 @@ VelmoraLibraryData wlibData = nullptr;
 /** The task whose events are being raised. Written by workers only. */
 mint asyncObjectID = 0;
 
-/** Held by a worker for its whole run: one asynchronous count at a time. Taken before event_mutex, never after. */
+/** Held by a worker for its whole run: one asynchronous count at a time. It is locked before event_mutex, never after
+ * it. */
 std::mutex primecount_mutex;
 
 /** Held while one event is built and raised, so that events from several threads do not mix their DataStores. */
@@ -134,7 +135,7 @@ void prime(int64_t n, VelmoraLibraryData libData, mint id) {
 void exprpi(std::string n, VelmoraLibraryData libData, mint id) {
     run_task(libData, id, [&n] {
         const std::string m = primecount::pi(n);
-        // Never released: the host may read it at any later time, and nothing tells the library when it has.
+        // Never released: the host may read it at any later time, and nothing tells the library when that is done.
         char* const result = copy_string(new char[m.length() + 1], m);
         raiseAsyncEvent("Result", result);
     });
@@ -155,7 +156,7 @@ int abortable_count(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArg
     return return_integer(Res, count);
 }
 
-/** A count under the callback that is installed, whichever it is; its exceptions leave the export. */
+/** A count that uses the callback that is installed; its exceptions leave the export. */
 template <int64_t (*Count)(int64_t)>
 int plain_count(mint Argc, MArgument* Args, MArgument Res) {
     if (Argc != 1) return LIBRARY_FUNCTION_ERROR;

@@ -1,11 +1,11 @@
 /**
  * @file   prime_count.h
- * @brief  Exports over primecount: pi(x), the n-th prime and the partial sieve function, on the calling thread or as
- *         asynchronous tasks that report through the host's events, and pi(x) of decimal strings.
+ * @brief  Exports that call primecount: pi(x), the n-th prime and the partial sieve function, on the calling thread or
+ *         as asynchronous tasks that report through the host's events, and pi(x) of decimal strings.
  *
  * All have the host's calling convention. With a wrong number of arguments they return 6 and read and write nothing;
- * functions without arguments ignore all that is passed. docs/prime-counting.md describes tasks, progress and
- * cancellation as a user sees them.
+ * functions without arguments ignore all arguments that are passed. docs/prime-counting.md describes tasks, progress
+ * and cancellation as a user sees them.
  */
 #pragma once
 
@@ -21,8 +21,8 @@ KESH_EXPORT int PrimeCount_Prime(VelmoraLibraryData libData, mint Argc, MArgumen
 KESH_EXPORT int PrimeCount_Coprime(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);
 
 /**
- * (n): pi(n) by the algorithm named. These install no callback: they run under the one that the last other count
- * installed. If that callback ends the count, an exception leaves the export.
+ * (n): pi(n) by the algorithm named. These functions install no callback: they use the callback that the last other
+ * count installed. If that callback ends the count, an exception leaves the export.
  */
 KESH_EXPORT int PrimeCount_Meissel(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);
 KESH_EXPORT int PrimeCount_DelegliseRivat(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);

@@ -1,6 +1,6 @@
 /**
  * @file   prime_sieve.cpp
- * @brief  The exports over primesieve, which does the mathematics and sets its limits.
+ * @brief  The exports that call primesieve. primesieve does the mathematics and sets the limits.
  */
 #include "Prime/prime_sieve.h"
 
@@ -67,8 +67,8 @@ int PrimeSieve_CountSextuplets(VelmoraLibraryData /*libData*/, mint Argc, MArgum
     return count_in_range<primesieve::count_sextuplets>(Argc, Args, Res);
 }
 
-// The walks below build their iterator before they check the number of arguments, so that the same object owns the
-// sieve's memory on every way out, also on failure.
+// The walks below build their iterator before they check the number of arguments, so that this object owns the sieve's
+// memory however the function ends, also after a failure.
 
 int PrimeSieve_NextPrime(VelmoraLibraryData /*libData*/, mint Argc, MArgument* Args, MArgument Res) {
     primesieve::iterator it(0, primesieve::get_max_stop());
@@ -123,8 +123,8 @@ int PrimeSieve_PrimeSum(VelmoraLibraryData /*libData*/, mint Argc, MArgument* Ar
 int PrimeSieve_PrimeSumInterval(VelmoraLibraryData /*libData*/, mint Argc, MArgument* Args, MArgument Res) {
     primesieve::iterator it(0, primesieve::get_max_stop());
     if (Argc != 2) return LIBRARY_FUNCTION_ERROR;
-    // Both ends wrap on purpose: the interval is the caller's to choose, and a guard for the two values that have no
-    // predecessor or successor would make every other caller pay for them.
+    // Both ends wrap on purpose. The caller chooses the interval, and a check for the two values that have no
+    // predecessor or successor would cost every other caller time.
     const umint b = unsigned_argument(Args, 1);
     // The walk ends with the first prime above b.
     kesh::sieve::skipto_for_next(it, unsigned_argument(Args, 0) - 1, kesh::sieve::hint_above(b, 1));

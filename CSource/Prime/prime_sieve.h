@@ -1,6 +1,6 @@
 /**
  * @file   prime_sieve.h
- * @brief  Exports over primesieve: counts of primes and prime k-tuplets, the n-th prime, neighbouring primes, sums
+ * @brief  Exports that call primesieve: counts of primes and prime k-tuplets, the n-th prime, neighbouring primes, sums
  *         and lists of primes, on 64-bit ranges.
  *
  * All have the host's calling convention and require exactly the arguments named. With any other number of arguments
@@ -13,8 +13,7 @@
 #include "Tools/kesh.h"
 
 /**
- * (n): the n-th prime above 0; primesieve's rules hold for n <= 0. O(n log n log log n) at most: the sieve runs to the
- * n-th prime.
+ * (n): the n-th prime; for n <= 0 primesieve decides. O(n log n log log n) at most: the sieve runs to the n-th prime.
  */
 KESH_EXPORT int PrimeSieve_NthPrime(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);
 
@@ -34,7 +33,7 @@ KESH_EXPORT int PrimeSieve_NextPrime(VelmoraLibraryData libData, mint Argc, MArg
 /** (n): the largest prime < n, 0 if there is none. */
 KESH_EXPORT int PrimeSieve_PreviousPrime(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);
 
-/** (n, k): the k-th prime after n. For k <= 0 no prime is drawn, the call succeeds and the result is 0. */
+/** (n, k): the k-th prime after n. For k <= 0 the function looks for no prime: it succeeds, and the result is 0. */
 KESH_EXPORT int PrimeSieve_NextKthPrime(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res);
 
 /** (n, k): the k-th prime before n, 0 if there is none or if k <= 0. */

@@ -56,7 +56,7 @@ hashed_bases::hashed_bases(umint n) : second(hashed_base_64(n, prime_data64)), t
 
 namespace {
 
-/** The tables of bases require trial division up to 61. */
+/** The tables of bases are only right after trial division up to 61. */
 bool has_factor_to_61(u64 n) {
     return n % 2 == 0 || has_divisor_of<3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37, 41, 43, 47, 53, 59, 61>(n);
 }
@@ -107,7 +107,8 @@ bool PrimeQ(std::uint32_t n) {
 bool PrimeQ(u64 n) {
     if (n <= 0xFFFFFFFF) return PrimeQ(static_cast<std::uint32_t>(n));
     if (has_factor_to_61(n)) return false;
-    // Where the test to base 2 is short, composites without small factors lose more by the other primes.
+    // Below 2^40 the test to base 2 is short, and these divisions would take a large part of the time of a composite
+    // without small factors.
     if (n >> 40 != 0 && has_factor_67_to_139(n)) return false;
     const hashed_bases bases(n);
     if (n < third_base_from) return kernel::strong_tests_2_and<kernel::ShortWordPowerOf2, 1>(n, {bases.second});
@@ -185,9 +186,9 @@ int KESH_RT_PrimeQ(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgu
     mbool r = 0;
     if (Argc != 1) return LIBRARY_FUNCTION_ERROR;
     MTensor tensor = *Args[0].tensor;
-    // The element read gives the host's verdict on the tensor: it gets no place for an element, and len is the position
-    // that it may set. The empty assembly hides from the compiler that the pointer is null; otherwise the compiler
-    // would remove the call that follows.
+    // Reading an element shows whether the host accepts the tensor. The read gets no place for an element, and len is
+    // the position that it may set. The empty assembly hides from the compiler that the pointer is null; otherwise the
+    // compiler would remove the call that follows.
     mint len;
     mint* limbs = nullptr;
     asm("" : "+r"(limbs));

@@ -3,8 +3,9 @@
  * @brief  Division by a fixed one-limb divisor with a precomputed reciprocal: of a whole wide value by one product, or
  *         limb by limb.
  *
- * fastdiv_data: magic = ceil(2^(N+s) / m) with 2^s <= m < 2^(s+1), and n / m is taken as floor(n * magic / 2^(N+s)).
+ * fastdiv_data: magic = ceil(2^(N+s) / m) with 2^s <= m < 2^(s+1), and n / m is computed as floor(n * magic / 2^(N+s)).
  * (T. Granlund, P. L. Montgomery, Division by invariant integers using multiplication, PLDI 1994.)
+ *
  * fastdiv2x1: the two-by-one division with the reciprocal of the normalised divisor, magic = floor((2^128 - 1) / d) -
  * 2^64. (N. Moller, T. Granlund, Improved division by invariant integers, IEEE Trans. Computers 60 (2011).)
  */
@@ -69,11 +70,11 @@ constexpr T divide(const T& n, const fastdiv_data<T, unsigned long>& d) noexcept
 }  // namespace reference
 
 /**
- * n / m, see fastdiv_data for where it is exact: the bits of reference::divide. From 256 bits up limb by limb, with
- * the reciprocal of the limb that the top of magic holds, instead of a product of the whole width: magic is 2^(N-65)
- * times the reciprocal, rounded up, and 2^(N-65) exceeds m, so that the rounding does not reach the reciprocal. The
- * product's quotient differs from the exact one, by 1, only for a remainder of m - 1: with e = magic m - 2^(N+s) it
- * exceeds n / m by n e / (m 2^(N+s)) < 2 / m. In that case the product is used.
+ * n / m, with the same bits as reference::divide; fastdiv_data says for which n it is exact. From 256 bits up it
+ * divides limb by limb, with the reciprocal of the limb that is in the top of magic, instead of making a product of the
+ * whole width: magic is 2^(N-65) times the reciprocal, rounded up, and 2^(N-65) exceeds m, so that the rounding does
+ * not reach the reciprocal. The product's quotient differs from the exact one, by 1, only for a remainder of m - 1:
+ * with e = magic m - 2^(N+s) it exceeds n / m by n e / (m 2^(N+s)) < 2 / m. In that case the product is used.
  */
 template <wide_word T>
 constexpr T operator/(const T& n, const fastdiv_data<T, unsigned long>& d) noexcept {

@@ -233,8 +233,7 @@ template <wide_word T>
 constexpr void math_isqrt(const T& aa, T& ss, T& rr) noexcept {
     if (!std::is_constant_evaluated()) {
         const std::size_t length = detail::significant_limbs(aa.limb, T::limbs);
-        // The level that takes the root is the narrowest that holds aa; the estimate is kept for a limb of ones at its
-        // top.
+        // The reference form returns an estimate if the first 64 bits of aa, after an even shift, are all ones.
         const mint shift = length == 0 ? 0 : math_count_leading_zeros(aa.limb[length - 1]) & ~mint{1};
         const bool estimate_kept = length > 1 && (aa.limb[length - 1] << shift |
                                                   (aa.limb[length - 2] >> 1 >> (MINT_BITS - 1 - shift))) == ~umint{0};

@@ -43,8 +43,8 @@ constexpr void reduce_sum(const T& sum, std::uint8_t top, const T& m, T& r) noex
 }  // namespace detail
 
 /**
- * r1 = (thi * 2^N + tlo) * R^(-1) mod m. Preconditions: m odd, mprime = -m^(-1) mod 2^N, thi < m (the input is below m
- * * 2^N).
+ * r1 = (thi * 2^N + tlo) * R^(-1) mod m. Preconditions: m odd, mprime = -m^(-1) mod 2^N, thi < m (so the input is below
+ * m * 2^N).
  */
 template <engine_word T>
 constexpr void math_mont_reduce(const T& tlo, const T& thi, const T& m, const T& mprime, T& r1) noexcept {
@@ -251,10 +251,11 @@ struct mp_mont_data {
     }
 
     /**
-     * a^e in Montgomery form, e an ordinary integer, a^0 is one(). From the top, a window of bits at a time that
-     * begins and ends with a 1: a product by an odd power of a for each, out of a table of them. (A. J. Menezes, P. C.
-     * van Oorschot, S. A. Vanstone, Handbook of Applied Cryptography, 14.85.) Time depends on e. Cost: a squaring a
-     * bit, and with windows of 2 to 6 bits for exponents of 24 to 1024 bits a product for 3 to 7 bits.
+     * a^e in Montgomery form, e an ordinary integer, a^0 is one(). It reads the exponent from the top in windows of
+     * bits that begin and end with a 1, and multiplies by an odd power of a from a table for each window. (A. J.
+     * Menezes, P. C. van Oorschot, S. A. Vanstone, Handbook of Applied Cryptography, 14.85.) The time depends on e.
+     * Cost: one squaring per bit, and one product for every 3 to 7 bits, with windows of 2 to 6 bits for exponents of
+     * 24 to 1024 bits.
      */
     [[nodiscard]] constexpr T pow(const T& a, const T& e) const noexcept {
         KESH_REQUIRE(a < m);

@@ -1,6 +1,6 @@
 /**
  * @file   kesh.cpp
- * @brief  The two lifecycle exports. There is no uninitialize export: nothing has to be torn down.
+ * @brief  The two lifecycle exports. There is no uninitialize export, because nothing has to be released.
  */
 #include "Tools/kesh.h"
 

@@ -9,10 +9,10 @@
 /** Marks a function that the host finds by its plain name. */
 #define KESH_EXPORT extern "C" __attribute__((visibility("default")))
 
-/** Version of the library-link interface that this library is written against. */
+/** The version of the library-link interface for which this library is written. */
 KESH_EXPORT mint VelmoraLibrary_getVersion();
 
-/** Called once by the host after loading. Keeps nothing: every export receives the table again. */
+/** The host calls it once after loading. It keeps nothing, because every export receives the table again. */
 KESH_EXPORT int VelmoraLibrary_initialize(VelmoraLibraryData libData);
 
 namespace kesh {

@@ -151,8 +151,8 @@ struct uintx_t {
 
     /**
      * Copies the `len` limbs at `in`, least significant first, and leaves the limbs above them uninitialised: pass
-     * len == limbs, or assign into a cleared value with intx_from_array. Precondition: 0 <= len <= limbs. A template,
-     * so that the literal 0 is a half of a pair of halves and no pointer.
+     * len == limbs, or assign into a cleared value with intx_from_array. Precondition: 0 <= len <= limbs. It is a
+     * template, so that the literal 0 means a half and not a null pointer.
      */
     template <std::same_as<umint> Limb>
     constexpr uintx_t(const Limb* in, mint len) noexcept {

@@ -3,8 +3,8 @@
  * @brief  Division of limb arrays by a normalised divisor, digit by digit with a prepared reciprocal.
  *
  * The reciprocal replaces the hardware's division by products. For a divisor of one limb: N. Moller, T. Granlund,
- * Improved division by invariant integers, IEEE Trans. Computers 60 (2011), algorithm 4. For longer ones the
- * reciprocal has two limbs, so that an estimate has 64 bits after the point and is wrong as rarely as these are all
+ * Improved division by invariant integers, IEEE Trans. Computers 60 (2011), algorithm 4. For longer ones the reciprocal
+ * has two limbs, so that an estimate has 64 bits after the point and is wrong only as rarely as all these bits are
  * equal.
  */
 #pragma once
@@ -34,7 +34,8 @@ constexpr umint shift_limbs_left(umint* r, const umint* a, std::size_t n, mint s
 
 /**
  * r = a << s with the top bits of `below` shifted in, or its complement, returns the bits shifted out. Precondition:
- * 0 <= s < 64. In general registers, because the limbs are read one by one soon. Divisors often need no shift.
+ * 0 <= s < 64. It uses general registers, because the limbs are read one by one soon afterwards. Divisors often need
+ * no shift.
  */
 template <std::size_t n, bool complement>
 constexpr umint shift_limbs_in(umint* r, const umint* a, mint s, umint below) noexcept {
@@ -224,7 +225,7 @@ constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m,
         const umint2 found = estimate(high);
         umint digit = high_limb(found);
         if (low_limb(found) + estimate_error < 2 * estimate_error) [[unlikely]] {
-            // From the exact limbs, with which the estimate is never too large, and the digit at most one too small.
+            // The estimate from the exact limbs is never too large, and the digit is at most one too small.
             digit = high_limb(estimate(~two_limbs(row[n], row[n - 1])));
             const umint above = ~row[n];
             if (above != add_row(row, v, digit, n) || complement_reaches(row, v, n)) {
@@ -249,7 +250,7 @@ constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m,
 constexpr umint divide_by_two_limbs(umint* q, std::size_t kept, umint* w, std::size_t m, umint d1, umint d0) noexcept {
     const umint2 divisor = two_limbs(d1, d0);
     umint2 high = ~two_limbs(w[m - 1], w[m - 2]);
-    // Without a branch, which would depend on the values in one case of four or so.
+    // There is no branch, because it would depend on the values in about one case of four.
     const umint over = high >= divisor ? 1 : 0;
     umint mask = umint{0} - over;
     keep_scalar(mask);

@@ -2,9 +2,9 @@
  * @file   vector_shift.h
  * @brief  Shifts of limb arrays by a count that the compiler does not know, two limbs at a time.
  *
- * A shift by bits and one by whole limbs make one pass: pairs of limbs are copied beside as many zeros and read from
- * there, moved by whole pairs, and what a pair takes of its neighbours comes by vector shifts, which give 0 for every
- * count of 64 or more, negative ones read as unsigned among them. No branch depends on the count.
+ * One pass shifts by bits and by whole limbs. The limbs are copied next to as many zeros, and are read again from a
+ * place that is whole pairs of limbs away. Vector shifts then move bits from each pair to its neighbour. They return 0
+ * for every count of 64 or more, and a negative count is read as a large unsigned one. No branch depends on the count.
  */
 #pragma once
 

@@ -22,8 +22,8 @@ KESH_FOR_EACH_WIDTH_ABOVE_2(KESH_DECLARE)
 namespace kesh::kernel {
 
 /**
- * r = a b / R - c and r = a^2 / R - c modulo m, for any a and b below R and c below m, of which the limbs of R - 1 - c
- * are given, or null for c = 0. r is below R and may be a or b.
+ * r = a b / R - c and r = a^2 / R - c modulo m, for any a and b below R and c below m. c is given by the limbs of
+ * R - 1 - c, or by null for c = 0. r is below R and may be a or b.
  */
 struct Adx {
     template <int n>
@@ -37,7 +37,7 @@ struct Adx {
         assembly(r, a, modulus, in_assembly(modulus) ? not_c : nullptr, 1);
         if (not_c != nullptr && !in_assembly(modulus)) subtract_residue<n>(r, not_c, modulus);
     }
-    /// The same with c = 0, r in its own place, `times` times one after another. Precondition: times > 0.
+    /// r = r^2 / R modulo m, in place, `times` times one after another. Precondition: times > 0.
     template <int n>
     static void sqr_times(umint* r, mint times, const Modulus<n>& modulus) noexcept {
         assembly(r, r, modulus, nullptr, times);

@@ -3,8 +3,8 @@
  * @brief  The probable-prime tests of four numbers of two limbs side by side in general registers, for processors
  *         without vector lanes.
  *
- * A squaring of a chain waits 27 cycles for 8 limb products. Four chains, each with its own modulus, take 13 cycles a
- * squaring.
+ * In a single chain, a squaring takes 27 cycles, although it has only 8 limb products, because each instruction waits
+ * for its operands. Four chains, each with its own modulus, take 13 cycles per squaring.
  */
 #pragma once
 

@@ -2,18 +2,16 @@
  * @file   signed_residue.h
  * @brief  Montgomery squarings at 256 bits, one after another, for processors with BMI2 and ADX.
  *
- * Each squaring of a chain waits for the one before, so the time is the latency from the lowest limb of one to the
- * lowest limb of the next. Three things make it shorter than that of one product after another:
- * - The quotient is taken two limbs at a time, (q0, q1) = -(t0, t1) / m mod 2^128, so that the chain has two steps of
- * two
- *   rows instead of four of one.
- * - The residue keeps a sign: x = d - 2^256 s with -m <= x < m, s = 0 or 1. Then (x^2 + q m) / 2^256 lies below 2 m
- * and m
- *   less is the next x, whatever the sign: a subtraction that is always taken, instead of one whose limbs all wait for
- *   the borrow of the last one.
- * - With x^2 = d^2 + 2^256 s (2^256 - 2 d) both that m and the correction for the sign, g = m + s (2 d - 2^256), come
- * off
- *   the high half of d^2, which has time, so that the sign is needed a reduction later than the limbs.
+ * Each squaring of a chain waits for the one before. So the time is the latency from the lowest limb of one square to
+ * the lowest limb of the next. Three things make it shorter than in a chain of separate products:
+ *
+ * 1. The quotient is computed two limbs at a time, (q0, q1) = -(t0, t1) / m mod 2^128, so that the chain has two steps
+ *    of two rows instead of four steps of one row.
+ * 2. The residue keeps a sign: x = d - 2^256 s with -m <= x < m, s = 0 or 1. Then (x^2 + q m) / 2^256 is below 2 m, and
+ *    the next x is this value minus m. So m is always subtracted, and no limb waits for the borrow of the last limb.
+ * 3. x^2 = d^2 + 2^256 s (2^256 - 2 d). Both this m and the correction for the sign, g = m + s (2 d - 2^256), are
+ *    subtracted from the high half of d^2, which is not in the critical chain. So the sign is needed one reduction
+ * later than the limbs.
  */
 #pragma once
 

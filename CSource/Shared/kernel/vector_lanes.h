@@ -1,8 +1,7 @@
 /**
  * @file   vector_lanes.h
  * @brief  Montgomery arithmetic on eight numbers in the lanes of 52-bit multiply-adds (AVX-512 IFMA). README.md
- * derives
- *         the form.
+ *         derives the form.
  */
 #pragma once
 

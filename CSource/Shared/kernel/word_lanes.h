@@ -3,8 +3,8 @@
  * @brief  Strong probable-prime tests of several 64-bit numbers side by side, one base each, for tests of many numbers.
  *
  * One chain of squarings keeps the multiplier busy for a third of the time. Here the number of multiplications matters,
- * not the latency: a product up to sign takes three. The exponent is read from the left. For base 2 six bits cost a
- * product without its first multiplication, as in WordPowerOf2; for other bases three bits cost one product by a table
+ * not the latency: a product up to sign takes three. The exponent is read from the left. For base 2, six bits take a
+ * product without its first multiplication, as in WordPowerOf2; for other bases, three bits take one product by a table
  * entry.
  */
 #pragma once

@@ -2,7 +2,7 @@
  * @file   word_vectors.h
  * @brief  Trial division and strong tests of 64-bit numbers in vector lanes, for tests of many numbers.
  *
- * The precondition of all of them is has_lanes().
+ * The precondition of all functions here is has_lanes().
  */
 #pragma once
 
