@@ -3,9 +3,9 @@
  * @brief  The host's library-link interface, version 7: scalar and handle types, the argument slot, the error
  *         codes and the callback table that the host passes to every exported function.
  *
- * This folder takes the place of the host's include directory. The host passes pointers to its own tables and a library
- * reads their slots by position, so the order below is a binary contract; the assertions at the end check it. The
- * header is valid C and C++.
+ * This folder replaces the host's include directory. The host passes pointers to its own tables, and a library reads
+ * their slots by position. So the order of the members below is a binary contract; the assertions at the end check it.
+ * The header is valid C and C++.
  */
 #ifndef VELMORA_LIBRARY_H
 #define VELMORA_LIBRARY_H

@@ -4,7 +4,7 @@
  * bits, one or many per call, and the next and previous prime. For C and C++.
  *
  * An integer is an array of len limbs of 64 bits each, least significant limb first, 1 <= len <= 16; zero limbs on top
- * change nothing. Below 2^64 every answer is exact. From 2^64 up the Baillie-PSW test decides: "not prime" is proven,
+ * change nothing. Below 2^64 every result is exact. From 2^64 up the Baillie-PSW test decides: "not prime" is proven,
  * and no composite number is known that passes as prime.
  *
  * Every function may be called from any number of threads at once. The first call with a number of 2^64 or more builds
@@ -19,7 +19,7 @@
 extern "C" {
 #endif
 
-/** What the functions return. */
+/** The codes that the functions return. */
 enum {
     KESH_BAD_ARGUMENT = 0, /**< len outside 1 ... 16, a negative count, a null pointer: nothing was written */
     KESH_DONE = 1,
@@ -36,9 +36,9 @@ enum {
 int KESH_PrimeQ(const uint64_t* n, int64_t len, int* r);
 
 /**
- * Tests count integers of len limbs each, stored one after the other at n: verdicts[i] becomes 1 when integer i is
- * prime, else 0. The verdicts are those of KESH_PrimeQ, in less time. Sizes may differ within a call; the time for each
- * integer depends on its own size. No allocation grows with count.
+ * Tests count integers of len limbs each, stored one after the other at n: verdicts[i] becomes 1 if integer i is prime,
+ * else 0. The verdicts are the same as those of KESH_PrimeQ, but the call takes less time than single calls. Sizes may
+ * differ within a call; the time for each integer depends on its own size. No allocation grows with count.
  *
  * Returns KESH_DONE, or KESH_BAD_ARGUMENT. n and verdicts may be null when count is 0.
  */
@@ -54,9 +54,9 @@ typedef int (*KESH_Progress)(void* data, int64_t done, int64_t total);
 /**
  * KESH_ArePrime on `threads` threads, including the calling one; 0 means one per processor. progress may be null.
  *
- * Returns KESH_DONE; KESH_STOPPED when the callback asked to stop (only some of the verdicts are then written, and it
- * is not known which); or KESH_BAD_ARGUMENT, also for a negative number of threads. When the system refuses a thread,
- * the existing ones do the work.
+ * Returns KESH_DONE; KESH_STOPPED when the callback asked to stop (then only some of the verdicts are written, and the
+ * caller cannot know which); or KESH_BAD_ARGUMENT, also for a negative number of threads. If the system cannot start a
+ * thread, the existing threads do the work.
  */
 int KESH_ArePrimeOnThreads(const uint64_t* n, int64_t len, int64_t count, uint8_t* verdicts, int threads,
                            KESH_Progress progress, void* data);
@@ -77,9 +77,9 @@ int KESH_PreviousPrime(const uint64_t* n, int64_t len, uint64_t* r);
  * Writes the count smallest primes above the integer at n, in increasing order, to r, which has room for count integers
  * of len limbs each and does not overlap n. *found, if found is not null, becomes the number of primes written.
  *
- * progress, if not null, receives how many of count are found. Returns KESH_DONE; KESH_NO_PRIME when fewer than count
- * primes fit into len limbs; KESH_STOPPED when the callback asked to stop; or KESH_BAD_ARGUMENT. After KESH_NO_PRIME
- * and KESH_STOPPED there are *found primes at r.
+ * progress, if not null, receives the number of primes found so far and count. Returns KESH_DONE; KESH_NO_PRIME when
+ * fewer than count primes fit into len limbs; KESH_STOPPED when the callback asked to stop; or KESH_BAD_ARGUMENT. After
+ * KESH_NO_PRIME and KESH_STOPPED, the first *found primes are at r.
  */
 int KESH_NextPrimes(const uint64_t* n, int64_t len, int64_t count, uint64_t* r, int64_t* found, KESH_Progress progress,
                     void* data);

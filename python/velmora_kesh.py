@@ -8,7 +8,7 @@
     >>> velmora_kesh.next_prime(10**18)
     1000000000000000003
 
-Below 2^64 every answer is exact; from 2^64 up the Baillie-PSW test decides. Arguments outside 0 ... 2^1024 - 1 raise
+Below 2^64 every result is exact; from 2^64 up the Baillie-PSW test decides. Arguments outside 0 ... 2^1024 - 1 raise
 ValueError, and so does a prime that does not exist. The environment variable VELMORA_KESH_LIBRARY names the library; if
 it is not set, the system's linker finds it.
 """
@@ -44,11 +44,11 @@ def _load():
 def _limb_count(n):
     """The number of limbs of n. Raises ValueError when n is negative or has more than 1024 bits."""
     if isinstance(n, bool) or not isinstance(n, int):
-        raise TypeError(f"an integer is needed, not {type(n).__name__}")
+        raise TypeError(f"the number must be an integer, not {type(n).__name__}")
     if n < 0:
-        raise ValueError("a negative number")
+        raise ValueError("the number is negative")
     if n.bit_length() > BITS:
-        raise ValueError(f"a number of {n.bit_length()} bits; at most {BITS} are possible")
+        raise ValueError(f"the number has {n.bit_length()} bits; at most {BITS} are possible")
     return max(1, -(-n.bit_length() // 64))
 
 
@@ -67,7 +67,7 @@ class _Progress:
     def _call(self, _, done, total):
         try:
             return 1 if self.function(done, total) else 0
-        except BaseException as error:  # also KeyboardInterrupt: no exception may pass through the library
+        except BaseException as error:  # also for KeyboardInterrupt: no exception may pass through the library
             self.error = error
             return 1
 
@@ -90,12 +90,12 @@ def is_prime(n):
 def are_prime(numbers, threads=1, progress=None):
     """A list of booleans: whether each of the integers is prime. Much faster than one call per number.
 
-    threads is the number of threads; 0 means one per processor. progress(done, total) is called now and then; when it
-    returns something true, the test stops and the result is None.
+    threads is the number of threads; 0 means one per processor. progress(done, total) is called from time to time; if it
+    returns a true value, the test stops and the result is None.
     """
     numbers = list(numbers)
     if threads < 0:
-        raise ValueError("a negative number of threads")
+        raise ValueError("the number of threads is negative")
     limbs = max(map(_limb_count, numbers), default=1)
     given = b"".join(_to_bytes(n, limbs) for n in numbers)
     verdicts = ctypes.create_string_buffer(len(numbers) + 1)
@@ -106,7 +106,7 @@ def are_prime(numbers, threads=1, progress=None):
 
 
 def next_prime(n):
-    """The smallest prime above n. ValueError when it has more than 1024 bits."""
+    """The smallest prime above n. Raises ValueError if it has more than 1024 bits."""
     limbs = min(_limb_count(n) + 1, BITS // 64)
     result = ctypes.create_string_buffer(limbs * _LIMB_BYTES)
     if _load().KESH_NextPrime(_to_bytes(n, limbs), limbs, result) == _NO_PRIME:
@@ -115,7 +115,7 @@ def next_prime(n):
 
 
 def previous_prime(n):
-    """The largest prime below n. ValueError when n is 2 or less."""
+    """The largest prime below n. Raises ValueError if n is 2 or less."""
     limbs = _limb_count(n)
     result = ctypes.create_string_buffer(limbs * _LIMB_BYTES)
     if _load().KESH_PreviousPrime(_to_bytes(n, limbs), limbs, result) == _NO_PRIME:
@@ -126,10 +126,10 @@ def previous_prime(n):
 def next_primes(n, count, progress=None):
     """A list of the count smallest primes above n, or of fewer if the next one has more than 1024 bits.
 
-    progress(found, count) is called as in are_prime; when it stops the walk, the primes found so far are returned.
+    progress(found, count) is called as in are_prime; if it stops the walk, the primes found so far are returned.
     """
     if count < 0:
-        raise ValueError("a negative count")
+        raise ValueError("the count is negative")
     limbs = min(_limb_count(n) + 1, BITS // 64)
     size = limbs * _LIMB_BYTES
     result = ctypes.create_string_buffer(max(1, count * size))

@@ -35,7 +35,7 @@ void runChunks(const std::vector<Chunk>& chunks, const RunnerOptions& options,
         open.push_back(chunk);
         open_cost += chunk.cost;
     }
-    fmt::print("{} of {} chunks to do\n", open.size(), chunks.size());
+    fmt::print("{} of {} chunks are left to do\n", open.size(), chunks.size());
     std::fflush(stdout);
     const PauseGate gate(options.pause_file);
     const auto start = std::chrono::steady_clock::now();

@@ -109,14 +109,14 @@ int main(int argc, char** argv) {
            "in [from, to), to at most 2^24")
         ->capture_default_str()
         ->check(CLI::IsMember({"progression", "smooth"}));
-    app.add_option("--from", arguments.from, "least prime factor searched")->capture_default_str();
-    app.add_option("--to", arguments.to, "end of the prime factors searched, exclusive")->capture_default_str();
-    app.add_option("--least", arguments.least, "least pseudoprime kept")->capture_default_str();
-    app.add_option("--largest", arguments.largest, "largest pseudoprime searched")->capture_default_str();
-    app.add_option("--ratio", arguments.ratio, "progression: only n with n / p <= ratio * p; 0: all")
+    app.add_option("--from", arguments.from, "smallest prime factor that is searched")->capture_default_str();
+    app.add_option("--to", arguments.to, "end of the range of prime factors, not included")->capture_default_str();
+    app.add_option("--least", arguments.least, "smallest pseudoprime that is kept")->capture_default_str();
+    app.add_option("--largest", arguments.largest, "largest pseudoprime that is searched")->capture_default_str();
+    app.add_option("--ratio", arguments.ratio, "progression: only n with n / p <= ratio * p; 0 means all n")
         ->capture_default_str();
     app.add_option("--buckets", arguments.buckets,
-                   "first bucket and number of buckets of a block; nothing: all buckets")
+                   "first bucket and number of buckets of a block; without it, all buckets")
         ->expected(2);
     app.add_option("--output", arguments.runner.output, "folder of the results")->required();
     app.add_option("--pause-file", arguments.runner.pause_file, "wait while this file exists");

@@ -85,7 +85,7 @@ int main(int argc, char** argv) {
     CLI::App app{"Picks, in every bucket, the pseudoprimes without a prime factor up to 61 that pass most bases."};
     app.add_option("merged", merged, "file of all pseudoprimes, as derive-table --merged writes it")->required();
     app.add_option("output", output, "file to write")->required();
-    app.add_option("--count", count, "numbers a bucket")->capture_default_str();
+    app.add_option("--count", count, "numbers per bucket")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     std::vector<u64> numbers;
     readNumbers(merged, numbers);

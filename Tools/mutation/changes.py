@@ -140,7 +140,7 @@ def by_hand(root):
         stripped = [without_comment(line).strip() for line in lines]
         places = [i for i in range(len(lines)) if stripped[i:i + len(old)] == old]
         if len(places) != 1:
-            raise SystemExit(f"Tools/mutation/by_hand.txt: these lines stand {len(places)} times in {path}:\n" + "\n".join(old))
+            raise SystemExit(f"Tools/mutation/by_hand.txt: these lines occur {len(places)} times in {path}:\n" + "\n".join(old))
         found = tuple(lines[places[0]:places[0] + len(old)])
         stratum = f"{path} by hand"
         strata.setdefault(stratum, []).append(
