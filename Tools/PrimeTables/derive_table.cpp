@@ -116,12 +116,14 @@ bool compareTables(const std::vector<u32>& table, const BucketBlock& block, cons
 int main(int argc, char** argv) {
     using namespace prime_tables;
     Arguments arguments;
-    CLI::App app{"Derives, for each bucket, the smallest base that rejects the enumerated strong pseudoprimes to base 2."};
+    CLI::App app{
+        "Derives, for each bucket, the smallest base that rejects the enumerated strong pseudoprimes to base 2."};
     app.add_option("folders", arguments.folders, "folders with the results of the enumeration")->required();
     app.add_option("--output", arguments.output, "table to write, one decimal value per line");
     app.add_option("--compare", arguments.compare,
                    "table to compare with, in the same form; exit status 2 when it differs");
-    app.add_option("--earlier", arguments.earlier, "table that was derived from a part of these pseudoprimes; it saves time");
+    app.add_option("--earlier", arguments.earlier,
+                   "table that was derived from a part of these pseudoprimes; it saves time");
     app.add_option("--merged", arguments.merged, "write all pseudoprimes, sorted, into this file");
     app.add_option("--buckets", arguments.buckets,
                    "first bucket and number of buckets of a block; without it, all buckets")
