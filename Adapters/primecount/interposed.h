@@ -7,9 +7,9 @@
  * through `RTLD_NEXT`. Each function has C linkage and that mangled name; a member function has the object as its first
  * argument, as the ABI passes it. So one binary can hold the functions of all versions, although their classes differ.
  *
- * Each version of primecount calls the functions that it has itself; the others are unused. Each file has what was new
- * in the version in its name; `interposed-symbols.txt` lists which version has which. A count that was not started
- * through this library is passed on unchanged.
+ * Each version of primecount calls the functions that it has itself; the others are unused. Each file contains the
+ * functions that were new in the version in its name; `interposed-symbols.txt` lists which version has which. A count
+ * that was not started through this library is passed on unchanged.
  */
 #pragma once
 

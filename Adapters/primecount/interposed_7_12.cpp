@@ -1,6 +1,6 @@
 /**
  * @file   interposed_7_12.cpp
- * @brief  What is new in libprimecount 7.12: the A and C formulas keep a thread's range in an object.
+ * @brief  The function that is new in libprimecount 7.12: the A and C formulas keep a thread's range in an object.
  */
 #include "interposed.h"
 

@@ -21,8 +21,8 @@ namespace kesh::sieve {
  * The distance within which the k-th prime above or below x nearly always is: 1.2 times the average distance, plus
  * 1550, the largest gap between primes below 2^64.
  *
- * Without a hint the iterator expects to continue to 2^64 and sieves about the root of x at a time: 2 GB of primes for
- * the one below 2^64. A hint changes no result: if it was too near, the iterator continues without it.
+ * Without a hint the iterator expects to continue to 2^64 and sieves about sqrt(x) numbers at a time: 2 GB of primes
+ * for the one prime below 2^64. A hint changes no result: if it was too near, the iterator continues without it.
  */
 inline uint64_t expected_distance(uint64_t x, int64_t k) {
     const double average = std::log(static_cast<double>(x) + 2);

@@ -1,7 +1,6 @@
 /**
  * @file   prime_word.h
- * @brief  The parts of the 64-bit test that the test of one number and the test of many share; prime_testing.cpp
- *         defines them.
+ * @brief  The common parts of the 64-bit test of one number and of many numbers; prime_testing.cpp defines them.
  */
 #pragma once
 

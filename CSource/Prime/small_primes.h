@@ -43,8 +43,8 @@ std::vector<small_prime> small_primes_from_bitmap();
 void init_small_primes();
 
 /**
- * 0 when one of the primes primes_small[from .. to-1] proves n composite, 1 otherwise, also when n itself is the prime
- * that divides it. Precondition: 0 <= from, and to <= the size of the table. Cost: one short division and one short
+ * 0 when one of the primes primes_small[from .. to-1] proves n composite, 1 otherwise. A prime that is equal to n
+ * proves nothing. Precondition: 0 <= from, and to <= the size of the table. Cost: one short division and one short
  * product of the width for each prime tried.
  */
 template <wide_word T>

@@ -138,7 +138,7 @@ inline void multiply_add8(umint* lo, umint* hi, const umint* addend, const umint
     umint t0 = addend[0], t1 = addend[1], t2 = addend[2], t3 = addend[3];
     umint t4 = addend[4], t5 = addend[5], t6 = addend[6], t7 = addend[7];
     umint low, high;
-#if defined(__clang_analyzer__)  // does not see that the assembly writes through its pointers
+#if defined(__clang_analyzer__)  // the analyzer does not see that the assembly writes through its pointers
     for (int i = 0; i < 8; ++i) lo[i] = 0;
 #endif
     __asm__ volatile(KESH_EIGHT_ROWS(KESH_PRODUCT_ROW8)
@@ -283,8 +283,8 @@ inline void montgomery_product8(umint* r, const umint* a, const umint* b, const 
     "movq %%rax, " #at "(%%rdi)\n\t"
 
 /**
- * w += a b, of n limbs; returns the limb above. Precondition: 1 <= n <= 16. Enters a row of 16 limbs so that n of them
- * are left.
+ * w += a b, of n limbs; returns the limb above. Precondition: 1 <= n <= 16. It enters the code for a row of 16 limbs at
+ * the place where n limbs are left.
  */
 inline umint add_product_row_adx(umint* w, const umint* a, umint b, std::size_t n) noexcept {
     umint carry = 0, scratch;

@@ -43,7 +43,7 @@ constexpr std::uint8_t math_subborrow(std::uint8_t c, umint a, umint b, umint& r
     return static_cast<std::uint8_t>((a < c) | (partial < b));
 }
 
-/** Schoolbook on 32-bit parts; no partial sum exceeds 64 bits. */
+/** The schoolbook product of 32-bit parts; no partial sum exceeds 64 bits. */
 constexpr void math_mul(umint a, umint b, umint& lo, umint& hi) noexcept {
     const umint mask = 0xFFFFFFFF;
     const umint a0 = a & mask, a1 = a >> 32, b0 = b & mask, b1 = b >> 32;
@@ -98,9 +98,9 @@ inline constexpr bool memory_sanitizer = false;
 #endif
 
 /**
- * Keeps a limb in a general register: code that the compiler moved to vectors would load, as vectors, limbs that were
- * stored one by one a moment before, and the processor cannot forward such stores to the load but waits until they
- * reach the cache.
+ * Keeps a limb in a general register. Otherwise the compiler may use vectors, and the code would load limbs as one
+ * vector that were stored one by one just before. The processor cannot forward such stores to the load; it waits until
+ * they reach the cache.
  */
 constexpr void keep_scalar(umint& limb) noexcept {
     if (!std::is_constant_evaluated()) __asm__("" : "+r"(limb));

@@ -26,7 +26,7 @@ void adx_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
     } else {
         const Doublings<4> start(modulus, e);
         SignedModulus m(modulus);
-        SignedResidue y(start.value);  // with its doublings put off, as in Doublings
+        SignedResidue y(start.value);  // its doublings are postponed, as in Doublings
         int ahead = 1;
         for (int i = start.bits_left() - 1; i >= 0; --i) {
             y.square(m);

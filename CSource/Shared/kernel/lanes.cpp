@@ -21,7 +21,7 @@ struct Prepared {
     static constexpr int n = (digit_bits * d - 4 + 63) / 64;
 
     umint number[lanes][n];
-    int bits = 0;  ///< of the longest
+    int bits = 0;  ///< the bits of the longest number
     DigitTable<d> digits;
 
     explicit Prepared(const LaneGroup& group) noexcept {

@@ -31,7 +31,7 @@ inline void double_if(umint* x, umint bit, const umint* m) noexcept {
     reduce_once<n>(x, t, carry, m);
 }
 
-/** r = a - b, plus m where that is negative. r may be a or b. */
+/** r = a - b, plus m if that is negative. r may be a or b. */
 template <int n>
 inline void subtract_mod(umint* r, const umint* a, const umint* b, const umint* m) noexcept {
     umint t[n];
@@ -46,8 +46,8 @@ inline void subtract_mod(umint* r, const umint* a, const umint* b, const umint* 
 }
 
 /**
- * x = x / 2^j mod m: with q = -x/m mod 2^j, x + q m is divisible by 2^j. As q < 2^j, the quotient is below m where x
- * is, and below 2^(64 n) for any x. k = -m^(-1) mod 2^64; 0 <= j < 64.
+ * x = x / 2^j mod m: with q = -x/m mod 2^j, x + q m is divisible by 2^j. As q < 2^j, the quotient is below m if x is
+ * below m, and below 2^(64 n) for any x. k = -m^(-1) mod 2^64; 0 <= j < 64.
  */
 template <int n>
 inline void halve(umint* x, int j, const umint* m, umint k) noexcept {
@@ -59,7 +59,7 @@ inline void halve(umint* x, int j, const umint* m, umint k) noexcept {
     for (int i = 0; i < n; ++i) x[i] = (t[i] >> j) | ((t[i + 1] << 1) << (63 - j));
 }
 
-/** r = a 2^shift, without what exceeds n limbs. Precondition: 0 <= shift < 64 n. r may be a. */
+/** r = a 2^shift modulo 2^(64 n). Precondition: 0 <= shift < 64 n. r may be a. */
 template <int n>
 inline void shift_left(umint* r, const umint* a, int shift) noexcept {
     const int whole = shift / 64, part = shift % 64;

@@ -61,7 +61,7 @@ struct Doublings {
         return next_;
     }
 
-    /** To be called after `value` was squared for bit i of e, for each i below bits_left() down to 0. */
+    /** Call it after `value` was squared for bit i of e, for each i below bits_left() down to 0. */
     void after_square(const umint* e, int i) noexcept {
         ahead_ = 2 * ahead_ - static_cast<int>(bit_at(e, i));
         if (i % first_bits != 0) return;
@@ -84,11 +84,11 @@ struct Doublings {
 
 /**
  * The loops work on values below R = 2^(64 n) that are residues but need not be below m. `Arithmetic` has static mul()
- * and sqr() of mont_mul's and mont_sqr's signatures for them: for factors below R the product is below R, and where
- * one factor is below m it is below 2 m.
+ * and sqr() of mont_mul's and mont_sqr's signatures for them: for factors below R the product is below R, and if one
+ * factor is below m, the product is below 2 m.
  */
 
-/** r -= c modulo m for an r below R, given the limbs of R - 1 - c: r + (R - 1 - c) + 1 carries where r >= c. */
+/** r -= c modulo m for an r below R, given the limbs of R - 1 - c: r + (R - 1 - c) + 1 has a carry if r >= c. */
 template <int n>
 inline __attribute__((always_inline)) void subtract_residue(umint* r, const umint* not_c,
                                                             const Modulus<n>& modulus) noexcept {

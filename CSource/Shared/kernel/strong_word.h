@@ -271,7 +271,7 @@ class ShortWordPowerOf2 {
         return left_ != 0;
     }
 
-    /// Takes a digit and calls work(), which does not touch this power.
+    /// Processes a digit and calls work(), which must not change this power.
     template <class Work>
     __attribute__((always_inline)) void step(const WordModulus& n, Work&& work) noexcept {
         for (int i = 0; i < 3; ++i) n.square_abs(x_);
@@ -293,8 +293,8 @@ class ShortWordPowerOf2 {
 };
 
 /**
- * Whether all of the powers x = b^e, up to sign, are those of a strong probable prime: x or one of its squares is 1 or
- * -1, 1 only at first.
+ * Whether all powers x = b^e, which are known up to sign, are powers of a strong probable prime: x is 1 or -1, or one
+ * of its squares is -1.
  */
 template <std::size_t K>
 [[nodiscard]] __attribute__((always_inline)) inline bool end_strongly(const WordModulus& n,
