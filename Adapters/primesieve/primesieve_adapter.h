@@ -79,7 +79,7 @@ void skipto_for_prev(Iterator& it, uint64_t x, uint64_t stop_hint) {
  * declares 64-bit elements and stores 4 bytes per prime. It has the members that primesieve's templates use; `reserve`
  * is the vector's own, with its length error.
  */
-class narrowing_primes {
+class NarrowingPrimes {
   public:
     using value_type = uint64_t;
 

@@ -98,19 +98,21 @@ std::string section(const Export& entry) {
 std::string functions_page() {
     std::string page(introduction);
     page += '\n';
-    std::optional<Family> family;
+    const Export* before = nullptr;
     for (const Export& entry : export_table()) {
-        if (family != entry.family)
-            page += fmt::format("{}- [{}](#{}):", family ? "\n" : "", family_title(entry.family),
+        const bool begins = before == nullptr || before->family != entry.family;
+        if (begins)
+            page += fmt::format("{}- [{}](#{}):", before == nullptr ? "" : "\n", family_title(entry.family),
                                 anchor(family_title(entry.family)));
-        page += fmt::format("{} [{}](#{})", family == entry.family ? "," : "", entry.name, anchor(entry.name));
-        family = entry.family;
+        page += fmt::format("{} [{}](#{})", begins ? "" : ",", entry.name, anchor(entry.name));
+        before = &entry;
     }
     page += '\n';
-    family.reset();
+    before = nullptr;
     for (const Export& entry : export_table()) {
-        if (family != entry.family) page += fmt::format("\n## {}\n", family_title(entry.family));
-        family = entry.family;
+        if (before == nullptr || before->family != entry.family)
+            page += fmt::format("\n## {}\n", family_title(entry.family));
+        before = &entry;
         page += section(entry);
     }
     return page;

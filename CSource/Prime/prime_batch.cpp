@@ -69,14 +69,14 @@ umint itself(umint n) {
     return n;
 }
 umint second_base(umint n) {
-    return hashed_bases(n).second;
+    return HashedBases(n).second;
 }
 umint third_base(umint n) {
-    return hashed_bases(n).third;
+    return HashedBases(n).third;
 }
 
 bool passes_hashed_bases(umint n) {
-    const hashed_bases bases(n);
+    const HashedBases bases(n);
     return kernel::strong_tests<2>(n, {bases.second, bases.third});
 }
 

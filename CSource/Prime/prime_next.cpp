@@ -295,7 +295,7 @@ umint neighbour_word(umint n, bool upwards) {
         const unsigned passed = kernel::WordLanes(row).strong_base_2();
         for (std::size_t c = 0; c < count; ++c) {
             if ((passed >> c & 1) == 0) continue;
-            const hashed_bases bases(row[c]);
+            const HashedBases bases(row[c]);
             if (kernel::strong_tests<2>(row[c], {bases.second, bases.third})) return row[c];
         }
     }

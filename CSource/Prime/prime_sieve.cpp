@@ -25,7 +25,7 @@ int count_in_range(mint Argc, MArgument* Args, MArgument Res) {
 }
 
 /** Gives the collected primes to the host as a new integer tensor, sign-extending each element. */
-int return_tensor(VelmoraLibraryData libData, const kesh::sieve::narrowing_primes& collected, MArgument Res) {
+int return_tensor(VelmoraLibraryData libData, const kesh::sieve::NarrowingPrimes& collected, MArgument Res) {
     const std::vector<int>& primes = collected.narrowed();
     const mint length = static_cast<mint>(primes.size());
     MTensor tensor = nullptr;
@@ -135,14 +135,14 @@ int PrimeSieve_PrimeSumInterval(VelmoraLibraryData /*libData*/, mint Argc, MArgu
 }
 
 int PrimeSieve_ListPrimes(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res) {
-    kesh::sieve::narrowing_primes primes;
+    kesh::sieve::NarrowingPrimes primes;
     if (Argc != 2) return LIBRARY_FUNCTION_ERROR;
     primesieve::generate_primes(unsigned_argument(Args, 0), unsigned_argument(Args, 1), &primes);
     return return_tensor(libData, primes, Res);
 }
 
 int PrimeSieve_ListNPrimes(VelmoraLibraryData libData, mint Argc, MArgument* Args, MArgument Res) {
-    kesh::sieve::narrowing_primes primes;
+    kesh::sieve::NarrowingPrimes primes;
     if (Argc != 1) return LIBRARY_FUNCTION_ERROR;
     primesieve::generate_n_primes(unsigned_argument(Args, 0), &primes);
     return return_tensor(libData, primes, Res);

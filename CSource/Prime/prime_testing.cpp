@@ -41,9 +41,9 @@ u64 hashed_base_64(u64 n, const std::uint16_t* bases) {
  */
 template <u64... primes>
 bool has_divisor_of(u64 n) {
-    static constexpr std::array<exact_divisor, sizeof...(primes)> divisors = {exact_divisor{primes}...};
+    static constexpr std::array<ExactDivisor, sizeof...(primes)> divisors = {ExactDivisor{primes}...};
     unsigned found = 0;
-    const exact_divisor* p = divisors.data();
+    const ExactDivisor* p = divisors.data();
     asm("" : "+r"(p));  // hides the table's contents from the compiler, which would turn them into immediates
 #pragma GCC unroll 17
     for (std::size_t i = 0; i < divisors.size(); ++i) found += p[i].divides(n) ? 1 : 0;
@@ -52,7 +52,7 @@ bool has_divisor_of(u64 n) {
 
 }  // namespace
 
-hashed_bases::hashed_bases(umint n) : second(hashed_base_64(n, prime_data64)), third(third_bases[second >> 13]) {}
+HashedBases::HashedBases(umint n) : second(hashed_base_64(n, prime_data64)), third(third_bases[second >> 13]) {}
 
 namespace {
 
@@ -72,14 +72,14 @@ bool word_has_small_factor(umint n) {
     return has_factor_to_61(n) || has_factor_67_to_139(n);
 }
 
-std::span<const exact_divisor> word_divisors() {
+std::span<const ExactDivisor> word_divisors() {
     static constexpr auto divisors = [] {
-        std::array<exact_divisor, 33> all{};
+        std::array<ExactDivisor, 33> all{};
         std::size_t count = 0;
         for (u64 p = 3; count < all.size(); p += 2) {
             bool prime = true;
             for (u64 q = 3; q * q <= p; q += 2) prime = prime && p % q != 0;
-            if (prime) all[count++] = exact_divisor(p);
+            if (prime) all[count++] = ExactDivisor(p);
         }
         return all;
     }();
@@ -110,7 +110,7 @@ bool PrimeQ(u64 n) {
     // Below 2^40 the test to base 2 is short, and these divisions would take a large part of the time of a composite
     // without small factors.
     if (n >> 40 != 0 && has_factor_67_to_139(n)) return false;
-    const hashed_bases bases(n);
+    const HashedBases bases(n);
     if (n < third_base_from) return kernel::strong_tests_2_and<kernel::ShortWordPowerOf2, 1>(n, {bases.second});
     return kernel::strong_tests_2_and<kernel::WordPowerOf2, 2>(n, {bases.second, bases.third});
 }
@@ -141,7 +141,7 @@ class strong_test {
 
 }  // namespace
 
-bool PrimeQ(u64 n, const base_tables& tables) {
+bool PrimeQ(u64 n, const BaseTables& tables) {
     if (n <= bitmap_limit) return isPrime(static_cast<std::uint32_t>(n));
     if (has_small_factor(n)) return false;
     const strong_test test(n);

@@ -76,7 +76,7 @@ bool PrimeQ(u64 n);
 namespace reference {
 
 /** 256 and 16,384 hashed bases, for the numbers below and above 2^32. */
-struct base_tables {
+struct BaseTables {
     const std::uint16_t* below_2_32;
     const std::uint16_t* above_2_32;
 };
@@ -85,7 +85,7 @@ bool PrimeQ(std::uint32_t n);
 bool PrimeQ(u64 n);
 
 /** The same with other tables; tests use it to show that each entry is needed. */
-bool PrimeQ(u64 n, const base_tables& tables);
+bool PrimeQ(u64 n, const BaseTables& tables);
 
 }  // namespace reference
 
@@ -157,14 +157,14 @@ int weak_lucas_mont_test(const mp_mont_data<T>& M, T n) {
 
 /** The three steps of the Baillie-PSW test of one odd n, each by its generic form. */
 template <wide_word T>
-class generic_steps {
+class GenericSteps {
   public:
     static bool has_small_factor(const T& n) {
         const mint tried = std::min<mint>(100, std::ssize(primes_small));
         return primeq_trial_division<T>(n, 1, tried) == 0;
     }
 
-    explicit generic_steps(const T& n) : M(n) {}
+    explicit GenericSteps(const T& n) : M(n) {}
 
     [[nodiscard]] bool passes_base_2() const {
         T d = M.m - T(1);
@@ -187,22 +187,22 @@ class generic_steps {
  * at these widths.
  */
 template <wide_word T>
-class kernel_steps {
+class KernelSteps {
   public:
     static bool has_small_factor(const T& n) {
         return kernel::has_small_factor(significant_limbs(n));
     }
 
-    explicit kernel_steps(const T& n_) : n(n_), modulus(make_modulus<2>(n)) {}
+    explicit KernelSteps(const T& n) : n_(n), modulus_(make_modulus<2>(n)) {}
 
     [[nodiscard]] bool passes_base_2() const {
-        return std::visit([](const auto& m) { return kernel::strong_base2(m); }, modulus);
+        return std::visit([](const auto& m) { return kernel::strong_base2(m); }, modulus_);
     }
 
     [[nodiscard]] bool passes_lucas() const {
         mint D, P, Q;
-        if (parameters(n, D, P, Q) == 0) return false;
-        return std::visit([Q](const auto& m) { return kernel::lucas_u_vanishes(m, Q); }, modulus);
+        if (parameters(n_, D, P, Q) == 0) return false;
+        return std::visit([Q](const auto& m) { return kernel::lucas_u_vanishes(m, Q); }, modulus_);
     }
 
     /** lucas_DPQ by remainders of the limbs that n has. */
@@ -218,13 +218,13 @@ class kernel_steps {
     static constexpr int limbs = static_cast<int>(T::limbs);
 
     template <class Counts>
-    struct one_of;
+    struct OneOf;
     template <int... less_2>
-    struct one_of<std::integer_sequence<int, less_2...>> {
+    struct OneOf<std::integer_sequence<int, less_2...>> {
         using type = std::variant<kernel::Modulus<less_2 + 2>...>;
     };
     /** The modulus, for each number of limbs from 2 to that of T. */
-    using any_modulus = typename one_of<std::make_integer_sequence<int, limbs - 1>>::type;
+    using AnyModulus = typename OneOf<std::make_integer_sequence<int, limbs - 1>>::type;
 
     static std::span<const umint> significant_limbs(const T& value) {
         std::size_t count = T::limbs;
@@ -233,15 +233,15 @@ class kernel_steps {
     }
 
     template <int count>
-    static any_modulus make_modulus(const T& value) {
+    static AnyModulus make_modulus(const T& value) {
         if constexpr (count < limbs) {
             if (significant_limbs(value).size() > count) return make_modulus<count + 1>(value);
         }
-        return any_modulus(std::in_place_type<kernel::Modulus<count>>, value.limb);
+        return AnyModulus(std::in_place_type<kernel::Modulus<count>>, value.limb);
     }
 
-    T n;
-    any_modulus modulus;
+    T n_;
+    AnyModulus modulus_;
 };
 
 /**
@@ -249,7 +249,7 @@ class kernel_steps {
  * the strong test to base 2 and the Lucas test; 0 when n is composite. strong_lucas must be 0: there is no strong Lucas
  * test.
  */
-template <wide_word T, template <class> class Steps = generic_steps>
+template <wide_word T, template <class> class Steps = GenericSteps>
 int PrimeQ_BPSW(T n, [[maybe_unused]] mint strong_lucas) {
     KESH_REQUIRE(strong_lucas == 0);
     if ((n.limb[0] & 1) == 0) return n == 2 ? 1 : 0;
@@ -261,7 +261,7 @@ int PrimeQ_BPSW(T n, [[maybe_unused]] mint strong_lucas) {
 }
 
 /** Primality of n, tested at the narrowest width whose upper half is not zero, down to the 64-bit test. */
-template <wide_word T, template <class> class Steps = kernel_steps>
+template <wide_word T, template <class> class Steps = KernelSteps>
 bool PrimeQ(const T& n) {
     if (!math_is_zero(n.hi())) return PrimeQ_BPSW<T, Steps>(n, 0) != 0;
     if constexpr (T::bits == 128) {

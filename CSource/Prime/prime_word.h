@@ -16,11 +16,11 @@ namespace kesh {
 inline constexpr umint third_base_from = umint{1} << 49;
 
 /** The second and the third base of an n of 2^32 or more. */
-struct hashed_bases {
+struct HashedBases {
     umint second;
     umint third;
 
-    explicit hashed_bases(umint n);
+    explicit HashedBases(umint n);
 };
 
 /** The largest prime that the tests of a word divide by. */
@@ -30,6 +30,6 @@ inline constexpr umint word_trial_limit = 139;
 bool word_has_small_factor(umint n);
 
 /** The odd primes up to 139, prepared for tests of many n. */
-std::span<const exact_divisor> word_divisors();
+std::span<const ExactDivisor> word_divisors();
 
 }  // namespace kesh

@@ -13,14 +13,14 @@
 
 namespace kesh {
 
-std::vector<small_prime> primes_small;
+std::vector<SmallPrime> primes_small;
 
-std::vector<small_prime> gen_small_prime(mint limit) {
+std::vector<SmallPrime> gen_small_prime(mint limit) {
     KESH_REQUIRE(limit <= SMALL_PRIMES_UPTO);
     constexpr mint root = 1000;           // floor(sqrt(SMALL_PRIMES_UPTO))
     constexpr mint segment_size = 32768;  // one byte per number: it fits into the first-level cache
 
-    std::vector<small_prime> primes;
+    std::vector<SmallPrime> primes;
     primes.emplace_back(2UL);
 
     std::vector<char> is_prime(root + 1, 1);
@@ -55,8 +55,8 @@ std::vector<small_prime> gen_small_prime(mint limit) {
     return primes;
 }
 
-std::vector<small_prime> small_primes_from_bitmap() {
-    std::vector<small_prime> primes;
+std::vector<SmallPrime> small_primes_from_bitmap() {
+    std::vector<SmallPrime> primes;
     primes.reserve(SMALL_PRIMES_COUNT);
     primes.emplace_back(2UL);
     std::uint32_t n = 3;  // the number of bit 0 of the word

@@ -10,7 +10,7 @@
 
 namespace kesh {
 
-using small_prime = fastdiv2x1<unsigned long, unsigned long>;
+using SmallPrime = fastdiv2x1<unsigned long, unsigned long>;
 
 /** The bound of the table. */
 inline constexpr mint SMALL_PRIMES_UPTO = 1000000;
@@ -22,19 +22,19 @@ inline constexpr std::size_t SMALL_PRIMES_COUNT = 78498;
  * The primes up to SMALL_PRIMES_UPTO in increasing order, 2 first. It is empty until init_small_primes() builds it;
  * then it has SMALL_PRIMES_COUNT entries and never changes again.
  */
-extern std::vector<small_prime> primes_small;
+extern std::vector<SmallPrime> primes_small;
 
 /**
  * All primes <= limit in increasing order, by a segmented sieve over odd numbers. Its sieving primes end at 1000, so
  * limit must be below 1001^2.
  */
-std::vector<small_prime> gen_small_prime(mint limit);
+std::vector<SmallPrime> gen_small_prime(mint limit);
 
 /**
  * The same primes up to SMALL_PRIMES_UPTO, read from the bitmap of the 64-bit test. The remaining cost is the first
  * access to the table's pages: they are allocated once, while the sieve's table moves as it grows.
  */
-std::vector<small_prime> small_primes_from_bitmap();
+std::vector<SmallPrime> small_primes_from_bitmap();
 
 /**
  * Builds primes_small if it is not built yet. If several threads call this first at the same time, one builds and the
@@ -51,7 +51,7 @@ template <wide_word T>
 int primeq_trial_division(T n, mint from, mint to) {
     KESH_REQUIRE(0 <= from && to <= static_cast<mint>(primes_small.size()));
     for (mint i = from; i < to; ++i) {
-        const small_prime& p = primes_small[static_cast<std::size_t>(i)];
+        const SmallPrime& p = primes_small[static_cast<std::size_t>(i)];
         if ((n / p) * p == n) return n != p.m ? 0 : 1;
     }
     return 1;

@@ -36,14 +36,14 @@ bool prime_alone(const kernel::LaneNumber& number) {
 }
 
 bool passes_lucas_alone(const kernel::LaneNumber& number) {
-    return at_its_width(number, []<class T>(const T& n) { return kernel_steps<T>(n).passes_lucas(); });
+    return at_its_width(number, []<class T>(const T& n) { return KernelSteps<T>(n).passes_lucas(); });
 }
 
 /** Q of Selfridge's parameters, or 0 if their search proves the number composite. */
 mint lucas_q(const kernel::LaneNumber& number) {
     return at_its_width(number, []<class T>(const T& n) -> mint {
         mint D, P, Q;
-        return kernel_steps<T>::parameters(n, D, P, Q) != 0 ? Q : 0;
+        return KernelSteps<T>::parameters(n, D, P, Q) != 0 ? Q : 0;
     });
 }
 

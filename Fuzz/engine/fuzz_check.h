@@ -19,9 +19,9 @@ namespace kesh::fuzz {
 
 template <engine_word T, class Check>
 void check_at(const char* name, const std::uint8_t* data, std::size_t size, Check check) {
-    using test::operands;
-    static_assert(std::is_trivially_copyable_v<operands<T>>);
-    operands<T> s{};
+    using test::Operands;
+    static_assert(std::is_trivially_copyable_v<Operands<T>>);
+    Operands<T> s{};
     std::memset(static_cast<void*>(&s), 0, sizeof s);
     std::memcpy(static_cast<void*>(&s), data, std::min(size, sizeof s));
     s.count %= width_v<T> + 2;
@@ -30,14 +30,14 @@ void check_at(const char* name, const std::uint8_t* data, std::size_t size, Chec
     if (showing())
         show(name, " at ", width_v<T>, " bits, a = ", as_mpz(s.a), ", b = ", as_mpz(s.b), ", c = ", as_mpz(s.c),
              ", d = ", as_mpz(s.d), ", limb = ", s.limb, ", count = ", s.count, ", carry = ", int{s.carry});
-    const test::verdict v = check(s);
+    const test::Verdict v = check(s);
     if (!v.empty()) {
         std::fprintf(stderr, "%s\n", v.c_str());
         std::abort();
     }
 }
 
-/** `check` is called with operands<T> of the chosen width, from 128 bits on. */
+/** `check` is called with Operands<T> of the chosen width, from 128 bits on. */
 template <class Check>
 int run(const char* name, const std::uint8_t* data, std::size_t size, Check check) {
     if (size == 0) return 0;
@@ -66,5 +66,5 @@ int run(const char* name, const std::uint8_t* data, std::size_t size, Check chec
 #define KESH_FUZZ_TARGET(body)                                                                    \
     extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {           \
         using namespace kesh::test;                                                               \
-        return kesh::fuzz::run(#body, data, size, [](const auto& s) -> verdict { return body; }); \
+        return kesh::fuzz::run(#body, data, size, [](const auto& s) -> Verdict { return body; }); \
     }

@@ -9,8 +9,8 @@
 namespace {
 
 template <class Operands>
-kesh::test::verdict check(const Operands& s) {
-    kesh::reference::division_steps steps;
+kesh::test::Verdict check(const Operands& s) {
+    kesh::reference::DivisionSteps steps;
     return kesh::test::check_division(s, steps);
 }
 

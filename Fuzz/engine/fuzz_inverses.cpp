@@ -9,9 +9,9 @@
 namespace {
 
 template <class Operands>
-kesh::test::verdict check(const Operands& s) {
+kesh::test::Verdict check(const Operands& s) {
     using namespace kesh::test;
-    const verdict v = check_inverse_mod_2(s);
+    const Verdict v = check_inverse_mod_2(s);
     return v.empty() ? check_invmod(s) : v;
 }
 

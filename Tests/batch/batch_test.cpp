@@ -119,7 +119,7 @@ TEST(Batch, SizesMayDifferWithinACall) {
 }
 
 TEST(Batch, HardStrongPseudoprimes) {
-    kesh::test::at_every_level([] { expect_verdicts(readPseudoprimeSample(), 1); });
+    kesh::test::at_every_level([] { expect_verdicts(read_pseudoprime_sample(), 1); });
 }
 
 TEST(Batch, StructuredNumbersOfEveryLength) {

@@ -61,7 +61,7 @@ TEST(WordLanes, SmallestNumbersAndLargest) {
 }
 
 TEST(WordLanes, StrongPseudoprimes) {
-    const std::vector<u64> hard = readPseudoprimeSample();
+    const std::vector<u64> hard = read_pseudoprime_sample();
     ASSERT_GE(hard.size(), 100'000);
     std::mt19937_64 random(12);
     for (int i = 0; i < 5000; ++i) {

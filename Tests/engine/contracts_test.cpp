@@ -19,11 +19,11 @@ namespace {
 
 template <class T>
 class Contracts : public Edges<T> {};
-TYPED_TEST_SUITE(Contracts, all_words, width_names);
+TYPED_TEST_SUITE(Contracts, AllWords, WidthNames);
 
 template <class T>
 class WideContracts : public Edges<T> {};
-TYPED_TEST_SUITE(WideContracts, wide_words, width_names);
+TYPED_TEST_SUITE(WideContracts, WideWords, WidthNames);
 
 TYPED_TEST(Contracts, CarriesAreBits) {
     using T = TypeParam;

@@ -9,8 +9,8 @@
 namespace kesh::test {
 namespace {
 
-KESH_DIFFERENTIAL_TESTS(Text, wide_words, check_text)
-KESH_DIFFERENTIAL_TESTS(Signed, wide_words, check_signed)
+KESH_DIFFERENTIAL_TESTS(Text, WideWords, check_text)
+KESH_DIFFERENTIAL_TESTS(Signed, WideWords, check_signed)
 
 }  // namespace
 }  // namespace kesh::test

@@ -13,16 +13,16 @@
 namespace kesh::test {
 namespace {
 
-KESH_DIFFERENTIAL_TESTS(PreparedDivisor, wide_words, check_fastdiv)
+KESH_DIFFERENTIAL_TESTS(PreparedDivisor, WideWords, check_fastdiv)
 
 /** check_division that keeps the longest series and the most corrections seen at a width. */
 template <engine_word T>
 struct division_record {
     int iterations = 0, corrections = 0;
 
-    verdict operator()(const operands<T>& s) {
-        reference::division_steps steps;
-        const verdict v = check_division(s, steps);
+    Verdict operator()(const Operands<T>& s) {
+        reference::DivisionSteps steps;
+        const Verdict v = check_division(s, steps);
         iterations = std::max(iterations, steps.iterations);
         corrections = std::max(corrections, steps.corrections);
         return v;
@@ -35,7 +35,7 @@ struct division_record {
 
 template <class T>
 class Division : public ::testing::Test {};
-TYPED_TEST_SUITE(Division, all_words, width_names);
+TYPED_TEST_SUITE(Division, AllWords, WidthNames);
 
 TYPED_TEST(Division, RandomOperands) {
     division_record<TypeParam> record;

@@ -20,11 +20,11 @@ class Edges : public ::testing::Test {
 
 template <class T>
 class WordEdges : public Edges<T> {};
-TYPED_TEST_SUITE(WordEdges, all_words, width_names);
+TYPED_TEST_SUITE(WordEdges, AllWords, WidthNames);
 
 template <class T>
 class WideEdges : public Edges<T> {};
-TYPED_TEST_SUITE(WideEdges, wide_words, width_names);
+TYPED_TEST_SUITE(WideEdges, WideWords, WidthNames);
 
 template <engine_word T>
 ::testing::AssertionResult equal(const T& a, const T& b) {

@@ -36,17 +36,17 @@ TYPED_TEST(WordEdges, Products) {
 TYPED_TEST(WordEdges, DivisionByPowersOfTwo) {
     using T = TypeParam;
     constexpr mint N = width_v<T>;
-    operand_source source(2);
+    OperandSource source(2);
     for (mint n = 0; n < N; ++n) {
         const T lo = source.value<T>(), hi = source.value<T>();
         T q, r, shifted, dropped, mask = minus(power_of_two<T>(n), T(1));
-        reference::division_steps steps;
+        reference::DivisionSteps steps;
         reference::math_divmod_imp(lo, hi, power_of_two<T>(n), q, r, &steps);
         math_right_shift(lo, hi, n, shifted, dropped);
         EXPECT_TRUE(equal(q, shifted));
         for (std::size_t i = 0; i < limbs_v<T>; ++i) limbs_of(mask)[i] &= limbs_of(lo)[i];
         EXPECT_TRUE(equal(r, mask));
-        EXPECT_EQ(steps.taken, reference::division_steps::path::power_of_two);
+        EXPECT_EQ(steps.taken, reference::DivisionSteps::Path::power_of_two);
         EXPECT_EQ(steps.iterations, 0);
         math_divmod_imp(lo, hi, power_of_two<T>(n), q, r);
         EXPECT_TRUE(equal(q, shifted) && equal(r, mask));
@@ -85,10 +85,10 @@ TYPED_TEST(WordEdges, DivisionAtTheEndsOfTheRange) {
 TYPED_TEST(WordEdges, SmallNumeratorsSkipTheSeries) {
     using T = TypeParam;
     T q, r;
-    reference::division_steps steps;
+    reference::DivisionSteps steps;
     reference::math_divmod_imp(minus(this->top_bit, T(1)), this->zero, this->ones, q, r, &steps);
     EXPECT_TRUE(equal(q, this->zero) && equal(r, minus(this->top_bit, T(1))));
-    EXPECT_EQ(steps.taken, reference::division_steps::path::small_numerator);
+    EXPECT_EQ(steps.taken, reference::DivisionSteps::Path::small_numerator);
     EXPECT_EQ(steps.iterations, 0);
 }
 
@@ -96,10 +96,10 @@ TYPED_TEST(WordEdges, TheSeriesRunsAtLeastOnceAndAtMostLogNTimes) {
     using T = TypeParam;
     const int most = std::countr_zero(static_cast<umint>(width_v<T>));
     T q, r;
-    reference::division_steps steps;
+    reference::DivisionSteps steps;
     reference::math_divmod_imp(this->ones, this->one, this->ones, q, r, &steps);  // x = 1 vanishes at once
     EXPECT_EQ(steps.iterations, 1);
-    steps = reference::division_steps();
+    steps = reference::DivisionSteps();
     const T slowest = plus(this->top_bit, T(1));  // x = 2^(N-1) - 1
     reference::math_divmod_imp(this->ones, this->one, slowest, q, r, &steps);
     EXPECT_EQ(steps.iterations, most);

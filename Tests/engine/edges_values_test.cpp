@@ -83,7 +83,7 @@ TYPED_TEST(WideEdges, IncrementAndDecrementWrap) {
 }
 
 TEST(LimbPrimitives, PortableFormsEqualTheBuiltins) {
-    operand_source source(1);
+    OperandSource source(1);
     for (int i = 0; i < 100000; ++i) {
         const umint a = source.value<umint>(), b = source.value<umint>();
         for (const std::uint8_t c : {std::uint8_t{0}, std::uint8_t{1}}) {

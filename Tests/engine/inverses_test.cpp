@@ -9,8 +9,8 @@
 namespace kesh::test {
 namespace {
 
-KESH_DIFFERENTIAL_TESTS(InverseModuloPowerOfTwo, all_words, check_inverse_mod_2)
-KESH_DIFFERENTIAL_TESTS(InverseModulo, all_words, check_invmod)
+KESH_DIFFERENTIAL_TESTS(InverseModuloPowerOfTwo, AllWords, check_inverse_mod_2)
+KESH_DIFFERENTIAL_TESTS(InverseModulo, AllWords, check_invmod)
 
 }  // namespace
 }  // namespace kesh::test

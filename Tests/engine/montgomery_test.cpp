@@ -9,7 +9,7 @@
 namespace kesh::test {
 namespace {
 
-KESH_DIFFERENTIAL_TESTS(Montgomery, all_words, check_montgomery)
+KESH_DIFFERENTIAL_TESTS(Montgomery, AllWords, check_montgomery)
 
 }  // namespace
 }  // namespace kesh::test

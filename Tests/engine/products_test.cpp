@@ -9,7 +9,7 @@
 namespace kesh::test {
 namespace {
 
-KESH_DIFFERENTIAL_TESTS(Products, all_words, check_products)
+KESH_DIFFERENTIAL_TESTS(Products, AllWords, check_products)
 
 }  // namespace
 }  // namespace kesh::test

@@ -9,7 +9,7 @@
 namespace kesh::test {
 namespace {
 
-KESH_DIFFERENTIAL_TESTS(Roots, all_words, check_roots)
+KESH_DIFFERENTIAL_TESTS(Roots, AllWords, check_roots)
 
 }  // namespace
 }  // namespace kesh::test

@@ -9,7 +9,7 @@
 namespace kesh::test {
 namespace {
 
-KESH_DIFFERENTIAL_TESTS(Shifts, all_words, check_shifts)
+KESH_DIFFERENTIAL_TESTS(Shifts, AllWords, check_shifts)
 
 }  // namespace
 }  // namespace kesh::test

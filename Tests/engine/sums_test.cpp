@@ -9,7 +9,7 @@
 namespace kesh::test {
 namespace {
 
-KESH_DIFFERENTIAL_TESTS(Sums, all_words, check_sums)
+KESH_DIFFERENTIAL_TESTS(Sums, AllWords, check_sums)
 
 }  // namespace
 }  // namespace kesh::test

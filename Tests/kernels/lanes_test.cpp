@@ -247,7 +247,7 @@ TEST_F(WordVectorLanes, StrongTestsAgreeWithTheTestAlone) {
 }
 
 TEST_F(WordVectorLanes, DivisorsAreFound) {
-    std::vector<exact_divisor> primes;
+    std::vector<ExactDivisor> primes;
     for (const umint p : {3U, 5U, 139U}) primes.emplace_back(p);
     for (int i = 0; i < 2000; ++i) {
         std::array<umint, lanes> numbers;

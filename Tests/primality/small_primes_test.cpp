@@ -14,7 +14,7 @@ namespace {
 
 using namespace kesh::test;
 using kesh::primes_small;
-using kesh::small_prime;
+using kesh::SmallPrime;
 
 TEST(SmallPrimes, TableIsThatOfTheSieve) {
     kesh::init_small_primes();
@@ -35,7 +35,7 @@ TEST(SmallPrimes, EntriesArePreparedAsStated) {
     EXPECT_EQ(primes_small[0].m, 2u);
     EXPECT_EQ(primes_small[0].s, 62);
     EXPECT_EQ(primes_small[0].size, 0);
-    for (const small_prime& p : primes_small) {
+    for (const SmallPrime& p : primes_small) {
         ASSERT_EQ(p.s, __builtin_clzl(p.m));
         ASSERT_EQ(p.d, p.m << p.s);
         ASSERT_EQ(mpz_class(p.magic), (power_of_2(128) - 1) / mpz_class(p.d) - power_of_2(64));
@@ -47,18 +47,18 @@ TEST(SmallPrimes, EveryLimitGivesThePrimesUpToIt) {
     primesieve::generate_primes(1000000, &expected);
     // Around the ends of segments and the squares of sieving primes.
     for (kesh::mint limit : {2L, 3L, 9L, 100L, 32767L, 32768L, 32769L, 65535L, 65536L, 994009L, 999999L}) {
-        const std::vector<small_prime> primes = kesh::gen_small_prime(limit);
+        const std::vector<SmallPrime> primes = kesh::gen_small_prime(limit);
         const auto end = std::upper_bound(expected.begin(), expected.end(), static_cast<unsigned long>(limit));
         ASSERT_EQ(primes.size(), static_cast<std::size_t>(end - expected.begin())) << limit;
         ASSERT_TRUE(std::equal(primes.begin(), primes.end(), expected.begin(),
-                               [](const small_prime& p, unsigned long q) { return p.m == q; }))
+                               [](const SmallPrime& p, unsigned long q) { return p.m == q; }))
             << limit;
     }
 }
 
 TEST(SmallPrimes, TheBitmapGivesTheTableOfTheSieve) {
-    const std::vector<small_prime> sieved = kesh::gen_small_prime(kesh::SMALL_PRIMES_UPTO);
-    const std::vector<small_prime> read = kesh::small_primes_from_bitmap();
+    const std::vector<SmallPrime> sieved = kesh::gen_small_prime(kesh::SMALL_PRIMES_UPTO);
+    const std::vector<SmallPrime> read = kesh::small_primes_from_bitmap();
     ASSERT_EQ(read.size(), sieved.size());
     EXPECT_EQ(read.capacity(), read.size()) << "allocated once";
     for (std::size_t i = 0; i < read.size(); ++i) {
@@ -72,7 +72,7 @@ TEST(SmallPrimes, TheBitmapGivesTheTableOfTheSieve) {
 
 TEST(SmallPrimes, BuiltOnce) {
     kesh::init_small_primes();
-    const small_prime* const first = primes_small.data();
+    const SmallPrime* const first = primes_small.data();
     kesh::init_small_primes();
     EXPECT_EQ(primes_small.data(), first);
 }
@@ -83,7 +83,7 @@ TEST(Fastdiv2x1, DividesTwoLimbsByEveryDivisor) {
         1, 2, 3, 541, 999983, 0xFFFFFFFF, 0x8000000000000000, 0x8000000000000001, 0xFFFFFFFFFFFFFFFF};
     for (unsigned bits = 2; bits <= 64; ++bits) divisors.push_back(source.of_bits(bits).get_ui());
     for (kesh::umint m : divisors) {
-        const small_prime p(m);
+        const SmallPrime p(m);
         EXPECT_EQ(p.getM(), m);
         for (int i = 0; i < 300; ++i) {
             const auto any = [&] {
@@ -105,7 +105,7 @@ TEST(Fastdiv2x1, ServesAsAModulusContext) {
     number_source source(42);
     for (unsigned bits = 2; bits <= 64; ++bits) {
         const kesh::umint m = source.odd(bits).get_ui();
-        const small_prime p(m);
+        const SmallPrime p(m);
         EXPECT_EQ(p.one(), 1u);
         EXPECT_EQ(p.getr2(), 1u);
         for (int i = 0; i < 100; ++i) {
@@ -144,7 +144,7 @@ TYPED_TEST(WideByLimb, QuotientRemainderAndProduct) {
     for (int i = 0; i < 1000; ++i) {
         const mpz_class n =
             i % 2 == 0 ? source.odd(width - static_cast<unsigned>(i) % width / 2) : source.skewed_odd(width);
-        const small_prime& p = primes_small[source.below(78498).get_ui()];
+        const SmallPrime& p = primes_small[source.below(78498).get_ui()];
         T remainder, quotient;
         p.mod_quo(as_word<T>(n), remainder, quotient);
         ASSERT_EQ(as_mpz(remainder), n % mpz_class(p.m)) << n << " by " << p.m;

@@ -16,12 +16,12 @@ using namespace kesh::test;
 std::vector<long> widths_asked;
 
 template <kesh::wide_word T>
-class observed_steps : public kesh::generic_steps<T> {
+class observed_steps : public kesh::GenericSteps<T> {
   public:
-    using kesh::generic_steps<T>::generic_steps;
+    using kesh::GenericSteps<T>::GenericSteps;
     static bool has_small_factor(const T& n) {
         widths_asked.push_back(T::bits);
-        return kesh::generic_steps<T>::has_small_factor(n);
+        return kesh::GenericSteps<T>::has_small_factor(n);
     }
 };
 
@@ -147,9 +147,9 @@ TYPED_TEST(Lucas, SquaresOfWieferichPrimesPassBase2AndFallToTheSquareTest) {
     kesh::init_small_primes();
     for (kesh::umint p : {kesh::umint{1093}, kesh::umint{3511}}) {
         const T n(p * p);
-        EXPECT_FALSE(kesh::generic_steps<T>::has_small_factor(n));
-        EXPECT_TRUE(kesh::generic_steps<T>(n).passes_base_2()) << p << ": 2^(p - 1) = 1 modulo p^2";
-        EXPECT_FALSE(kesh::generic_steps<T>(n).passes_lucas());
+        EXPECT_FALSE(kesh::GenericSteps<T>::has_small_factor(n));
+        EXPECT_TRUE(kesh::GenericSteps<T>(n).passes_base_2()) << p << ": 2^(p - 1) = 1 modulo p^2";
+        EXPECT_FALSE(kesh::GenericSteps<T>(n).passes_lucas());
         EXPECT_EQ(kesh::PrimeQ_BPSW<T>(n, 0), 0);
     }
 }
@@ -160,11 +160,11 @@ TYPED_TEST(Lucas, LadderFollowsTheDefinition) {
     number_source source(13);
     int probable = 0;
     const auto check = [&](const mpz_class& number) {
-        if (kesh::generic_steps<T>::has_small_factor(as_word<T>(number))) return;
+        if (kesh::GenericSteps<T>::has_small_factor(as_word<T>(number))) return;
         const long D = selfridge_d(number);
         const bool expected = D != 0 && lucas_by_definition(number, D);
         probable += expected;
-        ASSERT_EQ(kesh::generic_steps<T>(as_word<T>(number)).passes_lucas(), expected) << number;
+        ASSERT_EQ(kesh::GenericSteps<T>(as_word<T>(number)).passes_lucas(), expected) << number;
     };
     kesh::init_small_primes();
     for (int i = 0; i < 12; ++i) {

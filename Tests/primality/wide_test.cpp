@@ -79,14 +79,14 @@ TYPED_TEST(Wide, FormsAgreeAtEveryKernelLevel) {
             const mpz_class number = (source.*kind.make)(bits);
             if (number < power_of_2(64)) continue;  // the product of close factors may be one bit short
             const T n = as_word<T>(number);
-            const bool small = kesh::generic_steps<T>::has_small_factor(n);
-            at_every_level([&] { ASSERT_EQ(kesh::kernel_steps<T>::has_small_factor(n), small) << number; });
+            const bool small = kesh::GenericSteps<T>::has_small_factor(n);
+            at_every_level([&] { ASSERT_EQ(kesh::KernelSteps<T>::has_small_factor(n), small) << number; });
             if (small) continue;
             // Each step alone, also when an earlier one has decided the verdict.
-            const kesh::generic_steps<T> generic(n);
+            const kesh::GenericSteps<T> generic(n);
             const bool passes_base_2 = generic.passes_base_2(), passes_lucas = generic.passes_lucas();
             at_every_level([&] {
-                const kesh::kernel_steps<T> kernel(n);
+                const kesh::KernelSteps<T> kernel(n);
                 ASSERT_EQ(kernel.passes_base_2(), passes_base_2) << number;
                 ASSERT_EQ(kernel.passes_lucas(), passes_lucas) << number;
             });
@@ -126,11 +126,11 @@ TEST(WideNumbers, SeventhFermatNumberIsLeftToTheLucasTest) {
     using T = kesh::uintx_t<256>;
     const T n = as_word<T>(number);
     kesh::init_small_primes();
-    EXPECT_FALSE(kesh::generic_steps<T>::has_small_factor(n));
-    EXPECT_TRUE(kesh::generic_steps<T>(n).passes_base_2());
-    EXPECT_FALSE(kesh::generic_steps<T>(n).passes_lucas());
-    EXPECT_TRUE(kesh::kernel_steps<T>(n).passes_base_2());
-    EXPECT_FALSE(kesh::kernel_steps<T>(n).passes_lucas());
+    EXPECT_FALSE(kesh::GenericSteps<T>::has_small_factor(n));
+    EXPECT_TRUE(kesh::GenericSteps<T>(n).passes_base_2());
+    EXPECT_FALSE(kesh::GenericSteps<T>(n).passes_lucas());
+    EXPECT_TRUE(kesh::KernelSteps<T>(n).passes_base_2());
+    EXPECT_FALSE(kesh::KernelSteps<T>(n).passes_lucas());
     EXPECT_FALSE(kesh_says_prime(number));
 }
 
@@ -146,10 +146,10 @@ template <class T>
 void expect_verdict_at_width(const mpz_class& number, bool prime) {
     if (mpz_sizeinbase(number.get_mpz_t(), 2) > static_cast<std::size_t>(T::bits)) return;
     const T n = as_word<T>(number);
-    EXPECT_EQ((kesh::PrimeQ_BPSW<T, kesh::generic_steps>(n, 0)), prime) << number << " at " << T::bits;
-    EXPECT_EQ((kesh::PrimeQ_BPSW<T, kesh::kernel_steps>(n, 0)), prime) << number << " at " << T::bits;
-    EXPECT_EQ((kesh::PrimeQ<T, kesh::generic_steps>(n)), prime) << number << " at " << T::bits;
-    EXPECT_EQ((kesh::PrimeQ<T, kesh::kernel_steps>(n)), prime) << number << " at " << T::bits;
+    EXPECT_EQ((kesh::PrimeQ_BPSW<T, kesh::GenericSteps>(n, 0)), prime) << number << " at " << T::bits;
+    EXPECT_EQ((kesh::PrimeQ_BPSW<T, kesh::KernelSteps>(n, 0)), prime) << number << " at " << T::bits;
+    EXPECT_EQ((kesh::PrimeQ<T, kesh::GenericSteps>(n)), prime) << number << " at " << T::bits;
+    EXPECT_EQ((kesh::PrimeQ<T, kesh::KernelSteps>(n)), prime) << number << " at " << T::bits;
 }
 
 TEST(WideNumbers, SameVerdictAtEveryWidthThatHoldsTheValue) {

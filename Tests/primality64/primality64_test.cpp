@@ -158,7 +158,7 @@ TEST(Primality64, StrongPseudoprimesToBase2) {
 
 /** Seven of the hardest in each bucket: numbers that pass the strong test to most prime bases. */
 const std::vector<u64>& hard_pseudoprimes() {
-    static const std::vector<u64> all = readPseudoprimeSample();
+    static const std::vector<u64> all = read_pseudoprime_sample();
     return all;
 }
 
@@ -176,7 +176,7 @@ TEST(Primality64, HardStrongPseudoprimes) {
  */
 template <std::size_t Size>
 std::size_t expect_every_entry_to_matter(const std::uint16_t (&table)[Size], const std::vector<u64>& numbers,
-                                         int hash_shift, kesh::reference::base_tables (*with)(const std::uint16_t*)) {
+                                         int hash_shift, kesh::reference::BaseTables (*with)(const std::uint16_t*)) {
     std::vector<std::vector<u64>> users(Size);
     for (u64 n : numbers) users[static_cast<std::uint32_t>(n) * 0xAD625B89u >> hash_shift].push_back(n);
     std::vector<std::uint16_t> changed(std::begin(table), std::end(table));
@@ -197,7 +197,7 @@ TEST(Primality64, ATableEntryBelow2To32ChangedTo2IsNoticed) {
     std::erase_if(numbers, [](u64 n) { return n >> 32 != 0; });
     EXPECT_GT(expect_every_entry_to_matter(kesh::prime_data32, numbers, 24,
                                            [](const std::uint16_t* changed) {
-                                               return kesh::reference::base_tables{changed, kesh::prime_data64};
+                                               return kesh::reference::BaseTables{changed, kesh::prime_data64};
                                            }),
               128u);
 }
@@ -205,7 +205,7 @@ TEST(Primality64, ATableEntryBelow2To32ChangedTo2IsNoticed) {
 TEST(Primality64, ATableEntryAbove2To32ChangedTo2IsNoticed) {
     EXPECT_EQ(expect_every_entry_to_matter(kesh::prime_data64, hard_pseudoprimes(), 18,
                                            [](const std::uint16_t* changed) {
-                                               return kesh::reference::base_tables{kesh::prime_data32, changed};
+                                               return kesh::reference::BaseTables{kesh::prime_data32, changed};
                                            }),
               16384u);
 }

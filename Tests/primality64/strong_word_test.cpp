@@ -91,7 +91,7 @@ TEST(StrongTest, SquaresUpToSignOneAfterAnother) {
         const kesh::mp_mont_data<u64> M(n);
         const u64 inverse = kesh::word_inverse(n);
         for (u64 start : {u64{0}, u64{1}, n - 1, random() % n}) {
-            kesh::kernel::signless x{start, 0 - start};
+            kesh::kernel::Signless x{start, 0 - start};
             u64 expected = start;
             for (int step = 0; step < 6; ++step) {
                 kesh::kernel::word_mont_sqr_abs(x, n, inverse);

@@ -133,7 +133,7 @@ TEST(SkipTo, AnOlderIteratorIsPassedTheNumberItself) {
 }
 
 TEST(NarrowingPrimes, KeepsTheLowHalfAndFourBytesAPrime) {
-    kesh::sieve::narrowing_primes primes;
+    kesh::sieve::NarrowingPrimes primes;
     const uint64_t wide[] = {2, 2147483659u, 4294967311u};
     primes.insert(primes.end(), wide, wide + 3);
     primes.push_back(4294967291u);
@@ -142,7 +142,7 @@ TEST(NarrowingPrimes, KeepsTheLowHalfAndFourBytesAPrime) {
 }
 
 TEST(NarrowingPrimes, ReserveIsTheVectorsOwn) {
-    kesh::sieve::narrowing_primes primes;
+    kesh::sieve::NarrowingPrimes primes;
     try {
         primes.reserve(max64);
         FAIL();

@@ -19,20 +19,20 @@ bool same(const T& a, const T& b) {
 }
 
 template <engine_word T>
-std::string show(const operands<T>& s) {
+std::string show(const Operands<T>& s) {
     std::string text = "a=" + to_string(s.a, 16) + " b=" + to_string(s.b, 16) + " c=" + to_string(s.c, 16);
     text += " d=" + to_string(s.d, 16) + " limb=" + to_string(s.limb, 16) + " count=" + std::to_string(s.count);
     return text + " carry=" + std::to_string(s.carry);
 }
 
 /** Empty when everything agreed, else what differed and on which operands. */
-using verdict = std::string;
+using Verdict = std::string;
 
 /** Results found equal so far, for the report of a long run. */
 inline std::uint64_t agreements = 0;
 
 template <engine_word T>
-verdict differs(const char* operation, const operands<T>& s) {
+Verdict differs(const char* operation, const Operands<T>& s) {
     return std::string(operation) + " differs: " + show(s);
 }
 

@@ -66,7 +66,7 @@ const std::vector<T>& hard_cases() {
 
 /** One set of operands; every check uses what it needs of it. */
 template <engine_word T>
-struct operands {
+struct Operands {
     T a, b, c, d;
     umint limb;
     mint count;
@@ -74,9 +74,9 @@ struct operands {
 };
 
 /** A repeatable stream of operands. */
-class operand_source {
+class OperandSource {
   public:
-    explicit operand_source(std::uint64_t seed) : random_(seed) {}
+    explicit OperandSource(std::uint64_t seed) : random_(seed) {}
 
     std::uint64_t below(std::uint64_t bound) {
         return random_.below(bound);
@@ -119,8 +119,8 @@ class operand_source {
     }
 
     template <engine_word T>
-    operands<T> set() {
-        operands<T> s{
+    Operands<T> set() {
+        Operands<T> s{
             value<T>(), value<T>(), value<T>(), value<T>(), value<umint>(), 0, static_cast<std::uint8_t>(below(2))};
         s.count = static_cast<mint>(below(limbs_v<T> * 64 + 4)) - 1;
         relate(s);
@@ -135,7 +135,7 @@ class operand_source {
 
     /** Sometimes ties the operands of a division, a : numerator low, b : high, d : divisor, to each other. */
     template <engine_word T>
-    void relate(operands<T>& s) {
+    void relate(Operands<T>& s) {
         switch (below(12)) {
             case 0:
                 s.b = s.a;

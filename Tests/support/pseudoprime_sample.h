@@ -15,8 +15,8 @@
 #include <vector>
 
 /** The numbers, ascending; none when the file cannot be read. KESH_SOURCE_DIR is the tree's root. */
-inline std::vector<std::uint64_t> readPseudoprimeSample(const std::string& path = KESH_SOURCE_DIR
-                                                        "/Tests/data/pseudoprimes_hard.varint") {
+inline std::vector<std::uint64_t> read_pseudoprime_sample(const std::string& path = KESH_SOURCE_DIR
+                                                          "/Tests/data/pseudoprimes_hard.varint") {
     std::ifstream in(path, std::ios::binary);
     std::vector<std::uint64_t> numbers;
     std::uint64_t previous = 0;

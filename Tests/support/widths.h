@@ -10,14 +10,14 @@
 
 namespace kesh::test {
 
-struct width_names {
+struct WidthNames {
     template <class T>
     static std::string GetName(int) {
         return std::to_string(width_v<T>);
     }
 };
 
-using wide_words = ::testing::Types<uintx_t<128>, uintx_t<256>, uintx_t<512>, uintx_t<1024>>;
-using all_words = ::testing::Types<unsigned long, uintx_t<128>, uintx_t<256>, uintx_t<512>, uintx_t<1024>>;
+using WideWords = ::testing::Types<uintx_t<128>, uintx_t<256>, uintx_t<512>, uintx_t<1024>>;
+using AllWords = ::testing::Types<unsigned long, uintx_t<128>, uintx_t<256>, uintx_t<512>, uintx_t<1024>>;
 
 }  // namespace kesh::test

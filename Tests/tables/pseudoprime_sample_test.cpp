@@ -16,7 +16,7 @@ namespace prime_tables {
 namespace {
 
 const std::vector<u64>& sample() {
-    static const std::vector<u64> numbers = readPseudoprimeSample();
+    static const std::vector<u64> numbers = read_pseudoprime_sample();
     return numbers;
 }
 

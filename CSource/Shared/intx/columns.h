@@ -14,7 +14,7 @@
 namespace kesh::detail {
 
 /** The sum of a column: c2:c1:c0. */
-struct column {
+struct Column {
     umint c0 = 0, c1 = 0, c2 = 0;
 
     /** += a b. */
@@ -27,7 +27,7 @@ struct column {
     }
 
     /** += 2 other. */
-    void add_twice(const column& other) noexcept {
+    void add_twice(const Column& other) noexcept {
         const umint d0 = other.c0 << 1, d1 = (other.c1 << 1) | (other.c0 >> 63),
                     d2 = (other.c2 << 1) | (other.c1 >> 63);
         std::uint8_t carry = math_addcarry(0, c0, d0, c0);
@@ -48,7 +48,7 @@ struct column {
 /** hi:lo = a b, of n limbs each. lo and hi must not overlap a or b. n^2 limb products. */
 template <std::size_t n>
 inline void full_product_columns(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {
-    column sum;
+    Column sum;
 #pragma GCC unroll 32
     for (std::size_t k = 0; k < 2 * n - 1; ++k) {
 #pragma GCC unroll 16
@@ -61,7 +61,7 @@ inline void full_product_columns(umint* lo, umint* hi, const umint* a, const umi
 /** lo = a b modulo 2^(64 n). lo must not overlap a or b. n (n + 1) / 2 limb products. */
 template <std::size_t n>
 inline void low_product_columns(umint* lo, const umint* a, const umint* b) noexcept {
-    column sum;
+    Column sum;
 #pragma GCC unroll 16
     for (std::size_t k = 0; k < n - 1; ++k) {
 #pragma GCC unroll 16
@@ -84,7 +84,7 @@ inline void low_product_columns(umint* lo, const umint* a, const umint* b) noexc
 template <std::size_t n>
 inline void montgomery_product_columns(umint* r, const umint* a, const umint* b, const umint* m, umint k0) noexcept {
     umint q[n], t[n];
-    column sum;
+    Column sum;
 #pragma GCC unroll 16
     for (std::size_t k = 0; k < n; ++k) {
 #pragma GCC unroll 16

@@ -466,9 +466,9 @@ constexpr void math_mul_21(const T& alo, const T& ahi, const T& b, T& lo, T& hi)
 namespace reference {
 
 /** The numbers of steps of one division by the reciprocal series, for tests and measurements. */
-struct division_steps {
-    enum class path { power_of_two, small_numerator, series };
-    path taken = path::series;
+struct DivisionSteps {
+    enum class Path { power_of_two, small_numerator, series };
+    Path taken = Path::series;
     bool high_word_reduced = false;
     int iterations = 0;   ///< of the series that produced the quotient
     int corrections = 0;  ///< upward corrections of its estimate
@@ -487,7 +487,7 @@ inline constexpr int correction_bound = 32;
  *     normalised.
  */
 template <engine_word T>
-constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r, division_steps* steps) noexcept {
+constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r, DivisionSteps* steps) noexcept {
     const T zero(0);
     const mint s = kesh::math_count_leading_zeros(d) % width_v<T>;  // 0 for a zero divisor, for which there is no check
     T nlo(detail::unset), nhi(detail::unset), x(detail::unset);
@@ -527,11 +527,11 @@ constexpr void divide_by_series(const T& lo, const T& hi, const T& d, T& q, T& r
  */
 template <engine_word T>
 constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r,
-                               division_steps* steps = nullptr) noexcept {
+                               DivisionSteps* steps = nullptr) noexcept {
     const T zero(0);
     const mint s = kesh::math_count_trailing_zeros(d);
     if (s + 1 + kesh::math_count_leading_zeros(d) == width_v<T>) {
-        if (steps != nullptr) steps->taken = division_steps::path::power_of_two;
+        if (steps != nullptr) steps->taken = DivisionSteps::Path::power_of_two;
         T quotient(lo), multiple(lo);
         if (s != 0) {
             T spill(0);
@@ -545,7 +545,7 @@ constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r,
         return;
     }
     if (math_is_zero(hi) && math_compare(lo, d) < 0) {
-        if (steps != nullptr) steps->taken = division_steps::path::small_numerator;
+        if (steps != nullptr) steps->taken = DivisionSteps::Path::small_numerator;
         r = lo;
         q = zero;
         return;
@@ -740,7 +740,7 @@ inline umint combine_sum(umint* r, umint p, const umint* a, umint q, const umint
  * The combined effect of several steps of Euclid's algorithm on a pair: after an even number of steps (a, b) is (x0
  * a - y0 b, y1 b - x1 a), after an odd number (y0 b - x0 a, x1 a - y1 b).
  */
-struct euclid_steps {
+struct EuclidSteps {
     umint x0 = 1, y0 = 0, x1 = 0, y1 = 1;
     bool odd = false;
 
@@ -759,8 +759,8 @@ struct euclid_steps {
  * the next remainder exceeds the cofactors by Jebelean's condition. (T. Jebelean, A double-digit Lehmer-Euclid
  * algorithm, J. Symbolic Computation 19 (1995).) The cofactors stay below 2^32.
  */
-inline euclid_steps common_steps(umint a, umint b) noexcept {
-    euclid_steps s;
+inline EuclidSteps common_steps(umint a, umint b) noexcept {
+    EuclidSteps s;
     while (b != 0) {
         const umint q = a / b, r = a % b;
         const umint y2 = s.y0 + q * s.y1;
@@ -791,7 +791,7 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
         const auto top = [limbs, s](const T& c) {
             return (c.limb[limbs - 1] << s) | (c.limb[limbs - 2] >> 1 >> (MINT_BITS - 1 - s));
         };
-        const euclid_steps steps = common_steps(top(a), top(b));
+        const EuclidSteps steps = common_steps(top(a), top(b));
         if (steps.y0 != 0) {
             cofactor_limbs = combine_sums(x.limb, y.limb, steps.x0, steps.y0, steps.x1, steps.y1, cofactor_limbs);
             if (steps.odd) {
@@ -817,7 +817,7 @@ inline T inverse_by_lehmer(const T& u, const T& v) noexcept {
         while (limbs > 0 && a.limb[limbs - 1] == 0) --limbs;
     }
     // Both fit a limb, so the other steps need no condition.
-    euclid_steps steps;
+    EuclidSteps steps;
     umint low = a.limb[0], next = b.limb[0];
     while (next != 0) {
         const umint q = low / next, r = low % next;

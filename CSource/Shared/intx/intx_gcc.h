@@ -259,12 +259,12 @@ constexpr umint word_inverse(umint a) noexcept {
  * floor((2^64 - 1) / p), because the product by the inverse permutes the limbs and sends the multiples of p to 0, 1, 2,
  * .... (T. Granlund, P. L. Montgomery, Division by invariant integers using multiplication, PLDI 1994, section 9.)
  */
-struct exact_divisor {
+struct ExactDivisor {
     umint inverse;  ///< p^(-1) modulo 2^64
     umint most;     ///< floor((2^64 - 1) / p)
 
-    exact_divisor() = default;
-    constexpr explicit exact_divisor(umint p) noexcept : inverse(word_inverse(p)), most(~umint{0} / p) {}
+    ExactDivisor() = default;
+    constexpr explicit ExactDivisor(umint p) noexcept : inverse(word_inverse(p)), most(~umint{0} / p) {}
     [[nodiscard]] constexpr bool divides(umint n) const noexcept {
         return n * inverse <= most;
     }

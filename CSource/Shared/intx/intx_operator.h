@@ -485,13 +485,13 @@ constexpr bool read_chunk(const char* text, std::size_t count, umint base, umint
  * The digits of a base, 10 or 16, that text is cut into: so many that one limb holds them, the base to their number,
  * and that shifted until its top bit is set, with its reciprocal.
  */
-struct text_chunks {
+struct TextChunks {
     umint base, scale;
     std::size_t digits;
     mint shift;
     umint divisor, reciprocal;
 
-    constexpr explicit text_chunks(umint b) noexcept
+    constexpr explicit TextChunks(umint b) noexcept
         : base(b),
           scale(b == 16 ? umint{1} << 60 : 10'000'000'000'000'000'000U),
           digits(b == 16 ? 15 : 19),
@@ -499,7 +499,7 @@ struct text_chunks {
           divisor(scale << shift),
           reciprocal(reciprocal_of_limb(divisor)) {}
 };
-inline constexpr text_chunks decimal_chunks(10), hexadecimal_chunks(16);
+inline constexpr TextChunks decimal_chunks(10), hexadecimal_chunks(16);
 
 }  // namespace detail
 
@@ -514,7 +514,7 @@ template <mint N>
     const bool hexadecimal = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     if (hexadecimal) text.remove_prefix(2);
     if (text.empty()) return false;
-    const detail::text_chunks& chunks = hexadecimal ? detail::hexadecimal_chunks : detail::decimal_chunks;
+    const detail::TextChunks& chunks = hexadecimal ? detail::hexadecimal_chunks : detail::decimal_chunks;
     uintx_t<N> sum(0);
     std::size_t used = 0;  // limbs
     std::size_t length = (text.size() - 1) % chunks.digits + 1;
@@ -596,7 +596,7 @@ inline void write_eight_digits(char* text, umint value) noexcept {
 }
 
 /** The digits of one chunk, with leading zeros. */
-inline void write_chunk(char* text, const text_chunks& chunks, umint chunk) noexcept {
+inline void write_chunk(char* text, const TextChunks& chunks, umint chunk) noexcept {
     if (chunks.base == 10) {
         write_eight_digits(text + 11, chunk % 100'000'000);
         chunk /= 100'000'000;
@@ -624,7 +624,7 @@ template <mint N>
     KESH_REQUIRE(base == 10 || base == 16);
     std::size_t limbs = detail::significant_limbs(value.limb, uintx_t<N>::limbs);
     if (limbs <= 1) return to_string(value.limb[0], base);
-    const detail::text_chunks& chunks = base == 16 ? detail::hexadecimal_chunks : detail::decimal_chunks;
+    const detail::TextChunks& chunks = base == 16 ? detail::hexadecimal_chunks : detail::decimal_chunks;
     const mint shift = chunks.shift;
     char text[N / 3 + 32];  // more than the N log10 2 + 19 digits
     char* first = text + sizeof text;

@@ -59,11 +59,11 @@ struct unset_t {
 inline constexpr unset_t unset{};
 
 template <mint N>
-struct half_of {
+struct HalfOf {
     using type = uintx_t<N / 2>;
 };
 template <>
-struct half_of<128> {
+struct HalfOf<128> {
     using type = umint;
 };
 
@@ -102,7 +102,7 @@ inline constexpr std::size_t limbs_v = static_cast<std::size_t>(width_v<T> / MIN
 template <mint N>
     requires supported_width<N>
 struct uintx_t {
-    using half_type = typename detail::half_of<N>::type;
+    using half_type = typename detail::HalfOf<N>::type;
     static constexpr mint bits = N;
     static constexpr std::size_t limbs = static_cast<std::size_t>(N / MINT_BITS);
 

@@ -151,7 +151,7 @@ constexpr bool is_one_limb(const umint* a) noexcept {
 
 /**
  * The top limb of the estimate of a quotient digit is the digit unless the limb below is within this distance of a
- * carry; see digit_estimate.
+ * carry; see DigitEstimate.
  */
 inline constexpr umint estimate_error = 64;
 
@@ -162,10 +162,10 @@ inline constexpr umint estimate_error = 64;
  * e = B^3 - x (d1, d0): e < 3 B^2 + B, so that the step leaves less than 19 of the error, and its rounding and that of
  * e less than 5.
  */
-struct digit_estimate {
+struct DigitEstimate {
     umint v1 = 0, v0 = 0;
 
-    constexpr digit_estimate(umint d1, umint d0) noexcept {
+    constexpr DigitEstimate(umint d1, umint d0) noexcept {
         umint v = 0, rest = 0;  // x = B + v
         const umint above = d1 + 1;
         if (above != 0) math_divmod(~umint{0}, ~above, above, v, rest);
@@ -218,7 +218,7 @@ constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m,
     if (j == 0) return over ? 1 : 0;
 
     const umint d1 = v[n - 1], d0 = v[n - 2];
-    const digit_estimate estimate(d1, d0);
+    const DigitEstimate estimate(d1, d0);
     umint2 high = ~two_limbs(w[m - 1], w[m - 2]);  // the top of the remainder
     while (j-- > 0) {
         umint* const row = w + j;
@@ -255,7 +255,7 @@ constexpr umint divide_by_two_limbs(umint* q, std::size_t kept, umint* w, std::s
     umint mask = umint{0} - over;
     keep_scalar(mask);
     high -= two_limbs(d1 & mask, d0 & mask);
-    const digit_estimate estimate(d1, d0);
+    const DigitEstimate estimate(d1, d0);
     for (std::size_t j = m - 2; j-- > 0;) {
         const umint2 found = estimate(high);
         umint digit = high_limb(found);

@@ -22,10 +22,10 @@ namespace kesh::detail {
  * The counts for c bits, 0 <= c < 128: a limb is x << c, the next one's x << (c - 64) or x >> (64 - c), and that of
  * the one beyond x >> (128 - c); to the right likewise.
  */
-struct pair_counts {
+struct PairCounts {
     __m128i near, whole, part, far;
 
-    explicit pair_counts(mint c) noexcept
+    explicit PairCounts(mint c) noexcept
         : near(_mm_cvtsi64_si128(c)),
           whole(_mm_cvtsi64_si128(c - 64)),
           part(_mm_cvtsi64_si128(64 - c)),
@@ -43,7 +43,7 @@ inline void left_shift_pairs(umint* r, const umint* a, mint count) noexcept {
 #pragma GCC unroll 8
     for (std::size_t i = 0; i < pairs; ++i) copy[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + 2 * i));
     const __m128i* const source = copy - count / 128;
-    const pair_counts by(count % 128);
+    const PairCounts by(count % 128);
     __m128i below = source[-1];
 #pragma GCC unroll 8
     for (std::size_t i = 0; i < pairs; ++i) {
@@ -66,7 +66,7 @@ inline void right_shift_pairs(umint* r, const umint* a, mint count) noexcept {
 #pragma GCC unroll 9
     for (std::size_t i = pairs; i <= 2 * pairs; ++i) padded[i] = _mm_setzero_si128();
     const __m128i* const source = padded + count / 128;
-    const pair_counts by(count % 128);
+    const PairCounts by(count % 128);
     __m128i here = source[0];
 #pragma GCC unroll 8
     for (std::size_t i = 0; i < pairs; ++i) {

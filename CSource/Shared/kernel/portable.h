@@ -12,13 +12,13 @@
 
 namespace kesh::kernel {
 
-using detail::column;
+using detail::Column;
 
 struct Portable {
     template <int n>
     static inline void mul(umint* r, const umint* a, const umint* b, const Modulus<n>& modulus,
                            const umint* not_c = nullptr) noexcept {
-        reduce<n>(r, modulus, not_c, [a, b](column& sum, int k) __attribute__((always_inline)) {
+        reduce<n>(r, modulus, not_c, [a, b](Column& sum, int k) __attribute__((always_inline)) {
 #pragma GCC unroll 16
             for (int i = k < n ? 0 : k - n + 1; i <= (k < n ? k : n - 1); ++i) sum.add_product(a[i], b[k - i]);
         });
@@ -27,8 +27,8 @@ struct Portable {
     /** Column k of the square is twice the products a[i] a[k - i], i < k - i, plus the square of the middle limb. */
     template <int n>
     static inline void sqr(umint* r, const umint* a, const Modulus<n>& modulus, const umint* not_c = nullptr) noexcept {
-        reduce<n>(r, modulus, not_c, [a](column& sum, int k) __attribute__((always_inline)) {
-            column mixed;
+        reduce<n>(r, modulus, not_c, [a](Column& sum, int k) __attribute__((always_inline)) {
+            Column mixed;
 #pragma GCC unroll 16
             for (int i = k < n ? 0 : k - n + 1; i < k - i; ++i) mixed.add_product(a[i], a[k - i]);
             sum.add_twice(mixed);
@@ -41,11 +41,11 @@ struct Portable {
      * r = t / R - c modulo m for a t below R^2, where add_column(sum, k) adds column k of t to a sum. Columns 0 to n -
      * 2 give the quotients of n - 1 rows with mu, column n - 1 that of the last row with the complement.
      */
-    template <int n, class Column>
+    template <int n, class AddColumn>
     static inline __attribute__((always_inline)) void reduce(umint* r, const Modulus<n>& modulus, const umint* not_c,
-                                                             Column add_column) noexcept {
+                                                             AddColumn add_column) noexcept {
         umint q[n], t[n];
-        column sum;
+        Column sum;
 #pragma GCC unroll 32
         for (int k = 0; k < 2 * n - 1; ++k) {
             add_column(sum, k);

@@ -64,7 +64,7 @@ inline __attribute__((always_inline)) umint word_mont_mul_abs(umint x, umint y, 
 }
 
 /** A residue x of m up to its sign. */
-struct signless {
+struct Signless {
     umint value;  ///< x or m - x, below m
     umint low;    ///< value or -value modulo 2^64: has the same square modulo 2^64 and is known a cycle earlier
 };
@@ -73,7 +73,7 @@ struct signless {
  * Replaces x by x^2 / 2^64 modulo m up to sign. The next squaring waits only for low: low product 3 cycles, product by
  * the inverse 3, high product 4, subtraction 1. The high product of x^2 and the choice of the sign run in parallel.
  */
-inline __attribute__((always_inline)) void word_mont_sqr_abs(signless& x, umint m, umint inverse) noexcept {
+inline __attribute__((always_inline)) void word_mont_sqr_abs(Signless& x, umint m, umint inverse) noexcept {
     umint scratch = x.value;
     __asm__(
         "mulq %%rax\n\t"
@@ -101,7 +101,7 @@ inline umint times_r(umint x, umint m) noexcept {
 }
 
 /** x * 2^d / 2^64 modulo m up to sign, for 0 <= d < 64. */
-inline __attribute__((always_inline)) signless shift_mont(umint x, unsigned d, umint m, umint inverse) noexcept {
+inline __attribute__((always_inline)) Signless shift_mont(umint x, unsigned d, umint m, umint inverse) noexcept {
     const umint high = (x >> 1) >> (63 - d);
     const umint q = x * (inverse << d);
     const umint part = static_cast<umint>((static_cast<umint2>(q) * m) >> 64);
@@ -138,7 +138,7 @@ struct WordModulus {
     [[nodiscard]] __attribute__((always_inline)) umint mul_abs(umint x, umint y) const noexcept {
         return word_mont_mul_abs(x, y, m, inverse);
     }
-    __attribute__((always_inline)) void square_abs(signless& x) const noexcept {
+    __attribute__((always_inline)) void square_abs(Signless& x) const noexcept {
         word_mont_sqr_abs(x, m, inverse);
     }
 };
@@ -212,7 +212,7 @@ class WordPowers {
 
   private:
     umint e_;
-    std::array<signless, K> a_;
+    std::array<Signless, K> a_;
     std::array<std::array<umint, K>, 4> y_;
 };
 
@@ -251,7 +251,7 @@ class WordPowerOf2 {
   private:
     unsigned left_;  ///< bits of the exponent that are left
     umint e_;
-    signless x_;
+    Signless x_;
 };
 
 /**
@@ -289,7 +289,7 @@ class ShortWordPowerOf2 {
   private:
     unsigned left_;
     umint e_;
-    signless x_;
+    Signless x_;
 };
 
 /**

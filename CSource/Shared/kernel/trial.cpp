@@ -5,7 +5,7 @@
  * The primes are taken in groups whose product P stays below 2^59. For each group the limbs are folded with the
  * residues c[i] = 2^(64 i) mod P into one sum below 16 * 2^64 * 2^59 = 2^127, which one Montgomery reduction modulo P
  * brings to a limb w with w 2^64 = sum (mod P). A prime p of the group divides the value exactly when it divides w,
- * because 2^64 is prime to p; exact_divisor tells whether p divides w. A group costs one product per limb, and each of
+ * because 2^64 is prime to p; ExactDivisor tells whether p divides w. A group costs one product per limb, and each of
  * its primes one more product; the order of the primes does not change the verdict.
  */
 
@@ -63,8 +63,8 @@ constexpr std::size_t count_groups() {
 }
 
 constexpr auto make_primes() {
-    std::array<exact_divisor, prime_count> table{};
-    for (std::size_t i = 0; i < prime_count; ++i) table[i] = exact_divisor(primes[i]);
+    std::array<ExactDivisor, prime_count> table{};
+    for (std::size_t i = 0; i < prime_count; ++i) table[i] = ExactDivisor(primes[i]);
     return table;
 }
 

@@ -163,12 +163,12 @@ WordVector filled(const WordVector& numbers, std::size_t count) noexcept {
 }  // namespace
 
 KESH_IFMA unsigned divisors_in_lanes(const std::array<umint, lanes>& numbers,
-                                     std::span<const exact_divisor> primes) noexcept {
+                                     std::span<const ExactDivisor> primes) noexcept {
     alignas(64) umint memory[lanes];
     std::copy(numbers.begin(), numbers.end(), memory);
     const __m512i n = _mm512_load_si512(memory);
     unsigned none = 0xFF;
-    for (const exact_divisor& p : primes)
+    for (const ExactDivisor& p : primes)
         none &= _mm512_cmpgt_epu64_mask(_mm512_mullo_epi64(n, all_lanes(p.inverse)), all_lanes(p.most));
     return none ^ 0xFF;
 }

@@ -15,7 +15,7 @@ namespace kesh::kernel {
 
 /** Bit c is set when one of the primes divides number c. */
 [[nodiscard]] unsigned divisors_in_lanes(const std::array<umint, lanes>& numbers,
-                                         std::span<const exact_divisor> primes) noexcept;
+                                         std::span<const ExactDivisor> primes) noexcept;
 
 /** The number of 64-bit numbers that are tested side by side: two vectors, because one alone waits half of the time. */
 inline constexpr std::size_t word_vector_lanes = 2 * lanes;

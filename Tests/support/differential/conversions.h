@@ -24,7 +24,7 @@ inline double nearest_double(const mpz_class& z) {
 }
 
 template <wide_word T>
-verdict check_text(const operands<T>& s) {
+Verdict check_text(const Operands<T>& s) {
     const mpz_class a = as_mpz(s.a);
     T back;
     const std::string decimal = to_string(s.a), hexadecimal = to_string(s.a, 16);
@@ -40,7 +40,7 @@ verdict check_text(const operands<T>& s) {
 }
 
 template <wide_word T>
-verdict check_signed(const operands<T>& s) {
+Verdict check_signed(const Operands<T>& s) {
     using S = intx_t<T::bits>;
     const mpz_class R = mpz_class(1) << static_cast<mp_bitcnt_t>(T::bits);
     const auto value = [&R](const T& a) -> mpz_class {

@@ -19,15 +19,15 @@ inline constexpr int log2_width = std::countr_zero(static_cast<umint>(width_v<T>
  * reference form did.
  */
 template <engine_word T>
-verdict check_division(const operands<T>& s, reference::division_steps& steps) {
+Verdict check_division(const Operands<T>& s, reference::DivisionSteps& steps) {
     T q, r;
-    steps = reference::division_steps();
+    steps = reference::DivisionSteps();
     reference::math_divmod_imp(s.a, s.b, s.d, q, r, &steps);
     if (math_is_zero(s.d)) {
         math_divmod_imp(s.a, s.b, s.d, q, r);
         math_divmod(s.a, s.b, s.d, q, r);
         math_divmod(s.a, s.d, q, r);
-        steps = reference::division_steps();
+        steps = reference::DivisionSteps();
         return {};
     }
 
@@ -37,14 +37,14 @@ verdict check_division(const operands<T>& s, reference::division_steps& steps) {
     const T expected_q = as_word<T>(quotient), expected_r = as_word<T>(remainder);
     KESH_AGREE(same(q, expected_q) && same(r, expected_r), "reference::math_divmod_imp");
 
-    using path = reference::division_steps::path;
+    using Path = reference::DivisionSteps::Path;
     const bool one_bit = mpz_popcount(divisor.get_mpz_t()) == 1;
     const bool small = math_is_zero(s.b) && math_compare(s.a, s.d) < 0;
-    KESH_AGREE(steps.taken == (one_bit ? path::power_of_two
-                               : small ? path::small_numerator
-                                       : path::series),
+    KESH_AGREE(steps.taken == (one_bit ? Path::power_of_two
+                               : small ? Path::small_numerator
+                                       : Path::series),
                "division path");
-    if (steps.taken == path::series) {
+    if (steps.taken == Path::series) {
         KESH_AGREE(steps.high_word_reduced == (math_compare(s.b, s.d) >= 0), "reduction of the high word");
         KESH_AGREE(steps.iterations >= 1 && steps.iterations <= log2_width<T>, "length of the reciprocal series");
         KESH_AGREE(steps.corrections <= log2_width<T> + 4, "corrections of the estimate");
@@ -81,7 +81,7 @@ verdict check_division(const operands<T>& s, reference::division_steps& steps) {
 
 /** Division of the values a and of a multiple of the divisor by the fixed one-limb divisor `limb`, made odd and > 1. */
 template <wide_word T>
-verdict check_fastdiv(const operands<T>& s) {
+Verdict check_fastdiv(const Operands<T>& s) {
     const umint m = (s.limb | 1) == 1 ? 3 : s.limb | 1;
     const fastdiv_data<T, unsigned long> divisor(m);
     KESH_AGREE(divisor.getM() == m && divisor.s == math_num_bits(m) - 1, "fastdiv_data");

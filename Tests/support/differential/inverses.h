@@ -9,7 +9,7 @@
 namespace kesh::test {
 
 template <engine_word T>
-verdict check_inverse_mod_2(const operands<T>& s) {
+Verdict check_inverse_mod_2(const Operands<T>& s) {
     T odd = s.a, product;
     math_or_equal(odd, T(1));
     math_mul(odd, math_mod_inv_2(odd), product);
@@ -18,7 +18,7 @@ verdict check_inverse_mod_2(const operands<T>& s) {
 }
 
 template <engine_word T>
-verdict check_invmod(const operands<T>& s) {
+Verdict check_invmod(const Operands<T>& s) {
     if (math_is_zero(s.d)) return {};
     const mpz_class u = as_mpz(s.a), v = as_mpz(s.d);
     mpz_class expected;

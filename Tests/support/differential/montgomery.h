@@ -11,7 +11,7 @@ namespace kesh::test {
 
 /** The modulus is a, made odd and > 1; the residues are b and c modulo it. */
 template <engine_word T>
-verdict check_montgomery(const operands<T>& s) {
+Verdict check_montgomery(const Operands<T>& s) {
     T m = s.a;
     math_or_equal(m, T(1));
     if (same(m, T(1))) m = T(3);

@@ -10,7 +10,7 @@
 namespace kesh::test {
 
 template <engine_word T>
-verdict check_products(const operands<T>& s) {
+Verdict check_products(const Operands<T>& s) {
     constexpr auto n = static_cast<mp_size_t>(limbs_v<T>);
     mp_limb_t expected[2 * n];
     T expected_lo, expected_hi, lo, hi;

@@ -14,7 +14,7 @@ namespace kesh::test {
  * innermost level fits its limb; math_isqrt_exact has those of GMP everywhere.
  */
 template <engine_word T>
-verdict check_root_of(const operands<T>& s, const T& a) {
+Verdict check_root_of(const Operands<T>& s, const T& a) {
     T root, rest;
     const mpz_class value = as_mpz(a);
     mpz_class expected_root, expected_rest;
@@ -46,12 +46,12 @@ verdict check_root_of(const operands<T>& s, const T& a) {
 
 /** Roots of a, of a perfect square and of its two neighbours. */
 template <engine_word T>
-verdict check_roots(const operands<T>& s) {
+Verdict check_roots(const Operands<T>& s) {
     T k, square;
     math_right_shift(s.b, width_v<T> / 2, k);
     math_mul(k, k, square);
     for (const T& a : {s.a, square, minus(square, T(1)), plus(square, T(1))}) {
-        if (verdict v = check_root_of(s, a); !v.empty()) return v;
+        if (Verdict v = check_root_of(s, a); !v.empty()) return v;
     }
     T root = s.a, rest;
     math_isqrt(s.a, k, rest);

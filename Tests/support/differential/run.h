@@ -37,10 +37,10 @@ inline void at_level(Level wanted) {
 
 template <engine_word T, class Check>
 void run_random(std::uint64_t sets, Check check) {
-    operand_source source(seed + sets + static_cast<std::uint64_t>(width_v<T>));
+    OperandSource source(seed + sets + static_cast<std::uint64_t>(width_v<T>));
     for (std::uint64_t i = 0; i < sets; ++i) {
         at_level(engine_levels[i % 2]);
-        const verdict v = check(source.set<T>());
+        const Verdict v = check(source.set<T>());
         ASSERT_TRUE(v.empty()) << v << " at level " << name(level());
     }
     at_level(supported_level());
@@ -58,9 +58,9 @@ void run_hard_cases(Check check) {
             const umint limb = limbs_of(y)[0];
             const T& other = cases[static_cast<std::size_t>(count) % cases.size()];
             at_level(engine_levels[count % 2]);
-            for (const operands<T>& s : {operands<T>{x, y, y, x, limb, count % (width_v<T> + 2), 0},
-                                         operands<T>{other, x, x, y, limb, count % (width_v<T> + 2), 1}}) {
-                const verdict v = check(s);
+            for (const Operands<T>& s : {Operands<T>{x, y, y, x, limb, count % (width_v<T> + 2), 0},
+                                         Operands<T>{other, x, x, y, limb, count % (width_v<T> + 2), 1}}) {
+                const Verdict v = check(s);
                 ASSERT_TRUE(v.empty()) << v << " at level " << name(level());
             }
             count += 7;
@@ -75,7 +75,7 @@ void run_hard_cases(Check check) {
 #define KESH_DIFFERENTIAL_TESTS(name, types, check)                                                      \
     template <class T>                                                                                   \
     class name : public ::testing::Test {};                                                              \
-    TYPED_TEST_SUITE(name, types, ::kesh::test::width_names);                                            \
+    TYPED_TEST_SUITE(name, types, ::kesh::test::WidthNames);                                             \
     TYPED_TEST(name, RandomOperands) {                                                                   \
         ::kesh::test::run_random<TypeParam>(::kesh::test::usual_sets_of<TypeParam>(), check<TypeParam>); \
     }                                                                                                    \

@@ -9,7 +9,7 @@
 namespace kesh::test {
 
 template <engine_word T>
-verdict check_shifts(const operands<T>& s) {
+Verdict check_shifts(const Operands<T>& s) {
     constexpr mint N = width_v<T>;
     const mpz_class a = as_mpz(s.a);
 

@@ -9,7 +9,7 @@
 namespace kesh::test {
 
 template <engine_word T>
-verdict check_sums(const operands<T>& s) {
+Verdict check_sums(const Operands<T>& s) {
     constexpr auto n = static_cast<mp_size_t>(limbs_v<T>);
     T expected, got;
 
