@@ -128,9 +128,12 @@ int print_primes(Session& session, const Request& request) {
     const std::size_t len = roomy(from);
     // The walk starts at FROM - 1, so that FROM itself comes first if it is prime.
     Limbs at = limbs_of(from > 0 ? cpp_int(from - 1) : from, len);
-    // So few that the first lines appear at once.
-    const auto chunk = static_cast<std::int64_t>(32768 / (len * len));
-    Limbs primes(static_cast<std::size_t>(chunk) * len);
+    // At first so few that the first lines appear at once. Longer walks take less time for a prime.
+    auto chunk = static_cast<std::int64_t>(32768 / (len * len));
+    const std::int64_t most_in_a_chunk = 8 * chunk;
+    constexpr double seconds_for_a_chunk = 0.01;
+    Limbs primes;
+    std::string text;
     std::atomic<std::int64_t> printed = 0;
     int code = KESH_DONE;
     {
@@ -143,10 +146,12 @@ int print_primes(Session& session, const Request& request) {
         const auto stop = [](void*, std::int64_t, std::int64_t) { return interrupts_seen() > 0 ? 1 : 0; };
         while (printed < total && code == KESH_DONE) {
             std::int64_t found = 0;
+            primes.resize(static_cast<std::size_t>(chunk) * len);
+            const Stopwatch watch;
             code = function(at.data(), static_cast<std::int64_t>(len), std::min(chunk, total - printed), primes.data(),
                             &found, stop, nullptr);
             if (found == 0) break;
-            std::string text;
+            text.clear();
             for (std::size_t i = 0; i < static_cast<std::size_t>(found); ++i) {
                 const umint* const prime = &primes[i * len];
                 if (std::all_of(prime + 1, prime + len, [](umint limb) { return limb == 0; })) {
@@ -157,9 +162,10 @@ int print_primes(Session& session, const Request& request) {
                 }
                 text += '\n';
             }
-            std::copy_n(primes.end() - (chunk - found + 1) * static_cast<std::ptrdiff_t>(len), len, at.begin());
+            std::copy_n(primes.begin() + (found - 1) * static_cast<std::ptrdiff_t>(len), len, at.begin());
             line.above(text);
             printed += found;
+            if (watch.seconds() < seconds_for_a_chunk) chunk = std::min(2 * chunk, most_in_a_chunk);
         }
     }
     if (code == KESH_STOPPED) {

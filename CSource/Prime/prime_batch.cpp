@@ -215,12 +215,6 @@ void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, Wi
     test_words(words.data(), word_count, verdicts, divided);
 }
 
-void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, bool divided) {
-    WideBatch wide;
-    test_block(n, len, count, verdicts, wide, divided);
-    wide.finish();
-}
-
 }  // namespace kesh
 
 int KESH_ArePrime(const std::uint64_t* n, std::int64_t len, std::int64_t count, std::uint8_t* verdicts) {

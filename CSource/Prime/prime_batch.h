@@ -21,16 +21,13 @@ constexpr mint block_size(mint len) {
     return largest_block / len;
 }
 
-/**
- * verdicts[i] = 1 when the integer of len limbs at n + i len is prime, else 0, for 0 <= i < count.
- * divided says that no number has a factor by which its test divides first, so that this step is left out.
- * Preconditions: 1 <= len <= 16, 0 <= count <= largest_block.
- */
-void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, bool divided = false);
-
 class WideBatch;
 
-/** The same, but wide.finish() may be needed for the verdicts on numbers of 2^64 and more. */
+/**
+ * verdicts[i] = 1 when the integer of len limbs at n + i len is prime, else 0, for 0 <= i < count; those of 2^64 and
+ * more only after wide.finish(). divided says that no number has a factor by which its test divides first, so that this
+ * step is left out. Preconditions: 1 <= len <= 16, 0 <= count <= largest_block.
+ */
 void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, WideBatch& wide, bool divided = false);
 
 /** A bound on the limbs of any array, less a thousand blocks, so that counting beyond the end cannot overflow. */

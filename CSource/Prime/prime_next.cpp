@@ -9,11 +9,14 @@
 #include <array>
 #include <bit>
 #include <cassert>
+#include <cmath>
 #include <limits>
 
 #include "Prime/prime_batch.h"
 #include "Prime/prime_testing.h"
 #include "Prime/prime_word.h"
+#include "Prime/sieving_primes.h"
+#include "Prime/wide_batch.h"
 #include "Shared/kernel/kernel.h"
 #include "Shared/kernel/lanes.h"
 #include "Shared/kernel/narrow_lanes.h"
@@ -26,7 +29,7 @@ namespace {
 constexpr mint largest_window = 262'144;
 
 /** Smaller numbers are not sieved: sieving primes would strike out themselves, and the bitmap decides at once. */
-constexpr umint sieve_from = umint{1} << 20;
+constexpr umint sieve_from = most_sieving_prime;
 
 /** An integer of len limbs. */
 class limbs {
@@ -77,16 +80,53 @@ class limbs {
 };
 
 /**
+ * About the cycles of a test to base 2 of n limbs, as far as it goes side by side with others. It decides how far to
+ * sieve, so that a factor of two matters little.
+ */
+double test_cycles(double n) {
+    if (n == 1) return 250;
+    const double alone = 125 * n * n * n + 400 * n * n;
+    return kernel::has_lanes() ? alone / 4 : alone;
+}
+
+/**
  * The bound of the primes by which a window is sieved, where `tested` odd numbers of n limbs would be tested without a
- * sieve. A prime p saves tested / p tests, less those that smaller primes have saved; a test costs about
- * 90 n^2 (2 n + 1) cycles, and 3000 (n - 1) / n more for more than one limb, or a third of that in vector lanes. The
- * prime itself costs 12 + 6 n cycles.
+ * sieve. The primes up to p leave 2 e^-gamma / ln p of them (F. Mertens, 1874), so that p itself saves
+ * 2 e^-gamma tested / (p ln p) tests. It costs a few products for its place in the window. Words are sieved in long
+ * walks; there it also costs a branch that is often predicted wrongly, whether the window has a multiple of p.
  */
 umint sieving_limit(mint n, mint tested) {
-    const mint test = (n * n * (2 * n + 1) * 90 + 3000 * (n - 1) / n) / (kernel::has_lanes() ? 3 : 1);
-    const auto bound = static_cast<umint>(tested * test / (12 + 6 * n));
-    return std::clamp<umint>(bound * 3 / 2 / static_cast<umint>(std::bit_width(bound)), 139, sieve_from);
+    const double limbs = static_cast<double>(n), prime = (n == 1 ? 24 : 8) + limbs;
+    const double p_ln_p = 1.12 * static_cast<double>(tested) * test_cycles(limbs) / prime;
+    const double ln = std::log(std::max(p_ln_p, 16.0));
+    const double limit = p_ln_p / (ln - std::log(ln));
+    return std::clamp(static_cast<umint>(limit), word_trial_limit, most_sieving_prime);
 }
+
+/**
+ * For each odd prime below 64: word number r has a 1 at the places r, r + p, ..., where a window of words has multiples
+ * of p.
+ */
+class SmallPatterns {
+  public:
+    constexpr SmallPatterns() {
+        for (umint p = 3; p < 64; p += 2)
+            for (umint r = 0; r < p; ++r)
+                for (umint i = r; i < 64; i += p) word_[start(p) + r] |= umint{1} << i;
+    }
+    /** The p words of p. */
+    [[nodiscard]] const umint* of(umint p) const {
+        return &word_[start(p)];
+    }
+
+  private:
+    static constexpr std::size_t start(umint p) {
+        return (p - 1) * (p - 1) / 4 - 1;  // 3 + 5 + ... + (p - 2)
+    }
+    std::array<umint, 64 * 64 / 4> word_{};
+};
+
+constexpr SmallPatterns small_patterns;
 
 /** The odd numbers base, base + 2, ..., from which the sieve has removed multiples of small primes. */
 class window {
@@ -134,40 +174,31 @@ class window {
     }
 
   private:
-    /**
-     * Remainders of a wide base modulo primes are computed from its remainders modulo products of primes that fill a
-     * limb.
-     */
     void sieve(std::span<const umint> base, umint limit) {
-        const std::span<const std::uint32_t> bitmap = odd_prime_bitmap();
-        std::array<umint, 40> group;
-        std::size_t members = 0;
-        umint product = 1;
-        const auto strike_group = [&] {
-            const umint remainder = base.size() == 1 ? base[0] : kernel::mod_limb(base, product);
-            for (std::size_t i = 0; i < members; ++i) strike(group[i], remainder % group[i]);
-            members = 0;
-            product = 1;
-        };
-        for (umint word = 0;; ++word) {
-            for (std::uint32_t bits = bitmap[word]; bits != 0; bits &= bits - 1) {
-                const umint p = 64 * word + 2 * static_cast<umint>(std::countr_zero(bits)) + 3;
-                if (p > limit) return strike_group();
-                umint longer = 0;
-                if (__builtin_mul_overflow(product, p, &longer)) {
-                    strike_group();
-                    longer = p;
-                }
-                product = longer;
-                group[members++] = p;
+        for (const SievingGroup& group : sieving_groups(limit)) {
+            const umint place = group.place(base);
+            const SievingPrime* p = group.first;
+            if (p->p < 64) {
+                for (; p != group.last; ++p) strike_small(p->p, p->remainder(place));
+            } else {
+                for (; p != group.last; ++p) strike(p->p, p->remainder(place));
             }
         }
     }
 
-    /** Removes the multiples of the odd p: those i with base + 2 i = 0 modulo p. */
-    void strike(umint p, umint remainder) {
-        const umint first = remainder == 0 ? 0 : remainder % 2 == 1 ? (p - remainder) / 2 : p - remainder / 2;
-        for (umint i = first; i < static_cast<umint>(size_); i += p) struck_[i / 64] |= umint{1} << (i % 64);
+    /** Removes the numbers i, i + p, ... */
+    void strike(umint p, umint i) {
+        for (; i < static_cast<umint>(size_); i += p) struck_[i / 64] |= umint{1} << (i % 64);
+    }
+
+    /** The same for p < 64, 64 numbers at a time. */
+    void strike_small(umint p, umint i) {
+        const umint* const pattern = small_patterns.of(p);
+        const umint step = 64 % p;
+        for (std::size_t word = 0; word < static_cast<std::size_t>(size_ + 63) / 64; ++word) {
+            struck_[word] |= pattern[i];
+            i = i < step ? i + p - step : i - step;
+        }
     }
 
     limbs base_;
@@ -184,13 +215,15 @@ template <class Take, class GoOn>
 bool for_primes(const window& w, bool upwards, mint group, Take take, GoOn go_on) {
     std::array<umint, largest_block> numbers;
     std::array<std::uint8_t, largest_block> verdicts;
+    WideBatch wide;
     const mint len = w.len();
     mint i = w.candidate_from(upwards ? 0 : w.size() - 1, upwards);
     while (0 <= i && i < w.size()) {
         mint count = 0;
         for (; 0 <= i && i < w.size() && count < group; i = w.candidate_from(upwards ? i + 1 : i - 1, upwards))
             w.store_number(i, &numbers[static_cast<std::size_t>(count++ * len)]);
-        test_block(numbers.data(), len, count, verdicts.data(), w.divided());
+        test_block(numbers.data(), len, count, verdicts.data(), wide, w.divided());
+        wide.finish();
         for (mint k = 0; k < count; ++k) {
             const auto at = static_cast<std::size_t>(k);
             if (verdicts[at] != 0 && !take(&numbers[at * static_cast<std::size_t>(len)])) return false;

@@ -201,8 +201,12 @@ class KernelSteps {
 
     [[nodiscard]] bool passes_lucas() const {
         mint D, P, Q;
-        if (parameters(n_, D, P, Q) == 0) return false;
-        return std::visit([Q](const auto& m) { return kernel::lucas_u_vanishes(m, Q); }, modulus_);
+        return parameters(n_, D, P, Q) != 0 && passes_lucas(Q);
+    }
+
+    /** The same with Q of the parameters given. */
+    [[nodiscard]] bool passes_lucas(mint q) const {
+        return std::visit([q](const auto& m) { return kernel::lucas_u_vanishes(m, q); }, modulus_);
     }
 
     /** lucas_DPQ by remainders of the limbs that n has. */

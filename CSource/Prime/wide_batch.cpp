@@ -29,14 +29,16 @@ auto at_its_width(const kernel::LaneNumber& number, Body body) {
     return with(std::integral_constant<int, 1024>());
 }
 
+/** The test of a number that trial division has passed. */
 bool prime_alone(const kernel::LaneNumber& number) {
-    mbool prime = 0;
-    KESH_PrimeQ(number.limbs, number.size, &prime);
-    return prime != 0;
+    return at_its_width(number, []<class T>(const T& n) {
+        const KernelSteps<T> steps(n);
+        return steps.passes_base_2() && steps.passes_lucas();
+    });
 }
 
-bool passes_lucas_alone(const kernel::LaneNumber& number) {
-    return at_its_width(number, []<class T>(const T& n) { return KernelSteps<T>(n).passes_lucas(); });
+bool passes_lucas_alone(const kernel::LaneNumber& number, mint q) {
+    return at_its_width(number, [q]<class T>(const T& n) { return KernelSteps<T>(n).passes_lucas(q); });
 }
 
 /** Q of Selfridge's parameters, or 0 if their search proves the number composite. */
@@ -57,11 +59,11 @@ bool fits_lucas_lane(mint q) {
 void WideBatch::add(const umint* limbs, mint size, std::uint8_t* verdict, bool divided) {
     const kernel::LaneNumber number{limbs, static_cast<int>(size)};
     assert(2 <= size && size <= 16 && limbs[size - 1] != 0 && *verdict == 0);
+    if (!divided && (limbs[0] % 2 == 0 || kernel::has_small_factor({limbs, static_cast<std::size_t>(size)}))) return;
     if (vectors_ ? !kernel::fits_a_lane(limbs[0]) : size > 2) {
         *verdict = prime_alone(number) ? 1 : 0;
         return;
     }
-    if (!divided && (limbs[0] % 2 == 0 || kernel::has_small_factor({limbs, static_cast<std::size_t>(size)}))) return;
     const int bits = 64 * (number.size - 1) + static_cast<int>(math_num_bits(limbs[size - 1]));
     wait_for_base_2({number, verdict, 0}, kernel::lane_digits(bits));
 }
@@ -96,7 +98,7 @@ void WideBatch::test_base_2(Queue& queue, int digits) {
         if (fits_lucas_lane(candidate.q))
             wait_for_lucas(candidate, digits);
         else
-            *candidate.verdict = passes_lucas_alone(candidate.number) ? 1 : 0;
+            *candidate.verdict = passes_lucas_alone(candidate.number, candidate.q) ? 1 : 0;
     }
 }
 
@@ -104,7 +106,7 @@ void WideBatch::test_lucas(Queue& queue, int digits) {
     const std::size_t count = queue.count;
     if (count <= alone_at_most) {
         for (std::size_t c = 0; c < count; ++c)
-            *queue.waiting[c].verdict = passes_lucas_alone(queue.waiting[c].number) ? 1 : 0;
+            *queue.waiting[c].verdict = passes_lucas_alone(queue.waiting[c].number, queue.waiting[c].q) ? 1 : 0;
         queue.count = 0;
         return;
     }
