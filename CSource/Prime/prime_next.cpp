@@ -19,7 +19,6 @@
 #include "Prime/wide_batch.h"
 #include "Shared/kernel/kernel.h"
 #include "Shared/kernel/lanes.h"
-#include "Shared/kernel/narrow_lanes.h"
 #include "Shared/kernel/word_lanes.h"
 
 namespace kesh {
@@ -78,6 +77,11 @@ class limbs {
     std::array<umint, 16> limb_{};
     std::size_t len_;
 };
+
+mint bit_length(const umint* n, mint len) {
+    const mint size = significant_limbs(n, len);
+    return 64 * (size - 1) + math_num_bits(n[size - 1]);
+}
 
 /**
  * About the cycles of a test to base 2 of n limbs, as far as it goes side by side with others. It decides how far to
@@ -161,8 +165,17 @@ class window {
             x = r[k] < x ? 1 : 0;
         }
     }
+    [[nodiscard]] const limbs& base() const {
+        return base_;
+    }
     [[nodiscard]] mint len() const {
         return base_.len();
+    }
+    /** Whether all numbers have the same bit length. */
+    [[nodiscard]] bool one_length() const {
+        std::array<umint, 16> last;
+        store_number(size_ - 1, last.data());
+        return bit_length(base_.data(), base_.len()) == bit_length(last.data(), base_.len());
     }
     /** Whether the multiples of all primes are removed by which the tests would divide. */
     [[nodiscard]] bool divided() const {
@@ -208,15 +221,26 @@ class window {
 };
 
 /**
- * Passes each prime of a window, upwards or downwards, to take(prime) until that returns false, and calls go_on()
- * between groups of `group` tested numbers. Returns false when one of the two returned false.
+ * The number of integers to test at a time in search of `primes` primes: it just fills the lanes, because more tests
+ * might be wasted.
+ */
+mint group_size(const limbs& n, mint primes) {
+    const mint size = significant_limbs(n.data(), n.len());
+    const mint lanes = size == 1 ? static_cast<mint>(kernel::word_lanes) : WideBatch::side_by_side(size);
+    return std::min(block_size(n.len()), lanes * std::min(primes, largest_block));
+}
+
+/**
+ * Passes the primes of a window, upwards or downwards, to take(prime) until that returns false, and calls go_on()
+ * between groups of tested numbers. `wanted` is the number of primes that are looked for: take(prime) returns false for
+ * the last of them at the latest. Returns false when one of the two returned false.
  */
 template <class Take, class GoOn>
-bool for_primes(const window& w, bool upwards, mint group, Take take, GoOn go_on) {
+bool for_primes(const window& w, bool upwards, mint wanted, Take take, GoOn go_on) {
     std::array<umint, largest_block> numbers;
     std::array<std::uint8_t, largest_block> verdicts;
-    WideBatch wide;
-    const mint len = w.len();
+    WideBatch wide(wanted == 1 && w.one_length());
+    const mint len = w.len(), group = group_size(w.base(), wanted);
     mint i = w.candidate_from(upwards ? 0 : w.size() - 1, upwards);
     while (0 <= i && i < w.size()) {
         mint count = 0;
@@ -242,19 +266,6 @@ bool bad_arguments(const umint* n, mint len, const umint* r) {
     return n == nullptr || r == nullptr || len < 1 || len > 16;
 }
 
-/**
- * The number of integers to test at a time in search of `primes` primes: it just fills the lanes, because more tests
- * might be wasted.
- */
-mint group_size(const limbs& n, mint primes) {
-    const mint size = significant_limbs(n.data(), n.len());
-    const mint lanes = static_cast<mint>(size == 1             ? kernel::word_lanes
-                                         : kernel::has_lanes() ? kernel::lanes
-                                         : size == 2           ? kernel::narrow_lanes
-                                                               : std::size_t{1});
-    return std::min(block_size(n.len()), lanes * std::min(primes, largest_block));
-}
-
 /** The walk upwards; found is the number of primes at r. */
 int next_primes(limbs at, mint count, umint* r, mint& found, KESH_Progress progress, void* data) {
     const mint len = at.len();
@@ -275,7 +286,7 @@ int next_primes(limbs at, mint count, umint* r, mint& found, KESH_Progress progr
         const mint tested = std::min(largest_window, odd_numbers_a_prime(n) * missing);
         const mint wanted = std::min(largest_window, tested + 2 * odd_numbers_a_prime(n));
         const mint size = static_cast<mint>(std::min(static_cast<umint>(wanted), at.room_above() / 2 + 1));
-        if (!for_primes(window(at, size, tested), true, group_size(at, missing), take, go_on))
+        if (!for_primes(window(at, size, tested), true, missing, take, go_on))
             return found == count ? KESH_DONE : KESH_STOPPED;
         at.add(static_cast<umint>(2 * (size - 1)));
     }
@@ -296,7 +307,7 @@ limbs previous_prime(const limbs& n) {
         const mint size = static_cast<mint>(std::min(static_cast<umint>(3 * tested), room));
         limbs base = top;
         base.subtract(static_cast<umint>(2 * (size - 1)));
-        if (!for_primes(window(base, size, tested), false, group_size(top, 1), take, [] { return true; })) return found;
+        if (!for_primes(window(base, size, tested), false, 1, take, [] { return true; })) return found;
         top = base;
         top.subtract(2);
     }

@@ -56,6 +56,11 @@ bool fits_lucas_lane(mint q) {
 
 }  // namespace
 
+mint WideBatch::side_by_side(mint size) {
+    if (kernel::has_lanes()) return static_cast<mint>(kernel::lanes);
+    return size == 2 ? static_cast<mint>(kernel::narrow_lanes) : 1;
+}
+
 void WideBatch::add(const umint* limbs, mint size, std::uint8_t* verdict, bool divided) {
     const kernel::LaneNumber number{limbs, static_cast<int>(size)};
     assert(2 <= size && size <= 16 && limbs[size - 1] != 0 && *verdict == 0);
@@ -95,10 +100,12 @@ void WideBatch::test_base_2(Queue& queue, int digits) {
         Waiting& candidate = queue.waiting[c];
         candidate.q = lucas_q(candidate.number);
         if (candidate.q == 0) continue;
-        if (fits_lucas_lane(candidate.q))
+        if (!first_only_ && fits_lucas_lane(candidate.q)) {
             wait_for_lucas(candidate, digits);
-        else
+        } else {
             *candidate.verdict = passes_lucas_alone(candidate.number, candidate.q) ? 1 : 0;
+            if (first_only_ && *candidate.verdict != 0) return;
+        }
     }
 }
 

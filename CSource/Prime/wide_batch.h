@@ -22,6 +22,19 @@ namespace kesh {
  */
 class WideBatch {
   public:
+    WideBatch() = default;
+
+    /**
+     * With first_only, *verdict becomes right for the numbers up to the first prime only, in the order in which they
+     * were added since the last finish(), and stays 0 for some of the others: the Lucas test ends at that prime.
+     * Preconditions, with first_only: the numbers between two calls of finish() have the same bit length, and are at
+     * most side_by_side().
+     */
+    explicit WideBatch(bool first_only) : first_only_(first_only) {}
+
+    /** The number of integers of `size` limbs that are tested side by side. */
+    [[nodiscard]] static mint side_by_side(mint size);
+
     /**
      * Sets *verdict to 1 if the number is prime, now or later; *verdict is 0 before. The limbs are read until finish()
      * returns. divided says that the number is odd and has no prime factor of trial division. Preconditions:
@@ -61,6 +74,7 @@ class WideBatch {
     /** Fills the free lanes of the queue with numbers of fewer digits. */
     void fill(Queues& queues, int digits) const;
 
+    bool first_only_ = false;
     bool vectors_ = kernel::has_lanes();
     std::size_t side_by_side_ = vectors_ ? kernel::lanes : kernel::narrow_lanes;
     Queues base_2_, lucas_;

@@ -180,6 +180,33 @@ KESH_IFMA_INLINE void reduce_inline(__m512i* t, __m512i* q, const __m512i* mu) n
     for (int j = 0; j < h; ++j) t[rows + 1 + j] = acc[j];
 }
 
+/**
+ * Up to this many digits a product waits for the chain of its quotients, and not for the multiplier: sums are made in
+ * parts, so that only one multiply-add of a column waits for the last quotient.
+ */
+constexpr int waiting_to = 4;
+
+/** The same rows of the reduction with the shortest chain: low products, high products and t in sums of their own. */
+template <int rows, int h>
+KESH_IFMA_INLINE void reduce_quickly(__m512i* t, __m512i* q, const __m512i* mu) noexcept {
+    __m512i low[rows + h + 1], high[rows + h + 1];
+#pragma GCC unroll 10
+    for (int j = 0; j < rows + h + 1; ++j) low[j] = high[j] = _mm512_setzero_si512();
+#pragma GCC unroll 10
+    for (int i = 0; i < rows; ++i) {
+        q[i] = low_52_bits(t[i]);
+#pragma GCC unroll 10
+        for (int j = 0; j < h; ++j) low[i + 1 + j] = _mm512_madd52lo_epu64(low[i + 1 + j], q[i], mu[j]);
+#pragma GCC unroll 10
+        for (int j = 0; j < h; ++j) high[i + 2 + j] = _mm512_madd52hi_epu64(high[i + 2 + j], q[i], mu[j]);
+        const __m512i carry = _mm512_srli_epi64(t[i], digit_bits);
+        const __m512i early = _mm512_add_epi64(_mm512_add_epi64(t[i + 1], high[i + 1]), carry);
+        t[i + 1] = _mm512_add_epi64(early, low[i + 1]);
+    }
+#pragma GCC unroll 10
+    for (int j = rows + 1; j < rows + h + 1; ++j) t[j] = _mm512_add_epi64(t[j], _mm512_add_epi64(low[j], high[j]));
+}
+
 template <int rows, int h>
 KESH_IFMA __attribute__((noinline)) void add_product_outlined(__m512i* t, const __m512i* a, const __m512i* b) noexcept {
     add_product_inline<rows, h>(t, a, b);
@@ -209,7 +236,9 @@ KESH_IFMA_INLINE void square(__m512i* t, const __m512i* a) noexcept {
 }
 template <int rows, int h>
 KESH_IFMA_INLINE void reduce(__m512i* t, __m512i* q, const __m512i* mu) noexcept {
-    if constexpr (h < outlined_from)
+    if constexpr (h <= waiting_to)
+        reduce_quickly<rows, h>(t, q, mu);
+    else if constexpr (h < outlined_from)
         reduce_inline<rows, h>(t, q, mu);
     else
         reduce_outlined<rows, h>(t, q, mu);
