@@ -8,6 +8,8 @@
 #include <cstdlib>
 
 #include "Prime/prime_testing.h"
+#include "Shared/kernel/narrow_lanes.h"
+#include "Shared/kernel/pair_lanes.h"
 
 namespace kesh {
 namespace {
@@ -58,31 +60,36 @@ bool fits_lucas_lane(mint q) {
 
 mint WideBatch::side_by_side(mint size) {
     if (kernel::has_lanes()) return static_cast<mint>(kernel::lanes);
-    return size == 2 ? static_cast<mint>(kernel::narrow_lanes) : 1;
+    if (size == 2) return static_cast<mint>(kernel::narrow_lanes);
+    return kernel::has_pairs(static_cast<int>(size)) ? static_cast<mint>(kernel::pair_lanes) : 1;
 }
 
 void WideBatch::add(const umint* limbs, mint size, std::uint8_t* verdict, bool divided) {
     const kernel::LaneNumber number{limbs, static_cast<int>(size)};
     assert(2 <= size && size <= 16 && limbs[size - 1] != 0 && *verdict == 0);
     if (!divided && (limbs[0] % 2 == 0 || kernel::has_small_factor({limbs, static_cast<std::size_t>(size)}))) return;
-    if (vectors_ ? !kernel::fits_a_lane(limbs[0]) : size > 2) {
+    if (vectors_ ? !kernel::fits_a_lane(limbs[0]) : side_by_side(size) == 1) {
         *verdict = prime_alone(number) ? 1 : 0;
         return;
     }
     const int bits = 64 * (number.size - 1) + static_cast<int>(math_num_bits(limbs[size - 1]));
-    wait_for_base_2({number, verdict, 0}, kernel::lane_digits(bits));
+    wait_for_base_2({number, verdict, 0}, vectors_ ? kernel::lane_digits(bits) : number.size);
 }
 
 void WideBatch::wait_for_base_2(const Waiting& candidate, int digits) {
     Queue& queue = base_2_[static_cast<std::size_t>(digits)];
     queue.waiting[queue.count++] = candidate;
-    if (queue.count == side_by_side_) test_base_2(queue, digits);
+    if (queue.count == full(candidate)) test_base_2(queue, digits);
 }
 
 void WideBatch::wait_for_lucas(const Waiting& candidate, int digits) {
     Queue& queue = lucas_[static_cast<std::size_t>(digits)];
     queue.waiting[queue.count++] = candidate;
-    if (queue.count == side_by_side_) test_lucas(queue, digits);
+    if (queue.count == full(candidate)) test_lucas(queue, digits);
+}
+
+std::size_t WideBatch::full(const Waiting& candidate) {
+    return static_cast<std::size_t>(side_by_side(candidate.number.size));
 }
 
 void WideBatch::test_base_2(Queue& queue, int digits) {
@@ -139,8 +146,9 @@ unsigned WideBatch::passing_base_2(const Queue& queue, int digits) const {
         const auto numbers = group_of<kernel::LaneGroup>(queue, [](const Waiting& w) { return w.number; });
         return kernel::strong_base2_in_lanes(numbers, digits);
     }
-    return kernel::strong_base2_narrow(
-        group_of<kernel::NarrowGroup>(queue, [](const Waiting& w) { return w.number.limbs; }));
+    const auto limbs_of = [](const Waiting& w) { return w.number.limbs; };
+    if (digits > 2) return kernel::strong_base2_of_pair(group_of<kernel::NumberPair>(queue, limbs_of), digits);
+    return kernel::strong_base2_narrow(group_of<kernel::NarrowGroup>(queue, limbs_of));
 }
 
 unsigned WideBatch::passing_lucas(const Queue& queue, int digits) const {
@@ -150,15 +158,20 @@ unsigned WideBatch::passing_lucas(const Queue& queue, int digits) const {
         return kernel::lucas_u_vanishes_in_lanes(numbers, group_of<std::array<mint, kernel::lanes>>(queue, q_of),
                                                  digits);
     }
-    const auto numbers = group_of<kernel::NarrowGroup>(queue, [](const Waiting& w) { return w.number.limbs; });
-    return kernel::lucas_u_vanishes_narrow(numbers, group_of<std::array<mint, kernel::narrow_lanes>>(queue, q_of));
+    const auto limbs_of = [](const Waiting& w) { return w.number.limbs; };
+    if (digits > 2)
+        return kernel::lucas_u_vanishes_of_pair(group_of<kernel::NumberPair>(queue, limbs_of),
+                                                group_of<std::array<mint, kernel::pair_lanes>>(queue, q_of), digits);
+    return kernel::lucas_u_vanishes_narrow(group_of<kernel::NarrowGroup>(queue, limbs_of),
+                                           group_of<std::array<mint, kernel::narrow_lanes>>(queue, q_of));
 }
 
 void WideBatch::fill(Queues& queues, int digits) const {
+    if (!vectors_) return;  // a longer product for a shorter number would take longer than the number alone
     Queue& queue = queues[static_cast<std::size_t>(digits)];
     for (auto smaller = static_cast<std::size_t>(digits); smaller-- > 0;) {
         Queue& from = queues[smaller];
-        while (from.count > 0 && queue.count < side_by_side_) queue.waiting[queue.count++] = from.waiting[--from.count];
+        while (from.count > 0 && queue.count < kernel::lanes) queue.waiting[queue.count++] = from.waiting[--from.count];
     }
 }
 

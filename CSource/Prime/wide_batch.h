@@ -10,15 +10,14 @@
 
 #include "Shared/intx/intx_types.h"
 #include "Shared/kernel/lanes.h"
-#include "Shared/kernel/narrow_lanes.h"
 
 namespace kesh {
 
 /**
  * Tests numbers of 2^64 and more, with the verdicts of KESH_PrimeQ. After trial division a number waits for the test to
  * base 2, and if it passes, for the Lucas test; each time it waits for others with the same number of digits in a lane.
- * If the current level has no vector lanes, numbers of two limbs wait for each other, and longer ones are tested
- * immediately: one of them alone keeps the processor busy.
+ * If the current level has no vector lanes, the numbers that wait for each other have the same number of limbs. Long
+ * ones do not wait: one of them alone keeps the processor busy.
  */
 class WideBatch {
   public:
@@ -52,13 +51,13 @@ class WideBatch {
         mint q;  ///< of the Lucas test
     };
 
-    /** The numbers of one length in digits that wait for one test; fewer than go side by side. */
+    /** The numbers of one length in digits, or in limbs, that wait for one test; fewer than go side by side. */
     struct Queue {
         std::array<Waiting, kernel::lanes> waiting;
         std::size_t count = 0;
     };
 
-    using Queues = std::array<Queue, kernel::most_lane_digits + 1>;  ///< by the number of digits
+    using Queues = std::array<Queue, kernel::most_lane_digits + 1>;  ///< by that length
 
     /** Puts a number into its queue, and tests the queue when it is full. */
     void wait_for_base_2(const Waiting& candidate, int digits);
@@ -71,12 +70,14 @@ class WideBatch {
     [[nodiscard]] unsigned passing_base_2(const Queue& queue, int digits) const;
     [[nodiscard]] unsigned passing_lucas(const Queue& queue, int digits) const;
 
+    /** The number of integers that fill the queue of this one. */
+    static std::size_t full(const Waiting& candidate);
+
     /** Fills the free lanes of the queue with numbers of fewer digits. */
     void fill(Queues& queues, int digits) const;
 
     bool first_only_ = false;
     bool vectors_ = kernel::has_lanes();
-    std::size_t side_by_side_ = vectors_ ? kernel::lanes : kernel::narrow_lanes;
     Queues base_2_, lucas_;
 };
 

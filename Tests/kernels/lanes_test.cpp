@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Shared/kernel/narrow_lanes.h"
+#include "Shared/kernel/pair_lanes.h"
 #include "Shared/kernel/strong_word.h"
 #include "Shared/kernel/word_vectors.h"
 #include "support/skewed.h"
@@ -186,6 +187,51 @@ TEST(NarrowLanes, AgreeWithTheTestsAlone) {
                 << to_mpz(numbers[c]) << " with Q = " << q[c] << " in lane " << c;
         }
     }
+}
+
+/** Two numbers of n limbs in turns; some are shorter than their limbs, so that one exponent begins later. */
+template <int n>
+void check_pairs() {
+    Skewed random{static_cast<std::uint64_t>(n)};
+    unsigned passed = 0;
+    for (int i = 0; i < 1500 / n; ++i) {
+        std::array<Limbs<n>, pair_lanes> numbers;
+        std::array<mint, pair_lanes> q;
+        for (std::size_t c = 0; c < pair_lanes; ++c) {
+            do {
+                mpz_class m = to_mpz(random.modulus<n>());
+                if (random.below(4) == 0) m >>= static_cast<unsigned>(random.below(64 * n));
+                if (random.below(3) == 0) mpz_nextprime(m.get_mpz_t(), m.get_mpz_t());
+                mpz_setbit(m.get_mpz_t(), 0);
+                if (mpz_sizeinbase(m.get_mpz_t(), 2) > 64 * n) m = 1;
+                numbers[c] = from_mpz<n>(m);
+                q[c] = static_cast<mint>(random.below(40)) - 20;
+            } while (to_mpz(numbers[c]) <= 3 || q[c] == 0);
+        }
+        const NumberPair pair = {numbers[0].data(), numbers[1].data()};
+        const unsigned strong = strong_base2_of_pair(pair, n), lucas = lucas_u_vanishes_of_pair(pair, q, n);
+        passed |= strong & lucas;
+        for (std::size_t c = 0; c < pair_lanes; ++c) {
+            const Modulus<n> modulus(numbers[c].data());
+            ASSERT_EQ(strong >> c & 1, strong_base2(modulus) ? 1U : 0U) << to_mpz(numbers[c]) << " in lane " << c;
+            ASSERT_EQ(lucas >> c & 1, lucas_u_vanishes(modulus, q[c]) ? 1U : 0U)
+                << to_mpz(numbers[c]) << " with Q = " << q[c] << " in lane " << c;
+        }
+    }
+    EXPECT_EQ(passed, 3U) << "a number that passes in either place";
+}
+
+TEST(PairLanes, AgreeWithTheTestsAlone) {
+    if (!force(Level::adx)) GTEST_SKIP() << "this processor has no " << name(Level::adx);
+    EXPECT_FALSE(has_pairs(2));
+    EXPECT_FALSE(has_pairs(9));
+    check_pairs<3>();
+    check_pairs<4>();
+    check_pairs<5>();
+    check_pairs<6>();
+    check_pairs<7>();
+    check_pairs<8>();
+    force(supported_level());
 }
 
 /** 64-bit numbers. */
