@@ -6,8 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <iostream>
 #include <limits>
 #include <random>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "Prime/prime_batch.h"
@@ -131,7 +135,7 @@ TEST(Batch, StructuredNumbersOfEveryLength) {
     });
 }
 
-/** 10^7 numbers of 64 bits, and as many of the wider classes as an hour allows. */
+/** 10^7 numbers of 64 bits, and fewer of the wider classes, which have structure. */
 TEST(Batch, Long_ManyNumbersOfEachSize) {
     std::mt19937_64 random(77);
     for (int round = 0; round < 100; ++round) expect_verdicts(kesh::test::structured(1, 100'000, random), 1);
@@ -139,6 +143,48 @@ TEST(Batch, Long_ManyNumbersOfEachSize) {
         for (int round = 0; round < 10; ++round)
             expect_verdicts(kesh::test::structured(len, 1'000'000 / (len * len * len), random), len);
     }
+}
+
+/**
+ * 10^7 random odd numbers of each length from 2 to 16 limbs, of the top bits of which some are 0. Two in eleven reach
+ * the test to base 2, and one in 22 len the Lucas test. With the environment variable KESH_BATCH_MILLIONS fewer or
+ * more, of the lengths in KESH_BATCH_LENGTHS, at the level of the processor or in KESH_BATCH_LEVEL.
+ */
+TEST(Batch, Long_TenMillionNumbersOfEachLength) {
+    const auto variable = [](const char* name, const char* otherwise) {
+        const char* const value = std::getenv(name);
+        return std::string(value != nullptr ? value : otherwise);
+    };
+    const std::int64_t millions = std::stol(variable("KESH_BATCH_MILLIONS", "10"));
+    const std::string level = variable("KESH_BATCH_LEVEL", kesh::name(kesh::supported_level()));
+    for (const kesh::Level each : {kesh::Level::portable, kesh::Level::adx, kesh::Level::ifma}) {
+        ASSERT_TRUE(level != kesh::name(each) || kesh::force(each)) << "this processor has no " << level;
+    }
+    std::istringstream lengths(variable("KESH_BATCH_LENGTHS", "2 3 4 5 6 7 8 9 10 11 12 13 14 15 16"));
+    for (std::int64_t len = 0; lengths >> len;) {
+        std::mt19937_64 random(static_cast<unsigned>(1000 + len));
+        std::int64_t primes = 0;
+        for (std::int64_t round = 0; round < 100 * millions; ++round) {
+            limbs n(static_cast<std::size_t>(10'000 * len));
+            for (std::uint64_t& limb : n) limb = random();
+            const auto top = static_cast<std::size_t>(len - 1);
+            for (std::size_t i = 0; i < n.size(); i += top + 1) {
+                n[i] |= 1;
+                n[i + top] >>= random() % 64;
+            }
+            const std::vector<std::uint8_t> found = kesh::test::verdicts(n, len);
+            for (std::size_t i = 0; i < found.size(); ++i) {
+                int prime = -1;
+                KESH_PrimeQ(&n[i * static_cast<std::size_t>(len)], len, &prime);
+                ASSERT_EQ(found[i], prime) << "round " << round << ", number " << i << " of " << len << " limbs";
+                primes += prime;
+            }
+        }
+        std::cout << len << " limbs: " << 1'000'000 * millions << " numbers, " << primes << " primes, level "
+                  << kesh::name(kesh::level()) << std::endl;
+        EXPECT_GT(primes, 5'000 * millions / len);
+    }
+    kesh::force(kesh::supported_level());
 }
 
 }  // namespace

@@ -142,6 +142,27 @@ TEST(NextPrime, AtTheEndOfEveryLength) {
     EXPECT_EQ(previous(power_of_2(1024) - 1, 16), power_of_2(1024) - 105);
 }
 
+/**
+ * Where the bit length grows, the numbers of a group may go to lanes of different lengths: 52 d - 4 bits have d digits,
+ * 64 n bits n limbs. The first prime must be found, not the first one in the longer lanes.
+ */
+TEST(NextPrime, WhereTheLanesGrow) {
+    kesh::test::at_every_level([] {
+        for (unsigned bits = 65; bits < 1024; ++bits) {
+            if ((bits + 4) % 52 != 0 && bits % 64 != 0) continue;
+            const mpz_class end = power_of_2(bits);
+            const std::optional<mpz_class> last = previous(end, 16);
+            ASSERT_TRUE(last);
+            const mpz_class first = by_gmp(end);
+            ASSERT_EQ(by_gmp(*last), first) << bits;
+            EXPECT_EQ(next(*last - 1, 16), last) << bits;
+            EXPECT_EQ(next(*last, 16), first) << bits;
+            EXPECT_EQ(previous(first, 16), last) << bits;
+            EXPECT_EQ(previous(first + 1, 16), first) << bits;
+        }
+    });
+}
+
 TEST(NextPrime, OfRandomNumbersOfEverySize) {
     std::mt19937_64 random(33);
     for (const unsigned bits :
