@@ -76,7 +76,7 @@ int main(int argc, char** argv) {
         code = exit_call_failed;
     }
     if (!standard_output_complete()) {
-        print_error("kesh-host: standard output took not all that was to be printed\n");
+        print_error("kesh-host: not everything could be written to standard output\n");
         code = std::max<int>(code, exit_call_failed);
     }
     // Detached workers of the library may still run, so no static destructor may run.

@@ -16,7 +16,7 @@ class Breaches {
   public:
     using Listener = std::function<void(const std::string&)>;
 
-    /** The listener receives every breach, on the thread that commits it. Set before any call is made. */
+    /** The listener receives every breach, on the thread that commits it. Set it before any call is made. */
     void on_breach(Listener listener);
 
     void report(const std::string& what);

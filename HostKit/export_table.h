@@ -31,9 +31,9 @@ std::string_view family_title(Family family);
 
 /** How the host can show a long call's progress and stop it. */
 enum class Route {
-    direct,        ///< no way: elapsed time only
+    direct,        ///< no progress, only the elapsed time
     as_task,       ///< the same count can be submitted as a task (`task_form`)
-    status,        ///< the counting library's progress callback, installed by an earlier task, reports
+    status,        ///< the progress callback of the counting library reports; an earlier task has installed it
     range_pieces,  ///< a count over [a, b] is the sum over pieces; no cut goes through a prime tuplet
     sum_pieces,    ///< a sum of primes is the sum over any pieces, modulo 2^64
     walk_pieces,   ///< k steps from n are k' steps and then k - k' steps
@@ -51,16 +51,17 @@ struct Export {
     Family family;
     std::vector<Parameter> parameters;
     Kind result;
-    std::string_view summary;               ///< what it computes, in one line
-    std::string_view sentence;              ///< the answer in words, with places for arguments and result (remarks.cpp)
-    std::string_view errors;                ///< what it returns or throws, and when
-    std::string_view cost;                  ///< order of the running time
-    std::string_view stop = {};             ///< how a call that may take minutes is stopped; empty: none takes so long
+    std::string_view summary;    ///< what it computes, in one line
+    std::string_view sentence;   ///< the result in words, with places for arguments and result (remarks.cpp)
+    std::string_view errors;     ///< what it returns or throws, and when
+    std::string_view cost;       ///< order of the running time
+    std::string_view stop = {};  ///< how a call that may take minutes is stopped; empty: no call takes so long
     std::vector<std::string_view> example;  ///< arguments of a call that takes well under a second
     std::string_view example_result;        ///< its result
     Route route = Route::direct;
     std::string_view task_form = {};
-    std::string_view default_begin = {};  ///< of a range of which only the end is given; empty: both ends are needed
+    std::string_view default_begin =
+        {};  ///< the beginning of a range if only its end is given; empty: both ends are needed
 
     /** Whether it gives a count to a task, its first argument. */
     bool submits() const {
@@ -75,7 +76,7 @@ struct Export {
 /** All exports, by family, in the order in which they are listed. */
 const std::vector<Export>& export_table();
 
-/** Whether something ends a long call of it before its time, as its help says. */
+/** Whether a long call of the export can be stopped, as its help says. */
 bool can_be_stopped(const Export& entry);
 
 /** The export of that name, or null. */

@@ -51,7 +51,7 @@ std::int64_t read_number(std::string_view text, std::string_view whole) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size()) {
         throw std::invalid_argument(
-            text_of("--fail ", whole, ": '", text, "' is no number; write for example --fail MTensor_new=5@2"));
+            text_of("--fail ", whole, ": '", text, "' is not a number; write for example --fail MTensor_new=5@2"));
     }
     return value;
 }
@@ -63,8 +63,8 @@ const FaultSlot& find_slot(std::string_view name, std::string_view whole) {
     if (found == slots.end()) {
         std::vector<std::string_view> names;
         for (const FaultSlot& slot : slots) names.push_back(slot.name);
-        throw std::invalid_argument(
-            text_of("--fail ", whole, ": no callback '", name, "' can be made to fail; there are ", joined(names)));
+        throw std::invalid_argument(text_of("--fail ", whole, ": there is no callback '", name,
+                                            "' that can be made to fail; the callbacks are ", joined(names)));
     }
     return *found;
 }

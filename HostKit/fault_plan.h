@@ -24,7 +24,7 @@ struct Fault {
         null,             ///< returns a null pointer
         exception,        ///< throws a std::runtime_error
         other_exception,  ///< throws an int
-        delay             ///< does its work, 0.2 s late
+        delay             ///< waits for 0.2 s, then does its work
     };
 
     Kind kind = Kind::code;
@@ -47,7 +47,7 @@ class FaultPlan {
 
     /** Plans a fault that is not given as text. */
     void set(CallbackName callback, const Fault& fault);
-    /** The callback works again. */
+    /** Removes the fault: the callback works again. */
     void unset(CallbackName callback);
     /**
      * Calls the hook at the entry of the callback, on the thread that calls it; the hook may wait, throw or set other

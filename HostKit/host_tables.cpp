@@ -58,12 +58,12 @@ enum class Table { library, io };
 template <Table Which, std::size_t Slot>
 void report_trap() {
     host().breaches.report(Which == Table::library ? text_of("the library called slot ", Slot, " (", slot_name(Slot),
-                                                             ") of the callback table, which it has no use for")
+                                                             ") of the callback table, which it must not call")
                                                    : text_of("the library called slot ", Slot, " (", io_slot_name(Slot),
-                                                             ") of the task table, which it has no use for"));
+                                                             ") of the task table, which it must not call"));
 }
 
-/** A slot that holds no function gets no trap. */
+/** For a slot that holds no function: it gets no trap. */
 template <Table Which, std::size_t Slot, typename Value>
 void set_trap(Value&) {}
 
@@ -112,7 +112,7 @@ std::optional<Fault> planned_fault(CallbackName callback) {
 void string_disown(char* text) {
     planned_fault("UTF8String_disown");
     if (!host().strings.hand_back(text))
-        host().breaches.report("UTF8String_disown was given a string that is not lent to the library");
+        host().breaches.report("UTF8String_disown got a string that is not lent to the library");
 }
 
 int tensor_new(mint type, mint rank, const mint* dimensions, MTensor* out) {
@@ -125,14 +125,14 @@ int tensor_new(mint type, mint rank, const mint* dimensions, MTensor* out) {
 
 bool good_handle(MTensor tensor, std::string_view slot) {
     if (host().tensors.lives(tensor)) return true;
-    host().breaches.report(text_of(slot, " was given a handle that is no living tensor"));
+    host().breaches.report(text_of(slot, " got a handle that is not a tensor of this host"));
     return false;
 }
 
 int tensor_get_integer(MTensor tensor, mint* position, mint* out) {
     if (const auto fault = planned_fault("MTensor_getInteger")) {
-        // The position is the caller's variable: a host may leave any value there, and the user chooses the one of the
-        // fault.
+        // The position is the caller's variable. A host may write any value there; for a planned fault the user chooses
+        // it.
         if (position != nullptr) *position = host().left_position;
         return static_cast<int>(fault->code);
     }

@@ -21,7 +21,7 @@ bool StringStore::hand_back(char* text) {
     const std::lock_guard lock(mutex_);
     const auto found = strings_.find(text);
     if (found == strings_.end()) return false;
-    // The string belongs to the host again: overwritten, so that a later read by the library is noticed.
+    // The string belongs to the host again. It is overwritten, so that a later read by the library is noticed.
     for (char* c = text; *c != '\0'; ++c) *c = '#';
     strings_.erase(found);
     ++handed_back_;

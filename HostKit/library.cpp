@@ -20,7 +20,7 @@ constexpr const char* library_name = "libVelmoraKesh.so";
 
 std::string dl_error() {
     const char* text = dlerror();
-    return text == nullptr ? "no reason given" : text;
+    return text == nullptr ? "no reason is known" : text;
 }
 
 }  // namespace
@@ -35,7 +35,8 @@ std::vector<fs::path> library_candidates() {
 
 Library::Library(const std::string& path, VelmoraLibraryData table) {
     if (!path.empty()) {
-        // A name without a slash would send dlopen through its search path; a path typed here is a file.
+        // dlopen would search for a name without a slash in its search path, but a path that is typed here means a
+        // file.
         path_ = fs::absolute(path);
         if (!fs::exists(path_)) throw LibraryError(text_of("there is no library at ", path));
     } else {
@@ -46,7 +47,8 @@ Library::Library(const std::string& path, VelmoraLibraryData table) {
             std::string places;
             for (const fs::path& file : candidates)
                 places += text_of(places.empty() ? "" : ", ", file.parent_path().lexically_normal().string());
-            throw LibraryError(text_of(library_name, " is in none of ", places, "; name it with --library PATH"));
+            throw LibraryError(
+                text_of(library_name, " was not found in ", places, "; give its path with --library PATH"));
         }
         path_ = found->lexically_normal();
     }
@@ -56,17 +58,17 @@ Library::Library(const std::string& path, VelmoraLibraryData table) {
     const auto get_version = symbol<mint (*)()>("VelmoraLibrary_getVersion");
     const auto initialize = symbol<int (*)(VelmoraLibraryData)>("VelmoraLibrary_initialize");
     if (get_version == nullptr || initialize == nullptr) {
-        throw LibraryError(
-            text_of(path_.string(),
-                    " is no library for this host: VelmoraLibrary_getVersion or VelmoraLibrary_initialize is missing"));
+        throw LibraryError(text_of(
+            path_.string(),
+            " is not a library for this host: VelmoraLibrary_getVersion or VelmoraLibrary_initialize is missing"));
     }
     version_ = get_version();
     if (version_ != VelmoraLibraryVersion) {
-        throw LibraryError(text_of(path_.string(), " speaks interface version ", version_, ", this host speaks ",
+        throw LibraryError(text_of(path_.string(), " has interface version ", version_, ", but this host needs ",
                                    static_cast<int>(VelmoraLibraryVersion)));
     }
     if (const int code = initialize(table); code != LIBRARY_NO_ERROR) {
-        throw LibraryError(text_of("VelmoraLibrary_initialize of ", path_.string(), " answered ", code));
+        throw LibraryError(text_of("VelmoraLibrary_initialize of ", path_.string(), " returned ", code));
     }
 }
 

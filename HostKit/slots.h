@@ -107,7 +107,7 @@ inline constexpr Callback callbacks[] = {
     {"removeAsynchronousTask", Returns::code},
 };
 
-/** The name of one of these callbacks. Another name does not compile. */
+/** The name of one of these callbacks. Any other name is an error at compile time. */
 struct CallbackName {
     std::string_view text;
 

@@ -49,7 +49,8 @@ struct Task {
     Clock::time_point submitted;
     Clock::time_point started;  ///< first event
     Clock::time_point ended;    ///< removal
-    std::uint64_t turn = 0;     ///< of the first event, among the first events of tasks and the counts of the host
+    std::uint64_t turn =
+        0;  ///< the place of the first event in the order of the first events of tasks and of the counts of the host
 
     bool running() const {
         return state == TaskState::queued || state == TaskState::counting || state == TaskState::reported;

@@ -62,9 +62,9 @@ void TaskBoard::add(DataStore store, EventValue value) {
     const auto found = open_stores_.find(store);
     if (found == open_stores_.end()) {
         if (store == nullptr && missing_store_tolerated_) return;
-        breach(store == nullptr
-                   ? "a value was added to a null DataStore"
-                   : "a value was added to a DataStore that is not open: handed over before, or never created");
+        breach(store == nullptr ? "a value was added to a null DataStore"
+                                : "a value was added to a DataStore that is not open: it was passed to the host "
+                                  "before, or it was never created");
         return;
     }
     found->second->values.push_back(std::move(value));
@@ -88,7 +88,7 @@ void TaskBoard::check_payload(const Task& task, std::string_view name, const st_
         if (percent == nullptr) {
             breach(text_of("event \"Status\" of task ", task.id, " carries no real number"));
         } else if (!(*percent >= 0 && *percent <= 100)) {
-            breach(text_of("event \"Status\" of task ", task.id, " carries ", *percent, ", which is no percentage"));
+            breach(text_of("event \"Status\" of task ", task.id, " carries ", *percent, ", which is not a percentage"));
         } else if (*percent < task.percent && task.state == TaskState::counting && !task.shared) {
             breach(text_of("the progress of task ", task.id, " fell from ", thousandths(task.percent), " to ",
                            thousandths(*percent)));
@@ -106,13 +106,13 @@ void TaskBoard::check_payload(const Task& task, std::string_view name, const st_
 
 void TaskBoard::check_order(Task& task, std::string_view name) {
     if (name != "Status" && name != "Result" && name != "Error") {
-        breach(text_of("task ", task.id, " raised an event of unknown name \"", name, "\""));
+        breach(text_of("task ", task.id, " raised an event with the unknown name \"", name, "\""));
         return;
     }
     const bool late_status = name == "Status" && may_come_from_another_count(task);
     switch (task.state) {
         case TaskState::created:
-            breach(text_of("event \"", name, "\" of task ", task.id, ", which was never given a count"));
+            breach(text_of("event \"", name, "\" of task ", task.id, ", to which no count was submitted"));
             break;
         case TaskState::queued:
             if (counting_ != 0) {
@@ -174,10 +174,10 @@ void TaskBoard::raise(mint id, std::string_view name, DataStore store) {
         payload = std::move(found->second);
         open_stores_.erase(found);
     } else if (!(store == nullptr && missing_store_tolerated_)) {
-        breach(store == nullptr
-                   ? text_of("event \"", name, "\" of task ", id, " carries no DataStore")
-                   : text_of("event \"", name, "\" of task ", id,
-                             " hands over a DataStore that is not open: handed over before, or never created"));
+        breach(store == nullptr ? text_of("event \"", name, "\" of task ", id, " carries no DataStore")
+                                : text_of("event \"", name, "\" of task ", id,
+                                          " passes a DataStore that is not open: it was passed to the host before, or "
+                                          "it was never created"));
     }
     const auto found = tasks_.find(id);
     if (found == tasks_.end()) {
@@ -200,7 +200,7 @@ mint TaskBoard::remove(mint id) {
     const std::lock_guard lock(mutex_);
     const auto found = tasks_.find(id);
     if (found == tasks_.end()) {
-        breach(text_of("task ", id, " was removed and does not exist"));
+        breach(text_of("task ", id, " was removed, but does not exist"));
         return 0;
     }
     Task& task = found->second;
@@ -209,8 +209,8 @@ mint TaskBoard::remove(mint id) {
         return 0;
     }
     if (task.state != TaskState::reported) {
-        breach(text_of("task ", id, " was removed while ", state_name(task.state),
-                       ": neither \"Result\" nor \"Error\" came"));
+        breach(text_of("task ", id, " was removed in the state ", state_name(task.state),
+                       ", without a \"Result\" or an \"Error\""));
     }
     task.state = TaskState::removed;
     task.ended = Task::Clock::now();

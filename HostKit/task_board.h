@@ -37,7 +37,7 @@ enum class CountCallback {
 /** All tasks of the process. The callbacks reach it from the library's threads. */
 class TaskBoard {
   public:
-    /** The counts on the host's threads that run now, by their callback, each with its turn. */
+    /** The counts that run on threads of the host now, by their callback, each with its turn. */
     using Counts = std::multimap<CountCallback, std::uint64_t>;
     using CountId = Counts::iterator;
     using Listener = std::function<void(const Event&)>;
@@ -51,7 +51,7 @@ class TaskBoard {
     mint create();
     DataStore create_store();
     void add(DataStore store, EventValue value);
-    /** The host takes back a DataStore whose event an injected exception ended. */
+    /** The host takes back a DataStore if an injected exception ended its event. */
     void discard(DataStore store);
     void raise(mint id, std::string_view name, DataStore store);
     mint remove(mint id);

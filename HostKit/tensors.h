@@ -28,7 +28,8 @@ namespace kesh_host {
 /** Owns every tensor that exists. All members may be called from any thread; invalid handles are recognised. / */
 class TensorStore {
   public:
-    /** Creates a tensor of undefined content. Returns a host error code: wrong type, rank, dimension, or no memory. */
+    /** Creates a tensor; its elements have no defined value. Returns a host error code for a wrong type, rank or
+     * dimension, or if there is no memory. */
     int create(mint type, mint rank, const mint* dimensions, MTensor* out);
     /** Creates a rank-1 tensor of the given values. */
     MTensor create(std::span<const mint> values);
@@ -41,8 +42,8 @@ class TensorStore {
 
     /**
      * The element at a position (one index per dimension, counted from 1). Returns a host error code:
-     * LIBRARY_DIMENSION_ERROR outside, LIBRARY_MEMORY_ERROR for a null destination, LIBRARY_TYPE_ERROR for a handle
-     * that is not a tensor.
+     * LIBRARY_DIMENSION_ERROR for a position outside the tensor, LIBRARY_MEMORY_ERROR for a null destination,
+     * LIBRARY_TYPE_ERROR for a handle that is not a tensor.
      */
     int get_integer(MTensor tensor, const mint* position, mint* out) const;
 

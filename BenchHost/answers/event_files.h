@@ -20,7 +20,7 @@ class EventFiles {
     void open(const std::string& path);
     /** Appends the events to a file that has been created. @throws OutputError */
     void append(const std::string& path, const std::vector<Event>& events);
-    /** Whether the file has been begun and has taken no event. */
+    /** Whether the file has been created and contains no event. */
     bool holds_header_alone(const std::string& path) const;
 
   private:

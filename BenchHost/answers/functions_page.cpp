@@ -14,24 +14,26 @@ namespace kesh_host {
 
 namespace {
 
-constexpr std::string_view introduction = R"(# Functions
+constexpr std::string_view introduction = R"(# Functions that the library exports
 
 <!-- Made by: kesh-host --functions-page > docs/functions.md -->
 
-Every function that `libVelmoraKesh.so` exports. A host calls them with the signature
+These are all functions that `libVelmoraKesh.so` exports for a host. [Batch](batch.md) describes the other C functions of
+`kesh_prime.h`. A host calls the functions with this signature:
 
 ```c
 int NAME(VelmoraLibraryData libData, mint Argc, MArgument *Args, MArgument Res);
 ```
 
-reads the answer from the result slot, and gets an error code back: 0 when all is well, 6 (`LIBRARY_FUNCTION_ERROR`) when the
-number of arguments is wrong, and where "Errors" says so ([why did I get 6?](host-interface.md#causes-of-code-6)). A result slot is
-written only with code 0. Kinds: an *integer* is a signed 64-bit machine integer;
-where a function works on unsigned numbers, it takes the same 64 bits, so that values of 2^63 and above appear as negative
-integers. A *task id* is an integer that `PrimeCount_CreateTask` gave out. `KESH_PrimeQ` and the two lifecycle functions have
-plain C signatures of their own.
+The function stores its result in the result slot `Res` and returns an error code: 0 after a success, 6
+(`LIBRARY_FUNCTION_ERROR`) if the number of arguments is wrong, and the other codes that are listed at "Errors"
+([causes of code 6](host-interface.md#causes-of-code-6)). It writes the result slot only if the code is 0. `KESH_PrimeQ` and
+the two lifecycle functions have plain C signatures, which are shown below.
 
-"Stop" says how a call that can take minutes is ended before its time; a function without that line takes no such time.
+An *integer* is a signed 64-bit machine integer. Functions on unsigned numbers take the same 64 bits, so that values of 2^63
+and above appear as negative integers. A *task id* is an integer that `PrimeCount_CreateTask` returned.
+
+"Stop" says how a call that can take minutes can be stopped. Functions without this line do not take that long.
 
 The examples are calls by [kesh-host](kesh-host.md). `...` stands for lines that are left out, such as the elapsed time.
 )";

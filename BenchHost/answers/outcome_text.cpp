@@ -86,7 +86,7 @@ std::string answer_text(const Outcome& outcome) {
 
 std::string result_text(const Outcome& outcome, const PrintLook& look) {
     if (outcome.status == Status::submitted) {
-        // An unchecked call may have named a task that does not exist.
+        // With --unchecked, the task may not exist.
         if (!outcome.task)
             return look.quiet ? ""
                               : fmt::format("{}: submitted for a task that does not exist\n",
@@ -124,7 +124,7 @@ std::string failure_text(const Outcome& outcome, const Style& style) {
             return fmt::format("{} {} is not exported by this library\n", style.red("missing:"), outcome.entry->name);
         case Status::stopped:
             if (outcome.task && outcome.task->running())
-                return fmt::format("{} waiting for {}: task {} stays queued; 'stop' ends the task that runs\n",
+                return fmt::format("{} waiting for {}: task {} stays queued; 'stop' stops the task that is running\n",
                                    style.yellow("stopped:"), call, outcome.task->id);
             return fmt::format("{} {} after {}{}\n", style.yellow("stopped:"), call, format_duration(outcome.seconds),
                                outcome.task ? ""

@@ -16,7 +16,7 @@ namespace kesh_host {
 /** The result of the call, for standard output; empty if the call failed. Ends with a line end unless empty. */
 std::string result_text(const Outcome& outcome, const PrintLook& look);
 
-/** The bare result in one line, as in the table of exports: 25, {2, 3, 5}. Empty if there is none. */
+/** The result alone, on one line, as in the table of exports: 25, {2, 3, 5}. Empty if there is none. */
 std::string answer_text(const Outcome& outcome);
 
 /** Why there is no result, for standard error; empty if there is one. */

@@ -12,7 +12,7 @@ namespace kesh_host {
 struct PrintLook {
     Style style;
     unsigned width = 80;
-    bool quiet = false;  ///< the bare result
+    bool quiet = false;  ///< print only the result
     bool whole_tensors = false;
 };
 

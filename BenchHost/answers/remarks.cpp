@@ -22,7 +22,7 @@ namespace kesh_host {
 
 namespace {
 
-/** Results longer than this get no separators, because nobody reads them in groups. */
+/** Longer results are printed without separators, because nobody reads so many groups. */
 constexpr std::size_t longest_grouped = 60;
 
 std::string grouped(const std::string& digits) {
@@ -39,7 +39,7 @@ std::optional<std::string> taken_as(const Outcome& outcome, std::size_t i) {
     const ArgumentValue& argument = outcome.arguments[i];
     if (argument.kind == Kind::pattern && *value < 0 && !argument.above_signed)
         return fmt::format("{}", static_cast<umint>(*value));
-    // primesieve takes the index 0 for the first prime; primecount takes a negative number of primes for 0.
+    // primesieve treats the index 0 as 1; primecount treats a negative number of primes as 0.
     if (outcome.entry->name == "PrimeSieve_NthPrime" && *value == 0) return "1";
     if (outcome.entry->name == "PrimeCount_Coprime" && i == 1 && *value < 0) return "0";
     const auto low = static_cast<std::int32_t>(*value);
@@ -58,8 +58,8 @@ bool is_narrowed(const Outcome& outcome) {
 }
 
 /**
- * Whether a text has a minus sign before the base of a power. To the library's reader of text the sign binds tighter,
- * to most people the power does.
+ * Whether a text has a minus sign before the base of a power. The library's reader of text applies the sign first; most
+ * people expect the power first.
  */
 bool signs_a_power(const Outcome& outcome) {
     if (outcome.arguments.empty()) return false;
@@ -68,7 +68,7 @@ bool signs_a_power(const Outcome& outcome) {
     return text != nullptr && text->size() < 1000 && std::regex_search(*text, signed_base);
 }
 
-/** The argument as the sentence names it: as typed, or what it was taken for. */
+/** The argument in the sentence: as it was typed, or the number for which the library takes it. */
 std::string shown(const Outcome& outcome, const Remarks& remarks, std::size_t i) {
     if (i >= outcome.arguments.size()) return "?";  // --unchecked allows missing arguments
     return remarks.taken_as[i] ? grouped(*remarks.taken_as[i]) : printable(outcome.arguments[i].typed);
@@ -79,22 +79,23 @@ std::optional<std::string> stand_in(const Outcome& outcome, const Remarks& remar
     const mint* result = std::get_if<mint>(&outcome.result);
     if (result == nullptr || outcome.arguments.size() != outcome.entry->parameters.size()) return std::nullopt;
     const auto argument = [&](std::size_t i) { return shown(outcome, remarks, i); };
-    if (name == "PrimeCount_CreateTask" && *result < 1) return "There is no new task: the host's table refused it.";
+    if (name == "PrimeCount_CreateTask" && *result < 1) return "No task was created: the host refused it.";
     if (name == "PrimeSieve_NextKthPrime" || name == "PrimeSieve_PreviousKthPrime") {
         const mint steps = *integer(outcome, 1);
-        if (steps < 1) return fmt::format("No prime was drawn for k = {}: the result has no meaning.", argument(1));
+        if (steps < 1)
+            return fmt::format("For k = {} the library looks for no prime: the result has no meaning.", argument(1));
         if (*result == 0 && steps > 1)
-            return fmt::format("There are fewer than {} primes before {}: the 0 stands for that.", argument(1),
+            return fmt::format("There are fewer than {} primes before {}; the result is then 0.", argument(1),
                                argument(0));
     }
     if (name.starts_with("PrimeSieve_Previous") && *result == 0)
-        return fmt::format("There is no prime before {}: the 0 stands for that.", argument(0));
+        return fmt::format("There is no prime before {}; the result is then 0.", argument(0));
     if (name == "PrimeSieve_PrimeSumInterval" && *integer(outcome, 1) == -1)
-        return "No prime was added: the library adds the primes below b + 1, and that wraps to 0.";
+        return "No prime was added: the library adds the primes below b + 1, and b + 1 wraps to 0.";
     return std::nullopt;
 }
 
-/** The sum in words, and what is known of the part that does not fit 64 bits. */
+/** The sum in words, and what is known about the part that does not fit into 64 bits. */
 std::string sum_text(const SumCheck& sum, const std::string& residue) {
     if (sum.wrapped == Wrapped::no) return residue;
     if (sum.exact) return fmt::format("{}, which is {} modulo 2^64", grouped(to_decimal(*sum.exact)), residue);
@@ -161,11 +162,11 @@ std::string answer_sentence(const Outcome& outcome) {
     if (signs_a_power(outcome)) text += " In this text a sign binds tighter than a power: -2^2 is 4.";
     if (remarks.narrowed)
         text +=
-            " The list keeps the low 32 bits of each, with sign: elements above 2^31 - 1 are not the primes "
-            "themselves.";
+            " The list has the low 32 bits of each prime, with sign: for primes above 2^31 - 1, the elements are not "
+            "the primes themselves.";
     const mint* number = std::get_if<mint>(&outcome.result);
     if (number != nullptr && *number < 0 && outcome.entry->result == Kind::pattern)
-        text += " The host's integers have a sign: it arrives as the negative number above.";
+        text += " The host's integers have a sign, so the result arrives as the negative number above.";
     return text;
 }
 

@@ -1,6 +1,6 @@
 /**
  * @file   remarks.h
- * @brief  Facts that the bare number of a result does not show: an argument was taken for another number, a result
+ * @brief  Facts that the number of a result alone does not show: an argument was taken for another number, a result
  * means "there is none", elements are cut to 32 bits, a sum has wrapped.
  */
 #pragma once

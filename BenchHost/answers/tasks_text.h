@@ -12,7 +12,7 @@
 
 namespace kesh_host {
 
-/** The tasks as a table. */
+/** Makes a table of the tasks. */
 std::string tasks_text(const std::vector<Task>& tasks, const PrintLook& look);
 
 }  // namespace kesh_host

@@ -33,8 +33,9 @@ mint read_signed(const Export& entry, std::string_view parameter, const std::str
     const cpp_int value = read_integer(entry, parameter, word);
     if (value < smallest || value > largest) {
         const bool counts = entry.name == "PrimeCount_PrimePi" || entry.name == "PrimeCount_SubmitPrimePi";
-        throw BadInput(fmt::format("{}: argument {} = {} does not fit a machine integer, -2^63 to 2^63-1{}", entry.name,
-                                   parameter, word, counts ? "; PrimeCount_ExprPrimePi takes larger ones" : ""));
+        throw BadInput(fmt::format("{}: argument {} = {} does not fit into a machine integer, -2^63 to 2^63-1{}",
+                                   entry.name, parameter, word,
+                                   counts ? "; PrimeCount_ExprPrimePi takes larger numbers" : ""));
     }
     return static_cast<mint>(value);
 }
@@ -42,9 +43,8 @@ mint read_signed(const Export& entry, std::string_view parameter, const std::str
 mint read_pattern(const Export& entry, std::string_view parameter, const std::string& word) {
     const cpp_int value = read_integer(entry, parameter, word);
     if (value < smallest || value > largest_pattern) {
-        throw BadInput(fmt::format(
-            "{}: argument {} = {} does not fit 64 bits: at most 2^64-1, and from -2^63 when taken with its sign",
-            entry.name, parameter, word));
+        throw BadInput(fmt::format("{}: argument {} = {} does not fit into 64 bits: it must be from -2^63 to 2^64-1",
+                                   entry.name, parameter, word));
     }
     return value < 0 ? static_cast<mint>(value) : static_cast<mint>(static_cast<umint>(value));
 }
@@ -134,7 +134,7 @@ mint read_task_id(const std::string& word) {
     } catch (const ExpressionError& error) {
         throw BadInput(error.what());
     }
-    if (id < 1 || id > largest) throw BadInput(fmt::format("'{}' is no task id; 'tasks' lists them", word));
+    if (id < 1 || id > largest) throw BadInput(fmt::format("'{}' is not a task id; 'tasks' lists the tasks", word));
     return static_cast<mint>(id);
 }
 

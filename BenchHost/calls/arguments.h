@@ -14,13 +14,13 @@
 
 namespace kesh_host {
 
-/** Stands for the id of a task that is created for the call. */
+/** Takes the place of a task id; the task is created for the call. */
 struct NewTask {};
 
 struct ArgumentValue {
     Kind kind = Kind::integer;
     std::string typed;          ///< as the user wrote it
-    bool above_signed = false;  ///< a pattern of 2^63 or more, typed as such
+    bool above_signed = false;  ///< a pattern of 2^63 or more that was typed as a positive number
     std::variant<mint, NewTask, std::string, std::vector<mint>> value;
 };
 

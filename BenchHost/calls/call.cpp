@@ -54,7 +54,7 @@ class ArgumentSlots {
     MArgument* data() {
         return slots_.data();
     }
-    /** The number of lent strings that the library has not disowned. To be called once, when the call is over. */
+    /** The number of lent strings that the library has not disowned. Call it once, after the call. */
     std::size_t take_back_strings() {
         std::size_t kept = 0;
         for (char* text : texts_) kept += host().strings.take_back(text) ? 1 : 0;
@@ -96,7 +96,7 @@ VelmoraLibraryData table_of(TableChoice choice) {
 
 ResultValue read_tensor(const Export& entry, MTensor tensor) {
     if (!host().tensors.lives(tensor)) {
-        host().breaches.report(fmt::format("{} returned a handle that is no living tensor", entry.name));
+        host().breaches.report(fmt::format("{} returned a handle that is not a tensor of this host", entry.name));
         return {};
     }
     return TensorResult(tensor, [](MTensor handle) { host().tensors.release(handle); });
@@ -131,9 +131,9 @@ bool is_untouched(const Export& entry, const ResultStorage& storage) {
 
 void check_result_slot(const Export& entry, int code, bool written) {
     if (code != LIBRARY_NO_ERROR && written) {
-        host().breaches.report(fmt::format("{} returned {} and wrote its result slot all the same", entry.name, code));
+        host().breaches.report(fmt::format("{} returned {}, but wrote its result slot", entry.name, code));
     } else if (code == LIBRARY_NO_ERROR && written && entry.result == Kind::none) {
-        host().breaches.report(fmt::format("{} wrote a result slot that it has no result for", entry.name));
+        host().breaches.report(fmt::format("{} wrote its result slot, but it has no result", entry.name));
     } else if (code == LIBRARY_NO_ERROR && !written && entry.result != Kind::none) {
         host().breaches.report(fmt::format("{} returned 0 without writing its result", entry.name));
     }
@@ -224,13 +224,13 @@ Outcome call_export(const Library& library, const Export& entry, const std::vect
         if (outcome.status == Status::ok && outcome.wrote_result) outcome.result = read_result(entry, storage);
     } else if (outcome.wrote_result && !host().faults.planned("UTF8String_disown")) {
         // The library disowns a string after it has stored the result, so only a fault of that callback may come later.
-        host().breaches.report(
-            fmt::format("{} left by an exception and wrote its result slot all the same", entry.name));
+        host().breaches.report(fmt::format("{} ended with an exception, but wrote its result slot", entry.name));
     }
-    // A failed count does not disown its string: the host takes it back. After a success it must be disowned.
+    // A failed count does not disown its string: the host takes it back. After a success the library must have disowned
+    // it.
     outcome.kept_strings = slots.take_back_strings();
     if (outcome.kept_strings > 0 && outcome.status == Status::ok) {
-        host().breaches.report(fmt::format("{} succeeded without handing back its string argument", entry.name));
+        host().breaches.report(fmt::format("{} succeeded, but did not disown its string argument", entry.name));
     }
     return outcome;
 }

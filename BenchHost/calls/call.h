@@ -46,7 +46,7 @@ struct Outcome {
     double seconds = 0;
     std::optional<Task> task;      ///< the task that did the count, or that was given one
     std::size_t pieces = 1;        ///< the number of calls into which the host split the range
-    std::optional<SumCheck> sum;   ///< of a sum of primes: how much of it the 64 bits hold
+    std::optional<SumCheck> sum;   ///< for a sum of primes: whether it is larger than the 64 bits of the result
     bool wrote_result = false;     ///< the result slot was written, whatever the outcome of the call
     std::size_t kept_strings = 0;  ///< string arguments that the library did not disown
     std::vector<std::string> breaches;

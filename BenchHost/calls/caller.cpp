@@ -1,6 +1,6 @@
 /**
  * @file   caller.cpp
- * @brief  Chooses the way of each call, makes the call, and shows its progress.
+ * @brief  Chooses how each call is made, makes the call, and shows its progress.
  */
 #include "calls/caller.h"
 
@@ -24,9 +24,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/** A call that can be stopped ends soon after Ctrl-C; if it does not, the third press leaves the host. */
+/** A call that can be stopped ends soon after Ctrl-C; if it does not, the third press ends the host. */
 constexpr int presses_for_stoppable = 3;
-/** A call that cannot be stopped: the second press leaves the host. */
+/** If a call cannot be stopped, the second press ends the host. */
 constexpr int presses_for_unstoppable = 2;
 
 bool stop_asked() {
@@ -36,12 +36,12 @@ bool stop_asked() {
 /** The note of the progress line after a stop request: some algorithms have long steps that cannot be stopped. */
 std::string stop_note(bool stoppable = true) {
     if (!stop_asked()) return "";
-    if (!stoppable) return "cannot be stopped; Ctrl-C again leaves";
+    if (!stoppable) return "cannot be stopped; Ctrl-C again ends the host";
     const int left = presses_for_stoppable - interrupts_seen();
-    return fmt::format("stopping; Ctrl-C {} leaves", left <= 1 ? "once more" : "twice more");
+    return fmt::format("stopping; Ctrl-C {} ends the host", left <= 1 ? "once more" : "twice more");
 }
 
-/** How many presses of Ctrl-C leave the host during a call. */
+/** How many presses of Ctrl-C end the host during a call. */
 int presses_to_leave(bool stoppable, const ProgressLook& look) {
     if (stoppable) return presses_for_stoppable;
     return look.visible && look.in_place ? presses_for_unstoppable : 1;
@@ -75,7 +75,7 @@ void Caller::stop_task() const {
 mint Caller::create_task() const {
     const Outcome created = call_export(library_, "PrimeCount_CreateTask", {});
     if (created.status == Status::missing)
-        throw BadInput("this library has no PrimeCount_CreateTask, so no task can be made");
+        throw BadInput("this library has no PrimeCount_CreateTask, so no task can be created");
     return std::get<mint>(created.result);
 }
 
@@ -91,7 +91,7 @@ Outcome Caller::call(const Export& entry, const std::vector<std::string>& words,
     } else if (settings.background) {
         if (entry.route != Route::as_task)
             throw BadInput(
-                fmt::format("{} cannot run in the background: the library has no task form of it", entry.name));
+                fmt::format("{} cannot run in the background: the library cannot run it as a task", entry.name));
         outcome = call_as_task(entry, arguments, settings);
     } else {
         const bool plain = settings.bare || settings.unchecked || settings.table != TableChoice::full;
@@ -156,9 +156,8 @@ Outcome Caller::submit(const Export& entry, std::vector<ArgumentValue> arguments
     if (!known && !settings.unchecked) {
         const auto task = host().tasks.find(id);
         throw BadInput(
-            task ? fmt::format("task {} has already been given a count ({}); write 'new' for a fresh task", id,
-                               task->what)
-                 : fmt::format("there is no task {}; write 'new' for a fresh task, or call PrimeCount_CreateTask first",
+            task ? fmt::format("task {} already has a count ({}); write 'new' for a new task", id, task->what)
+                 : fmt::format("there is no task {}; write 'new' for a new task, or call PrimeCount_CreateTask first",
                                id));
     }
     Outcome outcome = call_export(library_, entry, arguments, settings.table);

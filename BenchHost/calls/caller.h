@@ -23,7 +23,7 @@ struct CallSettings {
     enum class Progress { automatic, on, off };
 
     Progress progress = Progress::automatic;  ///< automatic: on a terminal
-    bool bare = false;                        ///< call the export itself and nothing else
+    bool bare = false;                        ///< make only the call of the export
     bool background = false;                  ///< submit as a task and return
     bool unchecked = false;                   ///< any number of arguments, any task id
     bool events_wanted = false;               ///< a count with a task form runs as a task, whose events are written

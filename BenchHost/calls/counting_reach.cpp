@@ -42,16 +42,16 @@ std::string find_out(const Library& library) {
     const Outcome outcome = call_export(library, "PrimeCount_PrimePi", {small});
     if (outcome.status == Status::missing || host().abort_questions > asked) return "";
     if (loaded_with_program)
-        return "prime counts have no progress and no stop here: libprimecount was loaded before the library";
+        return "prime counts show no progress and cannot be stopped here: libprimecount was loaded before the library";
     std::error_code error;
     const std::filesystem::path file = std::filesystem::canonical(loaded_primecount(), error);
     return fmt::format(
-        "prime counts have no progress and no stop here: {} is of an unknown version, or calls its own functions "
-        "directly",
+        "prime counts show no progress and cannot be stopped here: {} is of an unknown version, or calls its own "
+        "functions directly",
         error ? "libprimecount" : file.string());
 }
 
-/** Whether the call counts primes up to so large a bound that it takes seconds. For text this is not known. */
+/** Whether the call counts primes up to a bound so large that it takes seconds. For text this is not known. */
 bool is_long_count(const Export& entry, std::span<const ArgumentValue> arguments) {
     constexpr mint long_from = 10'000'000'000'000;
     const bool counts = entry.route == Route::as_task || entry.route == Route::status || entry.family == Family::tasks;

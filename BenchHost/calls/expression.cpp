@@ -22,7 +22,7 @@ class Parser {
 
     cpp_int run() {
         if (text_.find_first_not_of(" \t") == std::string_view::npos)
-            throw ExpressionError("an empty text is no integer; write for example 10^12");
+            throw ExpressionError("an empty text is not an integer; write for example 10^12");
         cpp_int value = sum();
         skip_blanks();
         if (position_ < text_.size()) fail(fmt::format("'{}' is not expected", next_character()));
@@ -127,7 +127,7 @@ class Parser {
         const char next = peek();
         if (std::isdigit(static_cast<unsigned char>(next)) != 0) return number();
         if (position_ == text_.size()) fail("the text ends where a number is expected");
-        fail(fmt::format("'{}' stands where a number is expected", next_character()));
+        fail(fmt::format("'{}' is not a number, which is expected here", next_character()));
     }
 
     /** Digits of the given kind from the current position, separators left out. */
@@ -151,7 +151,7 @@ class Parser {
         while (position_ < text_.size() && text_[position_] == ',') {
             ++position_;
             const std::string group = digits(std::isdigit);
-            if (group.size() != 3 || first > 3) fail("a comma stands between groups of three digits");
+            if (group.size() != 3 || first > 3) fail("commas must separate groups of three digits");
             decimal += group;
         }
     }
@@ -181,7 +181,7 @@ class Parser {
             decimal.append(std::stoul(exponent), '0');
         }
         if (decimal.find_first_not_of('0', decimal.size() - scale) != std::string::npos)
-            fail("the number is not whole");
+            fail("the number is not an integer");
         decimal.erase(decimal.size() - scale);
         // cpp_int reads a leading zero as octal.
         const std::size_t first = decimal.find_first_not_of('0');

@@ -44,7 +44,7 @@ void on_interrupt(int signal) {
     if (limit == 0) return;
     handled_host->abort_answer = 1;
     if (seen >= limit || (!by_user && leave_with_timer)) {
-        constexpr char line[] = "\nkesh-host left in the middle of the call\n";
+        constexpr char line[] = "\nkesh-host ended in the middle of the call\n";
         [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, sizeof line - 1);
         _exit(by_user ? exit_interrupted : exit_call_failed);
     }

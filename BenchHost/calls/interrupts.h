@@ -11,7 +11,7 @@ namespace kesh_host {
 /** Installs the handler of SIGINT for the process. */
 void install_interrupt_handler();
 
-/** Whether the call of a scope can be stopped. */
+/** Whether the call that runs in a scope can be stopped. */
 enum class Stoppable { yes, no };
 
 /**

@@ -19,7 +19,7 @@ constexpr umint cut_residue = 26;
 /** The length of the first piece: it takes a few hundredths to a few tenths of a second. */
 constexpr umint first_sieve_piece = 200'000'000;
 constexpr umint first_walk_piece = 2'000'000;
-/** Calls on shorter ranges take less than about half a second and are not split. */
+/** A call on a shorter range takes less than about half a second and is not split. */
 constexpr umint smallest_split_range = 2'000'000'000;
 constexpr umint smallest_split_sum = 400'000'000;
 constexpr umint smallest_split_walk = 20'000'000;
@@ -49,7 +49,7 @@ umint next_length(umint length, double seconds, double target) {
     return static_cast<umint>(std::min(static_cast<double>(length) * factor, 1e18));
 }
 
-/** A piece should take much longer than its start-up, and be short enough for frequent progress. */
+/** A piece should take much longer than its start, but be short enough for frequent reports of progress. */
 double target_seconds(umint end) {
     return 0.25 + 4 * std::sqrt(static_cast<double>(end)) / start_up_speed;
 }
@@ -180,7 +180,7 @@ std::optional<umint> cut_before(umint begin, umint end) {
 
 bool worth_splitting(const Export& entry, const std::vector<ArgumentValue>& arguments) {
     if (arguments.size() != entry.parameters.size()) return false;
-    // Negative numbers, and ends at which the library's own arithmetic wraps, are left to the library.
+    // The library itself treats negative numbers, and ends at which its arithmetic wraps.
     for (const ArgumentValue& argument : arguments) {
         if (negative(argument)) return false;
     }

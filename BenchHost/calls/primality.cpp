@@ -29,7 +29,7 @@ bool PrimalityTest::operator()(const cpp_int& n) const {
     if (function_(limbs.data(), static_cast<mint>(limbs.size()), &prime) != 1) {
         host().breaches.report(fmt::format("KESH_PrimeQ refused {} limbs", limbs.size()));
     } else if (prime != 0 && prime != 1) {
-        host().breaches.report(fmt::format("KESH_PrimeQ answered {} instead of 0 or 1", prime));
+        host().breaches.report(fmt::format("KESH_PrimeQ wrote {} instead of 0 or 1", prime));
     }
     return prime == 1;
 }
@@ -62,11 +62,11 @@ std::vector<bool> PrimalityTest::operator()(std::span<const cpp_int> numbers,
     if (code == KESH_STOPPED) return {};
     if (code != KESH_DONE)
         host().breaches.report(
-            fmt::format("KESH_ArePrimeOnThreads answered {} for {} numbers of {} limbs", code, numbers.size(), len));
+            fmt::format("KESH_ArePrimeOnThreads returned {} for {} numbers of {} limbs", code, numbers.size(), len));
     for (const std::uint8_t verdict : verdicts) {
         if (code == KESH_DONE && verdict > 1)
             host().breaches.report(
-                fmt::format("KESH_ArePrimeOnThreads gave the verdict {} instead of 0 or 1", verdict));
+                fmt::format("KESH_ArePrimeOnThreads wrote the verdict {} instead of 0 or 1", verdict));
         prime.push_back(verdict == 1);
     }
     return prime;

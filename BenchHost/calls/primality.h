@@ -28,7 +28,7 @@ class PrimalityTest {
     bool operator()(const cpp_int& n) const;
 
     /** The verdicts on many numbers, tested in one call if the library exports KESH_ArePrimeOnThreads. go_on(done) is
-     * asked between blocks of them; if it returns false, there are no verdicts. */
+     * called between blocks of numbers; if it returns false, there are no verdicts. */
     std::vector<bool> operator()(std::span<const cpp_int> numbers, const std::function<bool(std::size_t)>& go_on) const;
 
   private:

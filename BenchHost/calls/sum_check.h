@@ -30,7 +30,7 @@ constexpr umint first_wrapped_sum = 29'505'444'491;
 
 /**
  * The sum of the primes in [a, b] that equals `residue` modulo 2^64. Makes at most one count, of at most 10^8 numbers,
- * and only if bounds do not decide.
+ * and only if the bounds do not give the sum.
  */
 SumCheck check_sum(umint a, umint b, umint residue, const PrimeCounter& count);
 

@@ -78,7 +78,7 @@ class Endurance {
             if (entry.name == "KESH_PrimeQ") continue;
             const std::vector<std::string> words(entry.example.begin(), entry.example.end());
             if (entry.name == "KESH_RT_PrimeQ") {
-                // It gives the host no place for the element, and returns the host's error code for that.
+                // The library passes no place for the element to the host, and returns the host's error code for this.
                 expect("KESH_RT_PrimeQ", failure(entry.name, words), "code 5");
             } else {
                 const std::string seen = answer(entry.name, words);
@@ -103,7 +103,7 @@ class Endurance {
         ++answers_;
         if (seen == wanted) return;
         ++wrong_;
-        print(fmt::format("WRONG: {} gave {} instead of {}\n", what, seen, wanted));
+        print(fmt::format("WRONG: {} returned {} instead of {}\n", what, seen, wanted));
     }
 
     Outcome call(std::string_view name, const std::vector<std::string>& words) {
@@ -173,7 +173,7 @@ class Endurance {
         check("wide products", primes_(mersenne * next) ? 1 : 0, 0);
     }
 
-    /** A count that is stopped at some moment reports a failure, or the right number if it ended before. */
+    /** A count that is stopped at a random moment reports a failure, or the right number if it ended before. */
     void stopped_task() {
         const Outcome begun = caller_.call(*find_export("PrimeCount_SubmitPrimePi"), {"new", "10^14"}, {});
         std::this_thread::sleep_for(std::chrono::microseconds(between(0, 100'000)));
@@ -219,7 +219,7 @@ int endure(const Library& library, const EnduranceLook& look) {
     const double seconds = 60 * look.minutes;
     std::size_t rounds = 0;
     double next_line = 60;
-    // After a tenth of the time and two rounds, everything that is built once and kept exists.
+    // After a tenth of the time and two rounds, everything exists that is built only once and kept.
     Holdings first;
     Holdings most;
     bool warm = false;
@@ -259,7 +259,7 @@ int endure(const Library& library, const EnduranceLook& look) {
                       settled ? "" : "; too short a run to judge the memory"));
     const bool flat = (!settled || most.memory_mib <= first.memory_mib + allowed_growth_mib) &&
                       most.descriptors <= first.descriptors && most.threads <= first.threads;
-    if (!flat) print("It holds on to more than at first.\n");
+    if (!flat) print("It uses more than at first.\n");
     return flat ? exit_ok : exit_call_failed;
 }
 

@@ -1,7 +1,7 @@
 /**
  * @file   endurance.h
- * @brief  Mixed calls of every export for a chosen time, with every result checked. Descriptors and threads of the
- *         process must stay as they were, and in runs of five minutes or more its memory too.
+ * @brief  Makes mixed calls of every export for a chosen time, and checks every result. The numbers of descriptors and
+ *         threads of the process must not grow, and in runs of five minutes or more its memory must not grow either.
  */
 #pragma once
 

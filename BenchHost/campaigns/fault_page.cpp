@@ -58,19 +58,27 @@ std::string compared(FaultResult result, const FaultResult& usual, const std::st
     return "as without the fault";
 }
 
-constexpr std::string_view introduction = R"(# What comes of every fault of a host callback
+constexpr std::string_view introduction = R"(# Outcomes of faults: what happens when a callback of the host fails
 
 <!-- Made by: kesh-host faults > docs/fault-outcomes.md -->
 
-Every callback that an export makes goes wrong in every way, in a process of its own each time: at each of its calls
-where there are few, else at the first, the second and the third. The outcome tells the code or the exception that leaves
-the export, whether the result slot was written, the events of the task that are not "Status", and what did not pass to the
-host as it does after a success: a string argument that was kept, a tensor that was made and not returned, a DataStore that
-was made and not handed over with an event. "After a count" and "after a task" say whose progress callback was still
-installed. Two outcomes are ends of the process: `std::terminate`, when an exception leaves a thread, and `crash`, when a
-null pointer from the host is followed. After every other case the library is asked for pi(100), as a task and on the
-host's thread, and an outcome would end in "unusable after" if it did not answer 25. All other slots of the two tables
-are traps, and a call to one would be a breach, as would be any event out of order. The table has none of these.
+The tables below list every callback that the library calls, every way in which it can fail, and the outcome. Each case
+ran in a separate process. The callback failed at its first, its second or its third call, if there were that many.
+
+The outcome says
+
+- which code the export returned, or which exception left it;
+- whether the export wrote its result slot;
+- which events the task raised, except "Status";
+- which objects did not reach the host as they do after a success: a string argument that the library kept ("string kept"),
+  a tensor that was created and not returned ("tensor left behind"), or a DataStore that was created and not passed with an
+  event ("DataStore not handed over").
+
+"After a count" and "after a task" say whose progress callback was still installed. Two outcomes end the process:
+`std::terminate`, if an exception leaves a thread, and `crash`, if the library follows a null pointer from the host. After
+every other case, the library had to find pi(100), as a task and on the host's thread; otherwise the outcome ends in "unusable
+after". All other slots of the two tables are traps: a call of such a slot is listed as a breach, and so is an event in the
+wrong order. "Often" means three or more calls.
 )";
 
 /**
@@ -125,7 +133,7 @@ std::string fault_page(const Library& library, const std::vector<std::string>& e
     }
 
     std::string page(introduction);
-    page += "\n## Nothing goes wrong\n\n| callbacks made | outcome | calls |\n|---|---|---|\n";
+    page += "\n## Calls without a fault\n\n| callbacks made | outcome | calls |\n|---|---|---|\n";
     for (const auto& [cells, members] : without_fault) page += table_row(cells, members);
 
     page += "\n## A table is null\n\n| null | outcome | calls |\n|---|---|---|\n";

@@ -61,7 +61,7 @@ std::thread::id calling_thread;
 std::optional<Outcome> finished_call;
 std::atomic<bool> call_is_over = false;  ///< finished_call is set and does not change any more
 
-/** What is known so far, as the lines that the parent process reads. */
+/** The facts that are known so far, as the lines that the parent process reads. */
 struct Account {
     std::string outcome = "during the call";
     std::string numbers;  ///< answer, "Status" events, calls of each callback
@@ -107,8 +107,8 @@ Account account() {
 }
 
 [[noreturn]] void report_terminate() {
-    // A worker may fail before the export that started it has returned; the outcome of the export must be reported
-    // nevertheless.
+    // A worker may fail before the export that started it has returned, but the report must contain the outcome of the
+    // export.
     if (std::this_thread::get_id() != calling_thread) {
         for (int wait = 0; wait < 1000 && !call_is_over; ++wait) std::this_thread::sleep_for(10ms);
     }

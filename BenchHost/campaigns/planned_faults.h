@@ -13,7 +13,8 @@
 
 namespace kesh_host {
 
-/** The first calls of each callback fail, one at a time, up to this one; "often" means at least that many calls. */
+/** Each of the first calls of a callback fails in a case of its own, up to this call; "often" means at least this many
+ * calls. */
 constexpr std::int64_t last_call_hit = 3;
 
 /** One fault, as text for FaultPlan::add, or a table that is missing. */
@@ -25,7 +26,7 @@ struct HostFault {
 
 /** One of the faults of a callback. */
 struct Planned {
-    std::string what;  ///< for the table
+    std::string what;  ///< the fault in words, for the table
     HostFault fault;
     std::int64_t at = 1;
     bool throws = false;

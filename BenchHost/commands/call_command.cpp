@@ -43,8 +43,8 @@ int exit_code_of(const Outcome& outcome) {
 std::vector<std::string> with_distance(const Options& options, const std::vector<std::string>& words) {
     if (options.distance.empty()) return words;
     if (words.size() != 1)
-        throw BadInput(fmt::format(
-            "--distance stands in place of the end of a range: one argument is expected, {} given", words.size()));
+        throw BadInput(fmt::format("--distance replaces the end of a range: one argument is expected, but {} are given",
+                                   words.size()));
     return {words[0], fmt::format("{}+{}", words[0], options.distance)};
 }
 
@@ -53,7 +53,7 @@ int show(const Options& options, const Outcome& outcome) {
         print(json_line(to_json(outcome)));
     } else {
         const std::string text = result_text(outcome, look_of(options));
-        // Columns of numbers already fit, and one long number must not be broken.
+        // Columns of numbers already fit into the width, and a long number must not be broken.
         print(std::holds_alternative<TensorResult>(outcome.result) ? text : fitted(text, STDOUT_FILENO));
         print_error(fitted(failure_text(outcome, error_style_of(options)), STDERR_FILENO));
     }
@@ -67,9 +67,9 @@ int call_and_show(Session& session, const Export& entry, const Request& request)
     const Options& options = request.options;
     const std::vector<std::string> words = with_distance(options, request.words);
     if (options.next || options.previous || !options.file.empty())
-        throw BadInput(fmt::format("--next, --previous and --file belong to KESH_PrimeQ, not to {}", entry.name));
+        throw BadInput(fmt::format("--next, --previous and --file are options of KESH_PrimeQ, not of {}", entry.name));
     if (!options.svg.empty() || !options.png.empty())
-        throw BadInput(fmt::format("--svg and --png write plots; {} draws none", entry.name));
+        throw BadInput(fmt::format("--svg and --png write plots, but {} draws no plot", entry.name));
     const bool logs = !options.events_file.empty() || request.at_prompt || options.call.background;
     host().tasks.keep_events(logs);
     const Caller caller(session.library(), progress_look_of(options));

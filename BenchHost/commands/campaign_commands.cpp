@@ -23,7 +23,7 @@ namespace kesh_host {
 namespace {
 
 void refuse_json(const Request& request, std::string_view command) {
-    if (request.options.json) throw BadInput(fmt::format("'{}' has no JSON form", command));
+    if (request.options.json) throw BadInput(fmt::format("'{}' cannot print JSON", command));
 }
 
 }  // namespace
@@ -36,7 +36,7 @@ int run_endurance(Session& session, const Request& request) {
 int run_faults(Session& session, const Request& request) {
     refuse_json(request, "faults");
     // Every case must begin in a process in which nothing has been called.
-    if (request.at_prompt) throw BadInput("'faults' works on the command line only: kesh-host faults");
+    if (request.at_prompt) throw BadInput("'faults' works only on the command line: kesh-host faults");
     for (const std::string& word : request.words) {
         if (find_export(word) == nullptr) throw BadInput(unknown_name(session.commands(), word));
     }

@@ -8,9 +8,9 @@
 
 namespace kesh_host {
 
-/** Hours of mixed calls with every result checked. */
+/** Makes mixed calls for hours and checks every result. */
 int run_endurance(Session& session, const Request& request);
-/** The page of the outcomes of all faults. */
+/** Prints the page with the outcomes of all faults. */
 int run_faults(Session& session, const Request& request);
 
 }  // namespace kesh_host

@@ -20,7 +20,7 @@ struct Request {
     bool at_prompt = false;
 };
 
-/** A command: a word that is not an export. command_table.cpp has the table of all commands. */
+/** A command of the host. command_table.cpp has the table of all commands. */
 struct Command {
     /** Returns an exit code. @throws BadInput */
     using Run = int (*)(Session& session, const Request& request);
@@ -28,7 +28,7 @@ struct Command {
     std::string name;
     std::string usage;
     std::string meaning;
-    Run run = nullptr;  ///< null: the prompt itself executes it
+    Run run = nullptr;  ///< null if the prompt itself executes the command
     bool prompt_only = false;
     std::vector<std::string> choices = {};  ///< the possible first arguments, if they are known
 };

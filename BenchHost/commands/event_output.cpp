@@ -31,13 +31,13 @@ void EventOutput::print(const Options& options) {
 }
 
 void EventOutput::print_after_call(const Options& options, const Outcome& outcome) {
-    // Submitted, or the waiting was stopped: the task continues in the background, unless it has ended.
+    // The task was submitted, or the user stopped waiting for it: it continues in the background, unless it has ended.
     if (outcome.task && (outcome.status == Status::submitted || outcome.task->running()))
         in_background_.insert(outcome.task->id);
     if (outcome.status == Status::submitted && outcome.task) background_files_[outcome.task->id] = options.events_file;
     auto events = host().tasks.take_events();
     write(options, events);
-    // The events of a call in the foreground have been shown as its progress and result.
+    // The user has seen the events of a call in the foreground as its progress and its result.
     if (!options.every_event || options.json)
         std::erase_if(events, [this](const Event& event) { return !in_background_.contains(event.task); });
     show(options, events);
@@ -45,7 +45,7 @@ void EventOutput::print_after_call(const Options& options, const Outcome& outcom
 
 void EventOutput::tell_of_no_events(const Options& options) const {
     if (host().tasks.running() > 0 || !files_.holds_header_alone(options.events_file)) return;
-    print_error(fmt::format("no events: {} ran no task, and {} holds its header alone\n",
+    print_error(fmt::format("no events: {} ran no task, so {} contains only its header\n",
                             options.words.empty() ? "the script" : printable(options.words[0]),
                             printable(options.events_file)));
 }
@@ -56,7 +56,7 @@ int EventOutput::exit_code() const {
 
 void EventOutput::write(const Options& options, const std::vector<Event>& events) {
     if (lost_) return;
-    // The file of a task in the background is that of the line that submitted it.
+    // The events of a task in the background go to the file of the line that submitted it.
     std::map<std::string, std::vector<Event>> by_file;
     for (const Event& event : events) {
         const auto submitted_with = background_files_.find(event.task);

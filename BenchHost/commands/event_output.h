@@ -23,7 +23,7 @@ class EventOutput {
     void begin_file(const Options& options);
     /** Prints and writes the events that have not been printed yet. */
     void print(const Options& options);
-    /** The same right after a call, whose own events have been shown as its progress and its result. */
+    /** The same right after a call; the user has seen the events of this call as its progress and its result. */
     void print_after_call(const Options& options, const Outcome& outcome);
     /** Writes events that were taken elsewhere. */
     void write(const Options& options, const std::vector<Event>& events);

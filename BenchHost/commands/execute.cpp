@@ -48,13 +48,13 @@ void prepare_faults(const Options& options) {
     }
     if (options.leave_length && !faults.planned("MTensor_getInteger")) {
         throw BadInput(
-            "--leave-length needs --fail MTensor_getInteger=CODE: only a faulted call leaves a position of your "
-            "choice");
+            "--leave-length needs --fail MTensor_getInteger=CODE: only a call that is made to fail writes this "
+            "position");
     }
     if (options.leave_length && *options.leave_length >= 1 && *options.leave_length <= 16) {
         throw BadInput(
-            "--leave-length 1 to 16 would have the library read a null limb pointer and end this process; take any "
-            "other length");
+            "with --leave-length 1 to 16 the library would read through a null limb pointer and end this process; "
+            "choose another length");
     }
     host().left_position = options.leave_length.value_or(0);
 }
@@ -62,10 +62,10 @@ void prepare_faults(const Options& options) {
 void set_threads(const Library& library, int threads) {
     const Outcome outcome = call_export(library, "PrimeCount_SetThreads", {threads});
     if (outcome.status == Status::missing)
-        throw BadInput("this library has no PrimeCount_SetThreads, so --threads cannot be had");
+        throw BadInput("this library has no PrimeCount_SetThreads, so --threads does not work");
     const mint* const accepted = std::get_if<mint>(&outcome.result);
     if (accepted != nullptr && *accepted != threads)
-        print_error(fmt::format("--threads {}: counts use {}, as many as primecount takes here\n", threads,
+        print_error(fmt::format("--threads {}: counts use {}, the most that primecount accepts here\n", threads,
                                 counted(static_cast<std::size_t>(*accepted), "thread", "threads")));
 }
 
@@ -74,8 +74,8 @@ int carry_out(Session& session, const Options& options, bool at_prompt) {
     const std::string name = options.words.empty() ? "" : options.words[0];
     const Export* entry = find_export(name);
     if (!options.distance.empty() && (entry == nullptr || entry->default_begin.empty()))
-        throw BadInput(fmt::format("--distance belongs to an export that takes a range{}{}",
-                                   name.empty() ? "" : ", not to ", name));
+        throw BadInput(fmt::format("--distance is an option of exports that take a range{}{}",
+                                   name.empty() ? "" : ", not of ", name));
     const Command* command = find_command(session.commands(), name);
     const auto asked = [&](Command::Run run) { return command != nullptr && command->run == run; };
     Request request{.options = options, .words = {}, .at_prompt = at_prompt};
@@ -93,7 +93,8 @@ int carry_out(Session& session, const Options& options, bool at_prompt) {
     if (entry != nullptr) return call_and_show(session, *entry, request);
     if (command == nullptr) throw BadInput(unknown_name(session.commands(), name));
     if (command->run == nullptr || (command->prompt_only && !at_prompt))
-        throw BadInput(fmt::format("'{}' works at the prompt only; kesh-host without arguments opens it", name));
+        throw BadInput(
+            fmt::format("'{}' works only at the prompt; kesh-host without arguments opens the prompt", name));
     return command->run(session, request);
 }
 
@@ -115,14 +116,14 @@ int execute(Session& session, const Options& options, bool at_prompt) {
         press_after(options.call.abort_after);
         session.events().begin_file(options);
         const int code = carry_out(session, options, at_prompt);
-        // A file for the whole script is checked at the end.
+        // A file for the events of the whole script is checked at the end.
         if (!at_prompt || options.events_file != session.defaults().events_file)
             session.events().tell_of_no_events(options);
         return std::max(code, session.events().exit_code());
     } catch (const BadInput& error) {
         return report_bad_input(options.json, options.words, error.what());
     } catch (const std::exception& error) {
-        // A file could not be written to its end, or the text of a list did not fit the memory.
+        // A file could not be written completely, or the text of a list did not fit into memory.
         print_error(fitted(fmt::format("{}\n", printable(error.what())), STDERR_FILENO));
         return exit_call_failed;
     }

@@ -1,6 +1,6 @@
 /**
  * @file   help_command.cpp
- * @brief  Help on everything, on a command, on an export.
+ * @brief  Shows the help on everything, on a command, or on an export.
  */
 #include "commands/help_command.h"
 

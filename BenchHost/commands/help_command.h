@@ -10,13 +10,13 @@
 
 namespace kesh_host {
 
-/** Help on everything; needs no library. */
+/** Shows the help on everything; it needs no library. */
 void print_help(std::span<const Command> commands, bool json);
 
-/** Help on everything, or on one export or command. */
+/** Shows the help on everything, or on one export or command. */
 int show_help(Session& session, const Request& request);
 
-/** Every export with its argument kinds and result. */
+/** Lists every export with the kinds of its arguments and result. */
 int show_list(Session& session, const Request& request);
 
 }  // namespace kesh_host

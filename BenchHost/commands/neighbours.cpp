@@ -120,15 +120,15 @@ int print_primes(Session& session, const Request& request) {
     const ProgressLook progress = progress_look_of(options);
     const auto function = needed<decltype(KESH_NextPrimes)>(library, "KESH_NextPrimes");
     if (words.size() != 2) throw BadInput("primes takes two numbers, FROM and COUNT; for example: primes 10^18 20");
-    if (options.json) throw BadInput("primes prints one prime a line; --json has nothing to add");
+    if (options.json) throw BadInput("primes prints one prime per line; it cannot print JSON");
     const cpp_int from = read_candidate(words[0]), wanted = read_candidate(words[1]);
-    if (bit_length(wanted) > 63) throw BadInput(fmt::format("'{}' is too many primes; COUNT ends at 2^63-1", words[1]));
+    if (bit_length(wanted) > 63) throw BadInput(fmt::format("'{}' is too large; COUNT is at most 2^63-1", words[1]));
     const auto total = static_cast<std::int64_t>(wanted);
 
     const std::size_t len = roomy(from);
     // The walk starts at FROM - 1, so that FROM itself comes first if it is prime.
     Limbs at = limbs_of(from > 0 ? cpp_int(from - 1) : from, len);
-    // At first so few that the first lines appear at once. Longer walks take less time for a prime.
+    // The first chunk is small, so that the first lines appear at once. Longer walks take less time per prime.
     auto chunk = static_cast<std::int64_t>(32768 / (len * len));
     const std::int64_t most_in_a_chunk = 8 * chunk;
     constexpr double seconds_for_a_chunk = 0.01;

@@ -9,9 +9,9 @@
 
 namespace kesh_host {
 
-/** Prints the prime above each number. */
+/** Prints the smallest prime above each number. */
 int print_next_primes(Session& session, const Request& request);
-/** Prints the prime below each number. */
+/** Prints the largest prime below each number. */
 int print_previous_primes(Session& session, const Request& request);
 /** Prints the first COUNT primes from FROM on, one per line. */
 int print_primes(Session& session, const Request& request);

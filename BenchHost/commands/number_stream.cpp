@@ -52,15 +52,15 @@ std::vector<cpp_int> read_candidates(const std::vector<std::string>& words) {
     return values;
 }
 
-/** Whether reading ended by an error. Of standard input only the C stream knows. */
+/** Whether reading ended because of an error. For standard input, only the C stream knows this. */
 bool read_failed(const std::istream& input) {
     return input.bad() || (&input == &std::cin && std::ferror(stdin) != 0);
 }
 
-/** So many numbers of a stream are tested in one call at most. */
+/** At most this many numbers of a stream are tested in one call. */
 constexpr std::size_t most_in_a_call = 512;
 
-/** A line of a stream that holds a number, or should. */
+/** A line of a stream that contains a number, or should contain one. */
 struct StreamLine {
     std::size_t number;  ///< counted from 1
     std::string text;
@@ -76,13 +76,13 @@ StreamLine read_line(std::size_t number, const std::string& text) {
     }
 }
 
-/** Whether the system has more of a pipe or a terminal now. A number must not wait for a later one to be tested. */
+/** Whether more of a pipe or a terminal can be read now. A number must be tested without waiting for a later one. */
 bool more_to_read(int descriptor) {
     pollfd poll_record{.fd = descriptor, .events = POLLIN, .revents = 0};
     return poll(&poll_record, 1, 0) > 0;
 }
 
-/** Numbers shorter than this stand in a column. */
+/** The width of the column of numbers; longer numbers make their line longer. */
 constexpr std::size_t column_width = 24;
 
 }  // namespace
@@ -121,7 +121,7 @@ int test_numbers(const NumberJob& job, const std::vector<std::string>& words) {
 }
 
 int walk_from_numbers(const NumberJob& job, const std::vector<std::string>& words) {
-    if (job.options.next && job.options.previous) throw BadInput("--next and --previous exclude each other");
+    if (job.options.next && job.options.previous) throw BadInput("--next and --previous cannot be used together");
     const bool upwards = job.options.next;
     const std::vector<cpp_int> values = read_candidates(words);
     int code = exit_ok;
@@ -192,7 +192,7 @@ int test_number_stream(const NumberJob& job, const std::string& path) {
     const auto verdicts = [&] {
         return fmt::format("{}, {} prime", counted(tested, "number", "numbers"), primes.load());
     };
-    /** How many numbers a second, once there is something to measure. */
+    /** The number of tested numbers per second, once there is something to measure. */
     const auto rate = [&] {
         const double seconds = watch.seconds();
         return seconds < 0.1 ? "" : fmt::format(", {:.0f} a second", static_cast<double>(tested) / seconds);
@@ -256,7 +256,7 @@ int test_number_stream(const NumberJob& job, const std::string& path) {
     }
     const bool stopped = stop_asked();
     const bool unread = !stopped && read_failed(input);
-    if (unread) print_error(fmt::format("{} cannot be read to its end\n", printable(name)));
+    if (unread) print_error(fmt::format("{} could not be read completely\n", printable(name)));
     if (job.options.json) {
         print(json_line({{"export", "KESH_PrimeQ"},
                          {"status", stopped  ? "stopped"
@@ -268,7 +268,8 @@ int test_number_stream(const NumberJob& job, const std::string& path) {
                          {"seconds", watch.seconds()}}));
     } else {
         std::string summary = verdicts();
-        if (bad > 0) summary += fmt::format(", {} line{} no number", bad, bad == 1 ? " that is" : "s that are");
+        if (bad > 0)
+            summary += fmt::format(", {} line{}", bad, bad == 1 ? " that is not a number" : "s that are not numbers");
         if (stopped) summary += ", stopped";
         print(fmt::format("{}  {}\n", job.look.style.bold(summary),
                           job.look.style.dim(fmt::format("({}{})", format_duration(watch.seconds()), rate()))));

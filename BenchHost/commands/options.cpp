@@ -31,7 +31,7 @@ constexpr const char* colour_type = "WHEN";
 constexpr const char* fault_type = "FAULT";
 
 /**
- * A word such as -5 or -2^3 is an argument; CLI11 would take it for an option. So this mark is put in front of it.
+ * A word such as -5 or -2^3 is an argument, but CLI11 would treat it as an option. So this mark is put before the word.
  */
 constexpr char word_mark = '\x01';
 
@@ -73,7 +73,7 @@ CLI::Validator number_between(double low, double high) {
         [low, high](const std::string& text) {
             double value = 0;
             const bool good = CLI::detail::lexical_cast(text, value) && value >= low && value <= high;
-            return good ? std::string() : fmt::format("'{}' is no number from {} to {}", text, low, high);
+            return good ? std::string() : fmt::format("'{}' is not a number from {} to {}", text, low, high);
         },
         "", "");
 }
@@ -84,53 +84,56 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
     app->add_option("words", options.words)->group("");
     app->positionals_at_end(false);
 
-    app->add_flag("-h,--help", options.help, "this text; with an export's name, help on that");
-    app->add_flag("--list", options.list, "every export with its argument kinds and result");
-    app->add_flag("--version", options.version, "versions of host, library and what the library rests on");
-    app->add_option("--library", options.library, "the library to open, instead of the one beside kesh-host")
+    app->add_flag("-h,--help", options.help, "show this text; with the name of an export, help on that export");
+    app->add_flag("--list", options.list, "list every export with the kinds of its arguments and result");
+    app->add_flag("--version", options.version,
+                  "show the versions of the host, the library and the libraries that it uses");
+    app->add_option("--library", options.library, "open this library instead of the one beside kesh-host")
         ->type_name(path_type);
 
-    // For the build and the shell, not for people: left out of the help.
+    // The build and the shell use these, people do not: they are left out of the help.
     app->add_flag("--functions-page", options.functions_page)->group("");
     app->add_option("--complete", options.complete)->group("");
 
     const std::string output = "Output";
-    app->add_flag("--json", options.json, "one JSON object a call, on one line")->group(output);
-    app->add_flag("-q,--quiet", options.quiet, "the bare result")->group(output);
-    app->add_flag("--all", options.all, "tensors whole, not shortened in the middle")->group(output);
-    app->add_option("--color", raw.colour, listed(colour_names(), "or") + "; NO_COLOR is honoured")
+    app->add_flag("--json", options.json, "print one JSON object per call, on one line")->group(output);
+    app->add_flag("-q,--quiet", options.quiet, "print only the result")->group(output);
+    app->add_flag("--all", options.all, "print long tensors completely, not shortened in the middle")->group(output);
+    app->add_option("--color", raw.colour, "use colours: " + listed(colour_names(), "or") + "; auto obeys NO_COLOR")
         ->type_name(colour_type)
         ->check(CLI::IsMember(colour_names()))
         ->group(output);
 
     const std::string calls = "Calls";
-    app->add_flag("--progress", raw.progress, "show progress also where it is not a terminal; counts then run as tasks")
+    app->add_flag("--progress", raw.progress,
+                  "show progress even if the output is not a terminal; counts then run as tasks")
         ->group(calls);
-    app->add_flag("--no-progress", raw.no_progress, "show none")->group(calls);
-    app->add_flag("--async", options.call.background, "submit the count as a task; at the prompt return at once")
+    app->add_flag("--no-progress", raw.no_progress, "show no progress")->group(calls);
+    app->add_flag("--async", options.call.background, "submit the count as a task; the prompt does not wait for it")
         ->group(calls);
-    app->add_flag("--bare", options.call.bare, "make exactly the one call: no task, no pieces, no progress callback")
+    app->add_flag("--bare", options.call.bare, "make exactly one call: no task, no pieces, no progress callback")
         ->group(calls);
-    app->add_option("--threads", options.threads, "counts and sieves use N threads from now on (PrimeCount_SetThreads)")
+    app->add_option("--threads", options.threads,
+                    "use N threads for counts and sieves from now on (PrimeCount_SetThreads)")
         ->type_name("N")
         ->check(CLI::Range(1, 1'000'000))
         ->group(calls);
-    app->add_option("-d,--distance", options.distance, "the range from START to START + D, in place of its end")
+    app->add_option("-d,--distance", options.distance, "the end of the range is START + D; give only START")
         ->type_name("D")
         ->group(calls);
-    app->add_flag("--unchecked", options.call.unchecked,
-                  "hand over the arguments whatever their number, and any task id")
+    app->add_flag("--unchecked", options.call.unchecked, "pass any number of arguments, and any task id, to the export")
         ->group(calls);
     app->add_option("--events", options.events_file, "write every event of the tasks to a CSV file")
         ->type_name(file_type)
         ->group(calls);
-    app->add_flag("--every-event", options.every_event, "print every \"Status\" event, not one a second")->group(calls);
+    app->add_flag("--every-event", options.every_event, "print every \"Status\" event, not one per second")
+        ->group(calls);
 
     const std::string primality = "KESH_PrimeQ";
-    app->add_flag("--next", options.next, "walk to the next prime")->group(primality);
-    app->add_flag("--previous", options.previous, "walk to the previous prime")->group(primality);
+    app->add_flag("--next", options.next, "find the next prime after each number")->group(primality);
+    app->add_flag("--previous", options.previous, "find the last prime before each number")->group(primality);
     app->add_option("--file", options.file,
-                    "test the numbers of a file, one a line (- in place of a number: standard input)")
+                    "test the numbers in a file, one per line (write - as the number for standard input)")
         ->type_name(file_type)
         ->group(primality);
 
@@ -142,30 +145,31 @@ std::unique_ptr<CLI::App> make_app(Options& options, RawFlags& raw) {
         ->expected(1)
         ->allow_extra_args(false)
         ->group(faults);
-    app->add_flag("--null-io", raw.null_io, "hand over a callback table without a task table")->group(faults);
-    app->add_flag("--null-table", raw.null_table, "hand over no callback table")->group(faults);
-    app->add_option("--abort-after", options.call.abort_after, "press Ctrl-C by itself after that many seconds")
+    app->add_flag("--null-io", raw.null_io, "pass a callback table without a task table")->group(faults);
+    app->add_flag("--null-table", raw.null_table, "pass no callback table")->group(faults);
+    app->add_option("--abort-after", options.call.abort_after, "press Ctrl-C automatically after this time")
         ->type_name("SECONDS")
         ->check(number_between(0, 1e9))
         ->group(faults);
-    app->add_option("--leave-length", raw.leave_length, "position that a faulted MTensor_getInteger leaves behind")
+    app->add_option("--leave-length", raw.leave_length,
+                    "the position that MTensor_getInteger writes when it is made to fail")
         ->type_name("N")
         ->group(faults);
 
     const std::string plots = "Plots";
     app->add_option("--svg", options.svg, "write the plot as SVG (needs gnuplot)")->type_name(file_type)->group(plots);
     app->add_option("--png", options.png, "write the plot as PNG (needs gnuplot)")->type_name(file_type)->group(plots);
-    app->add_option("--points", options.points, "number of points of a curve, 2 to 10000")
+    app->add_option("--points", options.points, "draw curves with N points, 2 to 10000")
         ->type_name("N")
         ->check(CLI::Range(2, 10000))
         ->group(plots);
 
     const std::string endurance = "Endurance";
-    app->add_option("--minutes", options.endurance.minutes, "how long 'endure' goes on; 0 for one round of calls")
+    app->add_option("--minutes", options.endurance.minutes, "how long 'endure' runs; 0 means one round of calls")
         ->type_name("N")
         ->check(number_between(0, 1e6))
         ->group(endurance);
-    app->add_option("--load", options.endurance.load, "share of the time that 'endure' spends in calls, up to 1")
+    app->add_option("--load", options.endurance.load, "the part of the time that 'endure' spends in calls, at most 1")
         ->type_name("X")
         ->check(number_between(0.01, 1))
         ->group(endurance);
@@ -195,7 +199,7 @@ Options parse_options(const std::vector<std::string>& arguments, const Options& 
         if (const auto* extras = dynamic_cast<const CLI::ExtrasError*>(&error); extras != nullptr) {
             const std::string typed = text.substr(text.rfind(' ') + 1);
             const auto near = nearest_names(typed, option_names());
-            text = fmt::format("{} is no option{}", typed, near.empty() ? "" : "; did you mean " + near[0] + "?");
+            text = fmt::format("{} is not an option{}", typed, near.empty() ? "" : "; did you mean " + near[0] + "?");
         }
         throw BadInput(fmt::format("{}{} --help lists the options", text, text.ends_with('?') ? "" : ";"));
     }

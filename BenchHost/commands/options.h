@@ -26,12 +26,12 @@ struct Options {
 
     bool json = false;
     bool quiet = false;
-    bool all = false;  ///< tensors whole
+    bool all = false;  ///< print long tensors completely
     ColourChoice colour = ColourChoice::automatic;
 
     CallSettings call;
-    std::optional<int> threads;  ///< of the counts, from this call on
-    std::string distance;        ///< of a range: the distance of its end from its beginning
+    std::optional<int> threads;  ///< the number of threads of the counts, from this call on
+    std::string distance;        ///< the distance from the beginning of a range to its end
 
     bool next = false;  ///< KESH_PrimeQ: go to the next prime
     bool previous = false;
@@ -57,7 +57,7 @@ struct Options {
  */
 Options parse_options(const std::vector<std::string>& arguments, const Options& defaults);
 
-/** Whether --json is among the words; for lines whose options cannot be read. */
+/** Whether --json is among the words. It is used for lines whose options cannot be read. */
 bool asks_for_json(const std::vector<std::string>& arguments);
 
 /** The properties of an option, for the help and for completion. */

@@ -160,11 +160,11 @@ std::string usage() {
 
 Plot make_plot(Session& session, const Request& request) {
     const std::vector<std::string>& words = request.words;
-    if (words.empty()) throw BadInput(fmt::format("plot what? There are {}", usage()));
+    if (words.empty()) throw BadInput(fmt::format("plot needs a kind; write {}", usage()));
     for (const PlotKind& kind : kinds()) {
         if (kind.name == words[0]) return kind.make(session, request);
     }
-    throw BadInput(fmt::format("there is no plot '{}'; there are {}", words[0], usage()));
+    throw BadInput(fmt::format("there is no plot '{}'; write {}", words[0], usage()));
 }
 
 nlohmann::ordered_json plot_json(const Plot& plot, const std::string& kind) {

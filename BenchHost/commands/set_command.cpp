@@ -61,7 +61,8 @@ int change_settings(Session& session, const Request& request) {
     const auto named = std::find_if(std::begin(settings), std::end(settings),
                                     [&](const Setting& setting) { return setting.name == words[0]; });
     if (named == std::end(settings))
-        throw BadInput(fmt::format("'{}' cannot be set; there are {}", words[0], listed(setting_names(), "and")));
+        throw BadInput(
+            fmt::format("'{}' is not a setting; the settings are {}", words[0], listed(setting_names(), "and")));
     defaults.*(named->value) = words.size() < 2 || on_or_off(words[1]);
     return exit_ok;
 }

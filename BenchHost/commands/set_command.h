@@ -14,7 +14,7 @@ namespace kesh_host {
 /** The names of the settings. */
 std::vector<std::string> setting_names();
 
-/** Sets how the next lines print, or shows the settings. */
+/** Sets how the next lines are printed, or shows the settings. */
 int change_settings(Session& session, const Request& request);
 
 }  // namespace kesh_host

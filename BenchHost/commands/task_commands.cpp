@@ -81,7 +81,7 @@ int wait_for_tasks(Session& session, const Request& request) {
         const mint id = read_task_id(words[0]);
         const auto task = host().tasks.find(id);
         if (!task) throw BadInput(fmt::format("there is no task {}; 'tasks' lists them", id));
-        if (task->state == TaskState::created) throw BadInput(fmt::format("task {} has not been given a count", id));
+        if (task->state == TaskState::created) throw BadInput(fmt::format("task {} has no count", id));
         ids.push_back(id);
     }
     for (const mint id : ids) {

@@ -11,7 +11,7 @@
 namespace kesh_host {
 
 int show_tasks(Session& session, const Request& request);
-/** Ends the task that counts now. */
+/** Stops the task that counts now. */
 int stop_counting_task(Session& session, const Request& request);
 /** Waits for one task, or for all. */
 int wait_for_tasks(Session& session, const Request& request);

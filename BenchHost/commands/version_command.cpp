@@ -30,7 +30,7 @@ nlohmann::ordered_json version_json(const Library& library) {
             versions[name] = *version;
     }
     if (const std::string silent = why_counts_are_silent(library); !silent.empty()) versions["counts"] = silent;
-    // The library chooses with the same code, which is compiled into both.
+    // The library chooses its kernels with the same code, which is compiled into the library and the host.
     versions["kernels"] = kesh::name(kesh::supported_level());
     return versions;
 }

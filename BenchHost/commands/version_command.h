@@ -8,7 +8,7 @@
 
 namespace kesh_host {
 
-/** Versions of the host, the library and its dependencies. */
+/** Prints the versions of the host, the library and its dependencies. */
 int show_version(Session& session, const Request& request);
 
 }  // namespace kesh_host

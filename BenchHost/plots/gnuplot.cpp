@@ -48,7 +48,7 @@ std::string gnuplot_script(const Plot& plot, Picture kind) {
         script += "END\n";
     }
     for (std::size_t i = 0; i < plot.curves.size(); ++i) {
-        // Where a curve covers the first one, that is visible between the dashes.
+        // If a curve covers the first one, the first one is visible between the dashes.
         const char* look = plot.bars ? "boxes" : (i == 0 ? "lines linewidth 2" : "lines linewidth 2 dashtype 2");
         script += fmt::format("{}$curve{} using 1:2 with {} title {}", i == 0 ? "plot " : ", ", i, look,
                               quoted(plot.curves[i].name));

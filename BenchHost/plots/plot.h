@@ -25,7 +25,7 @@ struct Plot {
     std::string y_label;
     bool bars = false;
     std::vector<Curve> curves;
-    std::vector<std::string> notes;  ///< a few numbers in words, below the picture
+    std::vector<std::string> notes;  ///< lines of text below the picture, with a few numbers
 };
 
 }  // namespace kesh_host

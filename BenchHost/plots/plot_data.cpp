@@ -32,7 +32,7 @@ constexpr umint twin_piece = 1'000'000'000;
 
 mint integer_of(const Outcome& outcome) {
     if (outcome.status != Status::ok)
-        throw BadInput(fmt::format("{} did not answer: {}{}", outcome.entry->name, status_name(outcome.status),
+        throw BadInput(fmt::format("{} failed: {}{}", outcome.entry->name, status_name(outcome.status),
                                    outcome.exception_text.empty() ? "" : ", " + outcome.exception_text));
     return std::get<mint>(outcome.result);
 }
@@ -107,7 +107,7 @@ Plot gap_plot(const PlotJob& job, umint a, umint b) {
             call_export(job.library, "PrimeSieve_ListPrimes", {static_cast<mint>(begin), static_cast<mint>(end)});
         const auto* list = std::get_if<TensorResult>(&outcome.result);
         if (list == nullptr)
-            throw BadInput(fmt::format("PrimeSieve_ListPrimes did not answer: {}", status_name(outcome.status)));
+            throw BadInput(fmt::format("PrimeSieve_ListPrimes failed: {}", status_name(outcome.status)));
         // The list keeps the low 32 bits of each prime, which is all that a difference below 2^32 needs.
         umint before = begin;
         for (const mint narrowed : (*list)->data()) {
@@ -137,11 +137,12 @@ Plot gap_plot(const PlotJob& job, umint a, umint b) {
         total += count;
         if (count > commonest.second) commonest = {gap, count};
     }
-    plot.notes = total == 0
-                     ? std::vector<std::string>{"fewer than two primes: no gaps"}
-                     : std::vector<std::string>{fmt::format(
-                           "{}; the commonest is {} ({}), the largest {} (after {})", counted(total, "gap", "gaps"),
-                           commonest.first, counted(commonest.second, "time", "times"), largest, largest_at)};
+    plot.notes =
+        total == 0
+            ? std::vector<std::string>{"fewer than two primes: no gaps"}
+            : std::vector<std::string>{fmt::format("{}; the most frequent is {} ({}), the largest is {} (after {})",
+                                                   counted(total, "gap", "gaps"), commonest.first,
+                                                   counted(commonest.second, "time", "times"), largest, largest_at)};
     plot.curves = {std::move(bars)};
     return plot;
 }

@@ -84,7 +84,7 @@ std::string lines_of(const std::vector<std::string>& words) {
     return text;
 }
 
-/** What follows the word before the cursor: "none", "file", "words" with the words, or "other". */
+/** The kind of value that an option takes: "none", "file", "words" with the words, or "other". */
 std::string value_of(std::string_view option) {
     for (const OptionHelp& help : option_help()) {
         if (std::find(help.names.begin(), help.names.end(), option) == help.names.end()) continue;

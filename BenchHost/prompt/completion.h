@@ -15,8 +15,8 @@ std::vector<std::string> completions(std::string_view before_cursor, std::size_t
 
 /**
  * The words for the shell's completion, one per line: "names" of exports and commands, "options", or the possible first
- * arguments of the command of this name; all of them, or those that complete `word`. For "value", what follows the
- * option `word`: "none", "file", "other", or "words" and the words.
+ * arguments of the command of this name; all of them, or those that complete `word`. For "value", the kind of value of
+ * the option `word`: "none", "file", "other", or "words" and the words.
  */
 std::string shell_completion_words(std::string_view what, std::string_view word);
 

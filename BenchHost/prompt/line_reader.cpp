@@ -52,7 +52,7 @@ std::string history_path() {
 
 }  // namespace
 
-/** The prompt's terminal. libedit calls back with its handle, whose client data is the object. */
+/** The terminal of the prompt. libedit passes its handle to callbacks; the client data of the handle is this object. */
 class LineReader::Terminal {
   public:
     explicit Terminal(Session& session)
@@ -81,7 +81,7 @@ class LineReader::Terminal {
         int count = 0;
         const char* text = el_gets(edit_.get(), &count);
         if (text == nullptr || count <= 0) {
-            // Ctrl-C at the prompt drops the line; any other end of the input leaves the prompt.
+            // Ctrl-C at the prompt deletes the line; any other end of the input ends the prompt.
             if (interrupts_seen() == 0) return false;
             el_reset(edit_.get());
             print("^C\n");

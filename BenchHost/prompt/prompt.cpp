@@ -48,7 +48,7 @@ int run_line(Session& session, const std::string& line, bool& leave) {
 
 int run_prompt(Session& session) {
     if (!session.defaults().quiet) {
-        print("A call: PrimeCount_PrimePi 10^12. Tab completes, help explains, Ctrl-D leaves.\n");
+        print("A call: PrimeCount_PrimePi 10^12. Tab completes names, help explains, Ctrl-D ends.\n");
     }
     host().tasks.keep_events(true);
     LineReader reader(session);
@@ -80,7 +80,7 @@ int run_script(Session& session) {
         session.events().print(session.defaults());
     }
     if (std::cin.bad() || std::ferror(stdin) != 0) {
-        print_error("standard input cannot be read to its end\n");
+        print_error("standard input could not be read completely\n");
         code = std::max<int>(code, exit_call_failed);
     }
     code = std::max(code, wait_for_all(session, session.defaults()));

@@ -1,6 +1,6 @@
 /**
  * @file   duration.cpp
- * @brief  Times made readable.
+ * @brief  Formats times for people.
  */
 #include "terminal/duration.h"
 

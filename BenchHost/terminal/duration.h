@@ -1,6 +1,6 @@
 /**
  * @file   duration.h
- * @brief  Times made readable.
+ * @brief  Formats times for people.
  */
 #pragma once
 

@@ -25,7 +25,7 @@ void check_writable(const std::string& path) {
     if (fs::is_directory(file, error)) throw BadInput(fmt::format("{} is a folder and cannot be written", path));
     const fs::path folder = file.has_parent_path() ? file.parent_path() : fs::path(".");
     if (fs::exists(folder, error) && !fs::is_directory(folder, error))
-        throw BadInput(fmt::format("{} cannot be written: {} is no folder", path, folder.string()));
+        throw BadInput(fmt::format("{} cannot be written: {} is not a folder", path, folder.string()));
     if (access((fs::exists(file, error) ? file : folder).c_str(), W_OK) != 0)
         throw BadInput(fmt::format("{} cannot be written: {}", path, std::strerror(errno)));
 }

@@ -1,7 +1,7 @@
 /**
  * @file   output_file.h
- * @brief  The files that the host writes: pictures and tables of events. Every failure to write is reported, before the
- * work begins if it can be known then.
+ * @brief  The files that the host writes: pictures and tables of events. Every failure to write is reported; if it can
+ *         be known before the work begins, it is reported then.
  */
 #pragma once
 

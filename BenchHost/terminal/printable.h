@@ -1,7 +1,7 @@
 /**
  * @file   printable.h
- * @brief  Makes text from outside fit for one line of a terminal, so that a message can show what was typed, whatever
- * its bytes are.
+ * @brief  Makes text from outside printable on one line of a terminal, so that a message can show what was typed,
+ *         whatever its bytes are.
  */
 #pragma once
 

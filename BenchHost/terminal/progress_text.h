@@ -13,8 +13,8 @@ namespace kesh_host {
 
 /** How the line looks. */
 struct ProgressLook {
-    bool visible = false;  ///< draw at all
-    bool in_place = true;  ///< redraw one line (terminal), or print a line now and then (file, pipe)
+    bool visible = false;  ///< draw the line
+    bool in_place = true;  ///< redraw one line (terminal), or print a new line from time to time (file, pipe)
     bool utf8 = false;
     Style style;
 };

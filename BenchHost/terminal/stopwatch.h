@@ -1,6 +1,6 @@
 /**
  * @file   stopwatch.h
- * @brief  Time since construction.
+ * @brief  Measures the time since its construction.
  */
 #pragma once
 

@@ -13,7 +13,7 @@ import sys
 import tempfile
 
 host, libprimecount, unknown = sys.argv[1], os.path.realpath(sys.argv[2]), sys.argv[3]
-SILENT = "prime counts have no progress and no stop here: "
+SILENT = "prime counts show no progress and cannot be stopped here: "
 
 
 def run(arguments, **environment):

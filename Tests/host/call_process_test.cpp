@@ -49,8 +49,9 @@ TEST(HostCall, RangesInTheFormsThatPeopleBring) {
 TEST(HostCall, ThreadsAreSetBeforeTheCall) {
     EXPECT_EQ(run_host({"PrimeCount_GetThreads", "--threads", "1", "-q"}).output, "1\n");
     EXPECT_EQ(run_host({"--threads", "1", "plot", "pi", "100"}).code, 0);
-    EXPECT_THAT(run_host({"--threads", "1000000", "PrimeCount_PrimePi", "100"}).errors,
-                AllOf(StartsWith("--threads 1000000: counts use "), HasSubstr("as many as primecount takes here")));
+    EXPECT_THAT(
+        run_host({"--threads", "1000000", "PrimeCount_PrimePi", "100"}).errors,
+        AllOf(StartsWith("--threads 1000000: counts use "), HasSubstr("the most that primecount accepts here")));
 }
 
 TEST(HostCall, SumsAreWholeOrSayThatTheyAreNot) {
@@ -158,7 +159,7 @@ TEST(HostCall, LibrariesThatCannotBeUsed) {
     EXPECT_THAT(none.errors, HasSubstr("there is no library at /nonexistent/lib.so"));
     const Finished foreign = run_host({"--library", KESH_FOREIGN_LIBRARY, "--list"});
     EXPECT_EQ(foreign.code, 3);
-    EXPECT_THAT(foreign.errors, HasSubstr("speaks interface version 6, this host speaks 7"));
+    EXPECT_THAT(foreign.errors, HasSubstr("has interface version 6, but this host needs 7"));
     const Finished no_library = run_host({"--library", KESH_HOST_PROGRAM, "--list"});
     EXPECT_EQ(no_library.code, 3);
     EXPECT_THAT(no_library.errors, HasSubstr("cannot be opened"));

@@ -111,7 +111,7 @@ TEST(HostFailure, PicturesThatCannotBeWritten) {
     EXPECT_THAT(nowhere.errors, HasSubstr("No such file or directory"));
     const Finished inside_a_file = run_host({"plot", "pi", "10^17", "--svg", KESH_SOURCE_DIR "/README.md/x.svg"});
     EXPECT_EQ(inside_a_file.code, 2) << "said before the work";
-    EXPECT_THAT(inside_a_file.errors, HasSubstr("README.md is no folder"));
+    EXPECT_THAT(inside_a_file.errors, HasSubstr("README.md is not a folder"));
     for (const char* option : {"--svg", "--png"}) {
         const Finished full = run_host({"plot", "pi", "100", option, "/dev/full"});
         EXPECT_EQ(full.code, 1);
@@ -148,7 +148,7 @@ TEST(HostFailure, AFolderIsNoFileOfNumbers) {
     }
     const Finished script = run_host({}, {.input_file = testing::TempDir()});
     EXPECT_EQ(script.code, 1);
-    EXPECT_THAT(script.errors, HasSubstr("cannot be read to its end"));
+    EXPECT_THAT(script.errors, HasSubstr("could not be read completely"));
 }
 
 TEST(HostFailure, EventsWithoutATerminal) {
@@ -213,7 +213,7 @@ TEST(HostFailure, AbortAfterWorksAwayFromATerminal) {
         arguments.insert(arguments.end(), call.begin(), call.end());
         const Finished left = run_host(arguments);
         EXPECT_EQ(left.code, 1) << call[0];
-        EXPECT_THAT(left.errors, HasSubstr("left in the middle of the call")) << call[0] << " cannot be stopped";
+        EXPECT_THAT(left.errors, HasSubstr("ended in the middle of the call")) << call[0] << " cannot be stopped";
     }
     EXPECT_EQ(run_host({"--abort-after", "0", "PrimeCount_PrimePi", "10^18"}).code, 1);
     for (const char* seconds : {"nan", "-1", "x"})

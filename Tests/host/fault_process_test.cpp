@@ -81,7 +81,7 @@ TEST(HostFaults, TheCampaignForOneExport) {
 TEST(HostFaults, EnduranceTellsWrongAnswers) {
     EXPECT_EQ(run_host({"endure", "--minutes", "-1"}).code, 2);
     const Finished run = run_host({"endure", "--minutes", "0", "--fail", "MTensor_new=5"});
-    EXPECT_THAT(run.output, HasSubstr("WRONG: PrimeSieve_ListPrimes gave a failure instead of {101, "));
+    EXPECT_THAT(run.output, HasSubstr("WRONG: PrimeSieve_ListPrimes returned a failure instead of {101, "));
     EXPECT_THAT(run.output, HasSubstr(" minutes, 1 round with "));
     EXPECT_EQ(run.code, 1);
 }

@@ -101,7 +101,7 @@ TEST(HostTables, CallbacksDoTheHostsWork) {
     host().tensors.release(tensor);
     EXPECT_THAT(host().breaches.take(), testing::IsEmpty());
     EXPECT_EQ(table->MTensor_getIntegerData(tensor), nullptr);
-    EXPECT_THAT(host().breaches.take(), ElementsAre(HasSubstr("no living tensor")));
+    EXPECT_THAT(host().breaches.take(), ElementsAre(HasSubstr("not a tensor of this host")));
 
     char* text = host().strings.lend("7");
     table->UTF8String_disown(text);

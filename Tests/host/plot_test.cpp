@@ -55,13 +55,13 @@ TEST(PlotData, Gaps) {
     EXPECT_EQ(gaps, 24U);
     EXPECT_EQ(plot.curves[0].points.front().x, 1);
     EXPECT_EQ(plot.curves[0].points.back().x, 8);
-    EXPECT_THAT(plot.notes[0], HasSubstr("the largest 8 (after 89)"));
+    EXPECT_THAT(plot.notes[0], HasSubstr("the largest is 8 (after 89)"));
     EXPECT_THAT(gap_plot(job(2), 24, 28).notes[0], HasSubstr("no gaps"));
 }
 
 TEST(PlotData, GapsBeyondTheNarrowedPrimes) {
     // Primes above 2^32 arrive by their low 32 bits, and gaps across pieces must not be lost.
-    EXPECT_THAT(gap_plot(job(2), 4294967296, 4294967400).notes[0], HasSubstr("the largest 46 (after 4294967311)"));
+    EXPECT_THAT(gap_plot(job(2), 4294967296, 4294967400).notes[0], HasSubstr("the largest is 46 (after 4294967311)"));
     const Plot pieces = gap_plot(job(2), 0, 120'000'000);
     std::size_t gaps = 0;
     for (const Curve::Point& point : pieces.curves[0].points) gaps += static_cast<std::size_t>(point.y);

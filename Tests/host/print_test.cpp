@@ -123,18 +123,18 @@ TEST(Print, ASignBeforeAPowerIsExplained) {
 }
 
 TEST(Print, AResultThatStandsForNoneSaysSo) {
-    EXPECT_EQ(sentence("PrimeSieve_PreviousPrime", {"2"}, 0), "There is no prime before 2: the 0 stands for that.");
+    EXPECT_EQ(sentence("PrimeSieve_PreviousPrime", {"2"}, 0), "There is no prime before 2; the result is then 0.");
     EXPECT_EQ(sentence("PrimeSieve_PreviousPrime", {"3"}, 2), "The last prime before 3 is 2.");
     EXPECT_EQ(sentence("PrimeSieve_PreviousKthPrime", {"10", "5"}, 0),
-              "There are fewer than 5 primes before 10: the 0 stands for that.");
+              "There are fewer than 5 primes before 10; the result is then 0.");
     EXPECT_EQ(sentence("PrimeSieve_PreviousKthPrime", {"2", "1"}, 0),
-              "There is no prime before 2: the 0 stands for that.");
+              "There is no prime before 2; the result is then 0.");
     EXPECT_EQ(sentence("PrimeSieve_NextKthPrime", {"10", "-1"}, 0),
-              "No prime was drawn for k = -1: the result has no meaning.");
-    EXPECT_EQ(sentence("PrimeCount_CreateTask", {}, -1), "There is no new task: the host's table refused it.");
+              "For k = -1 the library looks for no prime: the result has no meaning.");
+    EXPECT_EQ(sentence("PrimeCount_CreateTask", {}, -1), "No task was created: the host refused it.");
     EXPECT_EQ(sentence("PrimeCount_CreateTask", {}, 1), "Task 1 is ready for a count.");
     EXPECT_EQ(sentence("PrimeSieve_PrimeSumInterval", {"5", "2^64-1"}, 0),
-              "No prime was added: the library adds the primes below b + 1, and that wraps to 0.");
+              "No prime was added: the library adds the primes below b + 1, and b + 1 wraps to 0.");
     Outcome outcome = outcome_of("PrimeSieve_PreviousPrime", {"2"});
     outcome.result = mint{0};
     EXPECT_EQ(to_json(outcome)["result"]["stand_in"], true);
@@ -181,10 +181,10 @@ TEST(Print, NarrowedListsSaySo) {
     EXPECT_FALSE(narrowed({"2^31-10", "2^31+10"}, {2147483647}));
     EXPECT_TRUE(narrowed({"2^31-10", "2^31+11"}, {2147483647, -2147483637}));
     EXPECT_TRUE(narrowed({"2^32", "2^32+20"}, {15})) << "low bits that look like a prime";
-    EXPECT_EQ(
-        sentence(list({"2^32", "2^32+20"}, {15})),
-        "1 prime from 2^32 to 2^32+20. The list keeps the low 32 bits of each, with sign: elements above 2^31 - 1 are "
-        "not the primes themselves.");
+    EXPECT_EQ(sentence(list({"2^32", "2^32+20"}, {15})),
+              "1 prime from 2^32 to 2^32+20. The list has the low 32 bits of each prime, with sign: for primes above "
+              "2^31 - 1, "
+              "the elements are not the primes themselves.");
     EXPECT_FALSE(narrowed({"2^32", "2^32+2"}, {}));
     EXPECT_EQ(sentence(list({"2", "2"}, {2})), "1 prime from 2 to 2.");
 }
@@ -237,7 +237,7 @@ TEST(Print, Failures) {
 TEST(Print, ErrorNames) {
     EXPECT_EQ(error_name(0), "LIBRARY_NO_ERROR");
     EXPECT_EQ(error_name(7), "LIBRARY_VERSION_ERROR");
-    EXPECT_EQ(error_name(8), "no host error code");
+    EXPECT_EQ(error_name(8), "not an error code of the host");
 }
 
 TEST(Print, ListAndHelpFitTheWidth) {

@@ -41,20 +41,20 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Breach{{"PrimeSieve_CountTwins", "0", "1"}, "slot 23 (Message) of the callback table"},
                     Breach{{"PrimeSieve_CountTriplets", "0", "1"}, "slot 40 (a further slot) of the callback table"},
                     Breach{{"PrimeSieve_CountTriplets", "0", "1"}, "slot 30 (a further slot) of the task table"},
-                    Breach{{"PrimeSieve_CountPrimes", "0", "1"}, "returned 6 and wrote its result slot"},
+                    Breach{{"PrimeSieve_CountPrimes", "0", "1"}, "returned 6, but wrote its result slot"},
                     Breach{{"PrimeSieve_NthPrime", "1"}, "returned 0 without writing its result"},
-                    Breach{{"PrimeSieve_ListNPrimes", "1"}, "no living tensor"},
-                    Breach{{"PrimeCount_ExprPrimePi", "1"}, "without handing back its string"},
+                    Breach{{"PrimeSieve_ListNPrimes", "1"}, "not a tensor of this host"},
+                    Breach{{"PrimeCount_ExprPrimePi", "1"}, "did not disown its string"},
                     Breach{{"PrimeCount_GetThreads"}, "a string that is not lent"},
-                    Breach{{"KESH_PrimeQ", "7"}, "answered 7 instead of 0 or 1"},
+                    Breach{{"KESH_PrimeQ", "7"}, "wrote 7 instead of 0 or 1"},
                     Breach{{"PrimeCount_SubmitPrimePi", "new", "1"}, "after its \"Result\""},
                     Breach{{"PrimeCount_SubmitPrimePi", "new", "2"}, "carries 2 values"},
-                    Breach{{"PrimeCount_SubmitPrimePi", "new", "3"}, "neither \"Result\" nor \"Error\" came"},
+                    Breach{{"PrimeCount_SubmitPrimePi", "new", "3"}, "without a \"Result\" or an \"Error\""},
                     Breach{{"PrimeCount_SubmitPrimePi", "new", "4"}, "which does not exist"},
                     Breach{{"PrimeCount_SubmitPrimePi", "new", "5"}, "fell from 50.000 to 40.000"},
                     Breach{{"PrimeCount_SubmitPrimePi", "new", "6"}, "\"Status\" of task 1 after its \"Result\""},
-                    Breach{{"PrimeCount_SubmitPrimePi", "new", "7"}, "handed over before"},
-                    Breach{{"PrimeCount_SubmitPrimePi", "new", "8"}, "unknown name \"Progress\""},
+                    Breach{{"PrimeCount_SubmitPrimePi", "new", "7"}, "passed to the host before"},
+                    Breach{{"PrimeCount_SubmitPrimePi", "new", "8"}, "the unknown name \"Progress\""},
                     Breach{{"PrimeCount_SubmitPrimePi", "new", "9"}, "removed twice"}));
 
 TEST(HostProtocolMore, ForeignExceptionsAndCodesAreShown) {
@@ -63,7 +63,7 @@ TEST(HostProtocolMore, ForeignExceptionsAndCodesAreShown) {
     EXPECT_THAT(thrown.errors, HasSubstr("exception: int left PrimeSieve_NextPrime(1)"));
     const Finished code = rogue({"PrimeCount_SetThreads", "1"});
     EXPECT_EQ(code.code, 1);
-    EXPECT_THAT(code.errors, HasSubstr("returned 77, no host error code"));
+    EXPECT_THAT(code.errors, HasSubstr("returned 77, not an error code of the host"));
     const Finished missing = rogue({"PrimeCount_Coprime", "1", "1"});
     EXPECT_EQ(missing.code, 1);
     EXPECT_THAT(missing.errors, HasSubstr("PrimeCount_Coprime is not exported by this library"));

@@ -238,7 +238,7 @@ TEST_F(Tasks, BreachPayloads) {
 TEST_F(Tasks, BreachUnknownEvent) {
     const mint id = submitted();
     raise(id, "Progress", 3.0);
-    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("unknown name \"Progress\"")));
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("the unknown name \"Progress\"")));
     EXPECT_EQ(board.find(id)->state, TaskState::queued) << "it changes nothing";
 }
 
@@ -257,7 +257,7 @@ TEST_F(Tasks, BreachDataStores) {
     board.add(store, 1.0);
     board.add(nullptr, 1.0);
     board.raise(id, "Status", nullptr);
-    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("handed over before"), HasSubstr("not open"),
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("passed to the host before"), HasSubstr("not open"),
                                              HasSubstr("null DataStore"), HasSubstr("no DataStore")));
     DataStore open = board.create_store();
     board.create_store();
