@@ -28,7 +28,7 @@ struct CallSettings {
     bool unchecked = false;                   ///< any number of arguments, any task id
     bool events_wanted = false;               ///< a count with a task form runs as a task, whose events are written
     TableChoice table = TableChoice::full;
-    std::optional<double> abort_after;  ///< seconds after which Ctrl-C is pressed by itself
+    std::optional<double> abort_after;  ///< seconds after which the host presses Ctrl-C automatically
 };
 
 /** Calls exports for the user of the host. */

@@ -32,7 +32,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/** Memory may vary by the stacks of short-lived threads and by holes in the heap. */
+/** Memory may vary, because of the stacks of short-lived threads and of holes in the heap. */
 constexpr double allowed_growth_mib = 2;
 
 /** Shorter runs take their first reading before the memory has settled, so their memory is shown but not judged. */
@@ -72,7 +72,8 @@ class Endurance {
 
     /** Every export once with its example, then calls with random arguments whose results check each other. */
     void round() {
-        // Counts use one thread after the example of PrimeCount_SetThreads, and in every other round from the start.
+        // Counts use one thread after the example of PrimeCount_SetThreads; in every other round they use one from the
+        // start.
         answer("PrimeCount_SetThreads", {++rounds_ % 2 == 0 ? "1" : "2"});
         for (const Export& entry : export_table()) {
             if (entry.name == "KESH_PrimeQ") continue;

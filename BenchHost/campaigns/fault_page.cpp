@@ -71,8 +71,8 @@ The outcome says
 - whether the export wrote its result slot;
 - which events the task raised, except "Status";
 - which objects did not reach the host as they do after a success: a string argument that the library kept ("string kept"),
-  a tensor that was created and not returned ("tensor left behind"), or a DataStore that was created and not passed with an
-  event ("DataStore not handed over").
+  a tensor that was created and not returned ("tensor not returned"), or a DataStore that was created and not passed with an
+  event ("DataStore not passed on").
 
 "After a count" and "after a task" say whose progress callback was still installed. Two outcomes end the process:
 `std::terminate`, if an exception leaves a thread, and `crash`, if the library follows a null pointer from the host. After

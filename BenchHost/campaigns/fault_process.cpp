@@ -79,10 +79,10 @@ Account account() {
         text += outcome.wrote_result ? ", result" : ", no result";
         if (outcome.kept_strings > 0) text += ", string kept";
         const std::size_t returned = std::holds_alternative<TensorResult>(outcome.result) ? 1 : 0;
-        if (host().tensors.living() > returned) text += ", tensor left behind";
+        if (host().tensors.living() > returned) text += ", tensor not returned";
         const std::string names = events_in_short(events);
         if (outcome.status == Status::submitted || names != "none") text += "; events: " + names;
-        if (host().tasks.open_stores() + host().tasks.discarded_stores() > 0) text += "; DataStore not handed over";
+        if (host().tasks.open_stores() + host().tasks.discarded_stores() > 0) text += "; DataStore not passed on";
         Outcome whole = outcome;
         if (const auto task = whole.task ? host().tasks.find(whole.task->id) : std::nullopt; task && task->result) {
             if (const auto* number = std::get_if<mint>(&*task->result)) whole.result = *number;

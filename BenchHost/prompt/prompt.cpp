@@ -48,7 +48,7 @@ int run_line(Session& session, const std::string& line, bool& leave) {
 
 int run_prompt(Session& session) {
     if (!session.defaults().quiet) {
-        print("A call: PrimeCount_PrimePi 10^12. Tab completes names, help explains, Ctrl-D ends.\n");
+        print("A call: PrimeCount_PrimePi 10^12. Tab completes, help explains, Ctrl-D ends.\n");
     }
     host().tasks.keep_events(true);
     LineReader reader(session);
