@@ -39,7 +39,7 @@ TEST(Arguments, SignedRange) {
     EXPECT_EQ(integer(bind("PrimeCount_PrimePi", {"-2^63"})[0]), std::numeric_limits<mint>::min());
     EXPECT_EQ(value_text(bind("PrimeCount_PrimePi", {"-5"})[0]), "-5");
     EXPECT_THAT(refusal("PrimeCount_PrimePi", {"2^63"}),
-                testing::HasSubstr("PrimeCount_ExprPrimePi takes larger ones"));
+                testing::HasSubstr("PrimeCount_ExprPrimePi takes larger numbers"));
     EXPECT_THAT(refusal("PrimeCount_Prime", {"2^63"}), testing::HasSubstr("-2^63 to 2^63-1"));
 }
 

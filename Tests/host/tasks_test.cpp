@@ -102,7 +102,7 @@ TEST_F(Tasks, BreachUnknownTask) {
 
 TEST_F(Tasks, BreachEventWithoutCount) {
     raise(board.create(), "Status", 1.0);
-    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("never given a count")));
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("to which no count was submitted")));
 }
 
 TEST_F(Tasks, BreachTwoResults) {
@@ -200,7 +200,7 @@ TEST_F(Tasks, BreachRemovals) {
     board.remove(id);
     board.remove(id);
     EXPECT_THAT(breaches.take(),
-                ElementsAre(HasSubstr("neither \"Result\" nor \"Error\""), HasSubstr("removed twice")));
+                ElementsAre(HasSubstr("without a \"Result\" or an \"Error\""), HasSubstr("removed twice")));
 }
 
 TEST_F(Tasks, BreachTwoTasksAtOnce) {
@@ -216,7 +216,7 @@ TEST_F(Tasks, BreachFallingOrImpossiblePercent) {
     raise(id, "Status", 50.0);
     raise(id, "Status", 49.0);
     raise(id, "Status", 101.0);
-    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("fell from 50.000 to 49.000"), HasSubstr("no percentage")));
+    EXPECT_THAT(breaches.take(), ElementsAre(HasSubstr("fell from 50.000 to 49.000"), HasSubstr("not a percentage")));
 }
 
 TEST_F(Tasks, BreachPayloads) {
