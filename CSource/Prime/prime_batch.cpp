@@ -93,7 +93,7 @@ std::size_t divide_in_vectors(placed_word* words, std::size_t count) {
     });
 }
 
-/** The rounds after it for numbers of 2^32 or more in general registers; words is overwritten. */
+/** The rounds after trial division, for numbers of 2^32 or more, in general registers; words is overwritten. */
 void test_words_in_registers(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
     using Row = WordLanes::Row;
     // For this many numbers or fewer, single tests take less time than the lanes.

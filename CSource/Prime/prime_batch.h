@@ -16,7 +16,7 @@ namespace kesh {
 /** The largest number of integers in a block; their places and the survivors are kept on the stack. */
 inline constexpr mint largest_block = 512;
 
-/** The number of integers of len limbs in a block: so few that a block takes milliseconds. */
+/** The number of integers of len limbs in a block; it is so small that a block takes milliseconds. */
 constexpr mint block_size(mint len) {
     return largest_block / len;
 }
@@ -25,8 +25,8 @@ class WideBatch;
 
 /**
  * verdicts[i] = 1 when the integer of len limbs at n + i len is prime, else 0, for 0 <= i < count; those of 2^64 and
- * more only after wide.finish(). divided says that no number has a factor by which its test divides first, so that this
- * step is left out. Preconditions: 1 <= len <= 16, 0 <= count <= largest_block.
+ * more only after wide.finish(). divided means that no number has a prime factor by which its test divides first; this
+ * step is then left out. Preconditions: 1 <= len <= 16, 0 <= count <= largest_block.
  */
 void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, WideBatch& wide, bool divided = false);
 

@@ -97,7 +97,7 @@ double test_cycles(double n) {
  * The bound of the primes by which a window is sieved, where `tested` odd numbers of n limbs would be tested without a
  * sieve. The primes up to p leave 2 e^-gamma / ln p of them (F. Mertens, 1874), so that p itself saves
  * 2 e^-gamma tested / (p ln p) tests. It costs a few products for its place in the window. Words are sieved in long
- * walks; there it also costs a branch that is often predicted wrongly, whether the window has a multiple of p.
+ * walks. There, p also costs a branch that is often predicted wrongly: whether the window has a multiple of p.
  */
 umint sieving_limit(mint n, mint tested) {
     const double limbs = static_cast<double>(n), prime = (n == 1 ? 24 : 8) + limbs;
@@ -177,7 +177,7 @@ class window {
         store_number(size_ - 1, last.data());
         return bit_length(base_.data(), base_.len()) == bit_length(last.data(), base_.len());
     }
-    /** Whether the multiples of all primes are removed by which the tests would divide. */
+    /** Whether the multiples of all primes by which the tests would divide are removed. */
     [[nodiscard]] bool divided() const {
         const bool words = base_.is_word() && base_.low() <= ~umint{0} - static_cast<umint>(2 * size_);
         return limit_ >= (words ? word_trial_limit : kernel::trial_limit);
@@ -321,7 +321,7 @@ constexpr umint words_from = umint{1} << 32;
 
 /**
  * The nearest prime above or below a word n >= words_from, or 0 if there is none between words_from and 2^64. Trial
- * division by a few multiplications is quicker here than a sieve for some twenty numbers.
+ * division by a few multiplications is faster here than a sieve for about twenty numbers.
  */
 umint neighbour_word(umint n, bool upwards) {
     constexpr std::size_t group = kernel::word_lanes;

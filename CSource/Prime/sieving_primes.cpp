@@ -19,7 +19,7 @@ constexpr std::size_t prime_count = 82024;
 
 /**
  * The groups are built in parts. Part k has the primes of the words part_end[k - 1] ... part_end[k] - 1 of the bitmap,
- * 32 odd numbers each from 3 on: the first part those below 64.
+ * each of which has 32 odd numbers, from 3 on. The first part has the primes below 64.
  */
 constexpr std::array<std::size_t, 9> part_end = {1, 8, 32, 128, 512, 2048, 4096, 8192, 16384};
 static_assert(64 * part_end.back() >= most_sieving_prime);
@@ -29,7 +29,7 @@ constexpr umint product_bound = umint{1} << 60;
 /** Three primes below 2^20 have a product below the bound, so that only the last group of a part has fewer. */
 constexpr std::size_t most_groups = prime_count / 3 + part_end.size();
 
-/** Static memory, of which only the pages that are used become real: there is no allocation that could fail. */
+/** Static memory: the system provides only the pages that are used, and there is no allocation that could fail. */
 std::array<SievingPrime, prime_count> primes;
 std::array<SievingGroup, most_groups> groups;
 std::array<std::size_t, part_end.size()> groups_to_part;

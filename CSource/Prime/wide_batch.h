@@ -48,7 +48,7 @@ class WideBatch {
     struct Waiting {
         kernel::LaneNumber number;
         std::uint8_t* verdict;
-        mint q;  ///< of the Lucas test
+        mint q;  ///< the parameter Q of the Lucas test
     };
 
     /** The numbers of one length in digits, or in limbs, that wait for one test; fewer than go side by side. */
