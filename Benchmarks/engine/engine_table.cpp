@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <boost/multiprecision/cpp_int.hpp>
+#include <boost/version.hpp>
 #include <cstdio>
 #include <cstring>
 #include <optional>
