@@ -126,6 +126,28 @@ TEST(Batch, HardStrongPseudoprimes) {
     kesh::test::at_every_level([] { expect_verdicts(read_pseudoprime_sample(), 1); });
 }
 
+/** Primes k 2^e + 1: from e = 52 on the exponent of the strong test does not fit into the lanes' shifts. */
+TEST(Batch, PrimesWithManyTrailingZerosBelowThem) {
+    std::mt19937_64 random(78);
+    for (const std::int64_t len : {2, 3, 5}) {
+        limbs n;
+        for (const unsigned zeros : {50U, 51U, 52U, 53U, 63U, 64U, 65U, 100U}) {
+            for (int found = 0; found < 4;) {
+                mpz_class k = kesh::test::random_number(static_cast<unsigned>(64 * len) - zeros, random);
+                mpz_setbit(k.get_mpz_t(), 0);
+                const mpz_class p = (k << zeros) + 1;
+                if (mpz_probab_prime_p(p.get_mpz_t(), 25) == 0) continue;
+                kesh::test::append(n, p, len);
+                ++found;
+            }
+        }
+        kesh::test::at_every_level([&] {
+            const std::vector<std::uint8_t> found = kesh::test::verdicts(n, len);
+            EXPECT_EQ(std::ranges::count(found, 1), std::ssize(found)) << len;
+        });
+    }
+}
+
 TEST(Batch, StructuredNumbersOfEveryLength) {
     kesh::test::at_every_level([] {
         for (std::int64_t len = 1; len <= 16; ++len) {
