@@ -171,6 +171,7 @@ void WideBatch::fill(Queues& queues, int digits) const {
     Queue& queue = queues[static_cast<std::size_t>(digits)];
     for (auto smaller = static_cast<std::size_t>(digits); smaller-- > 0;) {
         Queue& from = queues[smaller];
+        assert(!first_only_ || from.count == 0);  // their order would be lost
         while (from.count > 0 && queue.count < kernel::lanes) queue.waiting[queue.count++] = from.waiting[--from.count];
     }
 }
