@@ -85,13 +85,12 @@ struct Operands {
     using Twice = mp::number<mp::cpp_int_backend<2 * N, 2 * N, mp::unsigned_magnitude, mp::unchecked, void>>;
     static constexpr std::size_t n = Word::limbs;
 
-    struct Set {
-        Word a, b, m, half;  ///< b < m, m odd with its top bit set, half below 2^(N/2)
-        umint limb;
-        mint count;
-        std::string text;
-    };
-    std::vector<Set> set = std::vector<Set>(sets);
+    // An array for each operand, as for those of the peers: at 128 bits the address is a part of the time. b < m, m is
+    // odd with its top bit set, half below 2^(N/2).
+    std::vector<Word> a = std::vector<Word>(sets), b = a, m = a, half = a;
+    std::vector<umint> limb = std::vector<umint>(sets);
+    std::vector<mint> count = std::vector<mint>(sets);
+    std::vector<std::string> text = std::vector<std::string>(sets);
     std::vector<Boost> boost_a, boost_b, boost_m, boost_half;
     std::vector<Twice> boost_ba;
     std::vector<mpz_t> z_a = std::vector<mpz_t>(sets), z_b = std::vector<mpz_t>(sets), z_m = std::vector<mpz_t>(sets),
@@ -113,29 +112,28 @@ struct Operands {
     Operands() {
         std::mt19937_64 random(N);
         for (std::size_t i = 0; i < sets; ++i) {
-            Set& s = set[i];
             for (std::size_t k = 0; k < n; ++k) {
-                s.a.limb[k] = random();
-                s.b.limb[k] = random();
-                s.m.limb[k] = random();
-                s.half.limb[k] = k < n / 2 ? random() : 0;
+                a[i].limb[k] = random();
+                b[i].limb[k] = random();
+                m[i].limb[k] = random();
+                half[i].limb[k] = k < n / 2 ? random() : 0;
             }
-            s.m.limb[0] |= 1;
-            s.m.limb[n - 1] |= umint{1} << 63;
-            s.half.limb[n / 2 - 1] |= umint{1} << 63;
-            s.limb = random();
-            s.b %= s.m;
-            s.count = 1 + static_cast<mint>(random() % (N - 1));
-            s.text = to_string(s.a);
-            boost_a.push_back(boost_of(s.a));
-            boost_b.push_back(boost_of(s.b));
-            boost_m.push_back(boost_of(s.m));
-            boost_half.push_back(boost_of(s.half));
+            m[i].limb[0] |= 1;
+            m[i].limb[n - 1] |= umint{1} << 63;
+            half[i].limb[n / 2 - 1] |= umint{1} << 63;
+            limb[i] = random();
+            b[i] %= m[i];
+            count[i] = 1 + static_cast<mint>(random() % (N - 1));
+            text[i] = to_string(a[i]);
+            boost_a.push_back(boost_of(a[i]));
+            boost_b.push_back(boost_of(b[i]));
+            boost_m.push_back(boost_of(m[i]));
+            boost_half.push_back(boost_of(half[i]));
             boost_ba.push_back((Twice(boost_b[i]) << static_cast<unsigned>(N)) | Twice(boost_a[i]));
-            view(z_a[i], f_a[i], s.a);
-            view(z_b[i], f_b[i], s.b);
-            view(z_m[i], f_m[i], s.m);
-            view(z_half[i], f_half[i], s.half);
+            view(z_a[i], f_a[i], a[i]);
+            view(z_b[i], f_b[i], b[i]);
+            view(z_m[i], f_m[i], m[i]);
+            view(z_half[i], f_half[i], half[i]);
             mpz_init(z_ba[i]);
             mpz_mul_2exp(z_ba[i], z_b[i], N);
             mpz_add(z_ba[i], z_ba[i], z_a[i]);
@@ -195,100 +193,103 @@ struct Measured {
         Results& out = results();
         touch(&o);
         return cycles([&](std::size_t i) {
-            call(o, o.set[i], out, i);
+            call(o, out, i);
             touch(&out);
         });
     }
-#define KESH_CALL(body)                                                           \
-    timed([](const O& o, const typename O::Set& s, Results& out, std::size_t i) { \
-        (void)o, (void)s, (void)out, (void)i;                                     \
-        body;                                                                     \
+#define KESH_CALL(body)                                 \
+    timed([](const O& o, Results& out, std::size_t i) { \
+        (void)o, (void)out, (void)i;                    \
+        body;                                           \
     })
 
     static Figures full_product() {
-        return {KESH_CALL(math_mul(s.a, s.b, out.q, out.r)), KESH_CALL(mpn_mul_n(out.limb, s.a.limb, s.b.limb, limbs)),
+        return {KESH_CALL(math_mul(o.a[i], o.b[i], out.q, out.r)),
+                KESH_CALL(mpn_mul_n(out.limb, o.a[i].limb, o.b[i].limb, limbs)),
                 KESH_CALL(mp::multiply(out.twice, o.boost_a[i], o.boost_b[i])),
                 KESH_CALL(fmpz_mul(out.f, &o.f_a[i], &o.f_b[i]))};
     }
     static Figures low_product() {
-        return {KESH_CALL(math_mul(s.a, s.b, out.q)),
-                KESH_CALL(mpn_mul_n(out.limb, s.a.limb, s.b.limb, limbs)),
+        return {KESH_CALL(math_mul(o.a[i], o.b[i], out.q)),
+                KESH_CALL(mpn_mul_n(out.limb, o.a[i].limb, o.b[i].limb, limbs)),
                 KESH_CALL(mp::multiply(out.x, o.boost_a[i], o.boost_b[i])),
                 {}};
     }
     static Figures low_product_of_halves() {
-        return {KESH_CALL(math_mul(s.half, s.half, out.q)),
-                KESH_CALL(mpn_mul_n(out.limb, s.half.limb, s.half.limb, limbs / 2)),
+        return {KESH_CALL(math_mul(o.half[i], o.half[i], out.q)),
+                KESH_CALL(mpn_mul_n(out.limb, o.half[i].limb, o.half[i].limb, limbs / 2)),
                 KESH_CALL(mp::multiply(out.x, o.boost_half[i], o.boost_half[i])),
                 {}};
     }
     static Figures square() {
-        return {KESH_CALL(math_mul(s.a, s.a, out.q, out.r)), KESH_CALL(mpn_sqr(out.limb, s.a.limb, limbs)),
+        return {KESH_CALL(math_mul(o.a[i], o.a[i], out.q, out.r)), KESH_CALL(mpn_sqr(out.limb, o.a[i].limb, limbs)),
                 KESH_CALL(mp::multiply(out.twice, o.boost_a[i], o.boost_a[i])),
                 KESH_CALL(fmpz_mul(out.f, &o.f_a[i], &o.f_a[i]))};
     }
     static Figures product_by_limb() {
-        return {KESH_CALL(out.q = s.a * s.limb), KESH_CALL(mpn_mul_1(out.limb, s.a.limb, limbs, s.limb)),
-                KESH_CALL(out.x = o.boost_a[i] * s.limb), KESH_CALL(fmpz_mul_ui(out.f, &o.f_a[i], s.limb))};
+        return {KESH_CALL(out.q = o.a[i] * o.limb[i]), KESH_CALL(mpn_mul_1(out.limb, o.a[i].limb, limbs, o.limb[i])),
+                KESH_CALL(out.x = o.boost_a[i] * o.limb[i]), KESH_CALL(fmpz_mul_ui(out.f, &o.f_a[i], o.limb[i]))};
     }
     static Figures double_division() {
-        return {KESH_CALL(math_divmod(s.a, s.b, s.m, out.q, out.r)),
-                KESH_CALL(mpn_tdiv_qr(out.limb, out.r.limb, 0, o.z_ba[i]->_mp_d, o.z_ba[i]->_mp_size, s.m.limb, limbs)),
-                KESH_CALL(out.twice = o.boost_ba[i] / o.boost_m[i]),
-                KESH_CALL(fmpz_tdiv_qr(out.f, out.g, &o.f_ba[i], &o.f_m[i]))};
+        return {
+            KESH_CALL(math_divmod(o.a[i], o.b[i], o.m[i], out.q, out.r)),
+            KESH_CALL(mpn_tdiv_qr(out.limb, out.r.limb, 0, o.z_ba[i]->_mp_d, o.z_ba[i]->_mp_size, o.m[i].limb, limbs)),
+            KESH_CALL(out.twice = o.boost_ba[i] / o.boost_m[i]),
+            KESH_CALL(fmpz_tdiv_qr(out.f, out.g, &o.f_ba[i], &o.f_m[i]))};
     }
     static Figures division_by_half() {
-        return {KESH_CALL(math_divmod(s.a, s.half, out.q, out.r)),
-                KESH_CALL(mpn_tdiv_qr(out.limb, out.r.limb, 0, s.a.limb, limbs, s.half.limb, limbs / 2)),
+        return {KESH_CALL(math_divmod(o.a[i], o.half[i], out.q, out.r)),
+                KESH_CALL(mpn_tdiv_qr(out.limb, out.r.limb, 0, o.a[i].limb, limbs, o.half[i].limb, limbs / 2)),
                 KESH_CALL(mp::divide_qr(o.boost_a[i], o.boost_half[i], out.x, out.y)),
                 KESH_CALL(fmpz_tdiv_qr(out.f, out.g, &o.f_a[i], &o.f_half[i]))};
     }
     static Figures division_by_limb() {
-        return {KESH_CALL(math_divmod(s.a, Word(s.limb), out.q, out.r)),
-                KESH_CALL(out.limb[n] = mpn_divrem_1(out.limb, 0, s.a.limb, limbs, s.limb)),
-                KESH_CALL(out.x = o.boost_a[i] / s.limb), KESH_CALL(fmpz_tdiv_q_ui(out.f, &o.f_a[i], s.limb))};
+        return {KESH_CALL(math_divmod(o.a[i], Word(o.limb[i]), out.q, out.r)),
+                KESH_CALL(out.limb[n] = mpn_divrem_1(out.limb, 0, o.a[i].limb, limbs, o.limb[i])),
+                KESH_CALL(out.x = o.boost_a[i] / o.limb[i]), KESH_CALL(fmpz_tdiv_q_ui(out.f, &o.f_a[i], o.limb[i]))};
     }
     static Figures division_by_prepared_limb() {
         static const fastdiv_data<Word, unsigned long> divisor(0xEDD180BF);
         touch(&divisor);
-        return {KESH_CALL(out.q = s.a / divisor),
-                KESH_CALL(out.limb[n] = mpn_divrem_1(out.limb, 0, s.a.limb, limbs, divisor.m)),
+        return {KESH_CALL(out.q = o.a[i] / divisor),
+                KESH_CALL(out.limb[n] = mpn_divrem_1(out.limb, 0, o.a[i].limb, limbs, divisor.m)),
                 KESH_CALL(out.x = o.boost_a[i] / divisor.m), KESH_CALL(fmpz_tdiv_q_ui(out.f, &o.f_a[i], divisor.m))};
     }
     static Figures root() {
-        return {KESH_CALL(math_isqrt(s.a, out.q, out.r)), KESH_CALL(mpn_sqrtrem(out.limb, out.r.limb, s.a.limb, limbs)),
+        return {KESH_CALL(math_isqrt(o.a[i], out.q, out.r)),
+                KESH_CALL(mpn_sqrtrem(out.limb, out.r.limb, o.a[i].limb, limbs)),
                 KESH_CALL(out.x = mp::sqrt(o.boost_a[i], out.y)), KESH_CALL(fmpz_sqrtrem(out.f, out.g, &o.f_a[i]))};
     }
     static Figures inverse() {
-        return {KESH_CALL(out.q = math_invmod(s.b, s.m)),
+        return {KESH_CALL(out.q = math_invmod(o.b[i], o.m[i])),
                 KESH_CALL(mpz_invert(out.z, o.z_b[i], o.z_m[i])),
                 {},
                 KESH_CALL(fmpz_invmod(out.f, &o.f_b[i], &o.f_m[i]))};
     }
     static Figures shift_left() {
-        return {KESH_CALL(out.q = s.a << s.count),
-                KESH_CALL(mpz_mul_2exp(out.z, o.z_a[i], static_cast<mp_bitcnt_t>(s.count))),
-                KESH_CALL(out.x = o.boost_a[i] << s.count),
-                KESH_CALL(fmpz_mul_2exp(out.f, &o.f_a[i], static_cast<umint>(s.count)))};
+        return {KESH_CALL(out.q = o.a[i] << o.count[i]),
+                KESH_CALL(mpz_mul_2exp(out.z, o.z_a[i], static_cast<mp_bitcnt_t>(o.count[i]))),
+                KESH_CALL(out.x = o.boost_a[i] << o.count[i]),
+                KESH_CALL(fmpz_mul_2exp(out.f, &o.f_a[i], static_cast<umint>(o.count[i])))};
     }
     static Figures shift_right() {
-        return {KESH_CALL(out.q = s.a >> s.count),
-                KESH_CALL(mpz_tdiv_q_2exp(out.z, o.z_a[i], static_cast<mp_bitcnt_t>(s.count))),
-                KESH_CALL(out.x = o.boost_a[i] >> s.count),
-                KESH_CALL(fmpz_tdiv_q_2exp(out.f, &o.f_a[i], static_cast<umint>(s.count)))};
+        return {KESH_CALL(out.q = o.a[i] >> o.count[i]),
+                KESH_CALL(mpz_tdiv_q_2exp(out.z, o.z_a[i], static_cast<mp_bitcnt_t>(o.count[i]))),
+                KESH_CALL(out.x = o.boost_a[i] >> o.count[i]),
+                KESH_CALL(fmpz_tdiv_q_2exp(out.f, &o.f_a[i], static_cast<umint>(o.count[i])))};
     }
     static Figures read() {
-        return {KESH_CALL((void)from_string(s.text, out.q)), KESH_CALL(mpz_set_str(out.z, s.text.c_str(), 10)),
-                KESH_CALL(out.x.assign(s.text)), KESH_CALL(fmpz_set_str(out.f, s.text.c_str(), 10))};
+        return {KESH_CALL((void)from_string(o.text[i], out.q)), KESH_CALL(mpz_set_str(out.z, o.text[i].c_str(), 10)),
+                KESH_CALL(out.x.assign(o.text[i])), KESH_CALL(fmpz_set_str(out.f, o.text[i].c_str(), 10))};
     }
     static Figures print() {
         static char text[400];
-        return {KESH_CALL(touch(to_string(s.a).data())), KESH_CALL(touch(mpz_get_str(text, 10, o.z_a[i]))),
+        return {KESH_CALL(touch(to_string(o.a[i]).data())), KESH_CALL(touch(mpz_get_str(text, 10, o.z_a[i]))),
                 KESH_CALL(touch(o.boost_a[i].str().data())), KESH_CALL(touch(fmpz_get_str(text, 10, &o.f_a[i])))};
     }
     static Figures power() {
         return {
-            KESH_CALL(const mp_mont_data<Word> M(s.m); out.q = M.fromMontMod(M.pow(M.toMontMod(s.b), s.a))),
+            KESH_CALL(const mp_mont_data<Word> M(o.m[i]); out.q = M.fromMontMod(M.pow(M.toMontMod(o.b[i]), o.a[i]))),
                 KESH_CALL(mpz_powm(out.z, o.z_b[i], o.z_a[i], o.z_m[i])), {},
                 KESH_CALL(fmpz_powm(out.f, &o.f_b[i], &o.f_a[i], &o.f_m[i]))
         };

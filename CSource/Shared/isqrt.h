@@ -142,13 +142,20 @@ inline umint root_of_limbs(umint* s, umint* u) noexcept {
         umint* const s1 = s + h;
         // The remainder r1 of the upper half is at most 2 s1; without s1 it fits its limbs.
         umint q = root_of_limbs<h>(s1, u + n);
-        if (q != 0) subtract_limbs<h>(u + n, u + n, s1);
+        // Both conditions hold about half of the time, so they are masks.
+        umint masked[h];
+        for (std::size_t i = 0; i < h; ++i) {
+            masked[i] = s1[i] & (umint{0} - q);
+            keep_scalar(masked[i]);
+        }
+        subtract_limbs<h>(u + n, u + n, masked);
         if constexpr (h == 1) {
-            if (u[n] >= s1[0]) {
-                u[n] -= s1[0];
-                ++q;
-            }
-            math_divmod(u[h], u[n], s1[0], s[0], u[h]);
+            const umint once_more = u[n] >= s1[0] ? 1 : 0;
+            umint mask = umint{0} - once_more;
+            keep_scalar(mask);
+            u[n] -= s1[0] & mask;
+            q += once_more;
+            divide_two_by_one(u[h], u[n], s1[0], s[0], u[h]);
         } else {
             for (std::size_t i = h; i < h + n; ++i) u[i] = ~u[i];
             q += divide_limbs(s, h, u + h, n, s1, h);
@@ -204,22 +211,23 @@ inline void math_isqrt_exact(const T& aa, T& ss, T& rr) noexcept {
             rr = T(r);
             return;
         }
+        constexpr std::size_t n = T::limbs, h = n / 2;
         const T a(aa);
         // An even shift, so that it can be undone on the root.
         const mint c = math_count_leading_zeros(a) & ~mint{1};
-        T u = a << c, s(0);
-        const umint top = detail::root_of_limbs<T::limbs / 2>(s.limb, u.limb);
+        if (c < 0 || c >= T::bits / 2) __builtin_unreachable();  // the high half is not 0
+        umint u[n], s[h];
+        detail::shift_left_in_registers<n>(u, a.limb, c);
+        u[h] = detail::root_of_limbs<h>(s, u);
         if (c == 0) {
-            for (std::size_t i = T::limbs / 2; i < T::limbs; ++i) u.limb[i] = 0;
-            u.limb[T::limbs / 2] = top;
-            rr = u;
+            for (std::size_t i = 0; i < n; ++i) rr.limb[i] = i <= h ? u[i] : 0;
         } else {
-            s >>= c / 2;
-            T square(detail::unset);
-            math_mul(s, s, square);
-            rr = a - square;
+            detail::shift_right_in_registers<h>(s, s, c / 2);
+            umint square[n];
+            detail::full_square<h>(square, square + h, s);
+            detail::subtract_limbs<n>(rr.limb, a.limb, square);
         }
-        ss = s;
+        for (std::size_t i = 0; i < n; ++i) ss.limb[i] = i < h ? s[i] : 0;
         KESH_ENSURE(math_compare(rr, T(ss << 1)) <= 0);
     }
 }

@@ -8,8 +8,6 @@
  */
 #pragma once
 
-#include <utility>
-
 #include "Shared/intx/limb_division.h"
 #include "Shared/intx/product.h"
 #include "Shared/intx/vector_shift.h"
@@ -48,12 +46,26 @@ namespace detail {
 template <wide_word T>
     requires(T::limbs == 2)
 constexpr umint2 joined(const T& a) noexcept {
+    if constexpr (std::endian::native == std::endian::little) {
+        if (!std::is_constant_evaluated()) {
+            umint2 value;
+            __builtin_memcpy(&value, a.limb, sizeof value);
+            return value;
+        }
+    }
     return two_limbs(a.limb[1], a.limb[0]);
 }
 template <wide_word T>
     requires(T::limbs == 2)
 constexpr void split(umint2 value, T& a) noexcept {
-    store_two_limbs(a.limb, value);
+    if constexpr (std::endian::native == std::endian::little) {
+        if (!std::is_constant_evaluated()) {
+            __builtin_memcpy(a.limb, &value, sizeof value);
+            return;
+        }
+    }
+    a.limb[0] = low_limb(value);
+    a.limb[1] = high_limb(value);
 }
 
 }  // namespace detail
@@ -65,10 +77,7 @@ constexpr void split(umint2 value, T& a) noexcept {
 /** r = a + b + c modulo 2^N; returns the carry out. c is 0 or 1; r may be the same object as a or b. */
 template <wide_word T>
 constexpr std::uint8_t math_addcarry(std::uint8_t c, const T& a, const T& b, T& r) noexcept {
-    [&]<std::size_t... I>(std::index_sequence<I...>) {
-        ((c = math_addcarry(c, a.limb[I], b.limb[I], r.limb[I])), ...);
-    }(std::make_index_sequence<T::limbs>());
-    return c;
+    return detail::add_limbs<T::limbs>(r.limb, a.limb, b.limb, c);
 }
 
 /** a += b + c; returns the carry out. */
@@ -80,10 +89,7 @@ constexpr std::uint8_t math_add_equal_carry(std::uint8_t c, T& a, const T& b) no
 /** r = a - b - c modulo 2^N; returns the borrow out. c is 0 or 1; r may be the same object as a or b. */
 template <wide_word T>
 constexpr std::uint8_t math_subborrow(std::uint8_t c, const T& a, const T& b, T& r) noexcept {
-    [&]<std::size_t... I>(std::index_sequence<I...>) {
-        ((c = math_subborrow(c, a.limb[I], b.limb[I], r.limb[I])), ...);
-    }(std::make_index_sequence<T::limbs>());
-    return c;
+    return detail::subtract_limbs<T::limbs>(r.limb, a.limb, b.limb, c);
 }
 
 /** a -= b + c; returns the borrow out. */
@@ -179,7 +185,7 @@ constexpr void math_left_shift(const T& a, mint n, T& c) noexcept {
         detail::split(detail::joined(a) << n, c);
     } else {
 #if defined(__x86_64__)
-        detail::left_shift_pairs<T::limbs>(c.limb, a.limb, n);
+        detail::left_shift_limbs<T::limbs>(c.limb, a.limb, n);
 #else
         reference::math_left_shift(a, n, c);
 #endif
@@ -200,7 +206,7 @@ constexpr void math_right_shift(const T& a, mint n, T& c) noexcept {
         detail::split(detail::joined(a) >> n, c);
     } else {
 #if defined(__x86_64__)
-        detail::right_shift_pairs<T::limbs>(c.limb, a.limb, n);
+        detail::right_shift_limbs<T::limbs>(c.limb, a.limb, n);
 #else
         reference::math_right_shift(a, n, c);
 #endif
@@ -565,6 +571,16 @@ constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r,
 namespace detail {
 
 /**
+ * r = value, limb by limb: g++ would build T(value) beside r and copy it by vector loads of limbs that were stored a
+ * moment before, which wait until these have reached the cache.
+ */
+template <wide_word T>
+constexpr void set_to_limb(T& r, umint value) noexcept {
+    r.limb[0] = value;
+    for (std::size_t i = 1; i < T::limbs; ++i) r.limb[i] = 0;
+}
+
+/**
  * Quotient modulo 2^N and remainder by a d that is not one limb, of hi:lo, or of lo where hi is null; digit by digit
  * (Knuth, The Art of Computer Programming 2, 4.3.1, algorithm D). A zero divisor gives q = 0, r = lo. Cost: n limb
  * products for each limb of the quotient, n the significant limbs of d, and one hardware division.
@@ -577,7 +593,7 @@ constexpr void divide_by_limbs(const T& lo, const T* hi, const T& d, T& q, T& r)
     length = length == 0 ? significant_limbs(lo.limb, limbs) : length + limbs;
     if (n == 0 || length < n) {
         r = lo;
-        q = T(0);
+        set_to_limb(q, 0);
         return;
     }
     // Normalised: the divisor's top bit is set, and the numerator is shifted with it, into one more limb if necessary.
@@ -588,10 +604,10 @@ constexpr void divide_by_limbs(const T& lo, const T* hi, const T& d, T& q, T& r)
     if (length > limbs) above = shift_limbs_in<limbs, true>(w + limbs, hi->limb, s, lo.limb[limbs - 1]);
     w[length > limbs ? 2 * limbs : limbs] = ~above;
     if (w[length] != ~umint{0}) ++length;
-    q = T(0);
+    set_to_limb(q, 0);
     const umint top = divide_limbs(q.limb, limbs, w, length, v, n);
     if (length - n < limbs) q.limb[length - n] = top;
-    r = T(0);
+    set_to_limb(r, 0);
     shift_from_complement(r.limb, w, n, s);
 }
 
@@ -615,7 +631,7 @@ constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r)
         const umint reciprocal = detail::reciprocal_of_limb(divisor << s);
         T dropped(detail::unset);
         const umint above = detail::divide_by_limb<T::limbs>(dropped.limb, hi.limb, divisor, s, reciprocal);
-        r = T(detail::divide_by_limb<T::limbs>(q.limb, lo.limb, divisor, s, reciprocal, above));
+        detail::set_to_limb(r, detail::divide_by_limb<T::limbs>(q.limb, lo.limb, divisor, s, reciprocal, above));
     } else {
         reference::math_divmod_imp(lo, hi, d, q, r);
     }
@@ -632,11 +648,14 @@ template <engine_word T>
 constexpr void math_divmod(const T& n, const T& d, T& q, T& r) noexcept {
     if constexpr (wide_word<T>) {
         if (detail::is_one_limb<T::limbs>(d.limb)) {
-            const umint divisor = d.limb[0];
-            const mint s = math_count_leading_zeros(divisor);
-            const umint reciprocal = detail::reciprocal_of_limb(divisor << s);
-            r = T(detail::divide_by_limb<T::limbs>(q.limb, n.limb, divisor, s, reciprocal));
+            detail::set_to_limb(r, detail::divide_by_limb<T::limbs>(q.limb, n.limb, d.limb[0]));
             return;
+        }
+        if constexpr (T::limbs == 4) {
+            if ((d.limb[2] | d.limb[3]) == 0 && d.limb[1] != 0) {
+                detail::divide_four_by_two(q.limb, r.limb, n.limb, d.limb[1], d.limb[0]);
+                return;
+            }
         }
         detail::divide_by_limbs<T>(n, nullptr, d, q, r);
     } else {

@@ -279,6 +279,27 @@ constexpr umint math_mod_inv_2(const umint& a) noexcept {
     return umint{0} - word_inverse(a);
 }
 
+namespace detail {
+
+/** q = floor((high 2^64 + low) / d), r = the remainder, in one hardware division. Precondition: high < d. */
+constexpr void divide_two_by_one(umint low, umint high, umint d, umint& q, umint& r) noexcept {
+    KESH_REQUIRE(high < d);
+#if defined(__x86_64__)
+    if (!std::is_constant_evaluated()) {
+        // The instruction itself, because compilers would call a library routine for a 128-bit dividend.
+        __asm__("divq %[d]" : "+a"(low), "+d"(high) : [d] "r"(d) : "cc");
+        q = low;
+        r = high;
+        return;
+    }
+#endif
+    const umint2 n = two_limbs(high, low);
+    q = static_cast<umint>(n / d);
+    r = static_cast<umint>(n % d);
+}
+
+}  // namespace detail
+
 /**
  * Quotient modulo 2^64 and remainder of hi * 2^64 + lo by d with the processor's 128/64 division. The quotient
  * instruction traps when the quotient does not fit, so hi is reduced first; d = 0 returns q = 0, r = lo. Cost: one
@@ -291,21 +312,7 @@ constexpr void math_divmod(const umint& lo, const umint& hi, const umint& d, umi
         r = keep;
         return;
     }
-    umint low = lo;
-    umint high = hi < d ? hi : hi % d;
-#if defined(__x86_64__)
-    if (!std::is_constant_evaluated()) {
-        // The instruction itself, because compilers would call a library routine for a 128-bit dividend.
-        __asm__("divq %[d]" : "+a"(low), "+d"(high) : [d] "r"(d) : "cc");
-        q = low;
-        r = high;
-        return;
-    }
-#endif
-    const umint2 n = (static_cast<umint2>(high) << MINT_BITS) | low;
-    const umint divisor = d;
-    q = static_cast<umint>(n / divisor);
-    r = static_cast<umint>(n % divisor);
+    detail::divide_two_by_one(lo, hi < d ? hi : hi % d, d, q, r);
 }
 
 /** Quotient and remainder of n by d in one hardware division; d = 0 returns q = 0, r = n. */

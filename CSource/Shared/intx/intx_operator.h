@@ -98,6 +98,9 @@ constexpr T operator~(T a) noexcept {
     return a;
 }
 
+// Results below that are declared without an initialiser: clang++ evaluates T(detail::unset) as a constant expression,
+// in which it is 0, and stores the zeros.
+
 /** n >= N gives 0. Precondition: n >= 0. */
 template <wide_word T>
 constexpr T& operator<<=(T& a, mint n) noexcept {
@@ -105,8 +108,11 @@ constexpr T& operator<<=(T& a, mint n) noexcept {
     return a;
 }
 template <wide_word T>
-constexpr T operator<<(T a, mint n) noexcept {
-    return a <<= n;
+constexpr T operator<<(const T& a, mint n) noexcept {
+    T shifted;
+    if (std::is_constant_evaluated()) shifted = T(0);
+    math_left_shift(a, n, shifted);
+    return shifted;
 }
 
 /** A count out of range (n >= N or n < 0) leaves the value as it is; see math_right_shift. */
@@ -116,8 +122,14 @@ constexpr T& operator>>=(T& a, mint n) noexcept {
     return a;
 }
 template <wide_word T>
-constexpr T operator>>(T a, mint n) noexcept {
-    return a >>= n;
+constexpr T operator>>(const T& a, mint n) noexcept {
+    T shifted;
+    if (std::is_constant_evaluated()) shifted = T(0);
+    if (static_cast<umint>(n) < static_cast<umint>(T::bits))
+        math_right_shift(a, n, shifted);
+    else
+        shifted = a;
+    return shifted;
 }
 
 // --------------------------------------------------------------------------------------------------------------------
@@ -277,8 +289,18 @@ constexpr T operator-(T a, I b) noexcept {
     return a -= b;
 }
 template <fixed_width_word T, machine_integer I>
-constexpr T operator*(T a, I b) noexcept {
-    return a *= b;
+constexpr T operator*(const T& a, I b) noexcept {
+    if constexpr (wide_word<T>) {
+        if constexpr (T::limbs > 2) {
+            T product;
+            if (std::is_constant_evaluated()) product = T(0);
+            unsigned char carry = 0;
+            math_mul_ui(0, 0, a, static_cast<umint>(b), carry, product);
+            return product;
+        }
+    }
+    T product(a);
+    return product *= b;
 }
 template <fixed_width_word T, machine_integer I>
 constexpr T operator/(T a, I b) noexcept {

@@ -59,6 +59,37 @@ constexpr umint shift_limbs_in(umint* r, const umint* a, mint s, umint below) no
     return below >> (MINT_BITS - s);
 }
 
+/**
+ * r = a << count, of n limbs, in general registers: for limbs that were stored one by one a moment before or are read
+ * so soon. Preconditions: 0 <= count < 64 n. r may be a.
+ */
+template <std::size_t n>
+constexpr void shift_left_in_registers(umint* r, const umint* a, mint count) noexcept {
+    const auto moved = static_cast<std::size_t>(count / MINT_BITS);
+    const mint s = count % MINT_BITS;
+    for (std::size_t i = n; i-- > moved;) {
+        const umint below = i > moved ? a[i - moved - 1] >> 1 >> (MINT_BITS - 1 - s) : 0;
+        umint limb = a[i - moved] << s | below;
+        keep_scalar(limb);
+        r[i] = limb;
+    }
+    for (std::size_t i = 0; i < moved; ++i) r[i] = 0;
+}
+
+/** r = a >> count, likewise. */
+template <std::size_t n>
+constexpr void shift_right_in_registers(umint* r, const umint* a, mint count) noexcept {
+    const auto moved = static_cast<std::size_t>(count / MINT_BITS);
+    const mint s = count % MINT_BITS;
+    for (std::size_t i = 0; i + moved < n; ++i) {
+        const umint above = i + moved + 1 < n ? a[i + moved + 1] << 1 << (MINT_BITS - 1 - s) : 0;
+        umint limb = a[i + moved] >> s | above;
+        keep_scalar(limb);
+        r[i] = limb;
+    }
+    for (std::size_t i = n - moved; i < n; ++i) r[i] = 0;
+}
+
 /** r[0 .. n-1] = a >> s for the a whose complement is w. Preconditions: n >= 1, 0 <= s < 64. */
 constexpr void shift_from_complement(umint* r, const umint* w, std::size_t n, mint s) noexcept {
     umint here = ~w[0];
@@ -75,7 +106,7 @@ constexpr void shift_from_complement(umint* r, const umint* w, std::size_t n, mi
 /** floor((2^128 - 1) / d) - 2^64. Precondition: the top bit of d is set. */
 constexpr umint reciprocal_of_limb(umint d) noexcept {
     umint v = 0, rest = 0;
-    math_divmod(~umint{0}, ~d, d, v, rest);
+    divide_two_by_one(~umint{0}, ~d, d, v, rest);
     return v;
 }
 
@@ -141,6 +172,24 @@ constexpr umint divide_by_limb(umint* q, const umint* a, umint d, mint shift, um
     return rest >> shift;
 }
 
+/**
+ * q[0 .. n-1] = a / d, returns the remainder. q may be a. Precondition: d != 0. Two limbs take two hardware divisions,
+ * of which the first one has a small quotient; more limbs one, and two products for each limb.
+ */
+template <std::size_t n>
+constexpr umint divide_by_limb(umint* q, const umint* a, umint d) noexcept {
+    if constexpr (n == 2) {
+        const umint low = a[0];
+        umint rest = 0;
+        divide_two_by_one(a[1], 0, d, q[1], rest);
+        divide_two_by_one(low, rest, d, q[0], rest);
+        return rest;
+    } else {
+        const mint shift = math_count_leading_zeros(d);
+        return divide_by_limb<n>(q, a, d, shift, reciprocal_of_limb(d << shift));
+    }
+}
+
 /** Whether a is a limb other than 0 and zeros above it. */
 template <std::size_t n>
 constexpr bool is_one_limb(const umint* a) noexcept {
@@ -168,7 +217,7 @@ struct DigitEstimate {
     constexpr DigitEstimate(umint d1, umint d0) noexcept {
         umint v = 0, rest = 0;  // x = B + v
         const umint above = d1 + 1;
-        if (above != 0) math_divmod(~umint{0}, ~above, above, v, rest);
+        if (above != 0) divide_two_by_one(~umint{0}, ~above, above, v, rest);
         // e / B, rounded down; it is at least 1 before.
         const umint2 e = ~(two_limbs(d1, d0) + limb_product(v, d1) + high_limb(limb_product(v, d0)));
         const umint2 sum =
@@ -191,6 +240,14 @@ struct DigitEstimate {
     }
 };
 
+/** The two limbs whose complements are w[1] and w[0], which were stored one by one a moment before. */
+constexpr umint2 complement_of_two(const umint* w) noexcept {
+    umint low = w[0], high = w[1];
+    keep_scalar(low);
+    keep_scalar(high);
+    return ~two_limbs(high, low);
+}
+
 /** Whether a >= v, of n limbs, for the a whose complement is w. */
 constexpr bool complement_reaches(const umint* w, const umint* v, std::size_t n) noexcept {
     while (n-- > 0) {
@@ -212,6 +269,8 @@ constexpr bool complement_reaches(const umint* w, const umint* v, std::size_t n)
 template <class Row>
 constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m, const umint* v, std::size_t n,
                             Row add_row) noexcept {
+    // g++ 12 looks at the constant divisors of one limb, too, that callers divide in another way, and warns of v[-1].
+    if (n < 2) __builtin_unreachable();
     std::size_t j = m - n;
     const bool over = complement_reaches(w + j, v, n);
     if (over) add_row(w + j, v, 1, n);
@@ -219,26 +278,27 @@ constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m,
 
     const umint d1 = v[n - 1], d0 = v[n - 2];
     const DigitEstimate estimate(d1, d0);
-    umint2 high = ~two_limbs(w[m - 1], w[m - 2]);  // the top of the remainder
+    umint2 high = complement_of_two(w + m - 2);  // the top of the remainder
     while (j-- > 0) {
         umint* const row = w + j;
         const umint2 found = estimate(high);
         umint digit = high_limb(found);
         if (low_limb(found) + estimate_error < 2 * estimate_error) [[unlikely]] {
             // The estimate from the exact limbs is never too large, and the digit is at most one too small.
-            digit = high_limb(estimate(~two_limbs(row[n], row[n - 1])));
+            digit = high_limb(estimate(complement_of_two(row + n - 1)));
             const umint above = ~row[n];
             if (above != add_row(row, v, digit, n) || complement_reaches(row, v, n)) {
                 ++digit;
                 add_row(row, v, 1, n);
             }
-            high = ~two_limbs(row[n - 1], row[n - 2]);
+            high = complement_of_two(row + n - 2);
         } else if (n < 6) {
             add_row(row, v, digit, n);
-            high = ~two_limbs(row[n - 1], row[n - 2]);
+            high = complement_of_two(row + n - 2);
         } else {
-            high = ~(two_limbs(row[n - 1] + digit * d1, row[n - 2]) + limb_product(digit, d0) +
-                     high_limb(limb_product(digit, v[n - 3])));
+            // The complement of the sum is the difference from the complement.
+            high = complement_of_two(row + n - 2) - two_limbs(digit * d1, 0) - limb_product(digit, d0) -
+                   high_limb(limb_product(digit, v[n - 3]));
             add_row(row, v, digit, n);
         }
         if (j < kept) q[j] = digit;
@@ -246,35 +306,95 @@ constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m,
     return over ? 1 : 0;
 }
 
-/** The same for a divisor of two limbs, where the remainder stays in registers. */
-constexpr umint divide_by_two_limbs(umint* q, std::size_t kept, umint* w, std::size_t m, umint d1, umint d0) noexcept {
-    const umint2 divisor = two_limbs(d1, d0);
-    umint2 high = ~two_limbs(w[m - 1], w[m - 2]);
-    // There is no branch, because it would depend on the values in about one case of four.
-    const umint over = high >= divisor ? 1 : 0;
-    umint mask = umint{0} - over;
-    keep_scalar(mask);
-    high -= two_limbs(d1 & mask, d0 & mask);
-    const DigitEstimate estimate(d1, d0);
-    for (std::size_t j = m - 2; j-- > 0;) {
+/**
+ * A divisor of two limbs whose top bit is set, prepared for divisions in which the remainder stays in registers.
+ */
+struct TwoLimbDivisor {
+    umint d1, d0;
+    DigitEstimate estimate;
+
+    constexpr TwoLimbDivisor(umint high, umint low) noexcept : d1(high), d0(low), estimate(high, low) {}
+
+    /**
+     * Returns the 0 or 1 times that the divisor goes into `high`, which becomes the remainder. Without a branch, which
+     * would depend on the values in one case of four or so.
+     */
+    [[nodiscard]] constexpr umint reduce(umint2& high) const noexcept {
+        const umint over = high >= two_limbs(d1, d0) ? 1 : 0;
+        umint mask = umint{0} - over;
+        keep_scalar(mask);
+        high -= two_limbs(d1 & mask, d0 & mask);
+        return over;
+    }
+
+    /** floor((high 2^64 + next) / divisor); `high` becomes the remainder. Precondition: high is below the divisor. */
+    [[nodiscard]] constexpr umint divide(umint2& high, umint next) const noexcept {
         const umint2 found = estimate(high);
         umint digit = high_limb(found);
-        const umint2 low = two_limbs(low_limb(high), ~w[j]), product = limb_product(digit, d0);
+        const umint2 low = two_limbs(low_limb(high), next), product = limb_product(digit, d0);
         const umint above = high_limb(high);
         high = low - product - two_limbs(digit * d1, 0);
         if (low_limb(found) >= umint{0} - estimate_error) [[unlikely]] {
             const umint2 upper = limb_product(digit, d1) + high_limb(product);
             const umint borrow = low < two_limbs(low_limb(upper), low_limb(product)) ? 1 : 0;
+            const umint2 divisor = two_limbs(d1, d0);
             if (above - high_limb(upper) != borrow || high >= divisor) {
                 ++digit;
                 high -= divisor;
             }
         }
+        return digit;
+    }
+};
+
+/** divide_rows for a divisor of two limbs. */
+constexpr umint divide_by_two_limbs(umint* q, std::size_t kept, umint* w, std::size_t m, umint d1, umint d0) noexcept {
+    const TwoLimbDivisor divisor(d1, d0);
+    umint2 high = complement_of_two(w + m - 2);
+    const umint over = divisor.reduce(high);
+    for (std::size_t j = m - 2; j-- > 0;) {
+        const umint digit = divisor.divide(high, ~w[j]);
         if (j < kept) q[j] = digit;
     }
     w[0] = ~low_limb(high);
     w[1] = ~high_limb(high);
     return over;
+}
+
+/**
+ * Quotient and remainder of four limbs by d = (d1, d0), d1 != 0: the operands are few enough for registers. q and r may
+ * be a.
+ */
+constexpr void divide_four_by_two(umint* q, umint* r, const umint* a, umint d1, umint d0) noexcept {
+    umint u0 = a[0], u1 = a[1], u2 = a[2], u3 = a[3], u4 = 0;
+    const mint s = math_count_leading_zeros(d1);
+    if (s != 0) {
+        u4 = u3 >> (MINT_BITS - s);
+        u3 = u3 << s | u2 >> (MINT_BITS - s);
+        u2 = u2 << s | u1 >> (MINT_BITS - s);
+        u1 = u1 << s | u0 >> (MINT_BITS - s);
+        u0 <<= s;
+        d1 = d1 << s | d0 >> (MINT_BITS - s);
+        d0 <<= s;
+    }
+    const TwoLimbDivisor divisor(d1, d0);
+    umint2 high = two_limbs(u3, u2);
+    umint top = 0;
+    if (u4 == 0) {
+        top = divisor.reduce(high);
+    } else {
+        high = two_limbs(u4, u3);  // below the divisor, whose top limb has its top bit set
+        top = divisor.divide(high, u2);
+    }
+    q[1] = divisor.divide(high, u1);
+    q[0] = divisor.divide(high, u0);
+    q[2] = top;
+    q[3] = 0;
+    high >>= s;
+    r[0] = low_limb(high);
+    r[1] = high_limb(high);
+    r[2] = 0;
+    r[3] = 0;
 }
 
 /** The division that fits the divisor and the level in force. */

@@ -1,16 +1,19 @@
 /**
  * @file   vector_shift.h
- * @brief  Shifts of limb arrays by a count that the compiler does not know, two limbs at a time.
+ * @brief  Shifts of limb arrays by a count that the compiler does not know, two limbs at a time, or eight.
  *
  * One pass shifts by bits and by whole limbs. The limbs are copied next to as many zeros, and are read again from a
  * place that is whole pairs of limbs away. Vector shifts then move bits from each pair to its neighbour. They return 0
  * for every count of 64 or more, and a negative count is read as a large unsigned one. No branch depends on the count.
+ *
+ * At the level ifma eight limbs fill a register, and one instruction moves them by any number of places, so nothing is
+ * copied. It is assembly, because the header of the intrinsics takes half a second of each compilation.
  */
 #pragma once
 
 #include <cstddef>
 
-#include "Shared/intx/intx_gcc.h"
+#include "Shared/intx/level.h"
 
 #if defined(__x86_64__)
 
@@ -77,6 +80,145 @@ inline void right_shift_pairs(umint* r, const umint* a, mint count) noexcept {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(r + 2 * i), _mm_or_si128(high, low));
         here = above;
     }
+}
+
+/** Places that a permutation takes its limbs from: it uses them modulo the number of limbs. */
+inline constexpr umint places[32] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15,
+                                     16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31};
+
+// The moved limbs are zmm2, and zmm3 above it; where the mask has a 0, so have they. The ones beside them go to zmm0
+// and zmm1, shifted the other way by the bits that are left of 64, which gives 0 for all 64.
+
+/** left_shift_pairs for n = 8 or 16. Call it only if level() is Level::ifma. */
+template <std::size_t n>
+inline void left_shift_eights(umint* r, const umint* a, mint count) noexcept {
+    static_assert(n == 8 || n == 16);
+    const mint moved = count / MINT_BITS, bits = count % MINT_BITS, rest = MINT_BITS - bits;
+    const umint* const place = places + (static_cast<mint>(n) - moved);
+    const unsigned mask = 0xFFFFU << moved;
+    if constexpr (n == 8) {
+        __asm__ volatile(
+            "vmovdqu64 (%[place]), %%zmm2\n\t"
+            "kmovw %[mask], %%k1\n\t"
+            "vpermq (%[a]), %%zmm2, %%zmm2%{%%k1%}%{z%}\n\t"
+            "vpxor %%xmm1, %%xmm1, %%xmm1\n\t"
+            "vmovq %[bits], %%xmm4\n\t"
+            "vmovq %[rest], %%xmm5\n\t"
+            "valignq $7, %%zmm1, %%zmm2, %%zmm0\n\t"
+            "vpsllq %%xmm4, %%zmm2, %%zmm2\n\t"
+            "vpsrlq %%xmm5, %%zmm0, %%zmm0\n\t"
+            "vporq %%zmm0, %%zmm2, %%zmm2\n\t"
+            "vmovdqu64 %%zmm2, (%[r])\n\t"
+            "vzeroupper"
+            :
+            : [r] "r"(r), [a] "r"(a), [place] "r"(place), [mask] "r"(mask), [bits] "r"(bits), [rest] "r"(rest)
+            : "xmm0", "xmm1", "xmm2", "xmm4", "xmm5", "memory");
+    } else {
+        __asm__ volatile(
+            "vmovdqu64 (%[a]), %%zmm0\n\t"
+            "vmovdqu64 (%[place]), %%zmm2\n\t"
+            "vmovdqu64 64(%[place]), %%zmm3\n\t"
+            "kmovw %[mask], %%k1\n\t"
+            "kmovw %[upper], %%k2\n\t"
+            "vpermi2q 64(%[a]), %%zmm0, %%zmm2%{%%k1%}%{z%}\n\t"
+            "vpermi2q 64(%[a]), %%zmm0, %%zmm3%{%%k2%}%{z%}\n\t"
+            "vpxor %%xmm4, %%xmm4, %%xmm4\n\t"
+            "valignq $7, %%zmm4, %%zmm2, %%zmm0\n\t"
+            "valignq $7, %%zmm2, %%zmm3, %%zmm1\n\t"
+            "vmovq %[bits], %%xmm4\n\t"
+            "vmovq %[rest], %%xmm5\n\t"
+            "vpsllq %%xmm4, %%zmm2, %%zmm2\n\t"
+            "vpsllq %%xmm4, %%zmm3, %%zmm3\n\t"
+            "vpsrlq %%xmm5, %%zmm0, %%zmm0\n\t"
+            "vpsrlq %%xmm5, %%zmm1, %%zmm1\n\t"
+            "vporq %%zmm0, %%zmm2, %%zmm2\n\t"
+            "vporq %%zmm1, %%zmm3, %%zmm3\n\t"
+            "vmovdqu64 %%zmm2, (%[r])\n\t"
+            "vmovdqu64 %%zmm3, 64(%[r])\n\t"
+            "vzeroupper"
+            :
+            : [r] "r"(r), [a] "r"(a), [place] "r"(place), [mask] "r"(mask), [upper] "r"(mask >> 8), [bits] "r"(bits),
+              [rest] "r"(rest)
+            : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "memory");
+    }
+}
+
+/** right_shift_pairs, likewise. */
+template <std::size_t n>
+inline void right_shift_eights(umint* r, const umint* a, mint count) noexcept {
+    static_assert(n == 8 || n == 16);
+    const mint moved = count / MINT_BITS, bits = count % MINT_BITS, rest = MINT_BITS - bits;
+    const umint* const place = places + moved;
+    const unsigned mask = ((1U << n) - 1) >> moved;
+    if constexpr (n == 8) {
+        __asm__ volatile(
+            "vmovdqu64 (%[place]), %%zmm2\n\t"
+            "kmovw %[mask], %%k1\n\t"
+            "vpermq (%[a]), %%zmm2, %%zmm2%{%%k1%}%{z%}\n\t"
+            "vpxor %%xmm1, %%xmm1, %%xmm1\n\t"
+            "vmovq %[bits], %%xmm4\n\t"
+            "vmovq %[rest], %%xmm5\n\t"
+            "valignq $1, %%zmm2, %%zmm1, %%zmm0\n\t"
+            "vpsrlq %%xmm4, %%zmm2, %%zmm2\n\t"
+            "vpsllq %%xmm5, %%zmm0, %%zmm0\n\t"
+            "vporq %%zmm0, %%zmm2, %%zmm2\n\t"
+            "vmovdqu64 %%zmm2, (%[r])\n\t"
+            "vzeroupper"
+            :
+            : [r] "r"(r), [a] "r"(a), [place] "r"(place), [mask] "r"(mask), [bits] "r"(bits), [rest] "r"(rest)
+            : "xmm0", "xmm1", "xmm2", "xmm4", "xmm5", "memory");
+    } else {
+        __asm__ volatile(
+            "vmovdqu64 (%[a]), %%zmm0\n\t"
+            "vmovdqu64 (%[place]), %%zmm2\n\t"
+            "vmovdqu64 64(%[place]), %%zmm3\n\t"
+            "kmovw %[mask], %%k1\n\t"
+            "kmovw %[upper], %%k2\n\t"
+            "vpermi2q 64(%[a]), %%zmm0, %%zmm2%{%%k1%}%{z%}\n\t"
+            "vpermi2q 64(%[a]), %%zmm0, %%zmm3%{%%k2%}%{z%}\n\t"
+            "vpxor %%xmm4, %%xmm4, %%xmm4\n\t"
+            "valignq $1, %%zmm2, %%zmm3, %%zmm0\n\t"
+            "valignq $1, %%zmm3, %%zmm4, %%zmm1\n\t"
+            "vmovq %[bits], %%xmm4\n\t"
+            "vmovq %[rest], %%xmm5\n\t"
+            "vpsrlq %%xmm4, %%zmm2, %%zmm2\n\t"
+            "vpsrlq %%xmm4, %%zmm3, %%zmm3\n\t"
+            "vpsllq %%xmm5, %%zmm0, %%zmm0\n\t"
+            "vpsllq %%xmm5, %%zmm1, %%zmm1\n\t"
+            "vporq %%zmm0, %%zmm2, %%zmm2\n\t"
+            "vporq %%zmm1, %%zmm3, %%zmm3\n\t"
+            "vmovdqu64 %%zmm2, (%[r])\n\t"
+            "vmovdqu64 %%zmm3, 64(%[r])\n\t"
+            "vzeroupper"
+            :
+            : [r] "r"(r), [a] "r"(a), [place] "r"(place), [mask] "r"(mask), [upper] "r"(mask >> 8), [bits] "r"(bits),
+              [rest] "r"(rest)
+            : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "memory");
+    }
+}
+
+/** r = a << count by the form for the level in force. Preconditions: n even, 0 <= count < 64 n. r may be a. */
+template <std::size_t n>
+inline void left_shift_limbs(umint* r, const umint* a, mint count) noexcept {
+    if constexpr (n >= 8) {
+        if (level() >= Level::ifma) {
+            left_shift_eights<n>(r, a, count);
+            return;
+        }
+    }
+    left_shift_pairs<n>(r, a, count);
+}
+
+/** r = a >> count, likewise. */
+template <std::size_t n>
+inline void right_shift_limbs(umint* r, const umint* a, mint count) noexcept {
+    if constexpr (n >= 8) {
+        if (level() >= Level::ifma) {
+            right_shift_eights<n>(r, a, count);
+            return;
+        }
+    }
+    right_shift_pairs<n>(r, a, count);
 }
 
 }  // namespace kesh::detail

@@ -27,8 +27,8 @@ std::uint64_t usual_sets_of() {
 /** The number of sets of operands in the tests named Long_. */
 constexpr std::uint64_t long_sets = 10'000'000;
 
-/** The engine has forms for two levels; the vectors of the third serve the primality tests only. */
-inline constexpr Level engine_levels[] = {Level::portable, Level::adx};
+/** The engine has forms for all levels. */
+inline constexpr Level engine_levels[] = {Level::portable, Level::adx, Level::ifma};
 
 /** Forces the level, or the highest one of a processor that lacks it. */
 inline void at_level(Level wanted) {
@@ -39,7 +39,7 @@ template <engine_word T, class Check>
 void run_random(std::uint64_t sets, Check check) {
     OperandSource source(seed + sets + static_cast<std::uint64_t>(width_v<T>));
     for (std::uint64_t i = 0; i < sets; ++i) {
-        at_level(engine_levels[i % 2]);
+        at_level(engine_levels[i % 3]);
         const Verdict v = check(source.set<T>());
         ASSERT_TRUE(v.empty()) << v << " at level " << name(level());
     }
@@ -57,7 +57,7 @@ void run_hard_cases(Check check) {
             if (pair++ % stride != 0) continue;
             const umint limb = limbs_of(y)[0];
             const T& other = cases[static_cast<std::size_t>(count) % cases.size()];
-            at_level(engine_levels[count % 2]);
+            at_level(engine_levels[count % 3]);
             for (const Operands<T>& s : {Operands<T>{x, y, y, x, limb, count % (width_v<T> + 2), 0},
                                          Operands<T>{other, x, x, y, limb, count % (width_v<T> + 2), 1}}) {
                 const Verdict v = check(s);
