@@ -13,7 +13,7 @@ KESH_DIFFERENTIAL_TESTS(Shifts, AllWords, check_shifts)
 
 template <class T>
 class ShiftsOnEveryLevel : public ::testing::Test {};
-TYPED_TEST_SUITE(ShiftsOnEveryLevel, wide_words, width_names);
+TYPED_TEST_SUITE(ShiftsOnEveryLevel, WideWords, WidthNames);
 
 TYPED_TEST(ShiftsOnEveryLevel, HaveTheBitsOfTheReferenceFormForEveryCount) {
     using T = TypeParam;

@@ -622,6 +622,16 @@ constexpr void divide_by_limbs(const T& lo, const T* hi, const T& d, T& q, T& r)
 template <engine_word T>
 constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r) noexcept {
     if constexpr (wide_word<T>) {
+        if constexpr (T::limbs == 2) {
+            if (d.limb[1] != 0) {
+                const umint n[4] = {lo.limb[0], lo.limb[1], hi.limb[0], hi.limb[1]};
+                umint quotient[4] = {}, remainder[4] = {};
+                detail::divide_four_by_two(quotient, remainder, n, d.limb[1], d.limb[0]);
+                detail::store_two_limbs(q.limb, quotient[0], quotient[1]);
+                detail::store_two_limbs(r.limb, remainder[0], remainder[1]);
+                return;
+            }
+        }
         if (!detail::is_one_limb<T::limbs>(d.limb)) {
             detail::divide_by_limbs(lo, &hi, d, q, r);
             return;

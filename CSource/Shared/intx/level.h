@@ -65,15 +65,24 @@ inline constinit std::atomic<int> level_supported{-1}, level_in_force{-1};
     return found;
 }
 
+namespace detail {
+
+/** level() on its first call. Out of line: the rest of level() is a load and a comparison in every product. */
+[[gnu::noinline, gnu::cold]] inline Level first_level() noexcept {
+    const Level found = supported_level();
+    int none = -1;  // does not overwrite a level that force() has set in the meantime
+    level_in_force.compare_exchange_strong(none, static_cast<int>(found), std::memory_order_relaxed);
+    return none < 0 ? found : static_cast<Level>(none);
+}
+
+}  // namespace detail
+
 /** The current level: supported_level() unless force() changed it. */
-[[nodiscard]] inline Level level() noexcept {
+[[nodiscard, gnu::always_inline]] inline Level level() noexcept {
     const int known = detail::level_in_force.load(std::memory_order_relaxed);
     if (known >= 0) [[likely]]
         return static_cast<Level>(known);
-    const Level found = supported_level();
-    int none = -1;  // does not overwrite a level that force() has set in the meantime
-    detail::level_in_force.compare_exchange_strong(none, static_cast<int>(found), std::memory_order_relaxed);
-    return none < 0 ? found : static_cast<Level>(none);
+    return detail::first_level();
 }
 
 /**

@@ -214,7 +214,7 @@ inline constexpr umint estimate_error = 64;
 struct DigitEstimate {
     umint v1 = 0, v0 = 0;
 
-    constexpr DigitEstimate(umint d1, umint d0) noexcept {
+    [[gnu::always_inline]] constexpr DigitEstimate(umint d1, umint d0) noexcept {
         umint v = 0, rest = 0;  // x = B + v
         const umint above = d1 + 1;
         if (above != 0) divide_two_by_one(~umint{0}, ~above, above, v, rest);
@@ -233,7 +233,7 @@ struct DigitEstimate {
      * of the last: what v1 and v0 lack, and the limbs of remainder and divisor that are left out, 4, and the product's
      * own rounding, 3.
      */
-    [[nodiscard]] constexpr umint2 operator()(umint2 u) const noexcept {
+    [[nodiscard, gnu::always_inline]] constexpr umint2 operator()(umint2 u) const noexcept {
         const umint u1 = high_limb(u), u0 = low_limb(u);
         const umint2 small = static_cast<umint2>(high_limb(limb_product(u1, v0))) + high_limb(limb_product(u0, v1));
         return u + limb_product(u1, v1) + small;
@@ -276,7 +276,9 @@ constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m,
     if (over) add_row(w + j, v, 1, n);
     if (j == 0) return over ? 1 : 0;
 
-    const umint d1 = v[n - 1], d0 = v[n - 2];
+    umint d1 = v[n - 1], d0 = v[n - 2];
+    keep_scalar(d1);
+    keep_scalar(d0);
     const DigitEstimate estimate(d1, d0);
     umint2 high = complement_of_two(w + m - 2);  // the top of the remainder
     while (j-- > 0) {
@@ -307,19 +309,21 @@ constexpr umint divide_rows(umint* q, std::size_t kept, umint* w, std::size_t m,
 }
 
 /**
- * A divisor of two limbs whose top bit is set, prepared for divisions in which the remainder stays in registers.
+ * A divisor of two limbs whose top bit is set, prepared for divisions in which the remainder stays in registers. g++
+ * would leave the members out of line in large programs, and pass the remainder through memory.
  */
 struct TwoLimbDivisor {
     umint d1, d0;
     DigitEstimate estimate;
 
-    constexpr TwoLimbDivisor(umint high, umint low) noexcept : d1(high), d0(low), estimate(high, low) {}
+    [[gnu::always_inline]] constexpr TwoLimbDivisor(umint high, umint low) noexcept
+        : d1(high), d0(low), estimate(high, low) {}
 
     /**
      * Returns the 0 or 1 times that the divisor goes into `high`, which becomes the remainder. Without a branch, which
      * would depend on the values in one case of four or so.
      */
-    [[nodiscard]] constexpr umint reduce(umint2& high) const noexcept {
+    [[nodiscard, gnu::always_inline]] constexpr umint reduce(umint2& high) const noexcept {
         const umint over = high >= two_limbs(d1, d0) ? 1 : 0;
         umint mask = umint{0} - over;
         keep_scalar(mask);
@@ -328,7 +332,7 @@ struct TwoLimbDivisor {
     }
 
     /** floor((high 2^64 + next) / divisor); `high` becomes the remainder. Precondition: high is below the divisor. */
-    [[nodiscard]] constexpr umint divide(umint2& high, umint next) const noexcept {
+    [[nodiscard, gnu::always_inline]] constexpr umint divide(umint2& high, umint next) const noexcept {
         const umint2 found = estimate(high);
         umint digit = high_limb(found);
         const umint2 low = two_limbs(low_limb(high), next), product = limb_product(digit, d0);
@@ -400,10 +404,17 @@ constexpr void divide_four_by_two(umint* q, umint* r, const umint* a, umint d1, 
 /** The division that fits the divisor and the level in force. */
 constexpr umint divide_limbs(umint* q, std::size_t kept, umint* w, std::size_t m, const umint* v,
                              std::size_t n) noexcept {
-    if (n == 2) return divide_by_two_limbs(q, kept, w, m, v[1], v[0]);
+    if (n == 2) {
+        umint d1 = v[1], d0 = v[0];
+        keep_scalar(d1);
+        keep_scalar(d0);
+        return divide_by_two_limbs(q, kept, w, m, d1, d0);
+    }
 #if defined(__x86_64__)
     if (!std::is_constant_evaluated() && level() >= Level::adx)
-        return divide_rows(q, kept, w, m, v, n, add_product_row_adx);
+        return divide_rows(q, kept, w, m, v, n, [](umint* row, const umint* a, umint b, std::size_t length) {
+            return add_product_row_adx(row, a, b, length);
+        });
 #endif
     return divide_rows(q, kept, w, m, v, n, [](umint* row, const umint* a, umint b, std::size_t length) {
         return add_product_row(row, row, a, b, length);
