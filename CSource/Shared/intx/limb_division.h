@@ -173,16 +173,17 @@ constexpr umint divide_by_limb(umint* q, const umint* a, umint d, mint shift, um
 }
 
 /**
- * q[0 .. n-1] = a / d, returns the remainder. q may be a. Precondition: d != 0. Two limbs take two hardware divisions,
- * of which the first one has a small quotient; more limbs one, and two products for each limb.
+ * q[0 .. n-1] = a / d, returns the remainder. q may be a. Precondition: d != 0. Two limbs take one or two hardware
+ * divisions; more limbs take one, and two products for each limb.
  */
 template <std::size_t n>
 constexpr umint divide_by_limb(umint* q, const umint* a, umint d) noexcept {
     if constexpr (n == 2) {
         const umint low = a[0];
-        umint rest = 0;
-        divide_two_by_one(a[1], 0, d, q[1], rest);
+        umint rest = a[1], upper = 0;
+        if (rest >= d) divide_two_by_one(rest, 0, d, upper, rest);
         divide_two_by_one(low, rest, d, q[0], rest);
+        q[1] = upper;
         return rest;
     } else {
         const mint shift = math_count_leading_zeros(d);
