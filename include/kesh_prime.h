@@ -8,7 +8,8 @@
  * and no composite number is known that passes as prime.
  *
  * Every function may be called from any number of threads at once. The first call with a number of 2^64 or more builds
- * a table of a few megabytes (about a millisecond).
+ * a table of a few megabytes (about a millisecond), and the first searches for primes build another one, of which 128
+ * bits need less than 20 kilobytes, and 1024 bits up to 6 megabytes (up to 4 milliseconds).
  */
 #ifndef KESH_PRIME_H
 #define KESH_PRIME_H
