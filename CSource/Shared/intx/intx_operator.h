@@ -123,6 +123,11 @@ constexpr T& operator>>=(T& a, mint n) noexcept {
 }
 template <wide_word T>
 constexpr T operator>>(const T& a, mint n) noexcept {
+    if constexpr (T::limbs == 2) {
+        // In registers throughout, where a copy costs nothing.
+        T shifted(a);
+        return shifted >>= n;
+    }
     T shifted;
     if (std::is_constant_evaluated()) shifted = T(0);
     if (static_cast<umint>(n) < static_cast<umint>(T::bits))
