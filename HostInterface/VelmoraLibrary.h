@@ -21,7 +21,7 @@ typedef int64_t mint;
 typedef uint64_t umint;
 typedef int mbool;
 typedef double mreal;
-typedef struct {
+typedef struct mcomplex {
     mreal ri[2];
 } mcomplex;
 typedef int type_t;
