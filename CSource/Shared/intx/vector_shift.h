@@ -90,6 +90,17 @@ inline constexpr umint places[32] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10,
 // and zmm1, shifted the other way by the bits that are left of 64, which gives 0 for all 64. The result is stored in
 // pairs, as its readers load it: stored at once it was read four times as slowly in one of ten runs.
 
+// vzeroupper clears the upper parts of sixteen registers. A program that is compiled for AVX may keep values there, and
+// one that is compiled for AVX-512 also in the mask registers; other compilations have no names for those.
+#define KESH_FIRST_VECTORS                                                                                     \
+    "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10", "xmm11", "xmm12", \
+        "xmm13", "xmm14", "xmm15"
+#if defined(__AVX512F__)
+#define KESH_VECTOR_CLOBBERS KESH_FIRST_VECTORS, "k1", "k2"
+#else
+#define KESH_VECTOR_CLOBBERS KESH_FIRST_VECTORS
+#endif
+
 /** left_shift_pairs for n = 8 or 16. Call it only if level() is Level::ifma. */
 template <std::size_t n>
 inline void left_shift_eights(umint* r, const umint* a, mint count) noexcept {
@@ -116,7 +127,7 @@ inline void left_shift_eights(umint* r, const umint* a, mint count) noexcept {
             "vzeroupper"
             :
             : [r] "r"(r), [a] "r"(a), [place] "r"(place), [mask] "r"(mask), [bits] "r"(bits), [rest] "r"(rest)
-            : "xmm0", "xmm1", "xmm2", "xmm4", "xmm5", "memory");
+            : KESH_VECTOR_CLOBBERS, "memory");
     } else {
         __asm__ volatile(
             "vmovdqu64 (%[a]), %%zmm0\n\t"
@@ -149,7 +160,7 @@ inline void left_shift_eights(umint* r, const umint* a, mint count) noexcept {
             :
             : [r] "r"(r), [a] "r"(a), [place] "r"(place), [mask] "r"(mask), [upper] "r"(mask >> 8), [bits] "r"(bits),
               [rest] "r"(rest)
-            : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "memory");
+            : KESH_VECTOR_CLOBBERS, "memory");
     }
 }
 
@@ -179,7 +190,7 @@ inline void right_shift_eights(umint* r, const umint* a, mint count) noexcept {
             "vzeroupper"
             :
             : [r] "r"(r), [a] "r"(a), [place] "r"(place), [mask] "r"(mask), [bits] "r"(bits), [rest] "r"(rest)
-            : "xmm0", "xmm1", "xmm2", "xmm4", "xmm5", "memory");
+            : KESH_VECTOR_CLOBBERS, "memory");
     } else {
         __asm__ volatile(
             "vmovdqu64 (%[a]), %%zmm0\n\t"
@@ -212,9 +223,12 @@ inline void right_shift_eights(umint* r, const umint* a, mint count) noexcept {
             :
             : [r] "r"(r), [a] "r"(a), [place] "r"(place), [mask] "r"(mask), [upper] "r"(mask >> 8), [bits] "r"(bits),
               [rest] "r"(rest)
-            : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "memory");
+            : KESH_VECTOR_CLOBBERS, "memory");
     }
 }
+
+#undef KESH_VECTOR_CLOBBERS
+#undef KESH_FIRST_VECTORS
 
 /** r = a << count by the form for the level in force. Preconditions: n even, 0 <= count < 64 n. r may be a. */
 template <std::size_t n>
