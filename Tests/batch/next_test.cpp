@@ -34,7 +34,7 @@ std::optional<mpz_class> answer(Function function, const mpz_class& n, std::int6
     limbs in_place = given;
     EXPECT_EQ(function(in_place.data(), len, in_place.data()), code) << "result in place";
     EXPECT_EQ(in_place, code == KESH_DONE ? result : given);
-    if (code == KESH_DONE) return mpz_of(result.data(), len);
+    if (code == KESH_DONE) return mpz_of(result.data(), result.size());
     EXPECT_EQ(code, KESH_NO_PRIME);
     EXPECT_EQ(result, limbs(given.size(), 77));
     return std::nullopt;
@@ -165,8 +165,8 @@ TEST(NextPrime, WhereTheLanesGrow) {
 
 TEST(NextPrime, OfRandomNumbersOfEverySize) {
     std::mt19937_64 random(33);
-    for (const unsigned bits :
-         {21, 31, 33, 40, 48, 50, 63, 64, 65, 90, 127, 128, 129, 192, 256, 257, 384, 512, 700, 1000, 1023}) {
+    for (const unsigned bits : {21U,  31U,  33U,  40U,  48U,  50U,  63U,  64U,  65U,   90U,  127U,
+                                128U, 129U, 192U, 256U, 257U, 384U, 512U, 700U, 1000U, 1023U}) {
         const std::int64_t len = (bits + 63) / 64;
         for (unsigned i = 0; i < 2000 / bits + 2; ++i) {
             const mpz_class n = kesh::test::random_number(bits, random), p = by_gmp(n);
@@ -234,7 +234,7 @@ TEST(NextPrimes, EveryCountAndSize) {
             mpz_class p = n;
             for (std::int64_t i = 0; i < count && count > most * 3 / 4; ++i) {
                 p = by_gmp(p);
-                ASSERT_EQ(mpz_of(&w.primes[static_cast<std::size_t>(i * len)], len), p) << i;
+                ASSERT_EQ(mpz_of(&w.primes[static_cast<std::size_t>(i * len)], static_cast<std::size_t>(len)), p) << i;
             }
         }
     }

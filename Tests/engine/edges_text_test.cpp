@@ -124,8 +124,11 @@ constexpr bool computes_in_constant_expressions() {
            ((T(1) << (T::bits - 1)) >> (T::bits - 1)) == 1 &&
            static_cast<double>(T(3) << 70) == 3.0 * 1180591620717411303424.0;
 }
-static_assert(computes_in_constant_expressions<uintx_t<128>>() && computes_in_constant_expressions<uintx_t<256>>() &&
-              computes_in_constant_expressions<uintx_t<512>>() && computes_in_constant_expressions<uintx_t<1024>>());
+// One by one: clang++ limits the steps of one expression, and contracts make it longer.
+static_assert(computes_in_constant_expressions<uintx_t<128>>());
+static_assert(computes_in_constant_expressions<uintx_t<256>>());
+static_assert(computes_in_constant_expressions<uintx_t<512>>());
+static_assert(computes_in_constant_expressions<uintx_t<1024>>());
 
 template <class T>
 constexpr bool never_throws = noexcept(T(1) + T(1)) && noexcept(T(1) * T(1)) && noexcept(T(1) / T(1)) &&

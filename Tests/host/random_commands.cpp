@@ -89,8 +89,8 @@ class Generator {
         std::string text;
         const bool letters = one_in(2);
         for (std::size_t length = up_to(most); length > 0; --length) {
-            const auto byte = static_cast<char>(
-                letters ? " -_,.()[]{}'\"?+*/^0123456789aexPn\t\r\xc3\xa9"[random_() % 42] : random_());
+            const char byte = letters ? " -_,.()[]{}'\"?+*/^0123456789aexPn\t\r\xc3\xa9"[random_() % 42]
+                                      : static_cast<char>(random_());
             if (nul || byte != '\0') text += byte;
         }
         return text;

@@ -61,7 +61,7 @@ void expect_right(umint a, umint b, bool decided, const PrimeCounter& counter) {
 }
 
 TEST(SumCheck, ShortRangesAreDecidedByACount) {
-    for (const umint length : {0, 10, 600, 700, 800, 1000, 30'000, 90'000})
+    for (const umint length : {0UL, 10UL, 600UL, 700UL, 800UL, 1000UL, 30'000UL, 90'000UL})
         expect_right(base, base + length, true, count);
     std::mt19937_64 random(1);
     for (int i = 0; i < 1000; ++i) {

@@ -116,7 +116,7 @@ TYPED_TEST(Square, SquaresJustBelowPowersOf4) {
     // (2^k - 1)^2 begins with k - 1 ones. From k = 66 up math_isqrt returns an estimate there that is not the root.
     using T = TypeParam;
     for (unsigned k = 1; k <= static_cast<unsigned>(T::bits) / 2; ++k) {
-        for (unsigned distance : {1, 2, 3, 1000}) {
+        for (const unsigned distance : {1U, 2U, 3U, 1000U}) {
             if (power_of_2(k) <= distance) continue;
             const mpz_class root = power_of_2(k) - distance, square = root * root;
             T s;
