@@ -61,8 +61,8 @@ Verdict check_montgomery(const Operands<T>& s) {
     mpz_powm_ui(expected.get_mpz_t(), zb.get_mpz_t(), exponent, zm.get_mpz_t());
     KESH_AGREE(same(M.fromMontMod(M.pow(bbar, T(exponent))), as_word<T>(expected)), "pow");
     KESH_AGREE(same(M.fromMontMod(reference::pow(M, bbar, T(exponent))), as_word<T>(expected)), "reference::pow");
-    // Exponents of all lengths, now and then, because they take long.
-    if (exponent % 64 == 0) {
+    // Exponents of all lengths, for one set in 32, because they take long.
+    if (s.count % 32 == 0) {
         KESH_AGREE(same(M.pow(bbar, s.d), reference::pow(M, bbar, s.d)), "pow, long exponents");
     }
     return {};
