@@ -8,20 +8,15 @@
 #include <random>
 
 #include "HostKit/export_table.h"
-#include "HostKit/host_tables.h"
-#include "HostKit/library.h"
 #include "calls/arguments.h"
 #include "calls/call.h"
 #include "calls/pieces.h"
+#include "host/opened_library.h"
 
 namespace {
 
 using namespace kesh_host;
-
-const Library& library() {
-    static const Library opened(KESH_LIBRARY_PATH, library_data());
-    return opened;
-}
+using kesh::test::library;
 
 umint count(std::string_view name, umint a, umint b) {
     return static_cast<umint>(

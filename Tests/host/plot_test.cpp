@@ -9,8 +9,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "HostKit/host_tables.h"
-#include "HostKit/library.h"
+#include "host/opened_library.h"
 #include "plots/gnuplot.h"
 #include "plots/plot.h"
 #include "plots/plot_canvas.h"
@@ -19,12 +18,8 @@
 namespace {
 
 using namespace kesh_host;
+using kesh::test::library;
 using testing::HasSubstr;
-
-const Library& library() {
-    static const Library opened(KESH_LIBRARY_PATH, library_data());
-    return opened;
-}
 
 PlotJob job(unsigned points) {
     return {.library = library(), .points = points, .progress = [](double) {}, .stop = [] { return false; }};

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "primality/numbers.h"
+#include "support/widths.h"
 
 namespace {
 
@@ -15,9 +16,7 @@ using kesh::Jacobi;
 
 template <class T>
 class JacobiSymbol : public testing::Test {};
-using widths =
-    testing::Types<kesh::umint, kesh::uintx_t<128>, kesh::uintx_t<256>, kesh::uintx_t<512>, kesh::uintx_t<1024>>;
-TYPED_TEST_SUITE(JacobiSymbol, widths);
+TYPED_TEST_SUITE(JacobiSymbol, kesh::test::AllWords);
 
 TYPED_TEST(JacobiSymbol, AgreesWithGmpForAllSmallArguments) {
     using T = TypeParam;

@@ -9,6 +9,7 @@
 #include <primesieve.hpp>
 
 #include "primality/numbers.h"
+#include "support/widths.h"
 
 namespace {
 
@@ -133,8 +134,7 @@ TEST(Fastdiv2x1, ServesAsAModulusContext) {
 
 template <class T>
 class WideByLimb : public testing::Test {};
-using widths = testing::Types<kesh::uintx_t<128>, kesh::uintx_t<256>, kesh::uintx_t<512>, kesh::uintx_t<1024>>;
-TYPED_TEST_SUITE(WideByLimb, widths);
+TYPED_TEST_SUITE(WideByLimb, kesh::test::WideWords);
 
 TYPED_TEST(WideByLimb, QuotientRemainderAndProduct) {
     using T = TypeParam;

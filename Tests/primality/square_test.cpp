@@ -9,6 +9,7 @@
 #include "Prime/prime_testing.h"
 #include "Shared/jacobi.h"
 #include "primality/numbers.h"
+#include "support/widths.h"
 
 namespace {
 
@@ -42,8 +43,7 @@ TEST(SquareFilters, RejectExactlyTheNonResidues) {
 
 template <class T>
 class Square : public testing::Test {};
-using widths = testing::Types<kesh::uintx_t<128>, kesh::uintx_t<256>, kesh::uintx_t<512>, kesh::uintx_t<1024>>;
-TYPED_TEST_SUITE(Square, widths);
+TYPED_TEST_SUITE(Square, kesh::test::WideWords);
 
 TYPED_TEST(Square, DivisorIsPreparedAsStated) {
     using T = TypeParam;

@@ -7,6 +7,7 @@
 
 #include "Prime/prime_testing.h"
 #include "primality/numbers.h"
+#include "support/widths.h"
 
 namespace {
 
@@ -92,8 +93,7 @@ bool lucas_by_definition(const mpz_class& n, long D) {
 
 template <class T>
 class Lucas : public testing::Test {};
-using widths = testing::Types<kesh::uintx_t<128>, kesh::uintx_t<256>, kesh::uintx_t<512>, kesh::uintx_t<1024>>;
-TYPED_TEST_SUITE(Lucas, widths);
+TYPED_TEST_SUITE(Lucas, kesh::test::WideWords);
 
 TYPED_TEST(Lucas, ParametersAreSelfridges) {
     using T = TypeParam;

@@ -6,6 +6,7 @@
 
 #include "Prime/prime_testing.h"
 #include "primality/numbers.h"
+#include "support/widths.h"
 
 namespace {
 
@@ -14,8 +15,7 @@ using kesh::Level;
 
 template <class T>
 class Wide : public testing::Test {};
-using widths = testing::Types<kesh::uintx_t<128>, kesh::uintx_t<256>, kesh::uintx_t<512>, kesh::uintx_t<1024>>;
-TYPED_TEST_SUITE(Wide, widths);
+TYPED_TEST_SUITE(Wide, kesh::test::WideWords);
 
 /** The verdict by the public entry point, with the limb count of the value rounded up to a width. */
 bool kesh_says_prime(const mpz_class& n) {

@@ -7,18 +7,14 @@
 #include <primesieve.hpp>
 
 #include "sieve/plain_sieve.h"
+#include "sieve/value.h"
 #include "support/test_host.h"
 
 namespace {
 
 using kesh::test::call_integer;
 using kesh::test::plain_primes;
-
-mint value(const std::string& name, std::vector<mint> arguments) {
-    const auto call = call_integer(name, std::move(arguments));
-    EXPECT_EQ(call.code, LIBRARY_NO_ERROR) << name;
-    return call.result;
-}
+using kesh::test::value;
 
 /** Number of places in the plain list where one of the difference patterns of a k-tuplet begins, all within [a, b]. */
 mint plain_tuplets(uint64_t a, uint64_t b, const std::vector<std::vector<uint64_t>>& patterns) {

@@ -8,20 +8,16 @@
 #include <primesieve.hpp>
 
 #include "sieve/plain_sieve.h"
+#include "sieve/value.h"
 #include "support/test_host.h"
 
 namespace {
 
 using kesh::test::call_integer;
 using kesh::test::plain_primes;
+using kesh::test::value;
 
 constexpr mint largest_prime = -59;  // 2^64 - 59 as the host sees it
-
-mint value(const std::string& name, std::vector<mint> arguments) {
-    const auto call = call_integer(name, std::move(arguments));
-    EXPECT_EQ(call.code, LIBRARY_NO_ERROR) << name;
-    return call.result;
-}
 
 void expect_beyond_the_top(const std::string& name, std::vector<mint> arguments) {
     try {
