@@ -10,6 +10,7 @@
 
 #include "answers/remarks.h"
 #include "calls/arguments.h"
+#include "calls/countable_text.h"
 #include "calls/expression.h"
 #include "calls/sum_check.h"
 
@@ -106,6 +107,10 @@ Json to_json(const Outcome& outcome) {
                    {"pieces", outcome.pieces}};
     if (outcome.status == Status::exception || !outcome.exception_type.empty()) {
         object["exception"] = {{"type", outcome.exception_type}, {"text", outcome.exception_text}};
+    }
+    if (outcome.status == Status::error) {
+        if (const std::string why = why_not_countable(*outcome.entry, outcome.arguments); !why.empty())
+            object["reason"] = why;
     }
     if (outcome.task) object["task"] = to_json(*outcome.task);
     object["breaches"] = outcome.breaches;

@@ -12,6 +12,7 @@
 #include "HostKit/export_table.h"
 #include "answers/remarks.h"
 #include "calls/caller.h"
+#include "calls/countable_text.h"
 #include "terminal/duration.h"
 #include "terminal/layout.h"
 #include "terminal/terminal.h"
@@ -137,17 +138,23 @@ std::string failure_text(const Outcome& outcome, const Style& style) {
         case Status::error:
             break;
     }
+    const std::string why = why_not_countable(*outcome.entry, outcome.arguments);
+    const std::string reason = why.empty() ? "" : "       " + why + "\n";
     if (outcome.task && !outcome.task->running() && outcome.code == 0) {
         return outcome.task->failed
-                   ? fmt::format("{} {} failed: task {} reported \"Error\" with \"$Failed\"\n", style.red("error:"),
-                                 call, outcome.task->id)
+                   ? fmt::format("{} {} failed: task {} reported \"Error\" with \"$Failed\"\n{}", style.red("error:"),
+                                 call, outcome.task->id, reason)
                    : fmt::format(
                          "{} {} ended without a result: task {} was removed, and no value came with its events\n",
                          style.red("error:"), call, outcome.task->id);
     }
     return fmt::format(
-        "{} {} returned {}, {}\n       {}\n", style.red("error:"), call, outcome.code, error_name(outcome.code),
-        style.dim(wrapped(fmt::format("Errors of {}: {}.", outcome.entry->name, outcome.entry->errors), 100, 7)));
+        "{} {} returned {}, {}\n{}", style.red("error:"), call, outcome.code, error_name(outcome.code),
+        !why.empty()
+            ? reason
+            : fmt::format("       {}\n",
+                          style.dim(wrapped(
+                              fmt::format("Errors of {}: {}.", outcome.entry->name, outcome.entry->errors), 100, 7))));
 }
 
 }  // namespace kesh_host

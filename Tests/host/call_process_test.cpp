@@ -114,6 +114,26 @@ TEST(HostCall, WrongCountsReachTheLibraryOnlyUnchecked) {
     EXPECT_THAT(run.errors, HasSubstr("returned 6, LIBRARY_FUNCTION_ERROR"));
 }
 
+TEST(HostCall, ACountOfTextThatFailsSaysWhy) {
+    const std::string above = "x is above 3.0258 10^31, the largest x that can be counted.";
+    const std::pair<std::string, std::string> reasons[] = {
+        {"30258703151417745071150714585089", above},
+        {"10^39", above},
+        {"10^10^10", above},
+        {"no number", "The text cannot be read: a number is expected."},
+        {"(10^5", "The text cannot be read: a closing parenthesis is missing."},
+        {"5/0", "The text cannot be read: division by zero."},
+    };
+    for (const auto& [text, why] : reasons) {
+        const Finished run = run_host({"PrimeCount_ExprPrimePi", text});
+        EXPECT_EQ(run.code, 1);
+        EXPECT_EQ(run.errors, "error: PrimeCount_ExprPrimePi(" + text +
+                                  ") returned 6, LIBRARY_FUNCTION_ERROR\n       " + why + "\n");
+        EXPECT_EQ(json_of(run_host({"PrimeCount_ExprPrimePi", text, "--json"}))["reason"], why);
+        EXPECT_THAT(run_host({"PrimeCount_SubmitExprPrimePi", "new", text}).errors, HasSubstr("       " + why + "\n"));
+    }
+}
+
 TEST(HostCall, BadInputIsOneLine) {
     const std::vector<Arguments> inputs = {{"PrimeSieve_CountPrimes"},
                                            {"PrimeSieve_CountPrimes", "0", "x"},
