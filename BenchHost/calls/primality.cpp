@@ -105,6 +105,11 @@ Neighbour find_neighbour(const PrimalityTest& test, const cpp_int& n, bool upwar
     return result;
 }
 
+std::string no_neighbour_text(bool upwards, const std::string& number) {
+    return upwards ? fmt::format("there is no prime above {} within 1024 bits", number)
+                   : fmt::format("there is no prime below {}", number);
+}
+
 std::string test_name(unsigned bits) {
     if (bits <= 64) return "64-bit test, proven";
     return fmt::format("Baillie-PSW at {} bits", std::bit_ceil(bits));

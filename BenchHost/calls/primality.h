@@ -49,6 +49,9 @@ struct Neighbour {
 /** The smallest prime above n, or the largest below it; calls `stop` between candidates. */
 Neighbour find_neighbour(const PrimalityTest& test, const cpp_int& n, bool upwards, const std::function<bool()>& stop);
 
+/** "there is no prime below 2": for a walk that found none. */
+std::string no_neighbour_text(bool upwards, const std::string& number);
+
 /** How a number of that many bits is tested: "64-bit test, proven" or "Baillie-PSW at 512 bits". */
 std::string test_name(unsigned bits);
 

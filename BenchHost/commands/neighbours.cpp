@@ -25,7 +25,6 @@
 #include "terminal/progress_line.h"
 #include "terminal/progress_text.h"
 #include "terminal/stopwatch.h"
-#include "terminal/wording.h"
 
 namespace kesh_host {
 
@@ -91,8 +90,7 @@ int print_neighbours(const Library& library, const Request& request, bool upward
             if (found) object["prime"] = value;
             print(object.dump() + "\n");
         } else if (!found) {
-            print_error(
-                fmt::format("there is no prime {} {} within 1024 bits\n", upwards ? "above" : "below", words[i]));
+            print_error(no_neighbour_text(upwards, words[i]) + "\n");
         } else if (look.quiet) {
             print(value + "\n");
         } else {
@@ -173,8 +171,10 @@ int print_primes(Session& session, const Request& request) {
         return exit_code_when_stopped();
     }
     if (code == KESH_NO_PRIME) {
-        print_error(fmt::format("there {} only {} from {} on within 1024 bits\n", printed == 1 ? "is" : "are",
-                                counted(static_cast<std::size_t>(printed), "prime", "primes"), words[0]));
+        const std::string found = printed == 0   ? "is no prime"
+                                  : printed == 1 ? "is only 1 prime"
+                                                 : fmt::format("are only {} primes", printed);
+        print_error(fmt::format("there {} from {} on within 1024 bits\n", found, words[0]));
         return exit_call_failed;
     }
     return exit_ok;

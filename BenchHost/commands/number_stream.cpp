@@ -161,9 +161,7 @@ int walk_from_numbers(const NumberJob& job, const std::vector<std::string>& word
             print_error("stopped\n");
             return exit_code_when_stopped();
         }
-        if (!job.options.json)
-            print_error(
-                fmt::format("there is no prime {} {} within 1024 bits\n", upwards ? "above" : "below", words[i]));
+        if (!job.options.json) print_error(no_neighbour_text(upwards, words[i]) + "\n");
         code = exit_call_failed;
     }
     return code;

@@ -34,7 +34,7 @@ TEST(HostNeighbours, WhereThereIsNone) {
     EXPECT_EQ(none.code, 1);
     EXPECT_EQ(none.output, "11\n") << "the others are still printed";
     EXPECT_EQ(none.errors, "there is no prime above 2^1024-105 within 1024 bits\n");
-    EXPECT_THAT(run_host({"previous-prime", "2"}).errors, HasSubstr("there is no prime below 2"));
+    EXPECT_THAT(run_host({"previous-prime", "2"}).errors, "there is no prime below 2\n");
     EXPECT_EQ(json::parse(run_host({"previous-prime", "0", "--json"}).output)["status"], "none");
 }
 
@@ -55,8 +55,7 @@ TEST(HostNeighbours, PrimesEndAt1024Bits) {
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(std::count(run.output.begin(), run.output.end(), '\n'), 1);
     EXPECT_EQ(run.errors, "there is only 1 prime from 2^1024-105 on within 1024 bits\n");
-    EXPECT_EQ(run_host({"primes", "2^1024-1", "3"}).errors,
-              "there are only 0 primes from 2^1024-1 on within 1024 bits\n");
+    EXPECT_EQ(run_host({"primes", "2^1024-1", "3"}).errors, "there is no prime from 2^1024-1 on within 1024 bits\n");
 }
 
 TEST(HostNeighbours, BadInput) {
