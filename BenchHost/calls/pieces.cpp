@@ -193,8 +193,8 @@ bool worth_splitting(const Export& entry, const std::vector<ArgumentValue>& argu
     if (entry.parameters.size() == 1 && unsigned_value(arguments[0]) == 0) return false;
     const Range range = range_of(entry, arguments);
     if (entry.route == Route::sum_pieces && (range.begin == 0 || range.end == ~umint{0})) return false;
-    const umint smallest = entry.route == Route::sum_pieces ? smallest_split_sum : smallest_split_range;
-    return range.begin <= range.end && range.end - range.begin >= smallest;
+    const umint shortest = entry.route == Route::sum_pieces ? smallest_split_sum : smallest_split_range;
+    return range.begin <= range.end && range.end - range.begin >= shortest;
 }
 
 Outcome call_in_pieces(const Library& library, const Export& entry, const std::vector<ArgumentValue>& arguments,
