@@ -173,7 +173,7 @@ int print_primes(Session& session, const Request& request) {
     if (code == KESH_NO_PRIME) {
         const std::string found = printed == 0   ? "is no prime"
                                   : printed == 1 ? "is only 1 prime"
-                                                 : fmt::format("are only {} primes", printed);
+                                                 : fmt::format("are only {} primes", printed.load());
         print_error(fmt::format("there {} from {} on within 1024 bits\n", found, words[0]));
         return exit_call_failed;
     }
