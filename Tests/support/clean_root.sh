@@ -13,10 +13,11 @@ make_root() {
     # A suite that is newer than debootstrap is made like unstable.
     script=/usr/share/debootstrap/scripts/$suite
     [[ -e $script ]] || script=/usr/share/debootstrap/scripts/sid
-    rm -rf "$root"
+    rm -rf --one-file-system "$root"
     mkdir -p "$root"
     log=$root.log
-    debootstrap --variant=minbase "$suite" "$root" "$source" "$script" >"$log" 2>&1 || { tail -n 20 "$log" >&2; return 1; }
+    # In a mount namespace of its own: if it is interrupted, its /proc in the root is gone with it.
+    unshare --mount debootstrap --variant=minbase "$suite" "$root" "$source" "$script" >"$log" 2>&1 || { tail -n 20 "$log" >&2; return 1; }
     # The root uses this machine's package source and settings, without settings files that belong to packages: if the
     # suite's own package brings the same file, dpkg would stop to ask which version to keep. The copy of a suite that
     # still changes may be older than its index allows.
