@@ -212,6 +212,85 @@ inline void square4(umint* lo, umint* hi, const umint* a) noexcept {
     lo[0] = t0, lo[1] = t1, lo[2] = t2, lo[3] = t3, hi[0] = t4, hi[1] = t5, hi[2] = t6, hi[3] = t7;
 }
 
+// clang-format off: one instruction group a line
+
+/** The first row of the mixed products, a[0] times the seven limbs above it, in one chain. */
+#define KESH_FIRST_MIXED_STEP(offset, low, high) \
+    "mulx " #offset "(%[a]), %[lo], %[" #high    \
+    "]\n\t"                                      \
+    "adcq %[lo], %[" #low "]\n\t"
+
+/** Row i: rdx = a[i]. The two limbs below are finished after it. */
+#define KESH_MIXED_FACTOR(i) "movq 8*" #i "(%[a]), %%rdx\n\t" "xorl %k[lo], %k[lo]\n\t"
+#define KESH_STORE_MIXED(i, even, odd) "movq %[" #odd "], 16*" #i "+8(%[t])\n\t" "movq %[" #even "], 16*" #i "+16(%[t])\n\t"
+
+/** Limbs 2 i and 2 i + 1 of the square, at `offset` of z. */
+#define KESH_DIAGONAL_STEP(i, z, offset)    \
+    "movq 8*" #i "(%[a]), %%rdx\n\t"        \
+    "mulx %%rdx, %[lo], %[hi]\n\t"          \
+    "movq 16*" #i "(%[t]), %%rdx\n\t"       \
+    "adcx %%rdx, %%rdx\n\t"                 \
+    "adox %%rdx, %[lo]\n\t"                 \
+    "movq %[lo], " #offset "(%[" #z "])\n\t" \
+    "movq 16*" #i "+8(%[t]), %%rdx\n\t"     \
+    "adcx %%rdx, %%rdx\n\t"                 \
+    "adox %%rdx, %[hi]\n\t"                 \
+    "movq %[hi], 8+" #offset "(%[" #z "])\n\t"
+
+// clang-format on
+
+/**
+ * hi:lo = a^2, of eight limbs each: the 28 mixed products once, row by row, of which each leaves two limbs finished;
+ * then one chain doubles them while the other one adds the squares. lo and hi must not overlap a.
+ */
+[[gnu::noinline]] inline void square8(umint* lo, umint* hi, const umint* a) noexcept {
+    umint t[16];
+    t[0] = t[15] = 0;
+    umint t1, t2, t3, t4, t5, t6, t7, t8, low, high;
+    // clang-format off
+    __asm__ volatile(
+        "movq (%[a]), %%rdx\n\t"
+        "mulx 8(%[a]), %[t1], %[t2]\n\t"
+        "xorl %k[lo], %k[lo]\n\t"
+        KESH_FIRST_MIXED_STEP(16, t2, t3) KESH_FIRST_MIXED_STEP(24, t3, t4) KESH_FIRST_MIXED_STEP(32, t4, t5)
+        KESH_FIRST_MIXED_STEP(40, t5, t6) KESH_FIRST_MIXED_STEP(48, t6, t7) KESH_FIRST_MIXED_STEP(56, t7, t8)
+        "adcq $0, %[t8]\n\t"
+        KESH_STORE_MIXED(0, t2, t1)
+        KESH_MIXED_FACTOR(1)
+        KESH_MUL_STEP(a, 16, t3, t4) KESH_MUL_STEP(a, 24, t4, t5) KESH_MUL_STEP(a, 32, t5, t6)
+        KESH_MUL_STEP(a, 40, t6, t7) KESH_MUL_STEP(a, 48, t7, t8) KESH_LAST_MUL_STEP(a, 56, t8, t1)
+        KESH_STORE_MIXED(1, t4, t3)
+        KESH_MIXED_FACTOR(2)
+        KESH_MUL_STEP(a, 24, t5, t6) KESH_MUL_STEP(a, 32, t6, t7) KESH_MUL_STEP(a, 40, t7, t8)
+        KESH_MUL_STEP(a, 48, t8, t1) KESH_LAST_MUL_STEP(a, 56, t1, t2)
+        KESH_STORE_MIXED(2, t6, t5)
+        KESH_MIXED_FACTOR(3)
+        KESH_MUL_STEP(a, 32, t7, t8) KESH_MUL_STEP(a, 40, t8, t1) KESH_MUL_STEP(a, 48, t1, t2)
+        KESH_LAST_MUL_STEP(a, 56, t2, t3)
+        KESH_STORE_MIXED(3, t8, t7)
+        KESH_MIXED_FACTOR(4)
+        KESH_MUL_STEP(a, 40, t1, t2) KESH_MUL_STEP(a, 48, t2, t3) KESH_LAST_MUL_STEP(a, 56, t3, t4)
+        KESH_STORE_MIXED(4, t2, t1)
+        KESH_MIXED_FACTOR(5)
+        KESH_MUL_STEP(a, 48, t3, t4) KESH_LAST_MUL_STEP(a, 56, t4, t5)
+        KESH_STORE_MIXED(5, t4, t3)
+        KESH_MIXED_FACTOR(6)
+        KESH_LAST_MUL_STEP(a, 56, t5, t6)
+        KESH_STORE_MIXED(6, t6, t5)
+        : [t1] "=&r"(t1), [t2] "=&r"(t2), [t3] "=&r"(t3), [t4] "=&r"(t4), [t5] "=&r"(t5), [t6] "=&r"(t6),
+          [t7] "=&r"(t7), [t8] "=&r"(t8), [lo] "=&r"(low), [hi] "=&r"(high)
+        : [a] "r"(a), [t] "r"(t)
+        : "rdx", "cc", "memory");
+    __asm__ volatile(
+        "xorl %k[lo], %k[lo]\n\t"
+        KESH_DIAGONAL_STEP(0, zl, 0) KESH_DIAGONAL_STEP(1, zl, 16) KESH_DIAGONAL_STEP(2, zl, 32) KESH_DIAGONAL_STEP(3, zl, 48)
+        KESH_DIAGONAL_STEP(4, zh, 0) KESH_DIAGONAL_STEP(5, zh, 16) KESH_DIAGONAL_STEP(6, zh, 32) KESH_DIAGONAL_STEP(7, zh, 48)
+        : [lo] "=&r"(low), [hi] "=&r"(high)
+        : [a] "r"(a), [t] "r"(t), [zl] "r"(lo), [zh] "r"(hi)
+        : "rdx", "cc", "memory");
+    // clang-format on
+}
+
 /** r = a b R^(-1) mod m with R = 2^256. Precondition: a b < m R. r may be a or b. */
 inline void montgomery_product4(umint* r, const umint* a, const umint* b, const umint* m, umint k0) noexcept {
     umint t0 = 0, t1 = 0, t2 = 0, t3 = 0, t4 = 0, t5 = 0, low, high;
@@ -326,6 +405,33 @@ inline umint add_product_row_adx(umint* w, const umint* a, umint b, std::size_t 
 #undef KESH_ROW_PAIR8
 #undef KESH_ACCUMULATORS8
 #undef KESH_MEMORY_STEP
+#undef KESH_FIRST_MIXED_STEP
+#undef KESH_MIXED_FACTOR
+#undef KESH_STORE_MIXED
+#undef KESH_DIAGONAL_STEP
+
+/**
+ * r = a b + below, of four limbs; returns the limb above. r may be a. The sums take one chain of carries, and mulx
+ * leaves it alone; the results are registers, because the caller's next step often is a copy by wide loads.
+ */
+inline umint product_by_limb4(umint* r, const umint* a, umint b, umint below) noexcept {
+    umint r0, r1, r2, r3, high, top;
+    __asm__(
+        "mulx %[a0], %[r0], %[high]\n\t"
+        "mulx %[a1], %[r1], %[top]\n\t"
+        "addq %[below], %[r0]\n\t"
+        "adcq %[high], %[r1]\n\t"
+        "mulx %[a2], %[r2], %[high]\n\t"
+        "adcq %[top], %[r2]\n\t"
+        "mulx %[a3], %[r3], %[top]\n\t"
+        "adcq %[high], %[r3]\n\t"
+        "adcq $0, %[top]"
+        : [r0] "=&r"(r0), [r1] "=&r"(r1), [r2] "=&r"(r2), [r3] "=&r"(r3), [high] "=&r"(high), [top] "=&r"(top)
+        : [a0] "m"(a[0]), [a1] "m"(a[1]), [a2] "m"(a[2]), [a3] "m"(a[3]), "d"(b), [below] "r"(below)
+        : "cc");
+    r[0] = r0, r[1] = r1, r[2] = r2, r[3] = r3;
+    return top;
+}
 
 /** hi:lo = a b, of eight limbs each. lo and hi must not overlap a or b. */
 [[gnu::noinline]] inline void multiply8(umint* lo, umint* hi, const umint* a, const umint* b) noexcept {

@@ -354,8 +354,8 @@ namespace detail {
  */
 inline void square_by_halves(umint* lo, umint* hi, const umint* a) noexcept {
     umint cross[16];
-    multiply8(lo, lo + 8, a, a);
-    multiply8(hi, hi + 8, a + 8, a + 8);
+    square8(lo, lo + 8, a);
+    square8(hi, hi + 8, a + 8);
     multiply8(cross, cross + 8, a, a + 8);
     const umint top = shift_limbs_left(cross, cross, 16, 1);
     std::uint8_t carry = add_limbs<8>(lo + 8, lo + 8, cross);
@@ -372,9 +372,10 @@ inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
         math_mul(*a, *a, *lo, *hi);
     } else {
 #if defined(__x86_64__)
-        if constexpr (n == 4 || n == 16) {
+        if constexpr (n == 4 || n == 8 || n == 16) {
             if (level() >= Level::adx) {
                 if constexpr (n == 4) square4(lo, hi, a);
+                if constexpr (n == 8) square8(lo, hi, a);
                 if constexpr (n == 16) square_by_halves(lo, hi, a);
                 return;
             }
@@ -387,8 +388,8 @@ inline void full_square(umint* lo, umint* hi, const umint* a) noexcept {
 }  // namespace detail
 
 /**
- * hi * 2^N + lo = a * b exactly; the bits of the reference form, computed by straight-line code at run time, at 256
- * and 1024 bits by that for squares when both operands are one object. lo and hi must be other objects than a and b:
+ * hi * 2^N + lo = a * b exactly; the bits of the reference form, computed by straight-line code at run time, from 256
+ * bits up by that for squares when both operands are one object. lo and hi must be other objects than a and b:
  * the limbs of the result are stored while the operands are still read.
  */
 template <wide_word T>
@@ -396,7 +397,7 @@ constexpr void math_mul(const T& a, const T& b, T& lo, T& hi) noexcept {
     KESH_REQUIRE(&lo != &a && &lo != &b && &hi != &a && &hi != &b && &lo != &hi);
     if (std::is_constant_evaluated())
         reference::math_mul(a, b, lo, hi);
-    else if ((T::limbs == 4 || T::limbs == 16) && &a == &b)
+    else if (T::limbs >= 4 && &a == &b)
         detail::full_square<T::limbs>(lo.limb, hi.limb, a.limb);
     else
         detail::full_product<T::limbs>(lo.limb, hi.limb, a.limb, b.limb);
@@ -430,12 +431,23 @@ constexpr void math_mul(const T& a, const T& b, T& lo) noexcept {
  * a * b + c0 + cc * 2^64 = r + ret * 2^N + co * 2^(N+64), where ret is the returned limb: the pair (c0, cc) goes in at
  * the bottom and the pair (ret, co) comes out at the top in the same format, so that calls chain from low to high. cc
  * is 0 or 1; on a wide value co is always 0. r may alias a. Each limb is the low half of its product and the high half
- * of the one below, so that one chain of carries runs through all of them.
+ * of the one below, so that one chain of carries runs through all of them, or with BMI2 one through each four.
  */
 template <wide_word T>
 constexpr umint math_mul_ui(unsigned char cc, umint c0, const T& a, umint b, unsigned char& co, T& r) noexcept {
     KESH_REQUIRE(cc <= 1);
     co = 0;
+#if defined(__x86_64__)
+    if constexpr (T::limbs >= 4) {
+        if (!std::is_constant_evaluated() && cc == 0 && level() >= Level::adx) {
+            umint top = c0;
+#pragma GCC unroll 4
+            for (std::size_t at = 0; at < T::limbs; at += 4)
+                top = detail::product_by_limb4(r.limb + at, a.limb + at, b, top);
+            return top;
+        }
+    }
+#endif
     std::uint8_t carry = 0;
     umint below = c0, next = cc;  // the high half of a product is at most 2^64 - 2, so that cc fits on top of it
     constexpr std::size_t block = T::limbs < 4 ? T::limbs : 4;
@@ -627,11 +639,10 @@ constexpr void math_divmod_imp(const T& lo, const T& hi, const T& d, T& q, T& r)
     if constexpr (wide_word<T>) {
         if constexpr (T::limbs == 2) {
             if (d.limb[1] != 0) {
-                const umint n[4] = {lo.limb[0], lo.limb[1], hi.limb[0], hi.limb[1]};
-                umint quotient[4] = {}, remainder[4] = {};
-                detail::divide_four_by_two(quotient, remainder, n, d.limb[1], d.limb[0]);
-                detail::store_two_limbs(q.limb, quotient[0], quotient[1]);
-                detail::store_two_limbs(r.limb, remainder[0], remainder[1]);
+                const detail::QuotientOfFour found =
+                    detail::divide_four_by_two(hi.limb[1], hi.limb[0], lo.limb[1], lo.limb[0], d.limb[1], d.limb[0]);
+                detail::store_two_limbs(q.limb, found.q0, found.q1);
+                detail::store_two_limbs(r.limb, found.r0, found.r1);
                 return;
             }
         }
@@ -666,7 +677,12 @@ constexpr void math_divmod(const T& n, const T& d, T& q, T& r) noexcept {
         }
         if constexpr (T::limbs == 4) {
             if ((d.limb[2] | d.limb[3]) == 0 && d.limb[1] != 0) {
-                detail::divide_four_by_two(q.limb, r.limb, n.limb, d.limb[1], d.limb[0]);
+                const detail::QuotientOfFour found =
+                    detail::divide_four_by_two(n.limb[3], n.limb[2], n.limb[1], n.limb[0], d.limb[1], d.limb[0]);
+                detail::store_two_limbs(q.limb, found.q0, found.q1);
+                detail::store_two_limbs(q.limb + 2, found.q2, 0);
+                detail::store_two_limbs(r.limb, found.r0, found.r1);
+                detail::store_two_limbs(r.limb + 2, 0, 0);
                 return;
             }
         }

@@ -366,40 +366,43 @@ constexpr umint divide_by_two_limbs(umint* q, std::size_t kept, umint* w, std::s
     return over;
 }
 
+/** Quotient and remainder of four limbs by two. */
+struct QuotientOfFour {
+    umint q0, q1, q2, r0, r1;
+};
+
 /**
- * Quotient and remainder of four limbs by d = (d1, d0), d1 != 0: the operands are few enough for registers. q and r may
- * be a.
+ * (u3, u2, u1, u0) / (d1, d0), d1 != 0. By value and inlined: the operands are few enough for registers, and clang++
+ * stores pairs of limbs at once and reads them one by one.
  */
-constexpr void divide_four_by_two(umint* q, umint* r, const umint* a, umint d1, umint d0) noexcept {
-    umint u0 = a[0], u1 = a[1], u2 = a[2], u3 = a[3], u4 = 0;
+[[nodiscard, gnu::always_inline]] constexpr QuotientOfFour divide_four_by_two(umint u3, umint u2, umint u1, umint u0,
+                                                                              umint d1, umint d0) noexcept {
+    umint u4 = 0;
     const mint s = math_count_leading_zeros(d1);
     if (s != 0) {
-        u4 = u3 >> (MINT_BITS - s);
-        u3 = u3 << s | u2 >> (MINT_BITS - s);
-        u2 = u2 << s | u1 >> (MINT_BITS - s);
-        u1 = u1 << s | u0 >> (MINT_BITS - s);
+        // In a variable of its own, or clang++ combines the shifts in slow instructions, and runs them for s = 0, too.
+        auto back = static_cast<umint>(MINT_BITS - s);
+        keep_scalar(back);
+        u4 = u3 >> back;
+        u3 = u3 << s | u2 >> back;
+        u2 = u2 << s | u1 >> back;
+        u1 = u1 << s | u0 >> back;
         u0 <<= s;
-        d1 = d1 << s | d0 >> (MINT_BITS - s);
+        d1 = d1 << s | d0 >> back;
         d0 <<= s;
     }
     const TwoLimbDivisor divisor(d1, d0);
     umint2 high = two_limbs(u3, u2);
-    umint top = 0;
+    umint q2 = 0;
     if (u4 == 0) {
-        top = divisor.reduce(high);
+        q2 = divisor.reduce(high);
     } else {
         high = two_limbs(u4, u3);  // below the divisor, whose top limb has its top bit set
-        top = divisor.divide(high, u2);
+        q2 = divisor.divide(high, u2);
     }
-    q[1] = divisor.divide(high, u1);
-    q[0] = divisor.divide(high, u0);
-    q[2] = top;
-    q[3] = 0;
+    const umint q1 = divisor.divide(high, u1), q0 = divisor.divide(high, u0);
     high >>= s;
-    r[0] = low_limb(high);
-    r[1] = high_limb(high);
-    r[2] = 0;
-    r[3] = 0;
+    return {q0, q1, q2, low_limb(high), high_limb(high)};
 }
 
 /** The division that fits the divisor and the level in force. */
