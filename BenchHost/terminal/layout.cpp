@@ -49,9 +49,7 @@ std::string wrapped(const std::string& text, unsigned width, unsigned indent) {
     return result;
 }
 
-std::string fitted(const std::string& text, int fd) {
-    if (!is_terminal(fd)) return text;
-    const unsigned width = terminal_width(fd);
+std::string fitted_to_width(const std::string& text, unsigned width) {
     std::istringstream lines(text);
     std::string result;
     for (std::string line; std::getline(lines, line);) {
@@ -62,6 +60,10 @@ std::string fitted(const std::string& text, int fd) {
         result += '\n';
     }
     return result;
+}
+
+std::string fitted(const std::string& text, int fd) {
+    return is_terminal(fd) ? fitted_to_width(text, terminal_width(fd)) : text;
 }
 
 }  // namespace kesh_host

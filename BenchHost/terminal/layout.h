@@ -14,6 +14,9 @@ namespace kesh_host {
  */
 std::string wrapped(const std::string& text, unsigned width, unsigned indent);
 
+/** The text with its lines longer than `width` wrapped; their continuations have the indentation of their beginning. */
+std::string fitted_to_width(const std::string& text, unsigned width);
+
 /** If `fd` is a terminal, the text with its long lines wrapped; otherwise the unchanged text. */
 std::string fitted(const std::string& text, int fd);
 

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <random>
+#include <thread>
 
 #include "HostKit/export_table.h"
 #include "calls/arguments.h"
@@ -107,6 +109,18 @@ TEST(Pieces, StopBetweenPieces) {
         call_in_pieces(library(), entry, bind_arguments(entry, words, false), fraction, [] { return true; });
     EXPECT_EQ(stopped.status, Status::stopped);
     EXPECT_LT(fraction, 1);
+}
+
+TEST(Pieces, TheTimeIsThatOfAllPieces) {
+    const Export& entry = *find_export("PrimeSieve_NthPrime");
+    const std::vector<std::string> words = {"5*10^6"};
+    std::atomic<double> fraction = 0;
+    const Outcome pieces = call_in_pieces(library(), entry, bind_arguments(entry, words, false), fraction, [] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        return false;
+    });
+    EXPECT_GT(pieces.pieces, 1U);
+    EXPECT_GE(pieces.seconds, 0.02 * static_cast<double>(pieces.pieces));
 }
 
 }  // namespace

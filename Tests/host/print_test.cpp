@@ -23,6 +23,7 @@
 #include "calls/call.h"
 #include "calls/expression.h"
 #include "calls/sum_check.h"
+#include "terminal/layout.h"
 #include "terminal/terminal.h"
 
 namespace {
@@ -209,6 +210,15 @@ TEST(Print, LongTensorShortenedInTheMiddle) {
     EXPECT_THAT(whole, testing::AllOf(HasSubstr("1000500"), testing::Not(HasSubstr("more"))));
 }
 
+TEST(Print, AnyWidthHasRoomForAColumn) {
+    const std::vector<mint> values = {2, 3, 5, 7};
+    for (unsigned width = 1; width < 7; ++width) {
+        EXPECT_EQ(tensor_table(values, {.style = {}, .width = width, .quiet = false, .whole_tensors = false}),
+                  " 1:  2\n 2:  3\n 3:  5\n 4:  7\n")
+            << width;
+    }
+}
+
 TEST(Print, LeftOutElementsAreCountedRight) {
     std::vector<mint> values(1003);
     std::iota(values.begin(), values.end(), 0);
@@ -275,6 +285,19 @@ TEST(Print, TasksFitATerminal) {
     EXPECT_THAT(text, testing::AllOf(
                           HasSubstr("   1  done       100.0      3.21 s  PrimeCount_PrimePi(10^15)  29844570422669\n"),
                           HasSubstr("   2  created")));
+}
+
+TEST(Layout, LongLinesAreWrappedWithTheirIndentation) {
+    EXPECT_EQ(fitted_to_width("short\n  one two three four\n\nlast", 11),
+              "short\n  one two\n  three\n  four\n\nlast\n");
+    EXPECT_EQ(fitted_to_width("one two three", 13), "one two three\n") << "it fits exactly";
+    EXPECT_EQ(fitted_to_width("one two three", 12), "one two\nthree\n");
+    EXPECT_EQ(fitted_to_width("    unbreakable", 6), "    unbreakable\n");
+    // Escape sequences have no width, and a character of several bytes has one.
+    EXPECT_EQ(fitted_to_width("\033[1mone\033[0m \u03c0\u03c0 \u03c0", 8), "\033[1mone\033[0m \u03c0\u03c0 \u03c0\n");
+    EXPECT_EQ(fitted_to_width("\033[1mone\033[0m \u03c0\u03c0 \u03c0", 7), "\033[1mone\033[0m \u03c0\u03c0\n\u03c0\n");
+    EXPECT_EQ(fitted("no terminal here, and so a line of any length", -1),
+              "no terminal here, and so a line of any length");
 }
 
 }  // namespace

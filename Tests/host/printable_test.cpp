@@ -20,6 +20,8 @@ TEST(Printable, BytesThatAreNoUtf8AreWrittenOut) {
     EXPECT_EQ(printable("\xff"), "\\xff");
     EXPECT_EQ(printable("1\xc3"), "1\\xc3") << "cut off";
     EXPECT_EQ(printable("\xc3("), "\\xc3(") << "no continuation";
+    EXPECT_EQ(printable("\xe2\x82("), "\\xe2\\x82(") << "no second continuation";
+    EXPECT_EQ(printable("\xf0\x9f\x98("), "\\xf0\\x9f\\x98(") << "no third continuation";
     EXPECT_EQ(printable("\xc0\xaf"), "\\xc0\\xaf") << "overlong";
     EXPECT_EQ(printable("\xe0\x80\xaf"), "\\xe0\\x80\\xaf") << "overlong";
     EXPECT_EQ(printable("\xed\xa0\x80"), "\\xed\\xa0\\x80") << "a surrogate";

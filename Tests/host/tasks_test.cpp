@@ -8,8 +8,10 @@
 
 #include "HostKit/breaches.h"
 #include "HostKit/data_store.h"
+#include "HostKit/host.h"
 #include "HostKit/task.h"
 #include "HostKit/task_board.h"
+#include "answers/event_lines.h"
 
 namespace {
 
@@ -283,6 +285,39 @@ TEST_F(Tasks, BreachesReachTheListener) {
     board.remove(1);
     EXPECT_EQ(heard.size(), 1U);
     EXPECT_EQ(breaches.total(), 1U);
+}
+
+TEST(EventLines, NameTheTaskAndItsValue) {
+    const mint id = host().tasks.create();
+    ASSERT_TRUE(host().tasks.submit(id, "count primes", false));
+    const mint unknown = id + 1000;
+    const std::vector<Event> events = {{0.25, id, "Status", 12.5},      {0.5, id, "Status", 20.0},
+                                       {1.5, id, "Status", 99.0},       {2, id, "Result", mint{25}},
+                                       {3, id, "removed", {}},          {4, unknown, "Error", "$Failed"},
+                                       {5, unknown, "Status", mint{7}}, {6, unknown, "Result", {}}};
+    EventLines lines;
+    const std::string seldom = "[   0.250 s] task " + std::to_string(id) + " Status 12.50 %\n";
+    EXPECT_EQ(lines.text({events[0]}, true, {}), seldom);
+    EXPECT_EQ(lines.text(events, true, {}),
+              seldom + "[   0.500 s] task " + std::to_string(id) + " Status 20.00 %\n" +      //
+                  "[   1.500 s] task " + std::to_string(id) + " Status 99.00 %\n" +           //
+                  "[   2.000 s] task " + std::to_string(id) + " Result 25  count primes\n" +  //
+                  "[   3.000 s] task " + std::to_string(id) + " removed\n" +                  //
+                  "[   4.000 s] task " + std::to_string(unknown) + " Error \"$Failed\"\n" +   //
+                  "[   5.000 s] task " + std::to_string(unknown) + " Status 7 %\n" +          //
+                  "[   6.000 s] task " + std::to_string(unknown) + " Result (no value)\n");
+    // At most one Status a second for each task, the first half a second after its event at the earliest.
+    EventLines rare;
+    const std::string shown = rare.text({{0, id, "Status", 1.0},
+                                         {0.4, id, "Status", 2.0},
+                                         {0.6, id, "Status", 3.0},
+                                         {1.5, id, "Status", 4.0},
+                                         {1.7, id, "Status", 5.0},
+                                         {1.8, id, "removed", {}}},
+                                        false, {});
+    EXPECT_EQ(shown, "[   0.600 s] task " + std::to_string(id) + " Status 3.00 %\n" +  //
+                         "[   1.700 s] task " + std::to_string(id) + " Status 5.00 %\n");
+    host().tasks.remove(id);
 }
 
 }  // namespace
