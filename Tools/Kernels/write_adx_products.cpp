@@ -407,10 +407,20 @@ class Size {
             long_reduction();
     }
 
-    /** `carry`, 1, 0, -1 or -2, becomes the address of R - m, 0, m or 2 m. */
-    void choose(const std::string& carry) {
-        line("imulq $" + std::to_string(limb_size * n) + ", " + carry + ", " + carry);
-        line("leaq " + Array{"%rsi," + carry, part(Part::zero).first}[0] + ", " + carry);
+    /**
+     * R - m, 0, m or 2 m for `carry` = 1, 0, -1 or -2, which is multiplied by n. The next squaring waits for it, so
+     * that steps of one cycle replace the multiplication where there are not more than two.
+     */
+    [[nodiscard]] Array choose(const std::string& carry) {
+        int left = n, doublings = 0;
+        for (; left % 2 == 0; left /= 2) ++doublings;
+        if (left == 1 || left == 3 || left == 5 || left == 9) {
+            if (left > 1) line("leaq (" + carry + "," + carry + "," + std::to_string(left - 1) + "), " + carry);
+            if (doublings > 0) line("shlq $" + std::to_string(doublings) + ", " + carry);
+        } else {
+            line("imulq $" + std::to_string(n) + ", " + carry + ", " + carry);
+        }
+        return {"%rsi," + carry + "," + std::to_string(limb_size), part(Part::zero).first};
     }
 
     /**
@@ -423,7 +433,7 @@ class Size {
      */
     void finish(const Registers& sum, const std::string& carry) {
         const int in_memory = n - static_cast<int>(sum.size());
-        const Array chosen{carry}, complement{"%rbx"}, r{"%rdx"};
+        const Array complement{"%rbx"}, r{"%rdx"};
         const auto limb = [&](int j) { return j < in_memory ? "%rax" : sum[static_cast<std::size_t>(j - in_memory)]; };
         const auto each_limb = [&](const Array& to, auto action) {
             for (int j = 0; j < n; ++j) {
@@ -469,7 +479,7 @@ class Size {
         each_limb(finished, [&](int j) { line(j == 0 && low == 0 ? "addq" : "adcq", z[n + j], limb(j)); });
         line("adcq $0, " + carry);
         out_ << "3:\n";
-        choose(carry);
+        const Array chosen = choose(carry);
         line("movq", result_address, "%rdx");
         each_limb(r, [&](int j) { line(j == 0 ? "addq" : "adcq", chosen[j], limb(j)); });
     }
