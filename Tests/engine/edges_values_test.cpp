@@ -3,8 +3,14 @@
  * @brief  By hand: construction, widening, comparison, carries out, shift counts out of range, bit counts.
  */
 
+#include <fstream>
+#include <iterator>
 #include <limits>
+#include <set>
+#include <sstream>
+#include <string>
 
+#include "Shared/intx/level.h"
 #include "engine/edges.h"
 
 namespace kesh::test {
@@ -15,6 +21,28 @@ bool limbs_are(const T& a, umint lowest, umint others) {
     bool all = a.limb[0] == lowest;
     for (std::size_t i = 1; i < T::limbs; ++i) all = all && a.limb[i] == others;
     return all;
+}
+
+/** What the processor and the system have, as the kernel lists it. */
+std::set<std::string> processor_flags() {
+    std::ifstream file("/proc/cpuinfo");
+    for (std::string line; std::getline(file, line);) {
+        if (line.rfind("flags", 0) != 0) continue;
+        std::istringstream words(line.substr(line.find(':') + 1));
+        return {std::istream_iterator<std::string>(words), {}};
+    }
+    return {};
+}
+
+TEST(Level, IsThatOfTheProcessor) {
+    const std::set<std::string> flags = processor_flags();
+    if (flags.empty()) GTEST_SKIP() << "the system does not list the processor's flags";
+    const auto has = [&](auto... names) { return (flags.contains(names) && ...); };
+    const Level expected = !has("bmi2", "adx")                         ? Level::portable
+                           : !has("avx512f", "avx512dq", "avx512ifma") ? Level::adx
+                                                                       : Level::ifma;
+    EXPECT_EQ(supported_level(), expected) << name(supported_level());
+    EXPECT_EQ(detail::detect_level(), expected);
 }
 
 TYPED_TEST(WideEdges, MachineIntegersWiden) {

@@ -114,8 +114,9 @@ class Build:
                         "-DCMAKE_BUILD_TYPE=Release", "-DKESH_TEST_SOURCES_APART=ON", "-DCMAKE_CXX_COMPILER_LAUNCHER=" + launcher], check=True,
                        stdout=subprocess.DEVNULL)
         names = sorted({name for path in paths for name in programs_for(path)})
+        # With a base directory, ccache writes other paths into an object than the compiler: no object would be the same.
         subprocess.run(["ninja", "-C", self.build, "-j", str(jobs), "VelmoraKesh", HOST, *names], check=True,
-                       stdout=subprocess.DEVNULL)
+                       stdout=subprocess.DEVNULL, env=dict(os.environ, CCACHE_BASEDIR=""))
         self.programs = {name: Program(self.build, name) for name in names}
         self.links = {target: subprocess.run(["ninja", "-C", self.build, "-t", "commands", target], check=True, text=True,
                                              stdout=subprocess.PIPE).stdout.strip().splitlines()[-1]
