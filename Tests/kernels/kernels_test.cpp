@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <tuple>
 #include <type_traits>
 
@@ -27,6 +29,29 @@ template <int n_, Level level_>
 struct Case {
     static constexpr int n = n_;
     static constexpr Level level = level_;
+};
+
+/** A result of n limbs with one behind it that no kernel may write. */
+template <int n>
+class Result {
+  public:
+    umint* data() {
+        return limbs_.data();
+    }
+    operator Limbs<n>() const {
+        EXPECT_EQ(limbs_[n], guard) << "written behind the result";
+        Limbs<n> value;
+        std::copy_n(limbs_.begin(), n, value.begin());
+        return value;
+    }
+
+  private:
+    static constexpr umint guard = 0x5AFE5AFE5AFE5AFE;
+    std::array<umint, n + 1> limbs_ = [] {
+        std::array<umint, n + 1> limbs{};
+        limbs[n] = guard;
+        return limbs;
+    }();
 };
 
 /** The bodies of the tests, which are compiled once for all levels. */
@@ -122,11 +147,11 @@ void KernelsOf<n>::check_products() {
         const mpz_class m = to_mpz(limbs);
         const Modulus<n> modulus(limbs.data());
         const Limbs<n> a = random.template residue<n>(m), b = random.template residue<n>(m);
-        Limbs<n> product{}, square{};
+        Result<n> product, square;
         mont_mul<n>(product.data(), a.data(), b.data(), modulus);
         mont_sqr<n>(square.data(), a.data(), modulus);
         // The residue below m whose product with R is a b: the only one, as R is prime to m.
-        const mpz_class x = to_mpz(a), y = to_mpz(b), p = to_mpz(product), s = to_mpz(square);
+        const mpz_class x = to_mpz(a), y = to_mpz(b), p = to_mpz<n>(product), s = to_mpz<n>(square);
         ASSERT_LT(p, m) << x << " * " << y << " mod " << m;
         ASSERT_LT(s, m) << x << "^2 mod " << m;
         ASSERT_EQ(p * r % m, x * y % m) << x << " * " << y << " mod " << m;
@@ -175,11 +200,11 @@ void KernelsOf<n>::check_power() {
         const Modulus<n> modulus(limbs.data());
         Limbs<n> e = random.template limbs<n>();
         if (i < 8) e = from_mpz<n>(mpz_class(i));
-        Limbs<n> x{};
+        Result<n> x;
         pow2<n>(x.data(), e.data(), modulus);
         mpz_class expected;
         mpz_powm(expected.get_mpz_t(), mpz_class(2).get_mpz_t(), to_mpz(e).get_mpz_t(), m.get_mpz_t());
-        ASSERT_EQ(to_mpz(x), expected * radix() % m) << "2^" << to_mpz(e) << " mod " << m;
+        ASSERT_EQ(to_mpz<n>(x), expected * radix() % m) << "2^" << to_mpz(e) << " mod " << m;
     }
 }
 
@@ -197,7 +222,7 @@ void KernelsOf<n>::check_ladder() {
         Limbs<n> e = random.template limbs<n>();
         if (i < 8) e = from_mpz<n>(mpz_class(i));
         if (e == Limbs<n>{}) e[0] = 1;
-        Limbs<n> l{}, h{};
+        Result<n> l, h;
         lucas_ladder<n>(l.data(), h.data(), a.data(), e.data(), modulus);
 
         const mpz_class exponent = to_mpz(e);
@@ -213,8 +238,9 @@ void KernelsOf<n>::check_ladder() {
                 low = middle;
             }
         }
-        ASSERT_EQ(to_mpz(l), low * radix() % m) << "V(" << exponent << ") of (" << parameter << ", 1) mod " << m;
-        ASSERT_EQ(to_mpz(h), high * radix() % m) << "V(" << exponent << " + 1) of (" << parameter << ", 1) mod " << m;
+        ASSERT_EQ(to_mpz<n>(l), low * radix() % m) << "V(" << exponent << ") of (" << parameter << ", 1) mod " << m;
+        ASSERT_EQ(to_mpz<n>(h), high * radix() % m)
+            << "V(" << exponent << " + 1) of (" << parameter << ", 1) mod " << m;
     }
 }
 
