@@ -23,10 +23,10 @@ TEST(Faults, EveryCallOrOneCall) {
     EXPECT_TRUE(plan.any());
     EXPECT_TRUE(plan.planned("MTensor_new"));
     EXPECT_FALSE(plan.planned("AbortQ"));
-    EXPECT_EQ(plan.on_call("MTensor_new")->code, 5);
-    EXPECT_EQ(plan.on_call("MTensor_new")->code, 5);
+    EXPECT_EQ(plan.on_call("MTensor_new").value().code, 5);
+    EXPECT_EQ(plan.on_call("MTensor_new").value().code, 5);
     EXPECT_FALSE(plan.on_call("createDataStore"));
-    EXPECT_EQ(plan.on_call("createDataStore")->kind, Fault::Kind::null);
+    EXPECT_EQ(plan.on_call("createDataStore").value().kind, Fault::Kind::null);
     EXPECT_FALSE(plan.on_call("createDataStore"));
     plan.clear();
     EXPECT_FALSE(plan.on_call("MTensor_new"));
@@ -37,11 +37,11 @@ TEST(Faults, EveryWayToFail) {
     plan.add("AbortQ=throw-int");
     plan.add("UTF8String_disown=slow@3");
     plan.add("removeAsynchronousTask=throw");
-    EXPECT_EQ(plan.on_call("AbortQ")->kind, Fault::Kind::other_exception);
+    EXPECT_EQ(plan.on_call("AbortQ").value().kind, Fault::Kind::other_exception);
     EXPECT_FALSE(plan.on_call("UTF8String_disown"));
     EXPECT_FALSE(plan.on_call("UTF8String_disown"));
-    EXPECT_EQ(plan.on_call("UTF8String_disown")->kind, Fault::Kind::delay);
-    EXPECT_EQ(plan.on_call("removeAsynchronousTask")->kind, Fault::Kind::exception);
+    EXPECT_EQ(plan.on_call("UTF8String_disown").value().kind, Fault::Kind::delay);
+    EXPECT_EQ(plan.on_call("removeAsynchronousTask").value().kind, Fault::Kind::exception);
     EXPECT_FALSE(plan.on_call("MTensor_new"));
     EXPECT_EQ(plan.calls()["UTF8String_disown"], 3);
     EXPECT_EQ(plan.calls()["MTensor_new"], 1) << "calls count without a fault too";
@@ -56,7 +56,7 @@ TEST(Faults, HooksRunBeforeTheFault) {
         ++calls;
         plan.set("AbortQ", {.kind = Fault::Kind::code, .code = 7});
     });
-    EXPECT_EQ(plan.on_call("AbortQ")->code, 7);
+    EXPECT_EQ(plan.on_call("AbortQ").value().code, 7);
     EXPECT_EQ(calls, 1);
     plan.unset("AbortQ");
     plan.before("AbortQ", {});
@@ -71,7 +71,27 @@ TEST(Faults, EventsByName) {
     FaultPlan plan;
     plan.add("raiseAsyncEvent:Result=throw");
     EXPECT_FALSE(plan.on_call("raiseAsyncEvent"));
-    EXPECT_EQ(plan.on_call("raiseAsyncEvent:Result")->kind, Fault::Kind::exception);
+    EXPECT_EQ(plan.on_call("raiseAsyncEvent:Result").value().kind, Fault::Kind::exception);
+}
+
+TEST(Faults, WhatIsWrongAndWhatWouldBeRight) {
+    const auto refusal = [](const char* text) -> std::string {
+        try {
+            FaultPlan().add(text);
+        } catch (const std::invalid_argument& error) {
+            return error.what();
+        }
+        return "";
+    };
+    EXPECT_EQ(refusal("MTensor_new=x"),
+              "--fail MTensor_new=x: 'x' is not a number; write for example --fail MTensor_new=5@2");
+    EXPECT_EQ(refusal("MTensor_new"),
+              "--fail MTensor_new: '=' is missing; write SLOT=CODE, or =null, =throw, "
+              "=throw-int, =slow, each with an optional @K");
+    EXPECT_EQ(refusal("AbortQ=null"), "--fail AbortQ=null: AbortQ takes code, throw, throw-int, slow");
+    EXPECT_THAT(refusal("Nothing=5"),
+                testing::StartsWith("--fail Nothing=5: there is no callback 'Nothing' that can be made to fail; the "
+                                    "callbacks are "));
 }
 
 class BadFault : public testing::TestWithParam<const char*> {};

@@ -41,6 +41,7 @@ TEST_F(Tasks, AGoodLife) {
     board.keep_events(true);
     const mint id = submitted();
     EXPECT_EQ(board.find(id)->state, TaskState::queued);
+    EXPECT_EQ(state_name(*board.find(id)), "queued");
     EXPECT_EQ(board.running(), 1U);
     raise(id, "Status", 1.5);
     EXPECT_EQ(board.find(id)->state, TaskState::counting);
@@ -51,6 +52,7 @@ TEST_F(Tasks, AGoodLife) {
     board.remove(id);
     const Task task = *board.find(id);
     EXPECT_EQ(task.state, TaskState::removed);
+    EXPECT_EQ(state_name(task), "done");
     EXPECT_EQ(std::get<mint>(*task.result), 25);
     EXPECT_EQ(task.status_events, 3U);
     EXPECT_EQ(task.first_percent, 1.5);
@@ -68,6 +70,7 @@ TEST_F(Tasks, AFailedAndATextTask) {
     raise(failed, "Error", std::string("$Failed"));
     board.remove(failed);
     EXPECT_TRUE(board.find(failed)->failed);
+    EXPECT_EQ(state_name(*board.find(failed)), "failed");
     const mint text = submitted(true);
     raise(text, "Result", std::string("25"));
     board.remove(text);

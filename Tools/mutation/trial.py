@@ -35,6 +35,7 @@ PROGRAMS = [
     (r"Shared/intx/(product|columns|adx_rows)\.h", ["engine_test", "kernels_test"]),
     (r"Shared/isqrt\.h|Shared/intx/", ["engine_test"]),
     (r"Shared/kernel/(strong_word\.h|trial\.cpp)", ["primality64_test", "kernels_test"]),
+    (r"Shared/kernel/word_(lanes|vectors)\.", ["batch_test", "kernels_test"]),
     (r"Shared/kernel/ifma\.cpp", ["kernels_model_test"]),
     (r"Shared/kernel/avx512\.h", []),  # the model replaces it
     (r"Shared/kernel/", ["kernels_test", "primality_test"]),
