@@ -325,6 +325,7 @@ class Worker:
         command = shared.commands[name].replace(f" -o {name} ", f" -o {output} ", 1)
         for folder in FOLDERS:
             command = command.replace(f"{shared.tree}/{folder}", f"{self.sources}/{folder}")
+        command = command.replace(f" -I{shared.tree} ", f" -I{self.sources} -I{shared.tree} ")  # "HostKit/..."
         done = subprocess.run(f"{command} -w -ffile-prefix-map={self.sources}={shared.tree}", shell=True, cwd=shared.build,
                               env=dict(os.environ, CCACHE_DISABLE="1"), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                               check=False)  # nothing is compiled twice here
