@@ -103,6 +103,10 @@ TEST(HostTables, CallbacksDoTheHostsWork) {
     EXPECT_EQ(table->MTensor_getIntegerData(tensor), nullptr);
     EXPECT_THAT(host().breaches.take(), ElementsAre(HasSubstr("not a tensor of this host")));
 
+    kesh_host::StringStore strings;
+    EXPECT_EQ(strings.handed_back(), 0U);
+    EXPECT_TRUE(strings.hand_back(strings.lend("7")));
+    EXPECT_EQ(strings.handed_back(), 1U);
     char* text = host().strings.lend("7");
     table->UTF8String_disown(text);
     EXPECT_THAT(host().breaches.take(), testing::IsEmpty());
