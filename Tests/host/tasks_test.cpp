@@ -56,6 +56,7 @@ TEST_F(Tasks, AGoodLife) {
     EXPECT_EQ(state_name(task), "done");
     EXPECT_EQ(std::get<mint>(*task.result), 25);
     EXPECT_EQ(task.status_events, 3U);
+    EXPECT_EQ(board.latest_status().second, 3U);
     EXPECT_EQ(task.first_percent, 1.5);
     EXPECT_FALSE(task.failed);
     EXPECT_EQ(board.running(), 0U);

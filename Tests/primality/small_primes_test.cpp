@@ -58,6 +58,7 @@ TEST(SmallPrimes, EveryLimitGivesThePrimesUpToIt) {
 }
 
 TEST(SmallPrimes, TheBitmapGivesTheTableOfTheSieve) {
+    static_assert(kesh::SMALL_PRIMES_UPTO == 1'000'000);
     const std::vector<SmallPrime> sieved = kesh::gen_small_prime(kesh::SMALL_PRIMES_UPTO);
     const std::vector<SmallPrime> read = kesh::small_primes_from_bitmap();
     ASSERT_EQ(read.size(), sieved.size());
