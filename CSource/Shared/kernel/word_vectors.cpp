@@ -35,6 +35,8 @@ KESH_IFMA_INLINE Pair digits_of(__m512i n) noexcept {
 /** `vectors` times eight numbers, with the constants of their tests. */
 template <int vectors>
 class Words {
+    static_assert(vectors * lanes <= word_vector_lanes);
+
   public:
     KESH_IFMA explicit Words(const umint* numbers) noexcept {
         for (int v = 0; v < vectors; ++v) {
