@@ -408,8 +408,8 @@ class Size {
     }
 
     /**
-     * R - m, 0, m or 2 m for `carry` = 1, 0, -1 or -2, which is multiplied by n. The next squaring waits for it, so
-     * that steps of one cycle replace the multiplication where there are not more than two.
+     * R - m, 0, m or 2 m for `carry` = 1, 0, -1 or -2, which is multiplied by n. The next squaring waits for
+     * it: where one or two steps of one cycle each do this, they replace the multiplication.
      */
     [[nodiscard]] Array choose(const std::string& carry) {
         int left = n, doublings = 0;
