@@ -405,6 +405,7 @@ class Products : public testing::Test {};
 template <int... n>
 using Widths = testing::Types<std::integral_constant<int, n>...>;
 using WideWidths = Widths<3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16>;
+using SignedWidths = Widths<3, 4, 5, 6, 7, 8, 9, 10>;
 
 struct WidthName {
     template <class N>
@@ -438,31 +439,50 @@ TYPED_TEST(Products, PowersBeginWithADivision) {
     }
 }
 
-TEST(SignedResidue, SquaresAgreeWithProductsOneAfterAnother) {
+template <class N>
+class SignedResidues : public testing::Test {};
+TYPED_TEST_SUITE(SignedResidues, SignedWidths, WidthName);
+
+/** Among the moduli are the largest ones that the form takes, with a highest limb of 2^64 - 3. */
+TYPED_TEST(SignedResidues, SquaresAgreeWithProductsOneAfterAnother) {
+    constexpr std::size_t n = TypeParam::value;
     if (supported_level() < Level::adx) GTEST_SKIP() << "this processor has no adx";
-    Skewed random{20261121};
-    for (int i = 0; i < 20000; ++i) {
-        const Limbs<4> m = random.modulus<4>();
-        const Modulus<4> modulus(m.data());
+    constexpr umint largest = ~umint{0} - 2;
+    Skewed random{20261121 + n};
+    for (int i = 0; i < 10000; ++i) {
+        Limbs<n> m = random.modulus<n>();
+        if (i % 8 == 2 || m[n - 1] > largest) m[n - 1] = largest;
+        const Modulus<n> modulus(m.data());
+        ASSERT_TRUE(SignedResidue<n>::represents(modulus));
         const mpz_class last = to_mpz(m) - 1;
-        // 0 becomes -m after a squaring; m - 1 and its neighbours have the largest squares.
-        Limbs<4> expected = i % 8 == 0   ? Limbs<4>{}
-                            : i % 8 == 1 ? from_mpz<4>(last)
-                                         : from_mpz<4>(to_mpz(random.limbs<4>()) % (last + 1));
-        SignedModulus workspace(modulus);
-        SignedResidue x(expected.data());
-        for (int step = 0; step < 20; ++step) {
-            x.square(workspace);
-            mont_sqr<4>(expected.data(), expected.data(), modulus);
+        // 0 becomes -m or 0 after a squaring; m - 1 and its neighbours have the largest squares.
+        Limbs<n> expected = i % 8 == 0   ? Limbs<n>{}
+                            : i % 8 <= 2 ? from_mpz<n>(last)
+                                         : from_mpz<n>(to_mpz(random.limbs<n>()) % (last + 1));
+        SignedResidue<n> x(expected.data(), modulus);
+        for (int step = 0; step < 12; ++step) {
+            const auto times = static_cast<mint>(1 + random.below(3));
+            x.square(times);
+            for (mint k = 0; k < times; ++k) mont_sqr<n>(expected.data(), expected.data(), modulus);
             if (random.below(4) == 0) {
                 const int j = static_cast<int>(random.below(64));
-                x.halve(j, workspace);
-                halve<4>(expected.data(), j, modulus.m, modulus.k);
+                x.halve(j);
+                halve<n>(expected.data(), j, modulus.m, modulus.k);
             }
-            Limbs<4> residue{};
-            x.store(residue.data(), workspace);
+            Limbs<n> residue{};
+            x.store(residue.data());
             ASSERT_EQ(residue, expected) << "mod " << to_mpz(m) << " after " << step;
         }
+    }
+}
+
+TYPED_TEST(SignedResidues, AreNotForModuliCloseToTheRadix) {
+    constexpr std::size_t n = TypeParam::value;
+    Limbs<n> m{};
+    m[0] = 1;
+    for (umint top : {~umint{0} - 2, ~umint{0} - 1, ~umint{0}}) {
+        m[n - 1] = top;
+        EXPECT_EQ(SignedResidue<n>::represents(Modulus<n>(m.data())), top == ~umint{0} - 2) << top;
     }
 }
 

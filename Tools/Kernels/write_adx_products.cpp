@@ -18,6 +18,7 @@
 #include <fstream>
 #include <iostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -30,6 +31,7 @@ enum class Part { zero = 2, complement = 3, mu = 4 };
 constexpr int limb_size = 8;
 constexpr int longest_strip = 10;
 constexpr int longest_triangle = 12;
+constexpr int least_signed = 5;  ///< signed_residue.h has the squarings of fewer limbs
 
 /** A limb array in memory: a register with its address, and the index of the first limb. */
 struct Array {
@@ -80,6 +82,7 @@ class Size {
         line("jnz 4b");
         leave();
         end("mul");
+        if (least_signed <= n && low == 0) write_signed_squares();
     }
 
   private:
@@ -88,7 +91,8 @@ class Size {
     const int low, high;  ///< limbs of the lower strip, 0 where one strip is enough, and of the upper one
     std::string zero_;    ///< an operand that is 0
 
-    const Array a{"%rsi"}, b{"%rbp"};
+    Array a{"%rsi"};
+    const Array b{"%rbp"};
     /**
      * On the stack: the product of 2 n limbs, limbs that a strip of the reduction has finished, and three addresses,
      * a flag, a zero and a count.
@@ -96,13 +100,16 @@ class Size {
     const Array z{"%rsp"}, finished{"%rsp", 2 * n};
     const std::string result_address = Array{"%rsp", 3 * n}[0], modulus_address = Array{"%rsp", 3 * n}[1],
                       complement_address = Array{"%rsp", 3 * n}[2], carry_into_high_half = Array{"%rsp", 3 * n}[3],
-                      memory_zero = Array{"%rsp", 3 * n}[4], times = Array{"%rsp", 3 * n}[5];
+                      memory_zero = Array{"%rsp", 3 * n}[4], times = Array{"%rsp", 3 * n}[5],
+                      first_quotient = Array{"%rsp", 3 * n}[6], second_quotient = Array{"%rsp", 3 * n}[7],
+                      subtracted = Array{"%rsp", 3 * n}[8];
 
     [[nodiscard]] Array part(Part which) const {
         return {"%rsi", n * static_cast<int>(which)};
     }
-    [[nodiscard]] std::string inverse() const {
-        return Array{"%rsi", 6 * n}[1];
+    /** The limbs of 1/m mod 2^128. */
+    [[nodiscard]] std::string inverse(int i) const {
+        return Array{"%rsi", 6 * n}[1 + i];
     }
 
     void line(const std::string& text) {
@@ -147,7 +154,7 @@ class Size {
     }
 
     [[nodiscard]] int frame() const {
-        return limb_size * (3 * n + 6);
+        return limb_size * (3 * n + 9);
     }
 
     /** In a product rbp is no accumulator but the address of b. */
@@ -252,6 +259,81 @@ class Size {
     }
     void store(const Registers& names, const Array& to) {
         for (std::size_t i = 0; i < names.size(); ++i) line("movq", names[i], to[static_cast<int>(i)]);
+    }
+
+    /**
+     * x = x^2 / R modulo m, in place, `times` times one after another, for a residue with a sign: rdi = x, its n limbs
+     * and its sign, rsi = modulus, rdx = times. signed_residue.h describes the bounds.
+     */
+    void write_signed_squares() {
+        begin("signed_sqr", "%rsi", "%rdx");
+        line("movq", "%rdx", times);
+        a = {"%rsp", 2 * n};
+        const Registers all = accumulators(n + 1, true);
+        load(all, {"%rdi"});
+        store({all.begin(), all.end() - 1}, a);
+        choose_subtracted(all.back());
+        out_ << "4:\n";
+        triangles();
+        line("movq", subtracted, "%rax");
+        for (int j = 0; j < n; ++j) {
+            line("movq", Array{"%rax"}[j], "%rbx");
+            line(j == 0 ? "subq" : "sbbq", "%rbx", z[n + j]);
+        }
+        doubling();
+        begin_reduction(kept());
+        const auto [limbs, sign] = signed_reduction();
+        line("decq " + times);
+        line("jnz 4b");
+        line("movq", result_address, "%rax");
+        store(limbs, {"%rax"});
+        line("movq", sign, Array{"%rax"}[n]);
+        leave();
+        end("signed_sqr");
+    }
+
+    /** The address of what is subtracted: of the residue if its sign is all ones, else of a zero. */
+    void choose_subtracted(const std::string& sign) {
+        line("leaq " + a[0] + ", %rax");
+        line("leaq " + part(Part::zero)[0] + ", %rbx");
+        line("subq %rbx, %rax");
+        line("andq", sign, "%rax");
+        line("addq %rbx, %rax");
+        line("movq", "%rax", subtracted);
+    }
+
+    /** x = z / R, a residue with a sign: its limbs, also in memory, and the sign. */
+    std::pair<Registers, std::string> signed_reduction() {
+        Registers sum = accumulators(n + 1, true);
+        for (int i = 0; i + 2 < n; ++i) quotient_row(part(Part::mu), sum, "");
+        line("movq", sum[0], "%rdx");
+        line("mulx " + inverse(0) + ", %rax, %rbx");
+        line("imulq", inverse(1), "%rdx");
+        line("addq %rdx, %rbx");
+        line("movq", sum[1], "%rdx");
+        line("imulq", inverse(0), "%rdx");
+        line("addq %rdx, %rbx");
+        line("movq", "%rbx", second_quotient);
+        line("movq", "%rax", first_quotient);
+        line("movq %rax, %rdx");
+        std::string carry = sum.front();
+        for (int i = 0; i < 2; ++i) {
+            if (i == 1) line("movq", second_quotient, "%rdx");
+            carry = sum.front();
+            closing_row(part(Part::complement), sum, carry);
+            std::rotate(sum.begin(), sum.begin() + 1, sum.end());
+        }
+        sum.pop_back();
+        const auto top = static_cast<std::size_t>(n - 1);
+        line("movq", first_quotient, "%rax");
+        line("subq", "%rax", sum[top - 1]);
+        line("sbbq", "%rdx", sum[top]);
+        line("sbbq $0, " + carry);
+        for (int j = 0; j < n; ++j) line(j == 0 ? "addq" : "adcq", z[n + j], sum[static_cast<std::size_t>(j)]);
+        line("adcq $0, " + carry);
+        store(sum, a);
+        choose_subtracted(carry);
+        return {sum, carry};
     }
 
     /** z = a b. */
@@ -377,7 +459,7 @@ class Size {
 
     /** The last row's quotient from the lowest limb, to rdx. */
     void last_quotient(const std::string& lowest) {
-        line("movq", inverse(), "%rdx");
+        line("movq", inverse(0), "%rdx");
         line("imulq", lowest, "%rdx");
     }
 

@@ -11,33 +11,28 @@ namespace kesh::kernel {
 
 namespace {
 
+/**
+ * As generic_pow2(), with the squarings between two exact divisions in one call, and on residues with a sign where
+ * there are such.
+ */
 template <int n>
 void adx_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
-    if constexpr (n != 4) {
-        // As generic_pow2(), with the squarings between two exact divisions in one call.
-        Doublings<n> y(modulus, e);
-        for (int i = y.bits_left() - 1; i >= 0;) {
-            const int times = i % 6 + 1;
-            Adx::sqr_times(y.value, times, modulus);
-            for (const int last = i - times; i > last; --i) y.after_square(e, i);
+    if constexpr (has_signed_residue<n>) {
+        if (SignedResidue<n>::represents(modulus)) {
+            SignedPower<n> y(modulus, e);
+            while (y.bits_left() > 0) y.square(y.squarings());
+            y.finish(x);
+            return;
         }
-        y.finish(x);
-        fully_reduce<n, Adx>(x, x, modulus);
-    } else {
-        const Doublings<4> start(modulus, e);
-        SignedModulus m(modulus);
-        SignedResidue y(start.value);  // its doublings are postponed, as in Doublings
-        int ahead = 1;
-        for (int i = start.bits_left() - 1; i >= 0; --i) {
-            y.square(m);
-            ahead = 2 * ahead - static_cast<int>(bit_at(e, i));
-            if (i % 6 != 0) continue;
-            y.halve(ahead - 1, m);
-            ahead = 1;
-        }
-        y.halve(1, m);
-        y.store(x, m);
     }
+    Doublings<n> y(modulus, e);
+    for (int i = y.bits_left() - 1; i >= 0;) {
+        const int times = i % Doublings<n>::first_bits + 1;
+        Adx::sqr_times(y.value, times, modulus);
+        for (const int last = i - times; i > last; --i) y.after_square(e, i);
+    }
+    y.finish(x);
+    fully_reduce<n, Adx>(x, x, modulus);
 }
 
 }  // namespace

@@ -68,6 +68,7 @@ template <int n>
 constexpr bool modulus_as_assembled =
     offsetof(Modulus<n>, twice) == 0 && offsetof(Modulus<n>, m) == sizeof(umint) * n &&
     offsetof(Modulus<n>, zero) == sizeof(umint) * 2 * n && offsetof(Modulus<n>, complement) == sizeof(umint) * 3 * n &&
-    offsetof(Modulus<n>, mu) == sizeof(umint) * 4 * n && offsetof(Modulus<n>, inverse) == sizeof(umint) * (6 * n + 1);
+    offsetof(Modulus<n>, mu) == sizeof(umint) * 4 * n && offsetof(Modulus<n>, inverse) == sizeof(umint) * (6 * n + 1) &&
+    offsetof(Modulus<n>, inverse_high) == sizeof(umint) * (6 * n + 2);
 
 }  // namespace kesh::kernel

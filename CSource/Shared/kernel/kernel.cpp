@@ -41,6 +41,8 @@ Modulus<n>::Modulus(const umint* modulus) noexcept {
     shift_left<n>(twice, m, 1);
     k = math_mod_inv_2(m[0]);
     inverse = umint{0} - k;
+    const umint2 two_limbs = (static_cast<umint2>(m[1]) << 64) | m[0];
+    inverse_high = static_cast<umint>((inverse * (2 - two_limbs * inverse)) >> 64);
 
     // The lowest limb of m k + 1 is 0.
     umint product[n];

@@ -33,6 +33,7 @@ struct Modulus {
     umint r1[n];          ///< R mod m, the Montgomery form of 1
     umint k;              ///< -m^(-1) mod 2^64
     umint inverse;        ///< m^(-1) mod 2^64
+    umint inverse_high;   ///< the upper limb of m^(-1) mod 2^128
 
     /** Cost: n limb products, and one division by the highest limb for each 64 bits that m is shorter than R. */
     explicit Modulus(const umint* modulus) noexcept;

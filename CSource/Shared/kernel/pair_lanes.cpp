@@ -11,12 +11,16 @@
 #include <cassert>
 
 #include "Shared/kernel/adx.h"
+#include "Shared/kernel/signed_residue.h"
 
 namespace kesh::kernel {
 
 namespace {
 
 constexpr int least_limbs = 3, most_limbs = 8;
+
+/** The longest numbers whose residues with a sign take turns: those of more limbs already use most of the processor. */
+constexpr int most_signed_limbs = 4;
 
 /** The two members V(k), V(k + 1) of the ladder; generic_lucas_ladder() explains a step. */
 template <int n>
@@ -37,10 +41,30 @@ struct LadderPair {
     }
 };
 
+/** The results of the strong tests that end with x[0] and x[1]. */
+template <int n>
+unsigned passed(umint (&x)[pair_lanes][n], const StrongExponent<n>* exponent, const Modulus<n>* modulus) noexcept {
+    unsigned result = 0;
+    for (std::size_t c = 0; c < pair_lanes; ++c)
+        result |= unsigned{ends_strongly<n>(x[c], exponent[c].s, modulus[c])} << c;
+    return result;
+}
+
 template <int n>
 unsigned strong_base2(const NumberPair& numbers) noexcept {
     const Modulus<n> modulus[] = {Modulus<n>(numbers[0]), Modulus<n>(numbers[1])};
     const StrongExponent<n> exponent[] = {StrongExponent<n>(numbers[0]), StrongExponent<n>(numbers[1])};
+    umint x[pair_lanes][n];
+    if constexpr (n <= most_signed_limbs) {
+        if (SignedResidue<n>::represents(modulus[0]) && SignedResidue<n>::represents(modulus[1])) {
+            SignedPower<n> y[] = {{modulus[0], exponent[0].e}, {modulus[1], exponent[1].e}};
+            for (int left = std::max(y[0].bits_left(), y[1].bits_left()); left > 0; --left)
+                for (SignedPower<n>& power : y)
+                    if (power.bits_left() == left) power.square(1);
+            for (std::size_t c = 0; c < pair_lanes; ++c) y[c].finish(x[c]);
+            return passed<n>(x, exponent, modulus);
+        }
+    }
     Doublings<n> y[] = {{modulus[0], exponent[0].e}, {modulus[1], exponent[1].e}};
     for (int i = std::max(y[0].bits_left(), y[1].bits_left()) - 1; i >= 0; --i) {
         for (std::size_t c = 0; c < pair_lanes; ++c) {
@@ -49,14 +73,11 @@ unsigned strong_base2(const NumberPair& numbers) noexcept {
             y[c].after_square(exponent[c].e, i);
         }
     }
-    unsigned passed = 0;
     for (std::size_t c = 0; c < pair_lanes; ++c) {
-        umint x[n];
-        y[c].finish(x);
-        fully_reduce<n, Adx>(x, x, modulus[c]);
-        passed |= unsigned{ends_strongly<n>(x, exponent[c].s, modulus[c])} << c;
+        y[c].finish(x[c]);
+        fully_reduce<n, Adx>(x[c], x[c], modulus[c]);
     }
-    return passed;
+    return passed<n>(x, exponent, modulus);
 }
 
 template <int n>
@@ -67,14 +88,14 @@ unsigned lucas(const NumberPair& numbers, const std::array<mint, pair_lanes>& q)
     // A shorter exponent begins with clear bits, which leave the pair V(0), V(1) as it is.
     for (int i = std::max(bit_length<n>(start[0].e), bit_length<n>(start[1].e)) - 1; i >= 0; --i)
         for (std::size_t c = 0; c < pair_lanes; ++c) ladder[c].step(bit_at(start[c].e, i), modulus[c]);
-    unsigned passed = 0;
+    unsigned vanishes = 0;
     for (std::size_t c = 0; c < pair_lanes; ++c) {
         umint l[n], h[n];
         fully_reduce<n, Adx>(l, ladder[c].v[0], modulus[c]);
         fully_reduce<n, Adx>(h, ladder[c].v[1], modulus[c]);
-        passed |= unsigned{start[c].vanishes(l, h, modulus[c])} << c;
+        vanishes |= unsigned{start[c].vanishes(l, h, modulus[c])} << c;
     }
-    return passed;
+    return vanishes;
 }
 
 }  // namespace

@@ -41,6 +41,8 @@ const Routines<n>& ifma_routines() noexcept;
  */
 template <int n>
 struct Doublings {
+    static constexpr int first_bits = 6;  ///< also the squarings between two exact divisions
+
     umint value[n];
 
     Doublings(const Modulus<n>& modulus, const umint* e) noexcept : modulus_(modulus) {
@@ -76,7 +78,6 @@ struct Doublings {
     }
 
   private:
-    static constexpr int first_bits = 6;
     const Modulus<n>& modulus_;
     int ahead_ = 1;
     int next_;

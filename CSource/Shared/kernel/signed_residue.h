@@ -1,17 +1,19 @@
 /**
  * @file   signed_residue.h
- * @brief  Montgomery squarings at 256 bits, one after another, for processors with BMI2 and ADX.
+ * @brief  Montgomery squarings at 192 to 640 bits, one after another, for processors with BMI2 and ADX.
  *
  * Each squaring of a chain waits for the one before. So the time is the latency from the lowest limb of one square to
- * the lowest limb of the next. Three things make it shorter than in a chain of separate products:
+ * the lowest limb of the next. A product that ends with a choice between several multiples of m has a long one: the
+ * carry of the highest limb decides, and then a new chain of carries begins at the lowest limb. Here the residue keeps
+ * a sign instead, and nothing is chosen:
  *
- * 1. The quotient is computed two limbs at a time, (q0, q1) = -(t0, t1) / m mod 2^128, so that the chain has two steps
- *    of two rows instead of four steps of one row.
- * 2. The residue keeps a sign: x = d - 2^256 s with -m <= x < m, s = 0 or 1. Then (x^2 + q m) / 2^256 is below 2 m, and
- *    the next x is this value minus m. So m is always subtracted, and no limb waits for the borrow of the last limb.
- * 3. x^2 = d^2 + 2^256 s (2^256 - 2 d). Both this m and the correction for the sign, g = m + s (2 d - 2^256), are
- *    subtracted from the high half of d^2, which is not in the critical chain. So the sign is needed one reduction
- * later than the limbs.
+ * 1. x = d - s R with R = 2^(64 n), limbs d and s = 0 or 1. x^2 = d^2 - s (2 d - R) R, so that the high half of d^2
+ *    less 2 d is the high half of x^2 modulo R. So the sign is needed one reduction later than the limbs.
+ * 2. n - 2 rows of the reduction use mu, as in README.md, and leave a value t below x^2 / 2^(64 (n-2)) + 2^64 m. The
+ *    last two rows have the exact quotient q = t/m mod 2^128, and the next x is (t - q m) / 2^128.
+ *
+ * Bounds: let m <= R - R / 2^63. If -m <= x <= m, then x^2 / R <= m (1 - 2^-63), and the next x is below this plus
+ * m / 2^64 because of t, so below m; it is above -m because q m / 2^128 < m. For a larger m, x could reach R.
  */
 #pragma once
 
@@ -19,192 +21,313 @@
 
 #include "Shared/kernel/kernel.h"
 #include "Shared/kernel/limbs.h"
+#include "Shared/kernel/routines.h"
+
+/** Expands to `each(n)` for the numbers of limbs whose squarings write_adx_products writes. */
+#define KESH_FOR_EACH_WRITTEN_WIDTH(each) each(5) each(6) each(7) each(8) each(9) each(10)
+
+#define KESH_DECLARE(n) void kesh_adx_signed_sqr_##n(kesh::umint* x, const void* modulus, kesh::mint times) noexcept;
+extern "C" {
+KESH_FOR_EACH_WRITTEN_WIDTH(KESH_DECLARE)
+}
+#undef KESH_DECLARE
 
 namespace kesh::kernel {
 
+/** The numbers of limbs that have this form: to ten, the accumulators of a row are in registers. */
+template <int n>
+concept has_signed_residue = 3 <= n && n <= 10;
+
+namespace detail {
+
 /**
- * The common data of the operations on residues of one modulus: the modulus, and memory for values that have no
- * register.
+ * x = x^2 / R modulo m, `times` times one after another, for the n limbs of x and its sign, which is all ones for a
+ * negative x. Precondition: times > 0.
  */
-struct SignedModulus {
-    umint m[4];
-    umint k[2];  ///< -1/m mod 2^128
-    umint g[5];
-    umint x1;
-
-    // cppcheck-suppress uninitMemberVar ; g and x1 are room, written before they are read
-    explicit SignedModulus(const Modulus<4>& modulus) noexcept {
-        for (int i = 0; i < 4; ++i) m[i] = modulus.m[i];
-        // A Newton step from -1/m mod 2^64.
-        const umint2 low = (static_cast<umint2>(m[1]) << 64) | m[0];
-        const umint2 inverse = modulus.k * (2 + low * modulus.k);
-        k[0] = static_cast<umint>(inverse);
-        k[1] = static_cast<umint>(inverse >> 64);
+#define KESH_DEFINE(n)                                                                    \
+    inline void square_signed(umint* x, const Modulus<n>& modulus, mint times) noexcept { \
+        kesh_adx_signed_sqr_##n(x, &modulus, times);                                      \
     }
-};
-
-/** A residue x with -m <= x < m. */
-class SignedResidue {
-  public:
-    explicit SignedResidue(const umint* residue) noexcept
-        : x0_(residue[0]), x1_(residue[1]), x2_(residue[2]), x3_(residue[3]) {}
-
-    /** x = x^2 / 2^256 modulo m. */
-    void square(SignedModulus& modulus) noexcept;
-
-    /** x = x / 2^j modulo m, 0 <= j < 64, as halve() in limbs.h: x + q m with q < 2^j stays between -m and 2^j m. */
-    void halve(int j, const SignedModulus& modulus) noexcept {
-        const umint q = (x0_ * modulus.k[0]) & ((umint{1} << j) - 1);
-        umint2 sum = static_cast<umint2>(modulus.m[0]) * q + x0_;
-        const auto first = static_cast<umint>(sum);
-        sum = static_cast<umint2>(modulus.m[1]) * q + x1_ + (sum >> 64);
-        const auto second = static_cast<umint>(sum);
-        sum = static_cast<umint2>(modulus.m[2]) * q + x2_ + (sum >> 64);
-        const auto third = static_cast<umint>(sum);
-        sum = static_cast<umint2>(modulus.m[3]) * q + x3_ + (sum >> 64);
-        const auto fourth = static_cast<umint>(sum);
-        const umint top = static_cast<umint>(sum >> 64) + sign_;
-        x0_ = shifted(first, second, j);
-        x1_ = shifted(second, third, j);
-        x2_ = shifted(third, fourth, j);
-        x3_ = shifted(fourth, top, j);
-        sign_ = static_cast<umint>(static_cast<mint>(top) >> j);
-    }
-
-    /** The residue in 0 .. m - 1. */
-    void store(umint* residue, const SignedModulus& modulus) const noexcept {
-        const umint limbs[4] = {x0_, x1_, x2_, x3_};
-        std::uint8_t carry = 0;
-        for (int i = 0; i < 4; ++i) carry = math_addcarry(carry, limbs[i], modulus.m[i] & sign_, residue[i]);
-    }
-
-  private:
-    /** The low limb of high:low / 2^j, also for j = 0. */
-    static umint shifted(umint low, umint high, int j) noexcept {
-        return (low >> j) | ((high << 1) << (63 - j));
-    }
-
-    umint x0_, x1_, x2_, x3_;
-    umint sign_ = 0;  ///< all ones for a negative x, whose limbs are those of x + 2^256
-};
+KESH_FOR_EACH_WRITTEN_WIDTH(KESH_DEFINE)
+#undef KESH_DEFINE
 
 // clang-format off: one group of instructions a line
 
-/** Places in a SignedModulus. */
-#define KESH_M(i) "8*" #i "(%[p])"
-#define KESH_K(i) "32+8*" #i "(%[p])"
-#define KESH_G(i) "48+8*" #i "(%[p])"
-#define KESH_X1 "88(%[p])"
+/** Places in the data that %[p] points to. */
+#define KESH_M(i) "%c[m]+8*" #i "(%[p])"
+#define KESH_MU(i) "%c[mu]+8*" #i "(%[p])"
+#define KESH_INVERSE(i) "%c[inverse]+8*" #i "(%[p])"
 
-/** (low, high) += m[i] rdx, each half with the carry of its own chain. x0 is free by then. */
-#define KESH_STEP(i, low, high)                      \
-    "mulx " KESH_M(i) ", %[lo], %[x0]\n\t"           \
-    "adcx %[lo], %[" #low "]\n\t"                    \
-    "adox %[x0], %[" #high "]\n\t"
+/** (q, next) = (low, high) / m mod 2^128. low and high are overwritten. */
+#define KESH_QUOTIENT(low, high, q, next)                                     \
+    "movq %[" #low "], %%rdx\n\t"                                             \
+    "mulx " KESH_INVERSE(0) ", %[" #q "], %[" #next "]\n\t"                   \
+    "imulq " KESH_INVERSE(1) ", %[" #low "]\n\t"                              \
+    "imulq " KESH_INVERSE(0) ", %[" #high "]\n\t"                             \
+    "addq %[" #low "], %[" #next "]\n\t"                                      \
+    "addq %[" #high "], %[" #next "]\n\t"
 
-/** (t1, t2, t3, t0) = ((t0, ..., t3) + m rdx) / 2^64, for rdx that makes it a multiple. */
-#define KESH_ROW(t0, t1, t2, t3)                     \
-    "xorl %k[lo], %k[lo]\n\t"                        \
-    KESH_STEP(0, t0, t1)                             \
-    KESH_STEP(1, t1, t2)                             \
-    KESH_STEP(2, t2, t3)                             \
-    "mulx " KESH_M(3) ", %[lo], %[" #t0 "]\n\t"      \
-    "adcx %[lo], %[" #t3 "]\n\t"                     \
-    "movl $0, %k[lo]\n\t"                            \
-    "adcx %[lo], %[" #t0 "]\n\t"                     \
-    "adox %[lo], %[" #t0 "]\n\t"
+/** (low, high) += source rdx, each half with the carry of its own chain; a and b are overwritten. */
+#define KESH_STEP(source, a, b, low, high)                                    \
+    "mulx " source ", %[" #a "], %[" #b "]\n\t"                               \
+    "adcx %[" #a "], %[" #low "]\n\t"                                         \
+    "adox %[" #b "], %[" #high "]\n\t"
 
-/** Both rows for (q0, q1) = (t0, t1) (k0, k1) mod 2^128, with q1 in x2. */
-#define KESH_TWO_ROWS(t0, t1, t2, t3)                \
-    "movq %[" #t0 "], %%rdx\n\t"                     \
-    "mulx " KESH_K(0) ", %[lo], %[x2]\n\t"           \
-    "imulq " KESH_K(1) ", %%rdx\n\t"                 \
-    "addq %%rdx, %[x2]\n\t"                          \
-    "movq %[" #t1 "], %[x0]\n\t"                     \
-    "imulq " KESH_K(0) ", %[x0]\n\t"                 \
-    "addq %[x0], %[x2]\n\t"                          \
-    "movq %[lo], %%rdx\n\t"                          \
-    KESH_ROW(t0, t1, t2, t3)                         \
-    "movq %[x2], %%rdx\n\t"                          \
-    KESH_ROW(t1, t2, t3, t0)
+/** The highest product of a row: low += its low half, top = its high half and both carries. */
+#define KESH_LAST_STEP(source, a, zero, low, top)                             \
+    "mulx " source ", %[" #a "], %[" #top "]\n\t"                             \
+    "adcx %[" #a "], %[" #low "]\n\t"                                         \
+    "movl $0, %k[" #zero "]\n\t"                                              \
+    "adcx %[" #zero "], %[" #top "]\n\t"                                      \
+    "adox %[" #zero "], %[" #top "]\n\t"
+
+inline void square_signed(umint* x, const Modulus<3>& modulus, mint times) noexcept {
+    umint x0 = x[0], x1 = x[1], x2 = x[2], sign = x[3];
+    for (; times > 0; --times) {
+        umint t0, t1, t2, t3, t4, t5, lo;
+        __asm__(
+            // the mixed products (t1, ..., t4), and x0^2 = (t0, t5)
+            "movq %[x0], %%rdx\n\t"
+            "mulx %[x1], %[t1], %[t2]\n\t"
+            "mulx %[x2], %[lo], %[t3]\n\t"
+            "mulx %%rdx, %[t0], %[t5]\n\t"
+            "addq %[lo], %[t2]\n\t" "adcq $0, %[t3]\n\t"
+            "movq %[x1], %%rdx\n\t"
+            "mulx %[x2], %[lo], %[t4]\n\t"
+            "addq %[lo], %[t3]\n\t" "adcq $0, %[t4]\n\t"
+            // twice these and the squares: (t0, ..., t5)
+            "xorl %k[lo], %k[lo]\n\t"
+            "adcx %[t1], %[t1]\n\t" "adox %[t5], %[t1]\n\t"
+            "mulx %%rdx, %[lo], %[t5]\n\t"
+            "adcx %[t2], %[t2]\n\t" "adox %[lo], %[t2]\n\t"
+            "adcx %[t3], %[t3]\n\t" "adox %[t5], %[t3]\n\t"
+            "movq %[x2], %%rdx\n\t"
+            "mulx %%rdx, %[lo], %[t5]\n\t"
+            "adcx %[t4], %[t4]\n\t" "adox %[lo], %[t4]\n\t"
+            "movl $0, %k[lo]\n\t"
+            "adcx %[lo], %[t5]\n\t" "adox %[lo], %[t5]\n\t"
+            // the sign: (t3, t4, t5) less 2 d
+            "andq %[sign], %[x0]\n\t" "andq %[sign], %[x1]\n\t" "andq %[sign], %[x2]\n\t"
+            "subq %[x0], %[t3]\n\t" "sbbq %[x1], %[t4]\n\t" "sbbq %[x2], %[t5]\n\t"
+            "subq %[x0], %[t3]\n\t" "sbbq %[x1], %[t4]\n\t" "sbbq %[x2], %[t5]\n\t"
+            // a row with mu: (t1, t2, x0, sign), of which the upper half joins (t3, t4, t5)
+            "movq %[t0], %%rdx\n\t"
+            "mulx " KESH_MU(0) ", %[lo], %[x1]\n\t"   "addq %[lo], %[t1]\n\t"
+            "mulx " KESH_MU(1) ", %[lo], %[x0]\n\t"   "adcq %[lo], %[t2]\n\t"
+            "mulx " KESH_MU(2) ", %[lo], %[sign]\n\t" "adcq %[lo], %[x0]\n\t" "adcq $0, %[sign]\n\t"
+            "addq %[x1], %[t2]\n\t" "adcq $0, %[x0]\n\t" "adcq $0, %[sign]\n\t"
+            "addq %[x0], %[t3]\n\t" "adcq %[sign], %[t4]\n\t" "adcq $0, %[t5]\n\t"
+            // q m / 2^128 = (t1, t2, x0)
+            KESH_QUOTIENT(t1, t2, x0, x1)
+            "movq %[x0], %%rdx\n\t"
+            "mulx " KESH_M(0) ", %[lo], %[t0]\n\t"
+            "mulx " KESH_M(1) ", %[lo], %[t1]\n\t" "addq %[lo], %[t0]\n\t"
+            "mulx " KESH_M(2) ", %[lo], %[t2]\n\t" "adcq %[lo], %[t1]\n\t" "adcq $0, %[t2]\n\t"
+            "movq %[x1], %%rdx\n\t"
+            "xorl %k[lo], %k[lo]\n\t"
+            KESH_STEP(KESH_M(0), lo, sign, t0, t1)
+            KESH_STEP(KESH_M(1), lo, sign, t1, t2)
+            KESH_LAST_STEP(KESH_M(2), lo, sign, t2, x0)
+            "subq %[t1], %[t3]\n\t" "sbbq %[t2], %[t4]\n\t" "sbbq %[x0], %[t5]\n\t"
+            "sbbq %[sign], %[sign]\n\t"
+            : [x0] "+&r"(x0), [x1] "+&r"(x1), [x2] "+&r"(x2), [sign] "+&r"(sign), [t0] "=&r"(t0), [t1] "=&r"(t1),
+              [t2] "=&r"(t2), [t3] "=&r"(t3), [t4] "=&r"(t4), [t5] "=&r"(t5), [lo] "=&r"(lo)
+            : [p] "r"(&modulus), "m"(modulus), [m] "i"(offsetof(Modulus<3>, m)), [mu] "i"(offsetof(Modulus<3>, mu)),
+              [inverse] "i"(offsetof(Modulus<3>, inverse))
+            : "rdx", "cc");
+        x0 = t3, x1 = t4, x2 = t5;
+    }
+    x[0] = x0, x[1] = x1, x[2] = x2, x[3] = sign;
+}
+
+/** What the squaring of four limbs reads, and memory for values that have no register. */
+struct SignedModulus4 {
+    umint m[4], mu[4], inverse[2];
+    umint x1, d0, sign;
+};
 
 /**
  * With rdx and the pointer the limbs use 13 registers, which are all registers of a build with frame pointers and
  * sanitizers.
  */
-inline __attribute__((always_inline)) void SignedResidue::square(SignedModulus& modulus) noexcept {
-    static_assert(offsetof(SignedModulus, k) == 32 && offsetof(SignedModulus, g) == 48 && offsetof(SignedModulus, x1) == 88);
-    umint x0 = x0_, x1 = x1_, x2 = x2_, x3 = x3_, t0, t1, t2, t3, t4, t5, lo = sign_;
-    __asm__ volatile(
-        "movq %[x1], " KESH_X1 "\n\t"
-        // g = m + s (2 d - 2^256), of five limbs
-        "movq %[x0], %[t0]\n\t" "addq %[t0], %[t0]\n\t"
-        "movq %[x1], %[t1]\n\t" "adcq %[t1], %[t1]\n\t"
-        "movq %[x2], %[t2]\n\t" "adcq %[t2], %[t2]\n\t"
-        "movq %[x3], %[t3]\n\t" "adcq %[t3], %[t3]\n\t"
-        "movq $-1, %[t4]\n\t"   "adcq $0, %[t4]\n\t"
-        "andq %[lo], %[t0]\n\t" "andq %[lo], %[t1]\n\t" "andq %[lo], %[t2]\n\t" "andq %[lo], %[t3]\n\t" "andq %[lo], %[t4]\n\t"
-        "addq " KESH_M(0) ", %[t0]\n\t" "movq %[t0], " KESH_G(0) "\n\t"
-        "adcq " KESH_M(1) ", %[t1]\n\t" "movq %[t1], " KESH_G(1) "\n\t"
-        "adcq " KESH_M(2) ", %[t2]\n\t" "movq %[t2], " KESH_G(2) "\n\t"
-        "adcq " KESH_M(3) ", %[t3]\n\t" "movq %[t3], " KESH_G(3) "\n\t"
-        "adcq $0, %[t4]\n\t"            "movq %[t4], " KESH_G(4) "\n\t"
-        // the mixed products (t1, ..., t5, x1), and x0^2 = (t0, x0)
-        "movq %[x0], %%rdx\n\t"
-        "mulx %[x1], %[t1], %[t2]\n\t"
-        "mulx %[x2], %[lo], %[t3]\n\t"    "addq %[lo], %[t2]\n\t"
-        "mulx %[x3], %[lo], %[t4]\n\t"    "adcq %[lo], %[t3]\n\t" "adcq $0, %[t4]\n\t"
-        "mulx %[x0], %[t0], %[x0]\n\t"
-        "movq %[x1], %%rdx\n\t"
-        "mulx %[x3], %[lo], %[t5]\n\t"    "addq %[lo], %[t4]\n\t" "adcq $0, %[t5]\n\t"
-        "mulx %[x2], %[lo], %%rdx\n\t"    "addq %[lo], %[t3]\n\t" "adcq %%rdx, %[t4]\n\t" "adcq $0, %[t5]\n\t"
-        "movq %[x2], %%rdx\n\t"
-        "mulx %[x3], %[lo], %[x1]\n\t"    "addq %[lo], %[t5]\n\t" "adcq $0, %[x1]\n\t"
-        // twice these and the squares: (t0, ..., t5, x1, x3)
-        "xorl %k[lo], %k[lo]\n\t"
-        "adcx %[t1], %[t1]\n\t" "adox %[x0], %[t1]\n\t"
-        "movq " KESH_X1 ", %%rdx\n\t" "mulx %%rdx, %[lo], %[x0]\n\t"
-        "adcx %[t2], %[t2]\n\t" "adox %[lo], %[t2]\n\t"
-        "adcx %[t3], %[t3]\n\t" "adox %[x0], %[t3]\n\t"
-        "movq %[x2], %%rdx\n\t" "mulx %%rdx, %[lo], %[x2]\n\t"
-        "adcx %[t4], %[t4]\n\t" "adox %[lo], %[t4]\n\t"
-        "adcx %[t5], %[t5]\n\t" "adox %[x2], %[t5]\n\t"
-        "movq %[x3], %%rdx\n\t" "mulx %%rdx, %[lo], %[x3]\n\t"
-        "adcx %[x1], %[x1]\n\t" "adox %[lo], %[x1]\n\t"
-        "movl $0, %k[lo]\n\t"
-        "adcx %[lo], %[x3]\n\t" "adox %[lo], %[x3]\n\t"
-        // the high half less g: (t4, t5, x1, x3) and the sign
-        "movl $0, %k[x2]\n\t"
-        "subq " KESH_G(0) ", %[t4]\n\t"
-        "sbbq " KESH_G(1) ", %[t5]\n\t"
-        "sbbq " KESH_G(2) ", %[x1]\n\t"
-        "sbbq " KESH_G(3) ", %[x3]\n\t"
-        "sbbq " KESH_G(4) ", %[x2]\n\t"
-        "movq %[x2], " KESH_G(4) "\n\t"
-        // the low half reduced, and their sum
-        KESH_TWO_ROWS(t0, t1, t2, t3)
-        KESH_TWO_ROWS(t2, t3, t0, t1)
-        "movq " KESH_G(4) ", %[x2]\n\t"
-        "addq %[t4], %[t0]\n\t"
-        "adcq %[t5], %[t1]\n\t"
-        "adcq %[x1], %[t2]\n\t"
-        "adcq %[x3], %[t3]\n\t"
-        "adcq $0, %[x2]\n\t"
-        : [x0] "+&r"(x0), [x1] "+&r"(x1), [x2] "+&r"(x2), [x3] "+&r"(x3), [t0] "=&r"(t0), [t1] "=&r"(t1),
-          [t2] "=&r"(t2), [t3] "=&r"(t3), [t4] "=&r"(t4), [t5] "=&r"(t5), [lo] "+&r"(lo)
-        : [p] "r"(&modulus)
-        : "rdx", "cc", "memory");
-    x0_ = t0, x1_ = t1, x2_ = t2, x3_ = t3, sign_ = x2;
+inline void square_signed(umint* x, const Modulus<4>& modulus, mint times) noexcept {
+    SignedModulus4 memory{{modulus.m[0], modulus.m[1], modulus.m[2], modulus.m[3]},
+                          {modulus.mu[0], modulus.mu[1], modulus.mu[2], modulus.mu[3]},
+                          {modulus.inverse, modulus.inverse_high}, 0, 0, 0};
+    umint x0 = x[0], x1 = x[1], x2 = x[2], x3 = x[3], sign = x[4];
+    for (; times > 0; --times) {
+        umint t0, t1, t2, t3, t4, t5;
+        __asm__ volatile(
+            "movq %[sign], %c[at_sign](%[p])\n\t"
+            "movq %[x1], %c[at_x1](%[p])\n\t"
+            // the mixed products (t1, ..., t5, x1), and x0^2 = (t0, x0)
+            "movq %[x0], %%rdx\n\t"
+            "mulx %[x1], %[t1], %[t2]\n\t"
+            "andq %[sign], %[x0]\n\t"
+            "movq %[x0], %c[at_d0](%[p])\n\t"
+            "mulx %[x2], %[sign], %[t3]\n\t"    "addq %[sign], %[t2]\n\t"
+            "mulx %[x3], %[sign], %[t4]\n\t"    "adcq %[sign], %[t3]\n\t" "adcq $0, %[t4]\n\t"
+            "mulx %%rdx, %[t0], %[x0]\n\t"
+            "movq %[x1], %%rdx\n\t"
+            "mulx %[x3], %[sign], %[t5]\n\t"    "addq %[sign], %[t4]\n\t" "adcq $0, %[t5]\n\t"
+            "mulx %[x2], %[sign], %%rdx\n\t"    "addq %[sign], %[t3]\n\t" "adcq %%rdx, %[t4]\n\t" "adcq $0, %[t5]\n\t"
+            "movq %[x2], %%rdx\n\t"
+            "mulx %[x3], %[sign], %[x1]\n\t"    "addq %[sign], %[t5]\n\t" "adcq $0, %[x1]\n\t"
+            // twice these and the squares: (t0, ..., t5, x1, sign)
+            "xorl %k[sign], %k[sign]\n\t"
+            "adcx %[t1], %[t1]\n\t" "adox %[x0], %[t1]\n\t"
+            "movq %c[at_x1](%[p]), %%rdx\n\t" "mulx %%rdx, %[sign], %[x0]\n\t"
+            "adcx %[t2], %[t2]\n\t" "adox %[sign], %[t2]\n\t"
+            "adcx %[t3], %[t3]\n\t" "adox %[x0], %[t3]\n\t"
+            "movq %[x2], %%rdx\n\t" "mulx %%rdx, %[sign], %[x0]\n\t"
+            "adcx %[t4], %[t4]\n\t" "adox %[sign], %[t4]\n\t"
+            "adcx %[t5], %[t5]\n\t" "adox %[x0], %[t5]\n\t"
+            "movq %[x3], %%rdx\n\t" "mulx %%rdx, %[x0], %[sign]\n\t"
+            "adcx %[x1], %[x1]\n\t" "adox %[x0], %[x1]\n\t"
+            "movl $0, %k[x0]\n\t"
+            "adcx %[x0], %[sign]\n\t" "adox %[x0], %[sign]\n\t"
+            // the sign: (t4, t5, x1, sign) less 2 d
+            "movq %c[at_sign](%[p]), %%rdx\n\t"
+            "movq %c[at_x1](%[p]), %[x0]\n\t"
+            "andq %%rdx, %[x0]\n\t" "andq %%rdx, %[x2]\n\t" "andq %%rdx, %[x3]\n\t"
+            "movq %c[at_d0](%[p]), %%rdx\n\t"
+            "subq %%rdx, %[t4]\n\t" "sbbq %[x0], %[t5]\n\t" "sbbq %[x2], %[x1]\n\t" "sbbq %[x3], %[sign]\n\t"
+            "subq %%rdx, %[t4]\n\t" "sbbq %[x0], %[t5]\n\t" "sbbq %[x2], %[x1]\n\t" "sbbq %[x3], %[sign]\n\t"
+            // two rows with mu: (t1, t2, t3, x3, t0), then (t2, t3, x3, t0, t1), of which the upper limbs join
+            "movq %[t0], %%rdx\n\t"
+            "xorl %k[x3], %k[x3]\n\t"
+            KESH_STEP(KESH_MU(0), x0, x2, t1, t2)
+            KESH_STEP(KESH_MU(1), x0, x2, t2, t3)
+            KESH_STEP(KESH_MU(2), x0, x2, t3, x3)
+            KESH_LAST_STEP(KESH_MU(3), x0, x2, x3, t0)
+            "movq %[t1], %%rdx\n\t"
+            "xorl %k[x2], %k[x2]\n\t"
+            KESH_STEP(KESH_MU(0), x0, x2, t2, t3)
+            KESH_STEP(KESH_MU(1), x0, x2, t3, x3)
+            KESH_STEP(KESH_MU(2), x0, x2, x3, t0)
+            KESH_LAST_STEP(KESH_MU(3), x0, x2, t0, t1)
+            "addq %[x3], %[t4]\n\t" "adcq %[t0], %[t5]\n\t" "adcq %[t1], %[x1]\n\t" "adcq $0, %[sign]\n\t"
+            // q m / 2^128 = (t1, t2, t3, x3)
+            KESH_QUOTIENT(t2, t3, x0, x2)
+            "movq %[x0], %%rdx\n\t"
+            "mulx " KESH_M(0) ", %[x0], %[t0]\n\t"
+            "mulx " KESH_M(1) ", %[x0], %[t1]\n\t" "addq %[x0], %[t0]\n\t"
+            "mulx " KESH_M(2) ", %[x0], %[t2]\n\t" "adcq %[x0], %[t1]\n\t"
+            "mulx " KESH_M(3) ", %[x0], %[t3]\n\t" "adcq %[x0], %[t2]\n\t" "adcq $0, %[t3]\n\t"
+            "movq %[x2], %%rdx\n\t"
+            "xorl %k[x3], %k[x3]\n\t"
+            KESH_STEP(KESH_M(0), x0, x2, t0, t1)
+            KESH_STEP(KESH_M(1), x0, x2, t1, t2)
+            KESH_STEP(KESH_M(2), x0, x2, t2, t3)
+            KESH_LAST_STEP(KESH_M(3), x0, x2, t3, x3)
+            "subq %[t1], %[t4]\n\t" "sbbq %[t2], %[t5]\n\t" "sbbq %[t3], %[x1]\n\t" "sbbq %[x3], %[sign]\n\t"
+            "sbbq %[x2], %[x2]\n\t"
+            : [x0] "+&r"(x0), [x1] "+&r"(x1), [x2] "+&r"(x2), [x3] "+&r"(x3), [sign] "+&r"(sign), [t0] "=&r"(t0),
+              [t1] "=&r"(t1), [t2] "=&r"(t2), [t3] "=&r"(t3), [t4] "=&r"(t4), [t5] "=&r"(t5)
+            : [p] "r"(&memory), [m] "i"(offsetof(SignedModulus4, m)), [mu] "i"(offsetof(SignedModulus4, mu)),
+              [inverse] "i"(offsetof(SignedModulus4, inverse)), [at_x1] "i"(offsetof(SignedModulus4, x1)),
+              [at_d0] "i"(offsetof(SignedModulus4, d0)), [at_sign] "i"(offsetof(SignedModulus4, sign))
+            : "rdx", "cc", "memory");
+        x3 = sign, sign = x2, x0 = t4, x2 = x1, x1 = t5;
+    }
+    x[0] = x0, x[1] = x1, x[2] = x2, x[3] = x3, x[4] = sign;
 }
 
 // clang-format on
 
 #undef KESH_M
-#undef KESH_K
-#undef KESH_G
-#undef KESH_X1
+#undef KESH_MU
+#undef KESH_INVERSE
+#undef KESH_QUOTIENT
 #undef KESH_STEP
-#undef KESH_ROW
-#undef KESH_TWO_ROWS
+#undef KESH_LAST_STEP
+
+}  // namespace detail
+
+/** A residue x of a modulus m, with -m <= x <= m. */
+template <int n>
+    requires has_signed_residue<n>
+class SignedResidue {
+  public:
+    /** Precondition: represents(modulus). */
+    SignedResidue(const umint* residue, const Modulus<n>& modulus) noexcept : modulus_(modulus) {
+        for (int i = 0; i < n; ++i) x_[i] = residue[i];
+        x_[n] = 0;
+    }
+
+    /** Whether the highest limb of m is at most 2^64 - 3, so that m <= R - R / 2^63. */
+    static bool represents(const Modulus<n>& modulus) noexcept {
+        return modulus.m[n - 1] < ~umint{0} - 1;
+    }
+
+    /** x = x^2 / R modulo m, `times` times one after another. Precondition: times > 0. */
+    void square(mint times) noexcept {
+        detail::square_signed(x_, modulus_, times);
+    }
+
+    /**
+     * x = x / 2^j modulo m, 0 <= j < 64, as halve() in limbs.h: for q < 2^j, (x + q m) / 2^j is from -m to m too.
+     */
+    void halve(int j) noexcept {
+        const umint q = (x_[0] * modulus_.k) & ((umint{1} << j) - 1);
+        umint t[n + 1];
+        t[n] = add_product_row<n>(t, x_, modulus_.m, q) + x_[n];
+        for (int i = 0; i < n; ++i) x_[i] = (t[i] >> j) | ((t[i + 1] << 1) << (63 - j));
+        x_[n] = static_cast<umint>(static_cast<mint>(t[n]) >> j);
+    }
+
+    /** The residue in 0 .. m - 1. */
+    void store(umint* residue) const noexcept {
+        std::uint8_t carry = 0;
+        for (int i = 0; i < n; ++i) carry = math_addcarry(carry, x_[i], modulus_.m[i] & x_[n], residue[i]);
+    }
+
+  private:
+    const Modulus<n>& modulus_;
+    umint x_[n + 1];  ///< the limbs of x, or of x + R if x is negative, and the sign: all ones for a negative x
+};
+
+/** pow2 by residues with a sign. */
+template <int n>
+    requires has_signed_residue<n>
+class SignedPower {
+  public:
+    /** Precondition: SignedResidue<n>::represents(modulus). */
+    SignedPower(const Modulus<n>& modulus, const umint* e) noexcept
+        : SignedPower(Doublings<n>(modulus, e), modulus, e) {}
+
+    /** The index of the first bit of e that needs a squaring, plus 1. */
+    [[nodiscard]] int bits_left() const noexcept {
+        return left_;
+    }
+
+    /** The squarings between here and the next exact division. */
+    [[nodiscard]] int squarings() const noexcept {
+        return (left_ - 1) % Doublings<n>::first_bits + 1;
+    }
+
+    /** The squarings for the next bits of e. Precondition: 0 < times <= squarings(). */
+    void square(int times) noexcept {
+        value_.square(times);
+        for (; times > 0; --times) ahead_ = 2 * ahead_ - static_cast<int>(bit_at(e_, --left_));
+        if (left_ % Doublings<n>::first_bits != 0) return;
+        value_.halve(ahead_ - 1);
+        ahead_ = 1;
+    }
+
+    /** x = 2^e R modulo m, once no bit is left. */
+    void finish(umint* x) noexcept {
+        value_.halve(1);
+        value_.store(x);
+    }
+
+  private:
+    SignedPower(const Doublings<n>& start, const Modulus<n>& modulus, const umint* e) noexcept
+        : value_(start.value, modulus), e_(e), left_(start.bits_left()) {}
+
+    SignedResidue<n> value_;  ///< with postponed doublings, as in Doublings
+    const umint* e_;
+    int left_, ahead_ = 1;
+};
 
 }  // namespace kesh::kernel
