@@ -26,13 +26,16 @@ struct Column {
         math_addcarry(carry, c2, 0, c2);
     }
 
+    void add(const Column& other) noexcept {
+        std::uint8_t carry = math_addcarry(0, c0, other.c0, c0);
+        carry = math_addcarry(carry, c1, other.c1, c1);
+        math_addcarry(carry, c2, other.c2, c2);
+    }
+
     /** += 2 other. */
     void add_twice(const Column& other) noexcept {
-        const umint d0 = other.c0 << 1, d1 = (other.c1 << 1) | (other.c0 >> 63),
-                    d2 = (other.c2 << 1) | (other.c1 >> 63);
-        std::uint8_t carry = math_addcarry(0, c0, d0, c0);
-        carry = math_addcarry(carry, c1, d1, c1);
-        math_addcarry(carry, c2, d2, c2);
+        add(other);
+        add(other);
     }
 
     /** Returns the finished lowest limb and goes to the next column. */
