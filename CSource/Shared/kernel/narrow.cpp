@@ -39,13 +39,11 @@ inline Wide multiply(const umint* a, const umint* b) noexcept {
     return {(middle << 64) | low(p00), p11 + high(p01) + high(p10) + high(middle)};
 }
 
-/** A modulus and its inverse modulo 2^128, by one Newton step from the one modulo 2^64. */
+/** A modulus and its inverse modulo 2^128. */
 class Reduction {
   public:
-    explicit Reduction(const Modulus<2>& modulus) noexcept : m_(modulus.m) {
-        const umint2 x = umint{0} - modulus.k, m = (static_cast<umint2>(m_[1]) << 64) | m_[0];
-        inverse_ = x * (2 - m * x);
-    }
+    explicit Reduction(const Modulus<2>& modulus) noexcept
+        : m_(modulus.m), inverse_((static_cast<umint2>(modulus.inverse_high) << 64) | modulus.inverse) {}
 
     /**
      * r = t / 2^128 mod m. With q = t/m mod 2^128, q m has the low half of t, so that t - q m is 2^128 times the
