@@ -18,12 +18,7 @@ namespace {
 template <int n>
 void adx_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
     if constexpr (has_signed_residue<n>) {
-        if (SignedResidue<n>::represents(modulus)) {
-            SignedPower<n> y(modulus, e);
-            while (y.bits_left() > 0) y.square(y.squarings());
-            y.finish(x);
-            return;
-        }
+        if (signed_pow2(x, e, modulus)) return;
     }
     Doublings<n> y(modulus, e);
     for (int i = y.bits_left() - 1; i >= 0;) {

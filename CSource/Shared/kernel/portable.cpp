@@ -6,14 +6,27 @@
 #include "Shared/kernel/portable.h"
 
 #include "Shared/kernel/narrow.h"
+#include "Shared/kernel/signed_residue.h"
 
 namespace kesh::kernel {
+
+namespace {
+
+void portable_pow2_192(umint* x, const umint* e, const Modulus<3>& modulus) noexcept {
+    if (!signed_pow2(x, e, modulus)) generic_pow2<3, Portable>(x, e, modulus);
+}
+
+}  // namespace
 
 template <int n>
 const Routines<n>& portable_routines() noexcept {
     if constexpr (n == 2) {
         static constexpr Routines<2> table = {reduced_mul<2, Portable>, reduced_sqr<2, Portable>, pow2_128,
                                               lucas_ladder_128};
+        return table;
+    } else if constexpr (n == 3) {
+        static constexpr Routines<3> table = {reduced_mul<3, Portable>, reduced_sqr<3, Portable>, portable_pow2_192,
+                                              generic_lucas_ladder<3, Portable>};
         return table;
     } else {
         static constexpr Routines<n> table = {reduced_mul<n, Portable>, reduced_sqr<n, Portable>,

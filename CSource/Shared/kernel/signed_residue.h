@@ -1,6 +1,7 @@
 /**
  * @file   signed_residue.h
- * @brief  Montgomery squarings at 192 to 640 bits, one after another, for processors with BMI2 and ADX.
+ * @brief  Montgomery squarings at 192 to 640 bits, one after another: at 192 bits for any processor, above for those
+ *         with BMI2 and ADX.
  *
  * Each squaring of a chain waits for the one before. So the time is the latency from the lowest limb of one square to
  * the lowest limb of the next. A product that ends with a choice between several multiples of m has a long one: the
@@ -58,6 +59,64 @@ KESH_FOR_EACH_WRITTEN_WIDTH(KESH_DEFINE)
 #define KESH_MU(i) "%c[mu]+8*" #i "(%[p])"
 #define KESH_INVERSE(i) "%c[inverse]+8*" #i "(%[p])"
 
+/** rdx:rax = a b, in instructions that every processor has. */
+#define KESH_MULTIPLY(a, b) "movq %[" #a "], %%rax\n\t" "mulq " b "\n\t"
+#define KESH_MOVE(low, high) "movq %%rax, %[" #low "]\n\t" "movq %%rdx, %[" #high "]\n\t"
+
+/** On any processor: mulx, adcx and adox would not be faster here. */
+inline void square_signed(umint* x, const Modulus<3>& modulus, mint times) noexcept {
+    umint x0 = x[0], x1 = x[1], x2 = x[2], sign = x[3];
+    for (; times > 0; --times) {
+        umint t0, t1, t2, t3, t4, t5;
+        __asm__(
+            // the mixed products (t1, ..., t4)
+            KESH_MULTIPLY(x0, "%[x1]") KESH_MOVE(t1, t2)
+            KESH_MULTIPLY(x0, "%[x2]") "addq %%rax, %[t2]\n\t" "movq %%rdx, %[t3]\n\t" "adcq $0, %[t3]\n\t"
+            KESH_MULTIPLY(x1, "%[x2]") "addq %%rax, %[t3]\n\t" "movq %%rdx, %[t4]\n\t" "adcq $0, %[t4]\n\t"
+            // the sign: (t3, t4, t5) less d
+            "movq %[x0], %%rax\n\t" "andq %[sign], %%rax\n\t"
+            "movq %[x1], %%rdx\n\t" "andq %[sign], %%rdx\n\t"
+            "andq %[x2], %[sign]\n\t"
+            "xorl %k[t5], %k[t5]\n\t"
+            "subq %%rax, %[t3]\n\t" "sbbq %%rdx, %[t4]\n\t" "sbbq %[sign], %[t5]\n\t"
+            // twice these and the squares: (t0, ..., t5)
+            "addq %[t1], %[t1]\n\t" "adcq %[t2], %[t2]\n\t" "adcq %[t3], %[t3]\n\t" "adcq %[t4], %[t4]\n\t" "adcq %[t5], %[t5]\n\t"
+            KESH_MULTIPLY(x0, "%%rax") KESH_MOVE(t0, sign)
+            KESH_MULTIPLY(x1, "%%rax") KESH_MOVE(x0, x1)
+            KESH_MULTIPLY(x2, "%%rax")
+            "addq %[sign], %[t1]\n\t" "adcq %[x0], %[t2]\n\t" "adcq %[x1], %[t3]\n\t" "adcq %%rax, %[t4]\n\t" "adcq %%rdx, %[t5]\n\t"
+            // a row with mu: (t1, t2, sign, rdx), of which the upper half joins (t3, t4, t5)
+            KESH_MULTIPLY(t0, KESH_MU(0)) KESH_MOVE(x0, x1)
+            KESH_MULTIPLY(t0, KESH_MU(1)) KESH_MOVE(x2, sign)
+            KESH_MULTIPLY(t0, KESH_MU(2))
+            "addq %[x0], %[t1]\n\t" "adcq %[x2], %[t2]\n\t" "adcq %%rax, %[sign]\n\t" "adcq $0, %%rdx\n\t"
+            "addq %[x1], %[t2]\n\t" "adcq $0, %[sign]\n\t" "adcq $0, %%rdx\n\t"
+            "addq %[sign], %[t3]\n\t" "adcq %%rdx, %[t4]\n\t" "adcq $0, %[t5]\n\t"
+            // q = (x0, x1) = (t1, t2) / m mod 2^128
+            KESH_MULTIPLY(t1, KESH_INVERSE(0)) KESH_MOVE(x0, x1)
+            "imulq " KESH_INVERSE(1) ", %[t1]\n\t" "imulq " KESH_INVERSE(0) ", %[t2]\n\t"
+            "addq %[t1], %[x1]\n\t" "addq %[t2], %[x1]\n\t"
+            // q m / 2^128 = (t2, sign, t1)
+            KESH_MULTIPLY(x0, KESH_M(0)) "movq %%rdx, %[t0]\n\t"
+            KESH_MULTIPLY(x0, KESH_M(1)) KESH_MOVE(t1, t2)
+            KESH_MULTIPLY(x0, KESH_M(2)) "movq %%rdx, %[sign]\n\t"
+            "addq %[t1], %[t0]\n\t" "adcq %%rax, %[t2]\n\t" "adcq $0, %[sign]\n\t"
+            "xorl %k[t1], %k[t1]\n\t"
+            KESH_MULTIPLY(x1, KESH_M(0)) "addq %%rax, %[t0]\n\t" "adcq %%rdx, %[t2]\n\t" "adcq $0, %[sign]\n\t" "adcq $0, %[t1]\n\t"
+            KESH_MULTIPLY(x1, KESH_M(1)) "addq %%rax, %[t2]\n\t" "adcq %%rdx, %[sign]\n\t" "adcq $0, %[t1]\n\t"
+            KESH_MULTIPLY(x1, KESH_M(2)) "addq %%rax, %[sign]\n\t" "adcq %%rdx, %[t1]\n\t"
+            "subq %[t2], %[t3]\n\t" "sbbq %[sign], %[t4]\n\t" "sbbq %[t1], %[t5]\n\t"
+            "sbbq %[sign], %[sign]\n\t"
+            : [x0] "+&r"(x0), [x1] "+&r"(x1), [x2] "+&r"(x2), [sign] "+&r"(sign), [t0] "=&r"(t0), [t1] "=&r"(t1),
+              [t2] "=&r"(t2), [t3] "=&r"(t3), [t4] "=&r"(t4), [t5] "=&r"(t5)
+            : [p] "r"(&modulus), "m"(modulus), [m] "i"(offsetof(Modulus<3>, m)), [mu] "i"(offsetof(Modulus<3>, mu)),
+              [inverse] "i"(offsetof(Modulus<3>, inverse))
+            : "rax", "rdx", "cc");
+        x0 = t3, x1 = t4, x2 = t5;
+    }
+    x[0] = x0, x[1] = x1, x[2] = x2, x[3] = sign;
+}
+
 /** (q, next) = (low, high) / m mod 2^128. low and high are overwritten. */
 #define KESH_QUOTIENT(low, high, q, next)                                     \
     "movq %[" #low "], %%rdx\n\t"                                             \
@@ -80,65 +139,6 @@ KESH_FOR_EACH_WRITTEN_WIDTH(KESH_DEFINE)
     "movl $0, %k[" #zero "]\n\t"                                              \
     "adcx %[" #zero "], %[" #top "]\n\t"                                      \
     "adox %[" #zero "], %[" #top "]\n\t"
-
-inline void square_signed(umint* x, const Modulus<3>& modulus, mint times) noexcept {
-    umint x0 = x[0], x1 = x[1], x2 = x[2], sign = x[3];
-    for (; times > 0; --times) {
-        umint t0, t1, t2, t3, t4, t5, lo;
-        __asm__(
-            // the mixed products (t1, ..., t4), and x0^2 = (t0, t5)
-            "movq %[x0], %%rdx\n\t"
-            "mulx %[x1], %[t1], %[t2]\n\t"
-            "mulx %[x2], %[lo], %[t3]\n\t"
-            "mulx %%rdx, %[t0], %[t5]\n\t"
-            "addq %[lo], %[t2]\n\t" "adcq $0, %[t3]\n\t"
-            "movq %[x1], %%rdx\n\t"
-            "mulx %[x2], %[lo], %[t4]\n\t"
-            "addq %[lo], %[t3]\n\t" "adcq $0, %[t4]\n\t"
-            // twice these and the squares: (t0, ..., t5)
-            "xorl %k[lo], %k[lo]\n\t"
-            "adcx %[t1], %[t1]\n\t" "adox %[t5], %[t1]\n\t"
-            "mulx %%rdx, %[lo], %[t5]\n\t"
-            "adcx %[t2], %[t2]\n\t" "adox %[lo], %[t2]\n\t"
-            "adcx %[t3], %[t3]\n\t" "adox %[t5], %[t3]\n\t"
-            "movq %[x2], %%rdx\n\t"
-            "mulx %%rdx, %[lo], %[t5]\n\t"
-            "adcx %[t4], %[t4]\n\t" "adox %[lo], %[t4]\n\t"
-            "movl $0, %k[lo]\n\t"
-            "adcx %[lo], %[t5]\n\t" "adox %[lo], %[t5]\n\t"
-            // the sign: (t3, t4, t5) less 2 d
-            "andq %[sign], %[x0]\n\t" "andq %[sign], %[x1]\n\t" "andq %[sign], %[x2]\n\t"
-            "subq %[x0], %[t3]\n\t" "sbbq %[x1], %[t4]\n\t" "sbbq %[x2], %[t5]\n\t"
-            "subq %[x0], %[t3]\n\t" "sbbq %[x1], %[t4]\n\t" "sbbq %[x2], %[t5]\n\t"
-            // a row with mu: (t1, t2, x0, sign), of which the upper half joins (t3, t4, t5)
-            "movq %[t0], %%rdx\n\t"
-            "mulx " KESH_MU(0) ", %[lo], %[x1]\n\t"   "addq %[lo], %[t1]\n\t"
-            "mulx " KESH_MU(1) ", %[lo], %[x0]\n\t"   "adcq %[lo], %[t2]\n\t"
-            "mulx " KESH_MU(2) ", %[lo], %[sign]\n\t" "adcq %[lo], %[x0]\n\t" "adcq $0, %[sign]\n\t"
-            "addq %[x1], %[t2]\n\t" "adcq $0, %[x0]\n\t" "adcq $0, %[sign]\n\t"
-            "addq %[x0], %[t3]\n\t" "adcq %[sign], %[t4]\n\t" "adcq $0, %[t5]\n\t"
-            // q m / 2^128 = (t1, t2, x0)
-            KESH_QUOTIENT(t1, t2, x0, x1)
-            "movq %[x0], %%rdx\n\t"
-            "mulx " KESH_M(0) ", %[lo], %[t0]\n\t"
-            "mulx " KESH_M(1) ", %[lo], %[t1]\n\t" "addq %[lo], %[t0]\n\t"
-            "mulx " KESH_M(2) ", %[lo], %[t2]\n\t" "adcq %[lo], %[t1]\n\t" "adcq $0, %[t2]\n\t"
-            "movq %[x1], %%rdx\n\t"
-            "xorl %k[lo], %k[lo]\n\t"
-            KESH_STEP(KESH_M(0), lo, sign, t0, t1)
-            KESH_STEP(KESH_M(1), lo, sign, t1, t2)
-            KESH_LAST_STEP(KESH_M(2), lo, sign, t2, x0)
-            "subq %[t1], %[t3]\n\t" "sbbq %[t2], %[t4]\n\t" "sbbq %[x0], %[t5]\n\t"
-            "sbbq %[sign], %[sign]\n\t"
-            : [x0] "+&r"(x0), [x1] "+&r"(x1), [x2] "+&r"(x2), [sign] "+&r"(sign), [t0] "=&r"(t0), [t1] "=&r"(t1),
-              [t2] "=&r"(t2), [t3] "=&r"(t3), [t4] "=&r"(t4), [t5] "=&r"(t5), [lo] "=&r"(lo)
-            : [p] "r"(&modulus), "m"(modulus), [m] "i"(offsetof(Modulus<3>, m)), [mu] "i"(offsetof(Modulus<3>, mu)),
-              [inverse] "i"(offsetof(Modulus<3>, inverse))
-            : "rdx", "cc");
-        x0 = t3, x1 = t4, x2 = t5;
-    }
-    x[0] = x0, x[1] = x1, x[2] = x2, x[3] = sign;
-}
 
 /** What the squaring of four limbs reads, and memory for values that have no register. */
 struct SignedModulus4 {
@@ -238,6 +238,8 @@ inline void square_signed(umint* x, const Modulus<4>& modulus, mint times) noexc
 #undef KESH_M
 #undef KESH_MU
 #undef KESH_INVERSE
+#undef KESH_MULTIPLY
+#undef KESH_MOVE
 #undef KESH_QUOTIENT
 #undef KESH_STEP
 #undef KESH_LAST_STEP
@@ -329,5 +331,16 @@ class SignedPower {
     const umint* e_;
     int left_, ahead_ = 1;
 };
+
+/** pow2 by residues with a sign, or false if the modulus is too large for them. */
+template <int n>
+    requires has_signed_residue<n>
+[[nodiscard]] bool signed_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
+    if (!SignedResidue<n>::represents(modulus)) return false;
+    SignedPower<n> y(modulus, e);
+    while (y.bits_left() > 0) y.square(y.squarings());
+    y.finish(x);
+    return true;
+}
 
 }  // namespace kesh::kernel
