@@ -1,6 +1,6 @@
 /**
  * @file   narrow.cpp
- * @brief  The power and the ladder at 128 bits, where latency decides the time: README.md counts it.
+ * @brief  The ladder at 128 bits.
  */
 
 #include "Shared/kernel/narrow.h"
@@ -64,16 +64,6 @@ class Reduction {
 };
 
 }  // namespace
-
-void pow2_128(umint* x, const umint* e, const Modulus<2>& modulus) noexcept {
-    const Reduction reduce(modulus);
-    Doublings<2> y(modulus, e);
-    for (int i = y.bits_left() - 1; i >= 0; --i) {
-        reduce(y.value, square(y.value));
-        y.after_square(e, i);
-    }
-    y.finish(x);
-}
 
 void lucas_ladder_128(umint* l, umint* h, const umint* a, const umint* e, const Modulus<2>& modulus) noexcept {
     const Reduction reduce(modulus);

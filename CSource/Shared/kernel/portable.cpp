@@ -12,27 +12,29 @@ namespace kesh::kernel {
 
 namespace {
 
-void portable_pow2_192(umint* x, const umint* e, const Modulus<3>& modulus) noexcept {
-    if (!signed_pow2(x, e, modulus)) generic_pow2<3, Portable>(x, e, modulus);
+template <int n>
+void portable_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
+    if constexpr (n <= 3) {
+        if (signed_pow2(x, e, modulus)) return;
+    }
+    generic_pow2<n, Portable>(x, e, modulus);
+}
+
+template <int n>
+void portable_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept {
+    if constexpr (n == 2)
+        lucas_ladder_128(l, h, a, e, modulus);
+    else
+        generic_lucas_ladder<n, Portable>(l, h, a, e, modulus);
 }
 
 }  // namespace
 
 template <int n>
 const Routines<n>& portable_routines() noexcept {
-    if constexpr (n == 2) {
-        static constexpr Routines<2> table = {reduced_mul<2, Portable>, reduced_sqr<2, Portable>, pow2_128,
-                                              lucas_ladder_128};
-        return table;
-    } else if constexpr (n == 3) {
-        static constexpr Routines<3> table = {reduced_mul<3, Portable>, reduced_sqr<3, Portable>, portable_pow2_192,
-                                              generic_lucas_ladder<3, Portable>};
-        return table;
-    } else {
-        static constexpr Routines<n> table = {reduced_mul<n, Portable>, reduced_sqr<n, Portable>,
-                                              generic_pow2<n, Portable>, generic_lucas_ladder<n, Portable>};
-        return table;
-    }
+    static constexpr Routines<n> table = {reduced_mul<n, Portable>, reduced_sqr<n, Portable>, portable_pow2<n>,
+                                          portable_lucas_ladder<n>};
+    return table;
 }
 
 #define KESH_PORTABLE_ROUTINES(n) template const Routines<n>& portable_routines<n>() noexcept;

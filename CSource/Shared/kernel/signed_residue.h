@@ -1,7 +1,7 @@
 /**
  * @file   signed_residue.h
- * @brief  Montgomery squarings at 192 to 640 bits, one after another: at 192 bits for any processor, above for those
- *         with BMI2 and ADX.
+ * @brief  Montgomery squarings at 128 to 640 bits, one after another: at 128 and 192 bits for any processor, above for
+ *         those with BMI2 and ADX.
  *
  * Each squaring of a chain waits for the one before. So the time is the latency from the lowest limb of one square to
  * the lowest limb of the next. A product that ends with a choice between several multiples of m has a long one: the
@@ -13,8 +13,10 @@
  * 2. n - 2 rows of the reduction use mu, as in README.md, and leave a value t below x^2 / 2^(64 (n-2)) + 2^64 m. The
  *    last two rows have the exact quotient q = t/m mod 2^128, and the next x is (t - q m) / 2^128.
  *
- * Bounds: let m <= R - R / 2^63. If -m <= x <= m, then x^2 / R <= m (1 - 2^-63), and the next x is below this plus
- * m / 2^64 because of t, so below m; it is above -m because q m / 2^128 < m. For a larger m, x could reach R.
+ * At 128 bits there is no row with mu.
+ *
+ * Bounds: let m <= R - R / 2^63, or n = 2. If -m <= x <= m, then x^2 / R <= m (1 - 2^-63), and the next x is below this
+ * plus m / 2^64 because of t, so below m; it is above -m because q m / 2^128 < m. For a larger m, x could reach R.
  */
 #pragma once
 
@@ -37,7 +39,7 @@ namespace kesh::kernel {
 
 /** The numbers of limbs that have this form: to ten, the accumulators of a row are in registers. */
 template <int n>
-concept has_signed_residue = 3 <= n && n <= 10;
+concept has_signed_residue = 2 <= n && n <= 10;
 
 namespace detail {
 
@@ -62,6 +64,43 @@ KESH_FOR_EACH_WRITTEN_WIDTH(KESH_DEFINE)
 /** rdx:rax = a b, in instructions that every processor has. */
 #define KESH_MULTIPLY(a, b) "movq %[" #a "], %%rax\n\t" "mulq " b "\n\t"
 #define KESH_MOVE(low, high) "movq %%rax, %[" #low "]\n\t" "movq %%rdx, %[" #high "]\n\t"
+
+/** On any processor. */
+inline void square_signed(umint* x, const Modulus<2>& modulus, mint times) noexcept {
+    umint x0 = x[0], x1 = x[1], sign = x[2];
+    for (; times > 0; --times) {
+        umint t0, t1, t2, t3;
+        __asm__(
+            // the mixed product (t1, t2), and (t2, t3) less d
+            KESH_MULTIPLY(x0, "%[x1]") KESH_MOVE(t1, t2)
+            "movq %[x0], %%rax\n\t" "andq %[sign], %%rax\n\t" "andq %[x1], %[sign]\n\t"
+            "xorl %k[t3], %k[t3]\n\t"
+            "subq %%rax, %[t2]\n\t" "sbbq %[sign], %[t3]\n\t"
+            // twice these and the squares: (t0, ..., t3)
+            "addq %[t1], %[t1]\n\t" "adcq %[t2], %[t2]\n\t" "adcq %[t3], %[t3]\n\t"
+            KESH_MULTIPLY(x0, "%%rax") KESH_MOVE(t0, sign)
+            KESH_MULTIPLY(x1, "%%rax")
+            "addq %[sign], %[t1]\n\t" "adcq %%rax, %[t2]\n\t" "adcq %%rdx, %[t3]\n\t"
+            // q = (x0, x1) = (t0, t1) / m mod 2^128
+            KESH_MULTIPLY(t0, KESH_INVERSE(0)) KESH_MOVE(x0, x1)
+            "imulq " KESH_INVERSE(1) ", %[t0]\n\t" "imulq " KESH_INVERSE(0) ", %[t1]\n\t"
+            "addq %[t0], %[x1]\n\t" "addq %[t1], %[x1]\n\t"
+            // q m / 2^128 = (t1, sign)
+            KESH_MULTIPLY(x0, KESH_M(0)) "movq %%rdx, %[t0]\n\t"
+            KESH_MULTIPLY(x0, KESH_M(1)) "movq %%rdx, %[t1]\n\t"
+            "addq %%rax, %[t0]\n\t" "adcq $0, %[t1]\n\t"
+            "xorl %k[sign], %k[sign]\n\t"
+            KESH_MULTIPLY(x1, KESH_M(0)) "addq %%rax, %[t0]\n\t" "adcq %%rdx, %[t1]\n\t" "adcq $0, %[sign]\n\t"
+            KESH_MULTIPLY(x1, KESH_M(1)) "addq %%rax, %[t1]\n\t" "adcq %%rdx, %[sign]\n\t"
+            "subq %[t1], %[t2]\n\t" "sbbq %[sign], %[t3]\n\t" "sbbq %[sign], %[sign]\n\t"
+            : [x0] "+&r"(x0), [x1] "+&r"(x1), [sign] "+&r"(sign), [t0] "=&r"(t0), [t1] "=&r"(t1), [t2] "=&r"(t2),
+              [t3] "=&r"(t3)
+            : [p] "r"(&modulus), "m"(modulus), [m] "i"(offsetof(Modulus<2>, m)), [inverse] "i"(offsetof(Modulus<2>, inverse))
+            : "rax", "rdx", "cc");
+        x0 = t2, x1 = t3;
+    }
+    x[0] = x0, x[1] = x1, x[2] = sign;
+}
 
 /** On any processor: mulx, adcx and adox would not be faster here. */
 inline void square_signed(umint* x, const Modulus<3>& modulus, mint times) noexcept {
@@ -257,9 +296,9 @@ class SignedResidue {
         x_[n] = 0;
     }
 
-    /** Whether the highest limb of m is at most 2^64 - 3, so that m <= R - R / 2^63. */
+    /** Whether n = 2, or the highest limb of m is at most 2^64 - 3, so that m <= R - R / 2^63. */
     static bool represents(const Modulus<n>& modulus) noexcept {
-        return modulus.m[n - 1] < ~umint{0} - 1;
+        return n == 2 || modulus.m[n - 1] < ~umint{0} - 1;
     }
 
     /** x = x^2 / R modulo m, `times` times one after another. Precondition: times > 0. */
