@@ -455,7 +455,7 @@ TYPED_TEST(SignedResidues, SquaresAgreeWithProductsOneAfterAnother) {
         const Modulus<n> modulus(m.data());
         ASSERT_TRUE(SignedResidue<n>::represents(modulus));
         const mpz_class last = to_mpz(m) - 1;
-        // 0 becomes -m or 0 after a squaring; m - 1 and its neighbours have the largest squares.
+        // m - 1 and its neighbours have the largest squares.
         Limbs<n> expected = i % 8 == 0   ? Limbs<n>{}
                             : i % 8 <= 2 ? from_mpz<n>(last)
                                          : from_mpz<n>(to_mpz(random.limbs<n>()) % (last + 1));

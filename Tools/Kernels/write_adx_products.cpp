@@ -1,6 +1,7 @@
 /**
  * @file   write_adx_products.cpp
- * @brief  Writes the assembly of the Montgomery products of 3 to 16 limbs for processors with BMI2 and ADX.
+ * @brief  Writes the assembly of the Montgomery products of 3 to 16 limbs, and of chains of squares of 5 to 10, for
+ * processors with BMI2 and ADX.
  *
  * The build runs this program and assembles its output into the library. One description serves all sizes: they differ
  * only in the number of registers of a row and in their order.
@@ -94,8 +95,8 @@ class Size {
     Array a{"%rsi"};
     const Array b{"%rbp"};
     /**
-     * On the stack: the product of 2 n limbs, limbs that a strip of the reduction has finished, and three addresses,
-     * a flag, a zero and a count.
+     * On the stack: the product of 2 n limbs, limbs that a strip of the reduction has finished or, of one strip, the
+     * residue with a sign, four addresses, a flag, a zero, a count and two quotients.
      */
     const Array z{"%rsp"}, finished{"%rsp", 2 * n};
     const std::string result_address = Array{"%rsp", 3 * n}[0], modulus_address = Array{"%rsp", 3 * n}[1],
@@ -316,7 +317,7 @@ class Size {
         line("movq", "%rbx", second_quotient);
         line("movq", "%rax", first_quotient);
         line("movq %rax, %rdx");
-        std::string carry = sum.front();
+        std::string carry;
         for (int i = 0; i < 2; ++i) {
             if (i == 1) line("movq", second_quotient, "%rdx");
             carry = sum.front();

@@ -65,6 +65,9 @@ KESH_FOR_EACH_WRITTEN_WIDTH(KESH_DEFINE)
 #define KESH_MULTIPLY(a, b) "movq %[" #a "], %%rax\n\t" "mulq " b "\n\t"
 #define KESH_MOVE(low, high) "movq %%rax, %[" #low "]\n\t" "movq %%rdx, %[" #high "]\n\t"
 
+static_assert(offsetof(Modulus<2>, inverse_high) == offsetof(Modulus<2>, inverse) + sizeof(umint));
+static_assert(offsetof(Modulus<3>, inverse_high) == offsetof(Modulus<3>, inverse) + sizeof(umint));
+
 /** On any processor. */
 inline void square_signed(umint* x, const Modulus<2>& modulus, mint times) noexcept {
     umint x0 = x[0], x1 = x[1], sign = x[2];
@@ -156,15 +159,6 @@ inline void square_signed(umint* x, const Modulus<3>& modulus, mint times) noexc
     x[0] = x0, x[1] = x1, x[2] = x2, x[3] = sign;
 }
 
-/** (q, next) = (low, high) / m mod 2^128. low and high are overwritten. */
-#define KESH_QUOTIENT(low, high, q, next)                                     \
-    "movq %[" #low "], %%rdx\n\t"                                             \
-    "mulx " KESH_INVERSE(0) ", %[" #q "], %[" #next "]\n\t"                   \
-    "imulq " KESH_INVERSE(1) ", %[" #low "]\n\t"                              \
-    "imulq " KESH_INVERSE(0) ", %[" #high "]\n\t"                             \
-    "addq %[" #low "], %[" #next "]\n\t"                                      \
-    "addq %[" #high "], %[" #next "]\n\t"
-
 /** (low, high) += source rdx, each half with the carry of its own chain; a and b are overwritten. */
 #define KESH_STEP(source, a, b, low, high)                                    \
     "mulx " source ", %[" #a "], %[" #b "]\n\t"                               \
@@ -178,6 +172,13 @@ inline void square_signed(umint* x, const Modulus<3>& modulus, mint times) noexc
     "movl $0, %k[" #zero "]\n\t"                                              \
     "adcx %[" #zero "], %[" #top "]\n\t"                                      \
     "adox %[" #zero "], %[" #top "]\n\t"
+
+/** (a, b, c, d, top) = (a, b, c, d) + source rdx, with clear carries. x0 and x2 are overwritten. */
+#define KESH_ROW(source, a, b, c, d, top)                                     \
+    KESH_STEP(source(0), x0, x2, a, b)                                        \
+    KESH_STEP(source(1), x0, x2, b, c)                                        \
+    KESH_STEP(source(2), x0, x2, c, d)                                        \
+    KESH_LAST_STEP(source(3), x0, x2, d, top)
 
 /** What the squaring of four limbs reads, and memory for values that have no register. */
 struct SignedModulus4 {
@@ -235,19 +236,16 @@ inline void square_signed(umint* x, const Modulus<4>& modulus, mint times) noexc
             // two rows with mu: (t1, t2, t3, x3, t0), then (t2, t3, x3, t0, t1), of which the upper limbs join
             "movq %[t0], %%rdx\n\t"
             "xorl %k[x3], %k[x3]\n\t"
-            KESH_STEP(KESH_MU(0), x0, x2, t1, t2)
-            KESH_STEP(KESH_MU(1), x0, x2, t2, t3)
-            KESH_STEP(KESH_MU(2), x0, x2, t3, x3)
-            KESH_LAST_STEP(KESH_MU(3), x0, x2, x3, t0)
+            KESH_ROW(KESH_MU, t1, t2, t3, x3, t0)
             "movq %[t1], %%rdx\n\t"
             "xorl %k[x2], %k[x2]\n\t"
-            KESH_STEP(KESH_MU(0), x0, x2, t2, t3)
-            KESH_STEP(KESH_MU(1), x0, x2, t3, x3)
-            KESH_STEP(KESH_MU(2), x0, x2, x3, t0)
-            KESH_LAST_STEP(KESH_MU(3), x0, x2, t0, t1)
+            KESH_ROW(KESH_MU, t2, t3, x3, t0, t1)
             "addq %[x3], %[t4]\n\t" "adcq %[t0], %[t5]\n\t" "adcq %[t1], %[x1]\n\t" "adcq $0, %[sign]\n\t"
             // q m / 2^128 = (t1, t2, t3, x3)
-            KESH_QUOTIENT(t2, t3, x0, x2)
+            "movq %[t2], %%rdx\n\t"
+            "mulx " KESH_INVERSE(0) ", %[x0], %[x2]\n\t"
+            "imulq " KESH_INVERSE(1) ", %[t2]\n\t" "imulq " KESH_INVERSE(0) ", %[t3]\n\t"
+            "addq %[t2], %[x2]\n\t" "addq %[t3], %[x2]\n\t"
             "movq %[x0], %%rdx\n\t"
             "mulx " KESH_M(0) ", %[x0], %[t0]\n\t"
             "mulx " KESH_M(1) ", %[x0], %[t1]\n\t" "addq %[x0], %[t0]\n\t"
@@ -255,10 +253,7 @@ inline void square_signed(umint* x, const Modulus<4>& modulus, mint times) noexc
             "mulx " KESH_M(3) ", %[x0], %[t3]\n\t" "adcq %[x0], %[t2]\n\t" "adcq $0, %[t3]\n\t"
             "movq %[x2], %%rdx\n\t"
             "xorl %k[x3], %k[x3]\n\t"
-            KESH_STEP(KESH_M(0), x0, x2, t0, t1)
-            KESH_STEP(KESH_M(1), x0, x2, t1, t2)
-            KESH_STEP(KESH_M(2), x0, x2, t2, t3)
-            KESH_LAST_STEP(KESH_M(3), x0, x2, t3, x3)
+            KESH_ROW(KESH_M, t0, t1, t2, t3, x3)
             "subq %[t1], %[t4]\n\t" "sbbq %[t2], %[t5]\n\t" "sbbq %[t3], %[x1]\n\t" "sbbq %[x3], %[sign]\n\t"
             "sbbq %[x2], %[x2]\n\t"
             : [x0] "+&r"(x0), [x1] "+&r"(x1), [x2] "+&r"(x2), [x3] "+&r"(x3), [sign] "+&r"(sign), [t0] "=&r"(t0),
@@ -279,9 +274,9 @@ inline void square_signed(umint* x, const Modulus<4>& modulus, mint times) noexc
 #undef KESH_INVERSE
 #undef KESH_MULTIPLY
 #undef KESH_MOVE
-#undef KESH_QUOTIENT
 #undef KESH_STEP
 #undef KESH_LAST_STEP
+#undef KESH_ROW
 
 }  // namespace detail
 
