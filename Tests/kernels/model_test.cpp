@@ -38,6 +38,22 @@ TEST(Model, MemoryIsAligned) {
     EXPECT_EQ(_mm512_load_si512(memory + 8).lane[7], 1U);
     EXPECT_DEATH(_mm512_load_si512(memory + 1), "load wants aligned memory");
     EXPECT_DEATH(_mm512_store_si512(memory + 1, one), "store wants aligned memory");
+    const auto* quarter = reinterpret_cast<const __m256i*>(memory + 2);
+    EXPECT_DEATH(_mm256_load_si256(quarter), "load wants aligned memory");
+}
+
+TEST(Model, NarrowRegistersAreCheckedToo) {
+    const __m256i narrow_one = _mm512_castsi512_si256(one), wide = _mm256_set1_epi64x(above_52_bits);
+    EXPECT_DEATH(_mm256_madd52lo_epu64(narrow_one, wide, narrow_one), "madd52lo has an operand above 52 bits");
+    EXPECT_DEATH(_mm256_madd52hi_epu64(narrow_one, narrow_one, wide), "madd52hi has an operand above 52 bits");
+    EXPECT_EQ(_mm256_madd52lo_epu64(narrow_one, low_52_bits(wide), narrow_one).lane[3], 1U);
+    const __m256i ones = _mm512_castsi512_si256(all_ones);
+    EXPECT_DEATH(_mm256_add_epi64(ones, narrow_one), "add overflows");
+    EXPECT_DEATH(_mm256_sll_epi64(ones, _mm_cvtsi64_si128(1)), "sll loses bits");
+    EXPECT_EQ(_mm512_zextsi256_si512(ones).lane[3], ~umint{0});
+    EXPECT_EQ(_mm512_zextsi256_si512(ones).lane[4], 0U);
+    EXPECT_EQ(_mm256_alignr_epi64(narrow_one, ones, 3).lane[0], ~umint{0});
+    EXPECT_EQ(_mm256_alignr_epi64(narrow_one, ones, 3).lane[1], 1U);
 }
 
 }  // namespace

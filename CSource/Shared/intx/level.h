@@ -39,9 +39,10 @@ inline Level detect_level() noexcept {
     cpuid(1, b, c);
     const bool has_xgetbv = (c & 1U << 27) != 0;
     cpuid(7, b, c);
-    constexpr unsigned bmi2_adx = 1U << 8 | 1U << 19, avx512f_dq_ifma = 1U << 16 | 1U << 17 | 1U << 21;
+    constexpr unsigned bmi2_adx = 1U << 8 | 1U << 19;
+    constexpr unsigned avx512_f_dq_ifma_vl = 1U << 16 | 1U << 17 | 1U << 21 | 1U << 31;
     if ((b & bmi2_adx) != bmi2_adx) return Level::portable;
-    if ((b & avx512f_dq_ifma) != avx512f_dq_ifma || !has_xgetbv) return Level::adx;
+    if ((b & avx512_f_dq_ifma_vl) != avx512_f_dq_ifma_vl || !has_xgetbv) return Level::adx;
     unsigned saved = 0, high = 0;
     __asm__ volatile("xgetbv" : "=a"(saved), "=d"(high) : "c"(0));
     constexpr unsigned vector_state = 0xE6;

@@ -20,8 +20,8 @@
 #include <immintrin.h>
 #endif
 
-#define KESH_IFMA __attribute__((target("avx512f,avx512dq,avx512ifma,bmi2")))
-#define KESH_IFMA_INLINE __attribute__((target("avx512f,avx512dq,avx512ifma,bmi2"), always_inline)) inline
+#define KESH_IFMA __attribute__((target("avx512f,avx512dq,avx512vl,avx512ifma,bmi2")))
+#define KESH_IFMA_INLINE __attribute__((target("avx512f,avx512dq,avx512vl,avx512ifma,bmi2"), always_inline)) inline
 
 namespace kesh::kernel {
 
@@ -31,6 +31,20 @@ namespace kesh::kernel {
  */
 KESH_IFMA_INLINE __m512i low_52_bits(__m512i a) noexcept {
     return a;
+}
+KESH_IFMA_INLINE __m256i low_52_bits(__m256i a) noexcept {
+    return a;
+}
+
+/**
+ * Compilers keep the order of these. Without them clang++ computes one product of a pair after the other, and no longer
+ * hides the latency of one behind the other.
+ */
+KESH_IFMA_INLINE void in_turns(__m512i& a) noexcept {
+    __asm__ volatile("" : "+v"(a));
+}
+KESH_IFMA_INLINE void in_turns(__m256i& a) noexcept {
+    __asm__ volatile("" : "+v"(a));
 }
 
 }  // namespace kesh::kernel

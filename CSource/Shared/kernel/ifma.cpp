@@ -14,107 +14,262 @@ namespace {
 constexpr int digit_bits = 52;
 constexpr umint digit_mask = (umint{1} << digit_bits) - 1;
 
+/** Registers of eight lanes and of four. */
+struct Wide {
+    using Register = __m512i;
+};
+struct Narrow {
+    using Register = __m256i;
+};
+
+/** `count` registers of one kind. */
+template <class Kind, int count>
+struct Registers {
+    using Register = typename Kind::Register;
+    Register of[count];
+
+    KESH_IFMA_INLINE Register& operator[](int i) noexcept {
+        return of[i];
+    }
+    KESH_IFMA_INLINE const Register& operator[](int i) const noexcept {
+        return of[i];
+    }
+};
+/** No registers: for loops over none of them. */
+template <class Kind>
+struct Registers<Kind, 0> {
+    KESH_IFMA_INLINE typename Kind::Register& operator[](int) const noexcept {
+        __builtin_unreachable();
+    }
+};
+
 /**
- * Digits of a number below 2^(64 n + 52) and a few bits more; also the number of reduction rows, so that the internal
- * R is 2^(52 digits).
+ * How a number of n limbs is cut into digits, and the digits into registers: `wide` registers of eight digits and,
+ * above them, `narrow` ones of four. A processor that splits wide registers into halves passes narrow ones on sooner.
  */
-template <int n>
-constexpr int digits = (64 * n + digit_bits) / digit_bits + 1;
+template <int limbs, bool only_narrow>
+struct Shape {
+    static constexpr int n = limbs;
+    /** Digits of a number, and rows of a reduction: R' = 2^(52 digits) is at least 16 * 2^(64 n). */
+    static constexpr int digits = (64 * n + 4 + digit_bits - 1) / digit_bits;
+    static constexpr int wide = only_narrow ? 0 : (digits + 3) / 8;
+    static constexpr int narrow = digits > 8 * wide ? (digits - 8 * wide + 3) / 4 : 0;
+    /** R' / R = 2^doublings. */
+    static constexpr int doublings = digit_bits * digits - 64 * n;
 
-/** R' / (2^52 R) = 2^doublings, for R' = 2^(52 digits): 4 at 4 limbs, more at all other sizes. */
-template <int n>
-constexpr int doublings = digit_bits * (digits<n> - 1) - 64 * n;
+    /** The register with digit i: wide registers first. */
+    static constexpr int register_of(int i) noexcept {
+        return i < 8 * wide ? i / 8 : wide + (i - 8 * wide) / 4;
+    }
 
-/** 512-bit registers that hold those digits. */
-template <int n>
-constexpr int registers = (digits<n> + 7) / 8;
+    /** A number as 52-bit digits in memory, least significant first, with zeros up to a whole register. */
+    struct alignas(64) Digits {
+        umint digit[8 * wide + 4 * narrow];
+    };
 
-/** A number as 52-bit digits in memory, least significant first, with zeros up to a whole register. */
-template <int n>
-struct alignas(64) Digits {
-    umint digit[8 * registers<n>];
+    struct Vector {
+        Registers<Wide, wide> wides;
+        Registers<Narrow, narrow> narrows;
+    };
 };
 
-template <int n>
-struct Vector {
-    __m512i part[registers<n>];
-};
+template <class S>
+using Digits = typename S::Digits;
+template <class S>
+using Vector = typename S::Vector;
 
-/** r = value 2^(52 up), for a value of `count` limbs. */
-template <int n>
-void to_digits(Digits<n>& r, const umint* value, int count, int up) noexcept {
-    for (umint& digit : r.digit) digit = 0;
-    for (int i = 0; i * digit_bits < 64 * count; ++i) {
+/** The digits of a value of n limbs. */
+template <class S>
+Digits<S> to_digits(const umint* value) noexcept {
+    Digits<S> r{};
+    for (int i = 0; i * digit_bits < 64 * S::n; ++i) {
         const int limb = i * digit_bits / 64, offset = i * digit_bits % 64;
         umint digit = value[limb] >> offset;
-        if (offset > 64 - digit_bits && limb + 1 < count) digit |= value[limb + 1] << (64 - offset);
-        r.digit[i + up] = digit & digit_mask;
+        if (offset > 64 - digit_bits && limb + 1 < S::n) digit |= value[limb + 1] << (64 - offset);
+        r.digit[i] = digit & digit_mask;
     }
-}
-
-/** The n + 1 limbs of a number of normalised digits. */
-template <int n>
-void from_digits(umint* r, const Digits<n>& value) noexcept {
-    for (int i = 0; i <= n; ++i) r[i] = 0;
-    for (int i = 0; i < digits<n>; ++i) {
-        const int limb = i * digit_bits / 64, offset = i * digit_bits % 64;
-        r[limb] |= value.digit[i] << offset;
-        if (offset > 64 - digit_bits && limb < n) r[limb + 1] |= value.digit[i] >> (64 - offset);
-    }
-}
-
-template <int n>
-KESH_IFMA_INLINE Vector<n> load(const Digits<n>& a) noexcept {
-    Vector<n> r;
-    for (int z = 0; z < registers<n>; ++z) r.part[z] = _mm512_load_si512(a.digit + 8 * z);
     return r;
 }
 
-template <int n>
-KESH_IFMA_INLINE void store(Digits<n>& r, const Vector<n>& a) noexcept {
-    for (int z = 0; z < registers<n>; ++z) _mm512_store_si512(r.digit + 8 * z, a.part[z]);
+/** The n + 1 limbs of a number of normalised digits. */
+template <class S>
+void from_digits(umint* r, const Digits<S>& value) noexcept {
+    for (int i = 0; i <= S::n; ++i) r[i] = 0;
+    for (int i = 0; i < S::digits; ++i) {
+        const int limb = i * digit_bits / 64, offset = i * digit_bits % 64;
+        r[limb] |= value.digit[i] << offset;
+        if (offset > 64 - digit_bits && limb < S::n) r[limb + 1] |= value.digit[i] >> (64 - offset);
+    }
 }
 
-template <int n>
-KESH_IFMA_INLINE Vector<n> add(const Vector<n>& a, const Vector<n>& b) noexcept {
-    Vector<n> r;
-    for (int z = 0; z < registers<n>; ++z) r.part[z] = _mm512_add_epi64(a.part[z], b.part[z]);
+template <class S>
+KESH_IFMA_INLINE Vector<S> load(const Digits<S>& a) noexcept {
+    Vector<S> r;
+    for (int z = 0; z < S::wide; ++z) r.wides[z] = _mm512_load_si512(a.digit + 8 * z);
+    for (int z = 0; z < S::narrow; ++z)
+        r.narrows[z] = _mm256_load_si256(reinterpret_cast<const __m256i*>(a.digit + 8 * S::wide + 4 * z));
+    return r;
+}
+
+template <class S>
+KESH_IFMA_INLINE void store(Digits<S>& r, const Vector<S>& a) noexcept {
+    for (int z = 0; z < S::wide; ++z) _mm512_store_si512(r.digit + 8 * z, a.wides[z]);
+    for (int z = 0; z < S::narrow; ++z)
+        _mm256_store_si256(reinterpret_cast<__m256i*>(r.digit + 8 * S::wide + 4 * z), a.narrows[z]);
+}
+
+template <class S>
+KESH_IFMA_INLINE Vector<S> zero() noexcept {
+    Vector<S> r;
+    for (int z = 0; z < S::wide; ++z) r.wides[z] = _mm512_setzero_si512();
+    for (int z = 0; z < S::narrow; ++z) r.narrows[z] = _mm256_setzero_si256();
+    return r;
+}
+
+/** The lowest digit, in the lowest lane. */
+template <class S>
+KESH_IFMA_INLINE __m128i lowest(const Vector<S>& a) noexcept {
+    if constexpr (S::wide > 0) {
+        return _mm512_castsi512_si128(a.wides[0]);
+    } else {
+        return _mm256_castsi256_si128(a.narrows[0]);
+    }
+}
+
+/** The lowest lane of a, or a number, in all lanes of the largest register that the shape has. */
+template <class S>
+KESH_IFMA_INLINE auto all_lanes(__m128i a) noexcept {
+    if constexpr (S::wide > 0) {
+        return _mm512_broadcastq_epi64(a);
+    } else {
+        return _mm256_broadcastq_epi64(a);
+    }
+}
+template <class S>
+KESH_IFMA_INLINE auto all_lanes(umint a) noexcept {
+    if constexpr (S::wide > 0) {
+        return _mm512_set1_epi64(static_cast<long long>(a));
+    } else {
+        return _mm256_set1_epi64x(static_cast<long long>(a));
+    }
+}
+
+KESH_IFMA_INLINE __m256i lower_half(__m512i a) noexcept {
+    return _mm512_castsi512_si256(a);
+}
+KESH_IFMA_INLINE __m256i lower_half(__m256i a) noexcept {
+    return a;
+}
+KESH_IFMA_INLINE __m512i whole(__m512i a) noexcept {
+    return a;
+}
+KESH_IFMA_INLINE __m512i whole(__m256i a) noexcept {
+    return _mm512_zextsi256_si512(a);
+}
+
+template <class S>
+KESH_IFMA_INLINE Vector<S> add(const Vector<S>& a, const Vector<S>& b) noexcept {
+    Vector<S> r;
+    for (int z = 0; z < S::wide; ++z) r.wides[z] = _mm512_add_epi64(a.wides[z], b.wides[z]);
+    for (int z = 0; z < S::narrow; ++z) r.narrows[z] = _mm256_add_epi64(a.narrows[z], b.narrows[z]);
+    return r;
+}
+
+/** The low 52 bits of each lane, and the bits above them. */
+template <class S>
+KESH_IFMA_INLINE Vector<S> low_bits(const Vector<S>& a) noexcept {
+    const auto mask = all_lanes<S>(digit_mask);
+    Vector<S> r;
+    for (int z = 0; z < S::wide; ++z) r.wides[z] = _mm512_and_si512(a.wides[z], whole(mask));
+    for (int z = 0; z < S::narrow; ++z) r.narrows[z] = _mm256_and_si256(a.narrows[z], lower_half(mask));
+    return r;
+}
+template <class S>
+KESH_IFMA_INLINE Vector<S> high_bits(const Vector<S>& a) noexcept {
+    Vector<S> r;
+    for (int z = 0; z < S::wide; ++z) r.wides[z] = _mm512_srli_epi64(a.wides[z], digit_bits);
+    for (int z = 0; z < S::narrow; ++z) r.narrows[z] = _mm256_srli_epi64(a.narrows[z], digit_bits);
+    return r;
+}
+
+/** Lanes times 2^bits. */
+template <class S>
+KESH_IFMA_INLINE Vector<S> shifted(const Vector<S>& a, umint bits) noexcept {
+    const __m128i count = _mm_cvtsi64_si128(static_cast<long long>(bits));
+    Vector<S> r;
+    for (int z = 0; z < S::wide; ++z) r.wides[z] = _mm512_sll_epi64(a.wides[z], count);
+    for (int z = 0; z < S::narrow; ++z) r.narrows[z] = _mm256_sll_epi64(a.narrows[z], count);
     return r;
 }
 
 /** r = mask ? a : b, for a mask of all ones or zero. */
-template <int n>
-KESH_IFMA_INLINE Vector<n> select(__mmask8 mask, const Vector<n>& a, const Vector<n>& b) noexcept {
-    Vector<n> r;
-    for (int z = 0; z < registers<n>; ++z) r.part[z] = _mm512_mask_blend_epi64(mask, b.part[z], a.part[z]);
+template <class S>
+KESH_IFMA_INLINE Vector<S> select(__mmask8 mask, const Vector<S>& a, const Vector<S>& b) noexcept {
+    Vector<S> r;
+    for (int z = 0; z < S::wide; ++z) r.wides[z] = _mm512_mask_blend_epi64(mask, b.wides[z], a.wides[z]);
+    for (int z = 0; z < S::narrow; ++z) r.narrows[z] = _mm256_mask_blend_epi64(mask, b.narrows[z], a.narrows[z]);
     return r;
 }
 
-/** acc + the low, or the high, 52 bits of the products of a's digits with the digit in all lanes of b. */
-template <int n>
-KESH_IFMA_INLINE Vector<n> add_low(Vector<n> acc, const Vector<n>& a, __m512i b) noexcept {
-    for (int z = 0; z < registers<n>; ++z) acc.part[z] = _mm512_madd52lo_epu64(acc.part[z], a.part[z], b);
+/**
+ * acc + the low, or the high, 52 bits of the products of a's digits with the digit in all lanes of b, in the registers
+ * from the given one on.
+ */
+template <class S, int from = 0, class Register>
+KESH_IFMA_INLINE Vector<S> add_low(Vector<S> acc, const Vector<S>& a, Register b) noexcept {
+    for (int z = from; z < S::wide; ++z) acc.wides[z] = _mm512_madd52lo_epu64(acc.wides[z], a.wides[z], whole(b));
+    for (int z = from > S::wide ? from - S::wide : 0; z < S::narrow; ++z)
+        acc.narrows[z] = _mm256_madd52lo_epu64(acc.narrows[z], a.narrows[z], lower_half(b));
     return acc;
 }
-template <int n>
-KESH_IFMA_INLINE Vector<n> add_high(Vector<n> acc, const Vector<n>& a, __m512i b) noexcept {
-    for (int z = 0; z < registers<n>; ++z) acc.part[z] = _mm512_madd52hi_epu64(acc.part[z], a.part[z], b);
+template <class S, int from = 0, class Register>
+KESH_IFMA_INLINE Vector<S> add_high(Vector<S> acc, const Vector<S>& a, Register b) noexcept {
+    for (int z = from; z < S::wide; ++z) acc.wides[z] = _mm512_madd52hi_epu64(acc.wides[z], a.wides[z], whole(b));
+    for (int z = from > S::wide ? from - S::wide : 0; z < S::narrow; ++z)
+        acc.narrows[z] = _mm256_madd52hi_epu64(acc.narrows[z], a.narrows[z], lower_half(b));
     return acc;
 }
 
-/** Every lane moved to the next lower, or the next higher, place. */
-template <int n>
-KESH_IFMA_INLINE Vector<n> lanes_down(const Vector<n>& a) noexcept {
-    Vector<n> r;
-    for (int z = 0; z < registers<n>; ++z)
-        r.part[z] = _mm512_alignr_epi64(z + 1 < registers<n> ? a.part[z + 1] : _mm512_setzero_si512(), a.part[z], 1);
+/** Every lane moved to the next lower place, and the bits above 52 of the lowest lane added there. */
+template <class S>
+KESH_IFMA_INLINE Vector<S> next_row(const Vector<S>& a) noexcept {
+    Vector<S> r;
+    __m256i above = _mm256_setzero_si256();
+    for (int z = S::narrow - 1; z >= 0; --z) {
+        r.narrows[z] = _mm256_alignr_epi64(above, a.narrows[z], 1);
+        above = a.narrows[z];
+    }
+    __m512i wide_above = _mm512_zextsi256_si512(above);
+    for (int z = S::wide - 1; z >= 0; --z) {
+        r.wides[z] = _mm512_alignr_epi64(wide_above, a.wides[z], 1);
+        wide_above = a.wides[z];
+    }
+    if constexpr (S::wide > 0) {
+        r.wides[0] = _mm512_add_epi64(r.wides[0], _mm512_maskz_srli_epi64(1, a.wides[0], digit_bits));
+    } else {
+        r.narrows[0] = _mm256_add_epi64(r.narrows[0], _mm256_maskz_srli_epi64(1, a.narrows[0], digit_bits));
+    }
     return r;
 }
-template <int n>
-KESH_IFMA_INLINE Vector<n> lanes_up(const Vector<n>& a) noexcept {
-    Vector<n> r;
-    for (int z = 0; z < registers<n>; ++z)
-        r.part[z] = _mm512_alignr_epi64(a.part[z], z > 0 ? a.part[z - 1] : _mm512_setzero_si512(), 7);
+
+/** Every lane moved to the next higher place. */
+template <class S>
+KESH_IFMA_INLINE Vector<S> lanes_up(const Vector<S>& a) noexcept {
+    Vector<S> r;
+    __m512i wide_below = _mm512_setzero_si512();
+    for (int z = 0; z < S::wide; ++z) {
+        r.wides[z] = _mm512_alignr_epi64(a.wides[z], wide_below, 7);
+        wide_below = a.wides[z];
+    }
+    __m256i below = _mm256_setzero_si256();
+    for (int z = 0; z < S::narrow; ++z) {
+        r.narrows[z] = _mm256_alignr_epi64(a.narrows[z], below, 3);
+        below = a.narrows[z];
+    }
+    if constexpr (S::wide > 0 && S::narrow > 0) {
+        const __m512i lowest = _mm512_zextsi256_si512(a.narrows[0]);
+        r.narrows[0] = _mm512_castsi512_si256(_mm512_alignr_epi64(lowest, wide_below, 7));
+    }
     return r;
 }
 
@@ -122,15 +277,20 @@ KESH_IFMA_INLINE Vector<n> lanes_up(const Vector<n>& a) noexcept {
  * Carries the bits above 52 of each lane into the lane above. After one step a lane exceeds its digit by at most a
  * small carry; after two steps only if such a carry met a digit of all ones.
  */
-template <int n>
-KESH_IFMA_INLINE Vector<n> carry_step(const Vector<n>& a) noexcept {
-    const __m512i mask = _mm512_set1_epi64(static_cast<long long>(digit_mask));
-    Vector<n> low, high;
-    for (int z = 0; z < registers<n>; ++z) {
-        high.part[z] = _mm512_srli_epi64(a.part[z], digit_bits);
-        low.part[z] = _mm512_and_si512(a.part[z], mask);
-    }
-    return add<n>(low, lanes_up<n>(high));
+template <class S>
+KESH_IFMA_INLINE Vector<S> carry_step(const Vector<S>& a) noexcept {
+    return add<S>(low_bits<S>(a), lanes_up<S>(high_bits<S>(a)));
+}
+
+/** Whether a lane has more than 52 bits. */
+template <class S>
+KESH_IFMA_INLINE bool has_carry(const Vector<S>& a) noexcept {
+    __m256i narrow = _mm256_setzero_si256();
+    for (int z = 0; z < S::narrow; ++z) narrow = _mm256_or_si256(narrow, a.narrows[z]);
+    if constexpr (S::wide == 0) return _mm256_cmpgt_epu64_mask(narrow, all_lanes<S>(digit_mask)) != 0;
+    __m512i all = _mm512_zextsi256_si512(narrow);
+    for (int z = 0; z < S::wide; ++z) all = _mm512_or_si512(all, a.wides[z]);
+    return _mm512_cmpgt_epu64_mask(all, _mm512_set1_epi64(static_cast<long long>(digit_mask))) != 0;
 }
 
 /**
@@ -138,163 +298,213 @@ KESH_IFMA_INLINE Vector<n> carry_step(const Vector<n>& a) noexcept {
  * each further step moves that carry one lane up. Random numbers never need a third step. Moduli close to a power of 2
  * do, since the residues of powers of 2 and of small quotients have rows of equal digits: README.md has figures.
  */
-template <int n>
-KESH_IFMA_INLINE Vector<n> normalise(Vector<n> a) noexcept {
-    a = carry_step<n>(carry_step<n>(a));
-    __m512i all = a.part[0];
-    for (int z = 1; z < registers<n>; ++z) all = _mm512_or_si512(all, a.part[z]);
-    while (_mm512_cmpgt_epu64_mask(all, _mm512_set1_epi64(static_cast<long long>(digit_mask))) != 0) [[unlikely]] {
-        a = carry_step<n>(a);
-        all = a.part[0];
-        for (int z = 1; z < registers<n>; ++z) all = _mm512_or_si512(all, a.part[z]);
-    }
+template <class S>
+KESH_IFMA_INLINE Vector<S> normalise(Vector<S> a) noexcept {
+    a = carry_step<S>(carry_step<S>(a));
+    while (has_carry<S>(a)) [[unlikely]]
+        a = carry_step<S>(a);
     return a;
 }
 
-/**
- * a b / 2^(52 digits) modulo m, with lanes that are not normalised. `digit` holds b's digits; `mu` is the modulus's
- * mu. Row i adds a b[i] and takes the lowest lane q; since m k = -1 + 2^52 mu, adding q m k makes that lane vanish,
- * and all that remains to be done is to add its carry and q mu one lane lower.
- *
- * Latency: the next q waits for broadcast (2 cycles), multiply-add (4) and addition (1) of this one; the move to the
- * lower lanes (5) runs in parallel with the first two. High halves of q mu belong one lane higher and wait for the next
- * row's move.
- */
-template <int n, int count>
-KESH_IFMA_INLINE void products(Vector<n> (&r)[count], const Vector<n> (&a)[count], const Vector<n> (&first)[count],
-                               const umint* const (&digit)[count], const Vector<n>& mu) noexcept {
-    Vector<n> acc[count], next[count];
-    for (int c = 0; c < count; ++c) {
-        const __m512i b = _mm512_broadcastq_epi64(_mm512_castsi512_si128(first[c].part[0]));
-        acc[c] = add_low<n>(Vector<n>{}, a[c], b);
-        next[c] = add_high<n>(Vector<n>{}, a[c], b);
-    }
-#pragma GCC unroll 32
-    for (int i = 1; i <= digits<n>; ++i) {
-        for (int c = 0; c < count; ++c) {
-            const __m512i q = low_52_bits(_mm512_broadcastq_epi64(_mm512_castsi512_si128(acc[c].part[0])));
-            const __m512i carry = _mm512_maskz_srli_epi64(1, acc[c].part[0], digit_bits);
-            Vector<n> moved = lanes_down<n>(acc[c]);
-            moved.part[0] = _mm512_add_epi64(moved.part[0], carry);
-            if (i < digits<n>) {
-                const __m512i b = _mm512_set1_epi64(static_cast<long long>(digit[c][i]));
-                acc[c] = add<n>(add_low<n>(add_low<n>(next[c], a[c], b), mu, q), moved);
-                next[c] = add_high<n>(add_high<n>(Vector<n>{}, a[c], b), mu, q);
-            } else {
-                acc[c] = add<n>(add_low<n>(next[c], mu, q), moved);
-                r[c] = add<n>(acc[c], lanes_up<n>(add_high<n>({}, mu, q)));
-            }
-        }
-    }
-}
+/** What the rows of a reduction add, as digits: k = -1/m mod 2^52, m, and mu = (m k + 1) / 2^52. */
+template <class S>
+struct Rows {
+    umint k;
+    Digits<S> m, mu;
 
-/** The parts of a modulus that the rows need: mu = (m k + 1) / 2^52 with k = -1/m mod 2^52. */
-template <int n>
-Digits<n> make_mu(const Modulus<n>& modulus) noexcept {
-    const umint k = modulus.k & digit_mask;
-    umint product[n + 1];
-    product[n] = add_product_row<n>(product, modulus.zero, modulus.m, k, 1);
-    shift_right<n + 1>(product, product, digit_bits);
-    Digits<n> mu;
-    to_digits<n>(mu, product, n, 0);
-    return mu;
-}
+    explicit Rows(const Modulus<S::n>& modulus) noexcept
+        : k(modulus.k & digit_mask), m(to_digits<S>(modulus.m)), mu(make_mu(modulus)) {}
 
-/** The internal form of a residue a R: doublings and a move by one digit. */
-template <int n>
-Digits<n> to_internal(const umint* a, const Modulus<n>& modulus) noexcept {
-    umint x[n];
-    for (int i = 0; i < n; ++i) x[i] = a[i];
-    for (int i = 0; i < doublings<n>; ++i) double_if<n>(x, 1, modulus.m);
-    Digits<n> r;
-    to_digits<n>(r, x, n, 1);
+  private:
+    static Digits<S> make_mu(const Modulus<S::n>& modulus) noexcept {
+        umint product[S::n + 1];
+        product[S::n] = add_product_row(product, modulus.zero, modulus.m, modulus.k & digit_mask, S::n, 1);
+        shift_right<S::n + 1>(product, product, digit_bits);
+        return to_digits<S>(product);
+    }
+};
+
+/** The digits of a in register z and, in the registers above, those of twice the number that a has there. */
+template <class S, int z>
+KESH_IFMA_INLINE Vector<S> square_factor(const Vector<S>& a) noexcept {
+    Vector<S> upper = a;
+    for (int y = 0; y <= z && y < S::wide; ++y) upper.wides[y] = _mm512_setzero_si512();
+    for (int y = 0; y <= z - S::wide; ++y) upper.narrows[y] = _mm256_setzero_si256();
+    Vector<S> r = carry_step<S>(shifted<S>(upper, 1));
+    if constexpr (z < S::wide) {
+        r.wides[z] = a.wides[z];
+    } else {
+        r.narrows[z - S::wide] = a.narrows[z - S::wide];
+    }
     return r;
 }
 
 /**
- * The residue a R of an internal form. The product with 2^52 R mod m is congruent to a 2^52 R. It is below
- * (2^52 + 2^50) m: M = m k is below 2^52 m, and the operands below 4 * 2^(64 n + 52) and 2^52 m add at most 2^50 m
- * (see the bounds in README.md). One row of 64 bits divides it by 2^64 and adds less than m, so that one subtraction
- * makes it a residue, also of a small m. The last product with 2^12 R mod m restores the factors.
+ * A product of two numbers / 2^(52 digits) modulo m, or a square, while its rows are added.
+ *
+ * Row i adds a b[i] and takes the lowest lane q; since m k = -1 + 2^52 mu, adding q m k makes that lane vanish, and all
+ * that remains to be done is to add its carry and q mu one lane lower. High halves of q mu belong one lane higher and
+ * wait for the next row's move. The last row adds (q k mod 2^52) m instead, because m k has one digit more than m.
+ *
+ * In a square, the digits of different registers meet once, and one of them is doubled.
+ *
+ * Latency: the next q waits for broadcast (1 cycle), multiply-add (4) and addition (1) of this one; the move to the
+ * lower lanes (4) runs in parallel with the first two.
  */
-template <int n>
-KESH_IFMA void from_internal(umint* r, const Vector<n>& a, const Vector<n>& mu, const Modulus<n>& modulus) noexcept {
-    Digits<n> factor, product;
-    to_digits<n>(factor, modulus.r1, n, 1);
-    Vector<n> wide[1];
-    products<n, 1>(wide, {a}, {load<n>(factor)}, {factor.digit}, mu);
-    store<n>(product, normalise<n>(wide[0]));
-    umint t[n + 1];
-    from_digits<n>(t, product);
-    const umint high = add_product_row<n>(t, t, modulus.m, t[0] * modulus.k);
-    const umint top = math_addcarry(0, t[n], high, t[n]);
-    umint x[n], scale[n];
-    reduce_once<n>(x, t + 1, top, modulus.m);
-    for (int i = 0; i < n; ++i) scale[i] = modulus.r1[i];
-    for (int i = 0; i < 64 - digit_bits; ++i) double_if<n>(scale, 1, modulus.m);
-    reduced_mul<n, Portable>(r, scale, x, modulus);
-}
-
-template <int n>
-KESH_IFMA void ifma_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
-    const Vector<n> mu = load<n>(make_mu<n>(modulus));
-    Digits<n> memory = to_internal<n>(modulus.r1, modulus);
-    Vector<n> y[1] = {load<n>(memory)};
-    for (int i = bit_length<n>(e) - 1; i >= 0; --i) {
-        products<n, 1>(y, {y[0]}, {y[0]}, {memory.digit}, mu);
-        const __m128i doubling = _mm_cvtsi64_si128(static_cast<long long>(bit_at(e, i)));
-        for (__m512i& part : y[0].part) part = _mm512_sll_epi64(part, doubling);
-        y[0] = normalise<n>(y[0]);
-        store<n>(memory, y[0]);
+template <class S, bool square>
+class Product {
+  public:
+    /** The first row. `digit` has the digits of the second factor, and `first` the lowest one in its lowest lane. */
+    KESH_IFMA_INLINE Product(const Vector<S>& a, __m128i first, const umint* digit) noexcept : a_(a), digit_(digit) {
+        if constexpr (square) {
+            factor_ = square_factor<S, 0>(a);
+        } else {
+            factor_ = a;
+        }
+        const auto b = all_lanes<S>(first);
+        sum_ = add_low<S>(zero<S>(), factor_, b);
+        next_ = add_high<S>(zero<S>(), factor_, b);
     }
-    from_internal<n>(x, y[0], mu, modulus);
+
+    /** Ends row i - 1 and adds the products of row i. */
+    template <int i>
+    KESH_IFMA_INLINE void add_row(const Vector<S>& mu) noexcept {
+        constexpr int from = square ? S::register_of(i) : 0;
+        if constexpr (square && from != S::register_of(i - 1)) factor_ = square_factor<S, from>(a_);
+        const auto q = low_52_bits(all_lanes<S>(lowest<S>(sum_)));
+        const auto b = all_lanes<S>(digit_[i]);
+        const Vector<S> moved = next_row<S>(sum_);
+        sum_ = add<S>(add_low<S>(add_low<S, from>(next_, factor_, b), mu, q), moved);
+        next_ = add_high<S>(add_high<S, from>(zero<S>(), factor_, b), mu, q);
+        if constexpr (S::wide > 0) {
+            in_turns(sum_.wides[0]);
+        } else {
+            in_turns(sum_.narrows[0]);
+        }
+    }
+
+    /** Ends the last row. The lanes are not normalised. */
+    KESH_IFMA_INLINE Vector<S> result(const Rows<S>& rows, const Vector<S>& m) const noexcept {
+        const __m256i t = low_52_bits(_mm256_broadcastq_epi64(lowest<S>(sum_)));
+        const __m256i k = _mm256_set1_epi64x(static_cast<long long>(rows.k));
+        const __m256i product = _mm256_madd52lo_epu64(_mm256_setzero_si256(), t, k);
+        const auto q = all_lanes<S>(_mm256_castsi256_si128(product));
+        return add<S>(add_high<S>(next_, m, q), next_row<S>(add_low<S>(sum_, m, q)));
+    }
+
+  private:
+    Vector<S> a_, factor_, sum_, next_;
+    const umint* digit_;
+};
+
+/** Rows i, i + 1, ... of some products in turns. */
+template <int i, class S, class... Products>
+KESH_IFMA_INLINE void add_rows(const Vector<S>& mu, Products&... products) noexcept {
+    if constexpr (i < S::digits) {
+        (products.template add_row<i>(mu), ...);
+        add_rows<i + 1, S>(mu, products...);
+    }
 }
 
-/** The internal form of -a for a residue a R. */
-template <int n>
-Digits<n> to_internal_negated(const umint* a, const Modulus<n>& modulus) noexcept {
-    const umint zero[n] = {};
-    umint negated[n];
-    subtract_mod<n>(negated, zero, a, modulus.m);
-    return to_internal<n>(negated, modulus);
+/** The internal form a R' mod m of a residue a R. r may be a. */
+template <class S>
+void to_internal(umint* r, const umint* a, const Modulus<S::n>& modulus) noexcept {
+    for (int i = 0; i < S::n; ++i) r[i] = a[i];
+    for (int i = 0; i < S::doublings; ++i) double_if<S::n>(r, 1, modulus.m);
 }
 
-template <int n>
+/**
+ * The residue a R of an internal form: its product with R mod m. The product of the numbers is below m R', since a is
+ * below R' and R mod m below m, so that the reduced product is below 3 m.
+ */
+template <class S>
+KESH_IFMA void from_internal(umint* r, const Vector<S>& a, const Rows<S>& rows, const Modulus<S::n>& modulus) noexcept {
+    constexpr int n = S::n;
+    const Digits<S> one = to_digits<S>(modulus.r1);
+    Product<S, false> product(a, lowest<S>(load<S>(one)), one.digit);
+    add_rows<1, S>(load<S>(rows.mu), product);
+    Digits<S> digits;
+    store<S>(digits, normalise<S>(product.result(rows, load<S>(rows.m))));
+    umint t[n + 1], m[n + 1];
+    from_digits<S>(t, digits);
+    for (int i = 0; i < n; ++i) m[i] = modulus.m[i];
+    m[n] = 0;
+    reduce_once<n + 1>(t, t, 0, m);
+    reduce_once<n + 1>(t, t, 0, m);
+    for (int i = 0; i < n; ++i) r[i] = t[i];
+}
+
+template <class S>
+KESH_IFMA void ifma_pow2(umint* x, const umint* e, const Modulus<S::n>& modulus) noexcept {
+    static_assert(S::doublings >= 8, "README.md bounds the numbers of the power by this");
+    const Rows<S> rows(modulus);
+    umint one[S::n];
+    to_internal<S>(one, modulus.r1, modulus);
+    Digits<S> digits = to_digits<S>(one);
+    const Vector<S> mu = load<S>(rows.mu), m = load<S>(rows.m);
+    Vector<S> y = load<S>(digits);
+    for (int i = bit_length<S::n>(e) - 1; i >= 0; --i) {
+        Product<S, true> square(y, lowest<S>(y), digits.digit);
+        add_rows<1, S>(mu, square);
+        y = normalise<S>(shifted<S>(square.result(rows, m), bit_at(e, i)));
+        store<S>(digits, y);
+    }
+    from_internal<S>(x, y, rows, modulus);
+}
+
+template <class S>
 KESH_IFMA void ifma_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e,
-                                 const Modulus<n>& modulus) noexcept {
-    const Vector<n> mu = load<n>(make_mu<n>(modulus));
-    umint two[n];
-    for (int i = 0; i < n; ++i) two[i] = modulus.r1[i];
+                                 const Modulus<S::n>& modulus) noexcept {
+    constexpr int n = S::n;
+    const Rows<S> rows(modulus);
+    const umint nothing[n] = {};
+    umint two[n], start[n], negative[n];
+    to_internal<S>(two, modulus.r1, modulus);
     double_if<n>(two, 1, modulus.m);
-    const Vector<n> minus_two = load<n>(to_internal_negated<n>(two, modulus));
-    const Vector<n> minus_a = load<n>(to_internal_negated<n>(a, modulus));
-    Digits<n> low_digits = to_internal<n>(two, modulus), high_digits = to_internal<n>(a, modulus);
-    Vector<n> low = load<n>(low_digits), high = load<n>(high_digits);
+    subtract_mod<n>(negative, nothing, two, modulus.m);
+    const Vector<S> minus_two = load<S>(to_digits<S>(negative));
+    to_internal<S>(start, a, modulus);
+    subtract_mod<n>(negative, nothing, start, modulus.m);
+    const Vector<S> minus_a = load<S>(to_digits<S>(negative));
+    const Vector<S> mu = load<S>(rows.mu), m = load<S>(rows.m);
+    Digits<S> low_digits = to_digits<S>(two), high_digits = to_digits<S>(start);
+    Vector<S> low = load<S>(low_digits), high = load<S>(high_digits);
     for (int i = bit_length<n>(e) - 1; i >= 0; --i) {
         const bool bit = bit_at(e, i) != 0;
         const auto mask = static_cast<__mmask8>(bit ? 0xFF : 0);
-        Vector<n> r[2];
-        const Vector<n> squared = select<n>(mask, high, low);
-        products<n, 2>(r, {low, squared}, {high, squared},
-                       {high_digits.digit, bit ? high_digits.digit : low_digits.digit}, mu);
-        const Vector<n> product = normalise<n>(add<n>(r[0], minus_a));
-        const Vector<n> square = normalise<n>(add<n>(r[1], minus_two));
-        low = select<n>(mask, product, square);
-        high = select<n>(mask, square, product);
-        store<n>(low_digits, low);
-        store<n>(high_digits, high);
+        const Vector<S> x = select<S>(mask, high, low);
+        // Without this, clang++ takes each digit out of its register and selects it there.
+        const umint* x_digits = bit ? high_digits.digit : low_digits.digit;
+        __asm__("" : "+r"(x_digits));
+        Product<S, false> product(low, lowest<S>(high), high_digits.digit);
+        Product<S, true> square(x, lowest<S>(x), x_digits);
+        add_rows<1, S>(mu, product, square);
+        const Vector<S> mixed = normalise<S>(add<S>(product.result(rows, m), minus_a));
+        const Vector<S> squared = normalise<S>(add<S>(square.result(rows, m), minus_two));
+        low = select<S>(mask, mixed, squared);
+        high = select<S>(mask, squared, mixed);
+        store<S>(low_digits, low);
+        store<S>(high_digits, high);
     }
-    from_internal<n>(l, low, mu, modulus);
-    from_internal<n>(h, high, mu, modulus);
+    from_internal<S>(l, low, rows, modulus);
+    from_internal<S>(h, high, rows, modulus);
 }
 
 }  // namespace
 
+/** For a number of few digits the latency of the rows is longer than the time on two carry chains. */
+constexpr int least_limbs_of_power = 6, least_limbs_of_ladder = 3;
+
 /**
- * For a single number of few digits the latency of the reduction, about ten cycles per row and 35 at the end, is longer
- * than the time on two carry chains. Two numbers side by side hide each other's latency.
+ * Two numbers in turns of more than 12 digits wait for the multiplier and not for each other's rows, and they need more
+ * than the 32 registers if these are narrow.
  */
-constexpr int least_limbs_of_power = 9, least_limbs_of_ladder = 3;
+constexpr int most_limbs_of_narrow_ladder = 9;
+
+template <int n>
+using PowerShape = Shape<n, true>;
+template <int n>
+using LadderShape = Shape<n, n <= most_limbs_of_narrow_ladder>;
 
 template <int n>
 const Routines<n>& ifma_routines() noexcept {
@@ -302,11 +512,11 @@ const Routines<n>& ifma_routines() noexcept {
         return adx_routines<n>();
     } else if constexpr (n < least_limbs_of_power) {
         static const Routines<n> table = {adx_routines<n>().mont_mul, adx_routines<n>().mont_sqr,
-                                          adx_routines<n>().pow2, ifma_lucas_ladder<n>};
+                                          adx_routines<n>().pow2, ifma_lucas_ladder<LadderShape<n>>};
         return table;
     } else {
-        static const Routines<n> table = {adx_routines<n>().mont_mul, adx_routines<n>().mont_sqr, ifma_pow2<n>,
-                                          ifma_lucas_ladder<n>};
+        static const Routines<n> table = {adx_routines<n>().mont_mul, adx_routines<n>().mont_sqr,
+                                          ifma_pow2<PowerShape<n>>, ifma_lucas_ladder<LadderShape<n>>};
         return table;
     }
 }

@@ -19,6 +19,10 @@
 #undef _mm512_slli_epi64
 #undef _mm512_srli_epi64
 #undef _mm512_maskz_srli_epi64
+#undef _mm256_alignr_epi64
+#undef _mm256_cmpgt_epu64_mask
+#undef _mm256_srli_epi64
+#undef _mm256_maskz_srli_epi64
 
 #define KESH_IFMA
 #define KESH_IFMA_INLINE inline
@@ -29,6 +33,10 @@ inline namespace model {
 
 struct alignas(16) __m128i {
     umint lane[2];
+};
+
+struct alignas(32) __m256i {
+    umint lane[4];
 };
 
 struct alignas(64) __m512i {
@@ -66,6 +74,32 @@ __m512i _mm512_mullo_epi64(const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_madd52lo_epu64(const __m512i& acc, const __m512i& a, const __m512i& b) noexcept;
 __m512i _mm512_madd52hi_epu64(const __m512i& acc, const __m512i& a, const __m512i& b) noexcept;
 __m512i low_52_bits(const __m512i& a) noexcept;
+
+__m256i _mm256_load_si256(const __m256i* memory) noexcept;
+void _mm256_store_si256(__m256i* memory, const __m256i& a) noexcept;
+__m256i _mm256_setzero_si256() noexcept;
+__m256i _mm256_set1_epi64x(long long a) noexcept;
+__m128i _mm256_castsi256_si128(const __m256i& a) noexcept;
+__m256i _mm512_castsi512_si256(const __m512i& a) noexcept;
+/** The upper lanes become 0. */
+__m512i _mm512_zextsi256_si512(const __m256i& a) noexcept;
+__m256i _mm256_broadcastq_epi64(const __m128i& a) noexcept;
+__m256i _mm256_mask_blend_epi64(__mmask8 mask, const __m256i& a, const __m256i& b) noexcept;
+__m256i _mm256_alignr_epi64(const __m256i& high, const __m256i& low, int count) noexcept;
+__m256i _mm256_and_si256(const __m256i& a, const __m256i& b) noexcept;
+__m256i _mm256_or_si256(const __m256i& a, const __m256i& b) noexcept;
+__m256i _mm256_srli_epi64(const __m256i& a, unsigned count) noexcept;
+__m256i _mm256_maskz_srli_epi64(__mmask8 mask, const __m256i& a, unsigned count) noexcept;
+__m256i _mm256_sll_epi64(const __m256i& a, const __m128i& count) noexcept;
+__mmask8 _mm256_cmpgt_epu64_mask(const __m256i& a, const __m256i& b) noexcept;
+__m256i _mm256_add_epi64(const __m256i& a, const __m256i& b) noexcept;
+__m256i _mm256_madd52lo_epu64(const __m256i& acc, const __m256i& a, const __m256i& b) noexcept;
+__m256i _mm256_madd52hi_epu64(const __m256i& acc, const __m256i& a, const __m256i& b) noexcept;
+__m256i low_52_bits(const __m256i& a) noexcept;
+
+/** These only keep compilers from changing an order. */
+inline void in_turns(const __m512i&) noexcept {}
+inline void in_turns(const __m256i&) noexcept {}
 
 }  // namespace model
 }  // namespace kesh::kernel
