@@ -4,6 +4,7 @@
  */
 #include "Prime/wide_batch.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstdlib>
 
@@ -179,10 +180,19 @@ unsigned WideBatch::passing_lucas(const Queue& queue, int digits) const {
                                            group_of<std::array<mint, kernel::narrow_lanes>>(queue, q_of));
 }
 
-void WideBatch::fill(Queues& queues, int digits) const {
+void WideBatch::fill(Queues& queues, int digits, std::size_t alone) const {
     if (!vectors_) return;  // a longer product for a shorter number would take longer than the number alone
-    Queue& queue = queues[static_cast<std::size_t>(digits)];
-    for (auto smaller = static_cast<std::size_t>(digits); smaller-- > 0;) {
+    const auto size = static_cast<std::size_t>(digits);
+    // What the numbers would take alone, if the time grows with the square of the number of digits.
+    std::size_t time = 0, lanes = kernel::lanes;
+    for (std::size_t smaller = size + 1; smaller-- > 0;) {
+        const std::size_t count = std::min(lanes, queues[smaller].count);
+        time += count * smaller * smaller;
+        lanes -= count;
+    }
+    if (time <= alone * size * size) return;
+    Queue& queue = queues[size];
+    for (std::size_t smaller = size; smaller-- > 0;) {
         Queue& from = queues[smaller];
         assert(!first_only_ || from.count == 0);  // their order would be lost
         while (from.count > 0 && queue.count < kernel::lanes) queue.waiting[queue.count++] = from.waiting[--from.count];
@@ -193,13 +203,13 @@ void WideBatch::finish() {
     for (int digits = kernel::most_lane_digits; digits >= kernel::least_lane_digits; --digits) {
         Queue& queue = base_2_[static_cast<std::size_t>(digits)];
         if (queue.count == 0) continue;
-        fill(base_2_, digits);
+        fill(base_2_, digits, alone_to_base_2(digits));
         test_base_2(queue, digits);
     }
     for (int digits = kernel::most_lane_digits; digits >= kernel::least_lane_digits; --digits) {
         Queue& queue = lucas_[static_cast<std::size_t>(digits)];
         if (queue.count == 0) continue;
-        fill(lucas_, digits);
+        fill(lucas_, digits, alone_in_lucas(digits));
         test_lucas(queue, digits);
     }
 }

@@ -73,8 +73,11 @@ class WideBatch {
     /** The number of integers that fill the queue of this one. */
     static std::size_t full(const Waiting& candidate);
 
-    /** Fills the free lanes of the queue with numbers of fewer digits. */
-    void fill(Queues& queues, int digits) const;
+    /**
+     * Fills the free lanes of the queue with numbers of fewer digits, unless all of them take less time one after
+     * another: as long as `alone` numbers of the queue, or less.
+     */
+    void fill(Queues& queues, int digits, std::size_t alone) const;
 
     bool first_only_ = false;
     bool vectors_ = kernel::has_lanes();

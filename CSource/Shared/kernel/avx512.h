@@ -21,7 +21,11 @@
 #endif
 
 #define KESH_IFMA __attribute__((target("avx512f,avx512dq,avx512vl,avx512ifma,bmi2")))
-#define KESH_IFMA_INLINE __attribute__((target("avx512f,avx512dq,avx512vl,avx512ifma,bmi2"), always_inline)) inline
+#if defined(__OPTIMIZE__)
+#define KESH_IFMA_INLINE __attribute__((always_inline)) KESH_IFMA inline
+#else  // inlined code that is not optimised takes compilers minutes with the checks of sanitizers
+#define KESH_IFMA_INLINE KESH_IFMA inline
+#endif
 
 namespace kesh::kernel {
 

@@ -45,21 +45,24 @@ inline __attribute__((always_inline)) umint word_mont_mul(umint x, umint y, umin
     return high;
 }
 
+/** The instructions of both forms of word_mont_mul_abs. */
+#define KESH_WORD_MONT_MUL_ABS     \
+    "mulq %[high]\n\t"             \
+    "movq %%rdx, %[high]\n\t"      \
+    "imulq %[inverse], %%rax\n\t"  \
+    "mulq %[m]\n\t"                \
+    "movq %%rdx, %[negated]\n\t"   \
+    "subq %[high], %[negated]\n\t" \
+    "subq %%rdx, %[high]\n\t"      \
+    "cmovcq %[negated], %[high]"
+
 /** The same up to its sign: |x * y / 2^64 - q * m / 2^64| in terms of word_mont_mul, below m. */
 inline __attribute__((always_inline)) umint word_mont_mul_abs(umint x, umint y, umint m, umint inverse) noexcept {
     umint high = x, low = y, negated;
-    __asm__(
-        "mulq %[high]\n\t"
-        "movq %%rdx, %[high]\n\t"
-        "imulq %[inverse], %%rax\n\t"
-        "mulq %[m]\n\t"
-        "movq %%rdx, %[negated]\n\t"
-        "subq %[high], %[negated]\n\t"
-        "subq %%rdx, %[high]\n\t"
-        "cmovcq %[negated], %[high]"
-        : [high] "+&r"(high), "+&a"(low), [negated] "=&r"(negated)
-        : [m] "r"(m), [inverse] "r"(inverse)
-        : "rdx", "cc");
+    __asm__(KESH_WORD_MONT_MUL_ABS
+            : [high] "+&r"(high), "+&a"(low), [negated] "=&r"(negated)
+            : [m] "r"(m), [inverse] "r"(inverse)
+            : "rdx", "cc");
     return high;
 }
 

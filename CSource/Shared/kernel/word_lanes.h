@@ -18,24 +18,13 @@ namespace kesh::kernel {
 /** The number of integers that are tested side by side. */
 inline constexpr std::size_t word_lanes = 6;
 
-/**
- * |x * y / 2^64| modulo m up to sign, below m. The form for the lanes: it uses any registers, and m and inverse may be
- * in memory.
- */
-inline __attribute__((always_inline)) umint lane_mul_abs(umint x, umint y, umint m, umint inverse) noexcept {
+/** word_mont_mul_abs for the lanes: it uses any registers, and m and inverse may be in memory. */
+inline __attribute__((always_inline)) umint lane_mont_mul_abs(umint x, umint y, umint m, umint inverse) noexcept {
     umint high = x, low = y, negated;
-    __asm__(
-        "mulq %[high]\n\t"
-        "movq %%rdx, %[high]\n\t"
-        "imulq %[inverse], %%rax\n\t"
-        "mulq %[m]\n\t"
-        "movq %%rdx, %[negated]\n\t"
-        "subq %[high], %[negated]\n\t"
-        "subq %%rdx, %[high]\n\t"
-        "cmovcq %[negated], %[high]"
-        : [high] "+&r"(high), "+&a"(low), [negated] "=&r"(negated)
-        : [m] "rm"(m), [inverse] "rm"(inverse)
-        : "rdx", "cc");
+    __asm__(KESH_WORD_MONT_MUL_ABS
+            : [high] "+&r"(high), "+&a"(low), [negated] "=&r"(negated)
+            : [m] "rm"(m), [inverse] "rm"(inverse)
+            : "rdx", "cc");
     return high;
 }
 
@@ -84,7 +73,7 @@ class WordLanes {
         each([&](auto c) __attribute__((always_inline)) {
             const umint r2 = times_r(one_[c], m_[c]), b = bases[c];
             const auto mul = [&](umint x, umint y)
-                                 __attribute__((always_inline)) { return lane_mul_abs(x, y, m_[c], inverse_[c]); };
+                                 __attribute__((always_inline)) { return lane_mont_mul_abs(x, y, m_[c], inverse_[c]); };
             power[1][c] = mul(b, r2);
             power[2][c] = mul(b * b, r2);
             power[3][c] = mul(b * b * b, r2);
@@ -100,7 +89,7 @@ class WordLanes {
             for (int i = 0; i < 3; ++i) square(x);
             left -= 3;
             each([&](auto c) __attribute__((always_inline)) {
-                x[c] = lane_mul_abs(x[c], power[(e_[c] >> left) & 7][c], m_[c], inverse_[c]);
+                x[c] = lane_mont_mul_abs(x[c], power[(e_[c] >> left) & 7][c], m_[c], inverse_[c]);
             });
         }
         return end(x);
@@ -113,7 +102,7 @@ class WordLanes {
     }
 
     __attribute__((always_inline)) void square(Row& x) const noexcept {
-        each([&](auto c) __attribute__((always_inline)) { x[c] = lane_mul_abs(x[c], x[c], m_[c], inverse_[c]); });
+        each([&](auto c) __attribute__((always_inline)) { x[c] = lane_mont_mul_abs(x[c], x[c], m_[c], inverse_[c]); });
     }
 
     /** The end of a strong test from b^e up to sign, in all lanes until the last one is decided. */
