@@ -13,16 +13,53 @@
 
 #include "Shared/intx/intx_gcc.h"
 
+// Compilers have macros in place of some of these functions, and of more of them without optimisation.
+#undef _mm256_add_epi64
+#undef _mm256_alignr_epi64
+#undef _mm256_and_si256
+#undef _mm256_broadcastq_epi64
+#undef _mm256_castsi256_si128
+#undef _mm256_cmpgt_epu64_mask
+#undef _mm256_load_si256
+#undef _mm256_madd52hi_epu64
+#undef _mm256_madd52lo_epu64
+#undef _mm256_mask_blend_epi64
+#undef _mm256_maskz_srli_epi64
+#undef _mm256_or_si256
+#undef _mm256_set1_epi64x
+#undef _mm256_setzero_si256
+#undef _mm256_sll_epi64
+#undef _mm256_srli_epi64
+#undef _mm256_store_si256
+#undef _mm512_add_epi64
 #undef _mm512_alignr_epi64
+#undef _mm512_and_si512
+#undef _mm512_broadcastq_epi64
+#undef _mm512_castsi512_si128
+#undef _mm512_castsi512_si256
 #undef _mm512_cmpeq_epi64_mask
 #undef _mm512_cmpgt_epu64_mask
-#undef _mm512_slli_epi64
-#undef _mm512_srli_epi64
+#undef _mm512_load_si512
+#undef _mm512_madd52hi_epu64
+#undef _mm512_madd52lo_epu64
+#undef _mm512_mask_blend_epi64
 #undef _mm512_maskz_srli_epi64
-#undef _mm256_alignr_epi64
-#undef _mm256_cmpgt_epu64_mask
-#undef _mm256_srli_epi64
-#undef _mm256_maskz_srli_epi64
+#undef _mm512_mullo_epi64
+#undef _mm512_or_si512
+#undef _mm512_set1_epi64
+#undef _mm512_setzero_si512
+#undef _mm512_sll_epi64
+#undef _mm512_slli_epi64
+#undef _mm512_sllv_epi64
+#undef _mm512_srl_epi64
+#undef _mm512_srli_epi64
+#undef _mm512_srlv_epi64
+#undef _mm512_store_si512
+#undef _mm512_sub_epi64
+#undef _mm512_test_epi64_mask
+#undef _mm512_xor_si512
+#undef _mm512_zextsi256_si512
+#undef _mm_cvtsi64_si128
 
 #define KESH_IFMA
 #define KESH_IFMA_INLINE inline
