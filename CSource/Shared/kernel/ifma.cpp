@@ -1,6 +1,7 @@
 /**
  * @file   ifma.cpp
- * @brief  The power and the ladder with 52-bit multiply-adds on eight lanes (AVX-512 IFMA). README.md derives the form.
+ * @brief  The power and the ladder with 52-bit multiply-adds on eight and four lanes (AVX-512 IFMA). README.md derives
+ *         the form.
  */
 
 #include "Shared/kernel/avx512.h"
