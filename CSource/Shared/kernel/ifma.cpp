@@ -15,7 +15,7 @@ namespace {
 constexpr int digit_bits = 52;
 constexpr umint digit_mask = (umint{1} << digit_bits) - 1;
 
-/** Registers of eight lanes and of four. */
+/** Registers of eight lanes and of four. (As template arguments, their types would lose the vector attribute.) */
 struct Wide {
     using Register = __m512i;
 };
@@ -355,7 +355,10 @@ KESH_IFMA_INLINE Vector<S> square_factor(const Vector<S>& a) noexcept {
 template <class S, bool square>
 class Product {
   public:
-    /** The first row. `digit` has the digits of the second factor, and `first` the lowest one in its lowest lane. */
+    /**
+     * The first row. `digit` has the digits of the second factor; `first` has the lowest one in its lowest lane, so
+     * that this row need not wait for memory.
+     */
     KESH_IFMA_INLINE Product(const Vector<S>& a, __m128i first, const umint* digit) noexcept : a_(a), digit_(digit) {
         if constexpr (square) {
             factor_ = square_factor<S, 0>(a);
@@ -372,6 +375,12 @@ class Product {
     KESH_IFMA_INLINE void add_row(const Vector<S>& mu) noexcept {
         constexpr int from = square ? S::register_of(i) : 0;
         if constexpr (square && from != S::register_of(i - 1)) factor_ = square_factor<S, from>(a_);
+        add_row_from<from>(i, mu);
+    }
+
+    /** The same with the factor as it is, for its registers from the given one on. */
+    template <int from>
+    KESH_IFMA_INLINE void add_row_from(int i, const Vector<S>& mu) noexcept {
         const auto q = low_52_bits(all_lanes<S>(lowest<S>(sum_)));
         const auto b = all_lanes<S>(digit_[i]);
         const Vector<S> moved = next_row<S>(sum_);
@@ -423,7 +432,8 @@ KESH_IFMA void from_internal(umint* r, const Vector<S>& a, const Rows<S>& rows, 
     constexpr int n = S::n;
     const Digits<S> one = to_digits<S>(modulus.r1);
     Product<S, false> product(a, lowest<S>(load<S>(one)), one.digit);
-    add_rows<1, S>(load<S>(rows.mu), product);
+    const Vector<S> mu = load<S>(rows.mu);
+    for (int i = 1; i < S::digits; ++i) product.template add_row_from<0>(i, mu);
     Digits<S> digits;
     store<S>(digits, normalise<S>(product.result(rows, load<S>(rows.m))));
     umint t[n + 1], m[n + 1];
