@@ -2,14 +2,15 @@
 #   A GoogleTest program. All its tests run, or those that match `pattern`. Tests whose name contains "Long_" get the
 #   CTest label "long": `./test` leaves them out, `./test --all` runs them. Every test finds the built library and the
 #   tree through compile definitions. Most tests call code that is already compiled, and are themselves compiled with
-#   -O1, in two thirds of the time. Tests of headers say OPTIMISE -O2, like programs that use the headers. This is for
+#   -Og, in two thirds of the time. Tests of headers say OPTIMISE -O2, like programs that use the headers. This is for
 #   g++; the preset "clang" uses -O3 everywhere. With TOGETHER n, n sources are one compilation: this takes half the time
-#   for sources that instantiate the same templates.
+#   for sources that instantiate the same templates. The headers that most tests include are compiled once for all
+#   programs of one optimisation.
 include(GoogleTest)
 
 # Seconds after which a test counts as hanging: a busy machine does not reach it.
 set(KESH_TEST_TIMEOUT 3600)
-set(KESH_TEST_OPTIMISE -O1)
+set(KESH_TEST_OPTIMISE -Og)
 
 # Under a sanitizer, too, a request for more memory than there is must fail in the library.
 set(KESH_TEST_ENVIRONMENT
@@ -17,6 +18,22 @@ set(KESH_TEST_ENVIRONMENT
     UBSAN_OPTIONS=print_stacktrace=1
     TSAN_OPTIONS=allocator_may_return_null=1:suppressions=${PROJECT_SOURCE_DIR}/Tests/sanitizers/tsan.supp
     LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/Tests/sanitizers/lsan.supp)
+
+# kesh_test_options(target option)
+#   Optimises a program of tests in Release with the option, and gives it the headers that are compiled once for all
+#   programs with this option.
+function(kesh_test_options target optimise)
+    target_compile_options(${target} PRIVATE $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:${optimise}>)
+    set(headers kesh_test_headers${optimise})
+    if(NOT TARGET ${headers})
+        add_executable(${headers} EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/Tests/support/headers.cpp)
+        target_compile_options(${headers} PRIVATE $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:${optimise}>)
+        target_link_libraries(${headers} PRIVATE kesh_warnings GTest::gtest GTest::gmock)
+        target_precompile_headers(${headers} PRIVATE <gtest/gtest.h> <gmock/gmock.h> <algorithm> <atomic> <chrono>
+            <filesystem> <fstream> <random> <sstream> <string> <thread> <vector>)
+    endif()
+    target_precompile_headers(${target} REUSE_FROM ${headers})
+endfunction()
 
 function(kesh_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "FILTER;OPTIMISE;TOGETHER" "SOURCES;LIBRARIES")
@@ -29,7 +46,7 @@ function(kesh_add_test name)
     if(NOT arg_OPTIMISE)
         set(arg_OPTIMISE ${KESH_TEST_OPTIMISE})
     endif()
-    target_compile_options(${name} PRIVATE $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:${arg_OPTIMISE}>)
+    kesh_test_options(${name} ${arg_OPTIMISE})
     if(arg_TOGETHER AND NOT KESH_TEST_SOURCES_APART)  # apart for Tools/mutate, which links one source at a time
         set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${arg_TOGETHER})
     endif()

@@ -15,6 +15,7 @@
 #include "Shared/kernel/adx.h"
 #include "Shared/kernel/portable.h"
 #include "Shared/kernel/signed_residue.h"
+#include "kernels/repetitions.h"
 #include "support/skewed.h"
 
 namespace kesh::kernel {
@@ -88,8 +89,8 @@ class KernelsOf : public testing::Test {
      * The numbers of repetitions: for a test that costs one Montgomery product, and for one that costs a product per
      * bit.
      */
-    static constexpr int product_repetitions = 20000;
-    static constexpr int power_repetitions = 9600 / n / n;
+    const int product_repetitions = repetitions(20000);
+    const int power_repetitions = repetitions(9600 / n / n);
 
     Skewed random{20240607 + 10 * n};
 };

@@ -8,12 +8,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "Shared/kernel/narrow_lanes.h"
 #include "Shared/kernel/pair_lanes.h"
 #include "Shared/kernel/strong_word.h"
 #include "Shared/kernel/word_vectors.h"
+#include "kernels/repetitions.h"
 #include "support/skewed.h"
 
 namespace kesh::kernel {
@@ -97,16 +99,14 @@ class Lanes : public testing::TestWithParam<int> {
         return passed;
     }
 
-    int repetitions() const {
-        return 1500 / GetParam() / GetParam() + 1;
-    }
+    const int group_repetitions = std::max(repetitions(1500 / GetParam() / GetParam()), 3) + 1;
 
     Skewed random{20261122 + static_cast<std::uint64_t>(GetParam())};
 };
 
 TEST_P(Lanes, StrongBase2AgreesWithTheTestAlone) {
     unsigned passed = 0;
-    for (int i = 0; i < repetitions(); ++i) {
+    for (int i = 0; i < group_repetitions; ++i) {
         std::array<Number, lanes> numbers;
         for (Number& n : numbers) n = number();
         passed |= check_strong_test(numbers);
@@ -116,7 +116,7 @@ TEST_P(Lanes, StrongBase2AgreesWithTheTestAlone) {
 
 TEST_P(Lanes, LucasConditionAgreesWithTheTestAlone) {
     unsigned passed = 0;
-    for (int i = 0; i < repetitions(); ++i) {
+    for (int i = 0; i < group_repetitions; ++i) {
         std::array<Number, lanes> numbers;
         std::array<mint, lanes> q;
         for (std::size_t c = 0; c < lanes; ++c) {
