@@ -47,7 +47,7 @@ function(kesh_add_test name)
         set(arg_OPTIMISE ${KESH_TEST_OPTIMISE})
     endif()
     kesh_test_options(${name} ${arg_OPTIMISE})
-    if(arg_TOGETHER AND NOT KESH_TEST_SOURCES_APART)  # apart for Tools/mutate, which links one source at a time
+    if(arg_TOGETHER AND NOT KESH_TEST_SOURCES_APART)  # apart in the preset clang, and for Tools/mutate, which links one source at a time
         set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${arg_TOGETHER})
     endif()
     add_dependencies(${name} VelmoraKesh)
