@@ -13,8 +13,10 @@
 
 namespace kesh_host {
 
-/** Each of the first calls of a callback fails in a case of its own, up to this call; "often" means at least this many
- * calls. */
+/**
+ * Each of the first calls of a callback fails in a case of its own, up to this call; "often" means at least this many
+ * calls.
+ */
 constexpr std::int64_t last_call_hit = 3;
 
 /** One fault, as text for FaultPlan::add, or a table that is missing. */

@@ -29,8 +29,10 @@ VelmoraLibraryData wlibData = nullptr;
 /** The task whose events are being raised. Written by workers only. */
 mint asyncObjectID = 0;
 
-/** Held by a worker for its whole run: one asynchronous count at a time. It is locked before event_mutex, never after
- * it. */
+/**
+ * Held by a worker for its whole run: one asynchronous count at a time. It is locked before event_mutex, never after
+ * it.
+ */
 std::mutex primecount_mutex;
 
 /** Held while one event is built and raised, so that events from several threads do not mix their DataStores. */

@@ -23,8 +23,10 @@ bool only_digits(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-/** Whether the count takes milliseconds. Counts of 2^63 and more, which powers, shifts and products soon reach, set
- * up large tables before their first progress. */
+/**
+ * Whether the count takes milliseconds. Counts of 2^63 and more, which powers, shifts and products soon reach, set
+ * up large tables before their first progress.
+ */
 bool quick(const std::string& text) {
     if (text.find_first_of("^eE*<") != std::string::npos) return false;
     const auto digits = std::count_if(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });

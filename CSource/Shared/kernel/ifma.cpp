@@ -5,15 +5,13 @@
  */
 
 #include "Shared/kernel/avx512.h"
+#include "Shared/kernel/digits.h"
 #include "Shared/kernel/portable.h"
 #include "Shared/kernel/routines.h"
 
 namespace kesh::kernel {
 
 namespace {
-
-constexpr int digit_bits = 52;
-constexpr umint digit_mask = (umint{1} << digit_bits) - 1;
 
 /** Registers of eight lanes and of four. (As template arguments, their types would lose the vector attribute.) */
 struct Wide {

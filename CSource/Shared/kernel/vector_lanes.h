@@ -6,13 +6,11 @@
 #pragma once
 
 #include "Shared/kernel/avx512.h"
+#include "Shared/kernel/digits.h"
 #include "Shared/kernel/lanes.h"
 #include "Shared/kernel/limbs.h"
 
 namespace kesh::kernel {
-
-constexpr int digit_bits = 52;
-constexpr umint digit_mask = (umint{1} << digit_bits) - 1;
 
 /**
  * From this many digits on the products are separate functions: their code is long, and their values do not fit into
