@@ -442,7 +442,8 @@ std::string_view family_title(Family family) {
 }
 
 const std::vector<Export>& export_table() {
-    static const std::vector<Export> table = make_table();
+    // Never destroyed: other threads may still make calls while the process exits.
+    static const auto& table = *new const std::vector<Export>(make_table());
     return table;
 }
 
