@@ -13,10 +13,15 @@
 namespace {
 std::atomic<long> living_blocks{0};
 
-void* counted(std::size_t size) {
+void* counted_or_null(std::size_t size) noexcept {
     void* const block = std::malloc(size);
+    if (block != nullptr) ++living_blocks;
+    return block;
+}
+
+void* counted(std::size_t size) {
+    void* const block = counted_or_null(size);
     if (block == nullptr) throw std::bad_alloc();
-    ++living_blocks;
     return block;
 }
 
@@ -32,6 +37,12 @@ void* operator new(std::size_t size) {
 }
 void* operator new[](std::size_t size) {
     return counted(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return counted_or_null(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return counted_or_null(size);
 }
 void operator delete(void* block) noexcept {
     uncounted(block);
