@@ -1,11 +1,10 @@
-# kesh_add_test(name SOURCES a.cpp ... [LIBRARIES lib ...] [OPTIMISE option] [FILTER pattern] [TOGETHER n])
+# kesh_add_test(name SOURCES a.cpp ... [LIBRARIES lib ...] [OPTIMISE option] [FILTER pattern] [TOGETHER])
 #   A GoogleTest program. All its tests run, or those that match `pattern`. Tests whose name contains "Long_" get the
 #   CTest label "long": `./test` leaves them out, `./test --all` runs them. Every test finds the built library and the
 #   tree through compile definitions. Most tests call code that is already compiled, and are themselves compiled with
 #   -Og, in two thirds of the time. Tests of headers say OPTIMISE -O2, like programs that use the headers. This is for
-#   g++; the preset "clang" uses -O3 everywhere. With TOGETHER n, n sources are one compilation: this takes half the time
-#   for sources that instantiate the same templates. The headers that most tests include are compiled once for all
-#   programs of one optimisation.
+#   g++; the preset "clang" uses -O3 everywhere. With TOGETHER, all sources are one compilation. The headers that
+#   most tests include are compiled once for all programs of one optimisation.
 include(GoogleTest)
 
 # Seconds after which a test counts as hanging: a busy machine does not reach it.
@@ -36,7 +35,7 @@ function(kesh_test_options target optimise)
 endfunction()
 
 function(kesh_add_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "FILTER;OPTIMISE;TOGETHER" "SOURCES;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "TOGETHER" "FILTER;OPTIMISE" "SOURCES;LIBRARIES")
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} kesh_warnings GTest::gtest_main GTest::gmock)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
@@ -47,8 +46,8 @@ function(kesh_add_test name)
         set(arg_OPTIMISE ${KESH_TEST_OPTIMISE})
     endif()
     kesh_test_options(${name} ${arg_OPTIMISE})
-    if(arg_TOGETHER AND NOT KESH_TEST_SOURCES_APART)  # apart in the preset clang, and for Tools/mutate, which links one source at a time
-        set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${arg_TOGETHER})
+    if(arg_TOGETHER)
+        kesh_compile_together(${name})
     endif()
     add_dependencies(${name} VelmoraKesh)
     # Set by the command that runs the test: PROPERTIES would pass only the first variable of a list.

@@ -142,8 +142,8 @@ static_assert(sizeof(mp_mont_data<uintx_t<1024>>) == 4 * 128 &&
 using Context = mp_mont_data<uintx_t<128>>;
 static_assert(offsetof(Context, m) == 0 && offsetof(Context, r1) == 16 && offsetof(Context, r2) == 32 &&
               offsetof(Context, mprime) == 48);
-using Divisor = fastdiv_data<uintx_t<256>, unsigned long>;
-static_assert(offsetof(Divisor, magic) == 0 && offsetof(Divisor, m) == 32 && offsetof(Divisor, s) == 40);
+using Prepared = fastdiv_data<uintx_t<256>, unsigned long>;
+static_assert(offsetof(Prepared, magic) == 0 && offsetof(Prepared, m) == 32 && offsetof(Prepared, s) == 40);
 
 }  // namespace
 }  // namespace kesh::test

@@ -5,7 +5,7 @@
  * The file holds, in every bucket of the 64-bit test's hash, seven numbers that pass the strong test to most prime
  * bases, none with a prime factor up to 61, and at least one of them below 2^49. It stores the differences of the
  * sorted numbers, seven bits a byte, the lowest first, the top bit set in all bytes but the last. Written by
- * select-sample (Tools/PrimeTables).
+ * prime-tables sample (Tools/PrimeTables).
  */
 #pragma once
 

@@ -22,9 +22,9 @@ TEST(QuickMode, Long_DerivesABlockOfSixteenBucketsWhole) {
         std::filesystem::temp_directory_path() / ("prime-tables-" + std::to_string(::getpid()));
     const std::string threads = " --threads " + std::to_string(std::max(1U, std::thread::hardware_concurrency()));
     const std::string common = " --buckets 4096 16 --output " + folder.string() + threads;
-    EXPECT_EQ(run(KESH_ENUMERATE " --search smooth --from 3 --to 2097152" + common), 0);
-    EXPECT_EQ(run(KESH_ENUMERATE " --search progression --from 2097152 --to 4294967296" + common), 0);
-    EXPECT_EQ(run(KESH_DERIVE " " + folder.string() + " --buckets 4096 16" + threads +
+    EXPECT_EQ(run(KESH_PRIME_TABLES " enumerate --search smooth --from 3 --to 2097152" + common), 0);
+    EXPECT_EQ(run(KESH_PRIME_TABLES " enumerate --search progression --from 2097152 --to 4294967296" + common), 0);
+    EXPECT_EQ(run(KESH_PRIME_TABLES " derive " + folder.string() + " --buckets 4096 16" + threads +
                   " --compare " KESH_SOURCE_DIR "/Tools/PrimeTables/data/bases_64_derived.txt"),
               0);
     std::filesystem::remove_all(folder);

@@ -4,7 +4,6 @@
  */
 #include <fmt/core.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <atomic>
 #include <fstream>
@@ -12,6 +11,7 @@
 #include <thread>
 
 #include "bucket_walk.h"
+#include "commands.h"
 #include "header_writer.h"
 #include "number_file.h"
 #include "table_rule.h"
@@ -21,14 +21,13 @@ namespace {
 
 constexpr u64 least = u64{1} << 32;
 
-struct Arguments {
+struct Derivation {
     std::vector<std::filesystem::path> folders;
     std::filesystem::path output;
     std::filesystem::path compare;
     std::filesystem::path merged;
     std::filesystem::path earlier;
     std::vector<u32> buckets;
-    BucketBlock block;
     unsigned threads = 1;
 };
 
@@ -110,34 +109,16 @@ bool compareTables(const std::vector<u32>& table, const BucketBlock& block, cons
     return smaller + larger == 0;
 }
 
-}  // namespace
-}  // namespace prime_tables
-
-int main(int argc, char** argv) {
-    using namespace prime_tables;
-    Arguments arguments;
-    CLI::App app{
-        "Derives, for each bucket, the smallest base that rejects the enumerated strong pseudoprimes to base 2."};
-    app.add_option("folders", arguments.folders, "folders with the results of the enumeration")->required();
-    app.add_option("--output", arguments.output, "table to write, one decimal value per line");
-    app.add_option("--compare", arguments.compare,
-                   "table to compare with, in the same form; exit status 2 when it differs");
-    app.add_option("--earlier", arguments.earlier,
-                   "table that was derived from a part of these pseudoprimes; it saves time");
-    app.add_option("--merged", arguments.merged, "write all pseudoprimes, sorted, into this file");
-    app.add_option("--buckets", arguments.buckets,
-                   "first bucket and number of buckets of a block; without it, all buckets")
-        ->expected(2);
-    app.add_option("--threads", arguments.threads, "threads")->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
-    if (!arguments.buckets.empty()) arguments.block = {arguments.buckets[0], arguments.buckets[1]};
+/** The exit status: 2 if the table differs from the one to compare with. */
+int run(const Derivation& arguments) {
     const std::vector<u64> numbers = readFolders(arguments.folders);
     printCounts(numbers);
     if (!arguments.merged.empty()) writeNumbers(arguments.merged, numbers);
     const std::vector<u32> earlier =
         arguments.earlier.empty() ? std::vector<u32>(bucket_count) : readTable(arguments.earlier);
-    const std::vector<u32> table = derive(numbers, arguments.block, earlier, arguments.threads);
-    const bool same = arguments.compare.empty() || compareTables(table, arguments.block, arguments.compare);
+    const BucketBlock block = blockOf(arguments.buckets);
+    const std::vector<u32> table = derive(numbers, block, earlier, arguments.threads);
+    const bool same = arguments.compare.empty() || compareTables(table, block, arguments.compare);
     if (!arguments.output.empty()) {
         std::ofstream out(arguments.output);
         for (const u32 base : table) out << base << '\n';
@@ -145,3 +126,24 @@ int main(int argc, char** argv) {
     }
     return same ? 0 : 2;
 }
+
+}  // namespace
+
+void addDerive(CLI::App& program, int& status) {
+    const auto arguments = std::make_shared<Derivation>();
+    CLI::App& command = *program.add_subcommand(
+        "derive",
+        "Derives, for each bucket, the smallest base that rejects the enumerated strong pseudoprimes to base 2.");
+    command.add_option("folders", arguments->folders, "folders with the results of the enumeration")->required();
+    command.add_option("--output", arguments->output, "table to write, one decimal value per line");
+    command.add_option("--compare", arguments->compare,
+                       "table to compare with, in the same form; exit status 2 when it differs");
+    command.add_option("--earlier", arguments->earlier,
+                       "table that was derived from a part of these pseudoprimes; it saves time");
+    command.add_option("--merged", arguments->merged, "write all pseudoprimes, sorted, into this file");
+    addBuckets(command, arguments->buckets);
+    command.add_option("--threads", arguments->threads, "threads")->capture_default_str();
+    command.callback([arguments, &status] { status = run(*arguments); });
+}
+
+}  // namespace prime_tables

@@ -1,14 +1,12 @@
 /**
  * @file   enumerate_pseudoprimes.cpp
- * @brief  Command line of the two searches for base-2 strong pseudoprimes.
+ * @brief  The two searches for base-2 strong pseudoprimes.
  */
-#include <fmt/core.h>
-
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 
 #include "chunk_runner.h"
+#include "commands.h"
 #include "progression_search.h"
 #include "smooth_search.h"
 
@@ -17,7 +15,7 @@ namespace {
 
 constexpr u64 prime_limit = u64{1} << 32;
 
-struct Arguments {
+struct Enumeration {
     std::string search = "progression";
     u64 from = u64{1} << 24;
     u64 to = prime_limit;
@@ -33,7 +31,7 @@ struct Arguments {
  * Ranges of primes from `to` down to `from`, each about an equal share of the work: the progression of p has some
  * largest / p^2 members, and finding the order of 2 costs as much as a hundred.
  */
-std::vector<Chunk> progressionChunks(const Arguments& arguments) {
+std::vector<Chunk> progressionChunks(const Enumeration& arguments) {
     constexpr double share = 1e10;
     std::vector<Chunk> chunks;
     u64 hi = arguments.to;
@@ -50,7 +48,7 @@ std::vector<Chunk> progressionChunks(const Arguments& arguments) {
     return chunks;
 }
 
-std::vector<u64> progressionWork(const Chunk& chunk, const PauseGate& gate, const Arguments& arguments) {
+std::vector<u64> progressionWork(const Chunk& chunk, const PauseGate& gate, const Enumeration& arguments) {
     std::vector<u64> found;
     FermatFilter filter(found, arguments.least);
     ProgressionSearch search(arguments.largest, arguments.ratio, arguments.block);
@@ -71,7 +69,7 @@ std::vector<u64> progressionWork(const Chunk& chunk, const PauseGate& gate, cons
 }
 
 /** Ranges of equal length, ascending: the numbers with the smallest primes decide most buckets. */
-std::vector<Chunk> smoothChunks(const Arguments& arguments) {
+std::vector<Chunk> smoothChunks(const Enumeration& arguments) {
     constexpr u64 width = u64{1} << 16;
     std::vector<Chunk> chunks;
     for (u64 lo = arguments.from; lo < arguments.to; lo += width) {
@@ -81,7 +79,7 @@ std::vector<Chunk> smoothChunks(const Arguments& arguments) {
     return chunks;
 }
 
-std::vector<u64> smoothWork(const Chunk& chunk, const PauseGate& gate, const Arguments& arguments,
+std::vector<u64> smoothWork(const Chunk& chunk, const PauseGate& gate, const Enumeration& arguments,
                             const SmoothSearch& search) {
     std::vector<u64> found;
     FermatFilter filter(found, arguments.least);
@@ -96,33 +94,8 @@ std::vector<u64> smoothWork(const Chunk& chunk, const PauseGate& gate, const Arg
     return found;
 }
 
-}  // namespace
-}  // namespace prime_tables
-
-int main(int argc, char** argv) {
-    using namespace prime_tables;
-    Arguments arguments;
-    CLI::App app{"Enumerates base-2 strong pseudoprimes by their prime factors, in resumable chunks."};
-    app.add_option(
-           "--search", arguments.search,
-           "progression: every n with a prime factor in [from, to); smooth: every n whose largest prime factor is "
-           "in [from, to), to at most 2^24")
-        ->capture_default_str()
-        ->check(CLI::IsMember({"progression", "smooth"}));
-    app.add_option("--from", arguments.from, "smallest prime factor that is searched")->capture_default_str();
-    app.add_option("--to", arguments.to, "end of the range of prime factors, not included")->capture_default_str();
-    app.add_option("--least", arguments.least, "smallest pseudoprime that is kept")->capture_default_str();
-    app.add_option("--largest", arguments.largest, "largest pseudoprime that is searched")->capture_default_str();
-    app.add_option("--ratio", arguments.ratio, "progression: only n with n / p <= ratio * p; 0 means all n")
-        ->capture_default_str();
-    app.add_option("--buckets", arguments.buckets,
-                   "first bucket and number of buckets of a block; without it, all buckets")
-        ->expected(2);
-    app.add_option("--output", arguments.runner.output, "folder of the results")->required();
-    app.add_option("--pause-file", arguments.runner.pause_file, "wait while this file exists");
-    app.add_option("--threads", arguments.runner.threads, "threads")->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
-    if (!arguments.buckets.empty()) arguments.block = {arguments.buckets[0], arguments.buckets[1]};
+void run(Enumeration& arguments) {
+    arguments.block = blockOf(arguments.buckets);
     if (arguments.search == "smooth") {
         const SmoothSearch search(arguments.largest, arguments.to);
         runChunks(smoothChunks(arguments), arguments.runner, [&](const Chunk& chunk, const PauseGate& gate) {
@@ -132,5 +105,32 @@ int main(int argc, char** argv) {
         runChunks(progressionChunks(arguments), arguments.runner,
                   [&](const Chunk& chunk, const PauseGate& gate) { return progressionWork(chunk, gate, arguments); });
     }
-    return 0;
 }
+
+}  // namespace
+
+void addEnumerate(CLI::App& program) {
+    const auto arguments = std::make_shared<Enumeration>();
+    CLI::App& command = *program.add_subcommand(
+        "enumerate", "Enumerates base-2 strong pseudoprimes by their prime factors, in resumable chunks.");
+    command
+        .add_option(
+            "--search", arguments->search,
+            "progression: every n with a prime factor in [from, to); smooth: every n whose largest prime factor is "
+            "in [from, to), to at most 2^24")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"progression", "smooth"}));
+    command.add_option("--from", arguments->from, "smallest prime factor that is searched")->capture_default_str();
+    command.add_option("--to", arguments->to, "end of the range of prime factors, not included")->capture_default_str();
+    command.add_option("--least", arguments->least, "smallest pseudoprime that is kept")->capture_default_str();
+    command.add_option("--largest", arguments->largest, "largest pseudoprime that is searched")->capture_default_str();
+    command.add_option("--ratio", arguments->ratio, "progression: only n with n / p <= ratio * p; 0 means all n")
+        ->capture_default_str();
+    addBuckets(command, arguments->buckets);
+    command.add_option("--output", arguments->runner.output, "folder of the results")->required();
+    command.add_option("--pause-file", arguments->runner.pause_file, "wait while this file exists");
+    command.add_option("--threads", arguments->runner.threads, "threads")->capture_default_str();
+    command.callback([arguments] { run(*arguments); });
+}
+
+}  // namespace prime_tables

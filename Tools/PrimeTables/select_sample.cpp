@@ -3,12 +3,11 @@
  * @brief  Picks the hardest of the enumerated pseudoprimes in every bucket as test data for the library's primality
  *         tests.
  */
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <fstream>
-#include <iostream>
 
+#include "commands.h"
 #include "number_file.h"
 #include "table_rule.h"
 
@@ -74,33 +73,38 @@ std::string encode(std::vector<u64> numbers) {
     return bytes;
 }
 
-}  // namespace
-}  // namespace prime_tables
-
-int main(int argc, char** argv) {
-    using namespace prime_tables;
+struct Selection {
     std::filesystem::path merged;
     std::filesystem::path output;
     std::size_t count = 7;
-    CLI::App app{"Picks, in every bucket, the pseudoprimes without a prime factor up to 61 that pass most bases."};
-    app.add_option("merged", merged, "file of all pseudoprimes, as derive-table --merged writes it")->required();
-    app.add_option("output", output, "file to write")->required();
-    app.add_option("--count", count, "numbers per bucket")->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
+};
+
+void run(const Selection& arguments) {
     std::vector<u64> numbers;
-    readNumbers(merged, numbers);
+    readNumbers(arguments.merged, numbers);
     std::vector<std::vector<u64>> buckets(bucket_count);
     for (const u64 n : numbers) {
         if (!hasTrialDivisor(n)) buckets[bucketOf(n)].push_back(n);
     }
     std::vector<u64> sample;
     for (const auto& bucket : buckets) {
-        const std::vector<u64> picked = pick(bucket, count);
+        const std::vector<u64> picked = pick(bucket, arguments.count);
         sample.insert(sample.end(), picked.begin(), picked.end());
     }
-    std::ofstream out(output, std::ios::binary);
-    out << encode(sample);
-    if (out.flush()) return 0;
-    std::cerr << "cannot write " << output << '\n';
-    return 1;
+    writeText(arguments.output, encode(sample));
 }
+
+}  // namespace
+
+void addSample(CLI::App& program) {
+    const auto arguments = std::make_shared<Selection>();
+    CLI::App& command = *program.add_subcommand(
+        "sample", "Picks, in every bucket, the pseudoprimes without a prime factor up to 61 that pass most bases.");
+    command.add_option("merged", arguments->merged, "file of all pseudoprimes, as derive --merged writes it")
+        ->required();
+    command.add_option("output", arguments->output, "file to write")->required();
+    command.add_option("--count", arguments->count, "numbers per bucket")->capture_default_str();
+    command.callback([arguments] { run(*arguments); });
+}
+
+}  // namespace prime_tables

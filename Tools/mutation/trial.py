@@ -112,7 +112,7 @@ class Build:
             self.put_back(target)  # an earlier run may have been cut off
         launcher = "ccache" if shutil.which("ccache") else ""
         subprocess.run(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DKESH_HOST=ON", "-DKESH_TESTS=ON",
-                        "-DCMAKE_BUILD_TYPE=Release", "-DKESH_TEST_SOURCES_APART=ON",
+                        "-DCMAKE_BUILD_TYPE=Release", "-DKESH_SOURCES_APART=ON",
                         "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON", "-DCMAKE_CXX_COMPILER_LAUNCHER=" + launcher], check=True,
                        stdout=subprocess.DEVNULL)
         names = sorted({name for path in paths for name in programs_for(path)})

@@ -1,0 +1,32 @@
+/**
+ * @file   commands.h
+ * @brief  The commands of prime-tables, one source each.
+ */
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bucket_walk.h"
+
+namespace prime_tables {
+
+/** enumerate: the searches for base-2 strong pseudoprimes. */
+void addEnumerate(CLI::App& program);
+/** derive: the second bases from the pseudoprimes that were found. Sets `status` to 2 if a table to compare differs. */
+void addDerive(CLI::App& program, int& status);
+/** sample: test data from the pseudoprimes. */
+void addSample(CLI::App& program);
+
+/** The option --buckets of a command: the first bucket of a block and their number. */
+void addBuckets(CLI::App& command, std::vector<u32>& buckets);
+/** The block that the option --buckets names; all buckets if it was not given. */
+BucketBlock blockOf(const std::vector<u32>& buckets);
+
+/** Replaces the file. Throws std::runtime_error when it cannot be written. */
+void writeText(const std::filesystem::path& path, const std::string& text);
+
+}  // namespace prime_tables

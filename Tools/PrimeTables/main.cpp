@@ -1,0 +1,65 @@
+/**
+ * @file   main.cpp
+ * @brief  prime-tables: finds the tables of the primality tests up to 64 bits, and writes their header.
+ */
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+
+#include "commands.h"
+#include "header_writer.h"
+
+namespace prime_tables {
+
+void addBuckets(CLI::App& command, std::vector<u32>& buckets) {
+    command.add_option("--buckets", buckets, "first bucket and number of buckets of a block; without it, all buckets")
+        ->expected(2);
+}
+
+BucketBlock blockOf(const std::vector<u32>& buckets) {
+    return buckets.empty() ? BucketBlock{} : BucketBlock{buckets[0], buckets[1]};
+}
+
+void writeText(const std::filesystem::path& path, const std::string& text) {
+    std::ofstream out(path, std::ios::binary);
+    out << text;
+    if (!out.flush()) throw std::runtime_error("cannot write " + path.string());
+}
+
+namespace {
+
+struct Header {
+    std::filesystem::path folder;
+    std::filesystem::path output;
+};
+
+void addHeader(CLI::App& program) {
+    const auto arguments = std::make_shared<Header>();
+    CLI::App& command =
+        *program.add_subcommand("header", "Writes the header with the tables of the primality tests up to 64 bits.");
+    command.add_option("folder", arguments->folder, "folder of the data files")->required();
+    command.add_option("output", arguments->output, "header to write")->required();
+    command.callback([arguments] { writeText(arguments->output, primeDataHeader(arguments->folder)); });
+}
+
+}  // namespace
+}  // namespace prime_tables
+
+int main(int argc, char** argv) {
+    using namespace prime_tables;
+    int status = 0;
+    CLI::App program{"Finds the tables of the primality tests up to 64 bits, and writes them as a header."};
+    program.require_subcommand(1);
+    addEnumerate(program);
+    addDerive(program, status);
+    addSample(program);
+    addHeader(program);
+    try {
+        CLI11_PARSE(program, argc, argv);
+    } catch (const std::exception& error) {
+        std::cerr << "prime-tables: " << error.what() << '\n';
+        return 1;
+    }
+    return status;
+}
