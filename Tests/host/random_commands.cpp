@@ -22,6 +22,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "HostKit/export_table.h"
@@ -86,11 +87,11 @@ class Generator {
 
     /** Bytes of any kind; an argument of a process holds no NUL. */
     std::string bytes(std::size_t most, bool nul) {
+        static constexpr std::string_view usual = " -_,.()[]{}'\"?+*/^0123456789aexPn\t\r\xc3\xa9";
         std::string text;
         const bool letters = one_in(2);
         for (std::size_t length = up_to(most); length > 0; --length) {
-            const char byte = letters ? " -_,.()[]{}'\"?+*/^0123456789aexPn\t\r\xc3\xa9"[random_() % 42]
-                                      : static_cast<char>(random_());
+            const char byte = letters ? usual[random_() % usual.size()] : static_cast<char>(random_());
             if (nul || byte != '\0') text += byte;
         }
         return text;
