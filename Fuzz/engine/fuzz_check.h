@@ -62,9 +62,9 @@ int run(const char* name, const std::uint8_t* data, std::size_t size, Check chec
 
 }  // namespace kesh::fuzz
 
-/** The fuzz target of the family whose checks `body` names; `s` holds the operands. */
-#define KESH_FUZZ_TARGET(body)                                                                    \
-    extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {           \
-        using namespace kesh::test;                                                               \
-        return kesh::fuzz::run(#body, data, size, [](const auto& s) -> Verdict { return body; }); \
+/** The function fuzz_`name`, which runs `check` on the operands in the fuzzer's bytes. */
+#define KESH_FUZZ_FAMILY(name, check)                                                      \
+    int fuzz_##name(const std::uint8_t* data, std::size_t size);                           \
+    int fuzz_##name(const std::uint8_t* data, std::size_t size) {                          \
+        return kesh::fuzz::run(#name, data, size, [](const auto& s) { return check(s); }); \
     }
