@@ -20,11 +20,13 @@ namespace kesh_host {
 
 namespace {
 
-/** Positions, from 0. */
+/** Positions, from 0, with the names that hosts give the slots. */
+// NOLINTBEGIN(readability-identifier-naming)
 #define KESH_SLOT(member) member,
 enum class LibrarySlot : std::size_t { KESH_LIBRARY_SLOTS(KESH_SLOT) };
 enum class IoSlot : std::size_t { KESH_IO_SLOTS(KESH_SLOT) };
 #undef KESH_SLOT
+// NOLINTEND(readability-identifier-naming)
 
 // The lists name the slots in the order in which the library finds them.
 #define KESH_LIBRARY_SLOT(member)                            \

@@ -36,7 +36,7 @@ double pi_from_above(double x) {
 }  // namespace
 
 SumCheck check_sum(umint a, umint b, umint residue, const PrimeCounter& count) {
-    const SumCheck whole{Wrapped::no, cpp_int(residue)};
+    SumCheck whole{Wrapped::no, cpp_int(residue)};
     if (a > b || b < first_wrapped_sum) return whole;
     if (a <= 2) return {Wrapped::yes, std::nullopt};
 

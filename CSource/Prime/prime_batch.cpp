@@ -26,7 +26,7 @@ namespace {
 using kernel::WordLanes;
 
 /** A number below 2^64 and its place in the block. */
-struct placed_word {
+struct PlacedWord {
     umint n;
     mint place;
 };
@@ -36,7 +36,7 @@ struct placed_word {
  * word that passes among the next `used` words, at most width.
  */
 template <std::size_t width, class Passing>
-std::size_t keep_passing(placed_word* words, std::size_t count, Passing passing) {
+std::size_t keep_passing(PlacedWord* words, std::size_t count, Passing passing) {
     std::size_t kept = 0;
     for (std::size_t first = 0; first < count; first += width) {
         const std::size_t used = std::min(width, count - first);
@@ -51,7 +51,7 @@ std::size_t keep_passing(placed_word* words, std::size_t count, Passing passing)
 
 /** The same with a test of one word at a time. */
 template <class Passes>
-unsigned one_by_one(const placed_word* group, std::size_t used, Passes passes) {
+unsigned one_by_one(const PlacedWord* group, std::size_t used, Passes passes) {
     unsigned passed = 0;
     for (std::size_t c = 0; c < used; ++c) passed |= unsigned{passes(group[c].n)} << c;
     return passed;
@@ -59,7 +59,7 @@ unsigned one_by_one(const placed_word* group, std::size_t used, Passes passes) {
 
 /** f(n) for the words of a group; the free places get f of the last word. */
 template <class Row, class F>
-Row row_of(const placed_word* group, std::size_t used, F f) {
+Row row_of(const PlacedWord* group, std::size_t used, F f) {
     Row row;
     for (std::size_t c = 0; c < row.size(); ++c) row[c] = f(group[std::min(c, used - 1)].n);
     return row;
@@ -81,12 +81,12 @@ bool passes_hashed_bases(umint n) {
 }
 
 /** Trial division. */
-std::size_t divide_in_registers(placed_word* words, std::size_t count) {
+std::size_t divide_in_registers(PlacedWord* words, std::size_t count) {
     return keep_passing<1>(
-        words, count, [](const placed_word* word, std::size_t) { return word_has_small_factor(word->n) ? 0U : 1U; });
+        words, count, [](const PlacedWord* word, std::size_t) { return word_has_small_factor(word->n) ? 0U : 1U; });
 }
-std::size_t divide_in_vectors(placed_word* words, std::size_t count) {
-    return keep_passing<kernel::lanes>(words, count, [](const placed_word* group, std::size_t used) {
+std::size_t divide_in_vectors(PlacedWord* words, std::size_t count) {
+    return keep_passing<kernel::lanes>(words, count, [](const PlacedWord* group, std::size_t used) {
         const unsigned odd = one_by_one(group, used, [](umint n) { return n % 2 == 1; });
         const auto row = row_of<std::array<umint, kernel::lanes>>(group, used, itself);
         return odd & ~kernel::divisors_in_lanes(row, word_divisors());
@@ -94,15 +94,15 @@ std::size_t divide_in_vectors(placed_word* words, std::size_t count) {
 }
 
 /** The rounds after trial division, for numbers of 2^32 or more, in general registers; words is overwritten. */
-void test_words_in_registers(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
+void test_words_in_registers(PlacedWord* words, std::size_t count, std::uint8_t* verdicts) {
     using Row = WordLanes::Row;
     // For this many numbers or fewer, single tests take less time than the lanes.
     constexpr std::size_t alone_at_most = WordLanes::W / 3;
-    std::size_t kept = keep_passing<WordLanes::W>(words, count, [](const placed_word* group, std::size_t used) {
+    std::size_t kept = keep_passing<WordLanes::W>(words, count, [](const PlacedWord* group, std::size_t used) {
         if (used <= alone_at_most) return one_by_one(group, used, [](umint n) { return PrimeQ(n); });
         return WordLanes(row_of<Row>(group, used, itself)).strong_base_2();
     });
-    kept = keep_passing<WordLanes::W>(words, kept, [](const placed_word* group, std::size_t used) {
+    kept = keep_passing<WordLanes::W>(words, kept, [](const PlacedWord* group, std::size_t used) {
         if (used <= alone_at_most) return one_by_one(group, used, passes_hashed_bases);
         return WordLanes(row_of<Row>(group, used, itself)).strong_to(row_of<Row>(group, used, second_base));
     });
@@ -114,7 +114,7 @@ void test_words_in_registers(placed_word* words, std::size_t count, std::uint8_t
         else
             words[open++] = words[i];
     }
-    kept = keep_passing<WordLanes::W>(words, open, [](const placed_word* group, std::size_t used) {
+    kept = keep_passing<WordLanes::W>(words, open, [](const PlacedWord* group, std::size_t used) {
         if (used <= alone_at_most)
             return one_by_one(group, used, [](umint n) { return kernel::strong_test(n, third_base(n)); });
         return WordLanes(row_of<Row>(group, used, itself)).strong_to(row_of<Row>(group, used, third_base));
@@ -126,14 +126,14 @@ void test_words_in_registers(placed_word* words, std::size_t count, std::uint8_t
  * The same in vector lanes. The second and the third base run side by side, also if the second one decides: a number
  * that passes both is prime, and a prime passes both.
  */
-void test_words_in_vectors(placed_word* words, std::size_t count, std::uint8_t* verdicts) {
+void test_words_in_vectors(PlacedWord* words, std::size_t count, std::uint8_t* verdicts) {
     using Row = kernel::WordVector;
     constexpr std::size_t width = kernel::word_vector_lanes;
-    std::size_t kept = keep_passing<width>(words, count, [](const placed_word* group, std::size_t used) {
+    std::size_t kept = keep_passing<width>(words, count, [](const PlacedWord* group, std::size_t used) {
         if (used <= 2) return one_by_one(group, used, [](umint n) { return PrimeQ(n); });
         return kernel::strong_base2_in_lanes(row_of<Row>(group, used, itself), used);
     });
-    kept = keep_passing<width>(words, kept, [](const placed_word* group, std::size_t used) {
+    kept = keep_passing<width>(words, kept, [](const PlacedWord* group, std::size_t used) {
         if (used <= 2) return one_by_one(group, used, passes_hashed_bases);
         return kernel::strong_tests_in_lanes(row_of<Row>(group, used, itself), row_of<Row>(group, used, second_base),
                                              row_of<Row>(group, used, third_base), used);
@@ -141,16 +141,16 @@ void test_words_in_vectors(placed_word* words, std::size_t count, std::uint8_t* 
     for (std::size_t i = 0; i < kept; ++i) verdicts[words[i].place] = 1;
 }
 
-void test_words(placed_word* words, std::size_t count, std::uint8_t* verdicts, bool divided) {
+void test_words(PlacedWord* words, std::size_t count, std::uint8_t* verdicts, bool divided) {
     const bool vectors = kernel::has_lanes();
     if (!divided) count = (vectors ? divide_in_vectors : divide_in_registers)(words, count);
     (vectors ? test_words_in_vectors : test_words_in_registers)(words, count, verdicts);
 }
 
 /** The blocks of a call; each thread takes one after another. */
-class shared_blocks {
+class SharedBlocks {
   public:
-    shared_blocks(const umint* n, mint len, mint count, std::uint8_t* verdicts)
+    SharedBlocks(const umint* n, mint len, mint count, std::uint8_t* verdicts)
         : n_(n), len_(len), count_(count), verdicts_(verdicts) {}
 
     /** Tests the next block; false if there is none or the work is stopped. Wide numbers may be put into the batch. */
@@ -198,7 +198,7 @@ bool bad_arguments(const umint* n, mint len, mint count, const std::uint8_t* ver
 
 void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, WideBatch& wide, bool divided) {
     assert(1 <= len && len <= 16 && 0 <= count && count <= largest_block);
-    std::array<placed_word, largest_block> words;
+    std::array<PlacedWord, largest_block> words;
     std::size_t word_count = 0;
     for (mint i = 0; i < count; ++i) {
         const umint* limbs = n + i * len;
@@ -219,7 +219,7 @@ void test_block(const umint* n, mint len, mint count, std::uint8_t* verdicts, Wi
 
 int KESH_ArePrime(const std::uint64_t* n, std::int64_t len, std::int64_t count, std::uint8_t* verdicts) {
     if (kesh::bad_arguments(n, len, count, verdicts)) return KESH_BAD_ARGUMENT;
-    kesh::shared_blocks blocks(n, len, count, verdicts);
+    kesh::SharedBlocks blocks(n, len, count, verdicts);
     blocks.work_to_the_end([] {});
     return KESH_DONE;
 }
@@ -228,7 +228,7 @@ int KESH_ArePrimeOnThreads(const std::uint64_t* n, std::int64_t len, std::int64_
                            int threads, KESH_Progress progress, void* data) {
     if (threads < 0 || kesh::bad_arguments(n, len, count, verdicts)) return KESH_BAD_ARGUMENT;
     if (progress != nullptr && progress(data, 0, count) != 0) return KESH_STOPPED;
-    kesh::shared_blocks blocks(n, len, count, verdicts);
+    kesh::SharedBlocks blocks(n, len, count, verdicts);
     const std::int64_t most = (count + kesh::block_size(len) - 1) / kesh::block_size(len);
     const std::int64_t wanted = threads > 0 ? threads : std::int64_t{std::max(std::thread::hardware_concurrency(), 1U)};
     std::vector<std::thread> others;

@@ -31,9 +31,9 @@ constexpr mint largest_window = 262'144;
 constexpr umint sieve_from = most_sieving_prime;
 
 /** An integer of len limbs. */
-class limbs {
+class Limbs {
   public:
-    limbs(const umint* n, mint len) : len_(static_cast<std::size_t>(len)) {
+    Limbs(const umint* n, mint len) : len_(static_cast<std::size_t>(len)) {
         std::copy_n(n, len, limb_.begin());
     }
 
@@ -133,10 +133,10 @@ class SmallPatterns {
 constexpr SmallPatterns small_patterns;
 
 /** The odd numbers base, base + 2, ..., from which the sieve has removed multiples of small primes. */
-class window {
+class Window {
   public:
     /** Precondition: base is odd, and all numbers of the window fit into its limbs. */
-    window(const limbs& base, mint size, mint tested) : base_(base), size_(size) {
+    Window(const Limbs& base, mint size, mint tested) : base_(base), size_(size) {
         assert(base.low() % 2 == 1 && 1 <= size && size <= largest_window);
         std::fill_n(struck_.begin(), (size + 63) / 64, 0);
         if (base.is_word() && base.low() < sieve_from) return;
@@ -165,7 +165,7 @@ class window {
             x = r[k] < x ? 1 : 0;
         }
     }
-    [[nodiscard]] const limbs& base() const {
+    [[nodiscard]] const Limbs& base() const {
         return base_;
     }
     [[nodiscard]] mint len() const {
@@ -214,7 +214,7 @@ class window {
         }
     }
 
-    limbs base_;
+    Limbs base_;
     mint size_;
     umint limit_ = 0;                                ///< the bound of the primes by which the window was sieved
     std::array<umint, largest_window / 64> struck_;  ///< one bit per number of the window
@@ -224,7 +224,7 @@ class window {
  * The number of integers to test at a time in search of `primes` primes: it just fills the lanes, because more tests
  * might be wasted.
  */
-mint group_size(const limbs& n, mint primes) {
+mint group_size(const Limbs& n, mint primes) {
     const mint size = significant_limbs(n.data(), n.len());
     const mint lanes = size == 1 ? static_cast<mint>(kernel::word_lanes) : WideBatch::side_by_side(size);
     return std::min(block_size(n.len()), lanes * std::min(primes, largest_block));
@@ -236,7 +236,7 @@ mint group_size(const limbs& n, mint primes) {
  * the last of them at the latest. Returns false when one of the two returned false.
  */
 template <class Take, class GoOn>
-bool for_primes(const window& w, bool upwards, mint wanted, Take take, GoOn go_on) {
+bool for_primes(const Window& w, bool upwards, mint wanted, Take take, GoOn go_on) {
     std::array<umint, largest_block> numbers;
     std::array<std::uint8_t, largest_block> verdicts;
     WideBatch wide(wanted == 1 && w.one_length());
@@ -267,7 +267,7 @@ bool bad_arguments(const umint* n, mint len, const umint* r) {
 }
 
 /** The walk upwards; found is the number of primes at r. */
-int next_primes(limbs at, mint count, umint* r, mint& found, KESH_Progress progress, void* data) {
+int next_primes(Limbs at, mint count, umint* r, mint& found, KESH_Progress progress, void* data) {
     const mint len = at.len();
     const auto take = [&](const umint* prime) {
         std::copy_n(prime, len, r + found * len);
@@ -278,7 +278,7 @@ int next_primes(limbs at, mint count, umint* r, mint& found, KESH_Progress progr
     if (count == 0) return KESH_DONE;
     if (at.is_word() && at.low() < 2) {
         constexpr std::array<umint, 16> two = {2};
-        at = limbs(two.data(), len);
+        at = Limbs(two.data(), len);
         if (!take(two.data())) return KESH_DONE;
     }
     while (at.add(1 + at.low() % 2)) {  // the next odd number, if it fits
@@ -286,7 +286,7 @@ int next_primes(limbs at, mint count, umint* r, mint& found, KESH_Progress progr
         const mint tested = std::min(largest_window, odd_numbers_a_prime(n) * missing);
         const mint wanted = std::min(largest_window, tested + 2 * odd_numbers_a_prime(n));
         const mint size = static_cast<mint>(std::min(static_cast<umint>(wanted), at.room_above() / 2 + 1));
-        if (!for_primes(window(at, size, tested), true, missing, take, go_on))
+        if (!for_primes(Window(at, size, tested), true, missing, take, go_on))
             return found == count ? KESH_DONE : KESH_STOPPED;
         at.add(static_cast<umint>(2 * (size - 1)));
     }
@@ -294,10 +294,10 @@ int next_primes(limbs at, mint count, umint* r, mint& found, KESH_Progress progr
 }
 
 /** The largest prime below n >= 4. */
-limbs previous_prime(const limbs& n) {
-    limbs top = n, found = n;
+Limbs previous_prime(const Limbs& n) {
+    Limbs top = n, found = n;
     const auto take = [&](const umint* prime) {
-        found = limbs(prime, n.len());
+        found = Limbs(prime, n.len());
         return false;
     };
     top.subtract(1 + top.low() % 2);
@@ -305,9 +305,9 @@ limbs previous_prime(const limbs& n) {
         const mint tested = odd_numbers_a_prime(significant_limbs(top.data(), top.len()));
         const umint room = top.is_word() ? (top.low() - 3) / 2 + 1 : ~umint{0};
         const mint size = static_cast<mint>(std::min(static_cast<umint>(3 * tested), room));
-        limbs base = top;
+        Limbs base = top;
         base.subtract(static_cast<umint>(2 * (size - 1)));
-        if (!for_primes(window(base, size, tested), false, 1, take, [] { return true; })) return found;
+        if (!for_primes(Window(base, size, tested), false, 1, take, [] { return true; })) return found;
         top = base;
         top.subtract(2);
     }
@@ -368,7 +368,7 @@ int KESH_NextPrime(const std::uint64_t* n, std::int64_t len, std::uint64_t* r) {
 int KESH_PreviousPrime(const std::uint64_t* n, std::int64_t len, std::uint64_t* r) {
     if (kesh::bad_arguments(n, len, r)) return KESH_BAD_ARGUMENT;
     if (kesh::stored_neighbour(n, len, r, false)) return KESH_DONE;
-    const kesh::limbs from(n, len);
+    const kesh::Limbs from(n, len);
     if (from.is_word() && from.low() < 4) {
         if (from.low() < 3) return KESH_NO_PRIME;
         std::fill_n(r, len, 0);
@@ -383,7 +383,7 @@ int KESH_NextPrimes(const std::uint64_t* n, std::int64_t len, std::int64_t count
                     KESH_Progress progress, void* data) {
     if (kesh::bad_arguments(n, len, r) || count < 0 || count > kesh::longest_array / len) return KESH_BAD_ARGUMENT;
     kesh::mint written = 0;
-    const int code = kesh::next_primes(kesh::limbs(n, len), count, r, written, progress, data);
+    const int code = kesh::next_primes(kesh::Limbs(n, len), count, r, written, progress, data);
     if (found != nullptr) *found = written;
     return code;
 }

@@ -126,17 +126,17 @@ bool has_small_factor(u64 n) {
 }
 
 /** The strong tests of one number, one base after another. */
-class strong_test {
+class StrongTest {
   public:
-    explicit strong_test(u64 n) : M(n), k(math_count_trailing_zeros(n - 1)), e((n - 1) >> k) {}
+    explicit StrongTest(u64 n) : M(n), k_(math_count_trailing_zeros(n - 1)), e_((n - 1) >> k_) {}
     bool passes(u64 base) const {
-        return sprp(M, M.m, base, e, k) != 0;
+        return sprp(M, M.m, base, e_, k_) != 0;
     }
 
   private:
     mp_mont_data<u64> M;
-    mint k;
-    u64 e;
+    mint k_;
+    u64 e_;
 };
 
 }  // namespace
@@ -144,7 +144,7 @@ class strong_test {
 bool PrimeQ(u64 n, const BaseTables& tables) {
     if (n <= bitmap_limit) return isPrime(static_cast<std::uint32_t>(n));
     if (has_small_factor(n)) return false;
-    const strong_test test(n);
+    const StrongTest test(n);
     if (n <= 0xFFFFFFFF) return test.passes(hashed_base_32(n, tables.below_2_32));
     const u64 b = hashed_base_64(n, tables.above_2_32);
     if (!test.passes(2)) return false;

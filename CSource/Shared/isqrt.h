@@ -116,7 +116,7 @@ inline umint root_of_limbs_2(umint* s, umint* u) noexcept {
     umint root = first + static_cast<umint>(static_cast<mint>(step));
     if (root < first) root = ~umint{0};
     umint2 remainder = a - static_cast<umint2>(root) * root;
-    if (static_cast<umint2>(remainder + (umint2{1} << 66)) < (umint2{1} << 66)) {
+    if (remainder + (umint2{1} << 66) < (umint2{1} << 66)) {
         remainder += 2 * static_cast<umint2>(root) - 1;
         --root;
     }

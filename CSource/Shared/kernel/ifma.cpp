@@ -327,6 +327,7 @@ struct Rows {
 template <class S, int z>
 KESH_IFMA_INLINE Vector<S> square_factor(const Vector<S>& a) noexcept {
     Vector<S> upper = a;
+    // NOLINTNEXTLINE(misc-redundant-expression): in some shapes both bounds are the same.
     for (int y = 0; y <= z && y < S::wide; ++y) upper.wides[y] = _mm512_setzero_si512();
     for (int y = 0; y <= z - S::wide; ++y) upper.narrows[y] = _mm256_setzero_si256();
     Vector<S> r = carry_step<S>(shifted<S>(upper, 1));

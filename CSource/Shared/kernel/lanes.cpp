@@ -94,7 +94,7 @@ KESH_IFMA unsigned strong_base2(const LaneGroup& group) noexcept {
     Numbers<d> x = start;
     for (int i = nibbles - 1; i >= 0; --i) {
         for (int j = 0; j < 4; ++j) x = moduli.sqr(x);
-        const __m128i place = _mm_cvtsi64_si128(4 * (i % 13));
+        const __m128i place = _mm_cvtsi64_si128(mint{4} * (i % 13));
         x = moduli.shift(x, _mm512_and_si512(_mm512_srl_epi64(exponent.digit[i / 13], place), all_lanes(15)));
     }
 

@@ -124,7 +124,7 @@ class Words {
 
     /** 2 to the four bits number i of the exponents. */
     [[nodiscard]] KESH_IFMA_INLINE __m512i power(int v, int i) const noexcept {
-        const __m512i bits = _mm512_srl_epi64(exponent_[v], _mm_cvtsi64_si128(4 * i));
+        const __m512i bits = _mm512_srl_epi64(exponent_[v], _mm_cvtsi64_si128(mint{4} * i));
         return _mm512_sllv_epi64(all_lanes(1), _mm512_and_si512(bits, all_lanes(15)));
     }
 
