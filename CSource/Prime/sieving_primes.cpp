@@ -30,7 +30,7 @@ constexpr umint product_bound = umint{1} << 60;
 constexpr std::size_t most_groups = prime_count / 3 + part_end.size();
 
 /** Static memory: the system provides only the pages that are used, and there is no allocation that could fail. */
-std::array<SievingPrime, prime_count> stored;
+std::array<SievingPrime, prime_count> stored_primes;
 std::array<SievingGroup, most_groups> groups;
 std::array<std::size_t, part_end.size()> groups_to_part;
 std::atomic<std::size_t> parts_built = 0;
@@ -61,12 +61,12 @@ void build_part(std::size_t part, std::size_t& prime_end, std::size_t& group_end
             if (product >= product_bound / p) {
                 if (group != nullptr) build_constants(*group);
                 group = &groups[group_end++];
-                group->first = &stored[prime_end];
+                group->first = &stored_primes[prime_end];
                 product = 1;
             }
             product *= p;
-            stored[prime_end] = {p, ~umint{0} / p};
-            group->last = &stored[prime_end++] + 1;
+            stored_primes[prime_end] = {p, ~umint{0} / p};
+            group->last = &stored_primes[prime_end++] + 1;
         }
     }
     build_constants(*group);

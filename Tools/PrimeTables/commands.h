@@ -1,6 +1,6 @@
 /**
  * @file   commands.h
- * @brief  The commands of prime-tables, one source each.
+ * @brief  The commands of prime-tables that have a source of their own, and what the commands share.
  */
 #pragma once
 
@@ -16,8 +16,9 @@ namespace prime_tables {
 
 /** enumerate: the searches for base-2 strong pseudoprimes. */
 void addEnumerate(CLI::App& program);
-/** derive: the second bases from the pseudoprimes that were found. Sets `status` to 2 if a table to compare differs. */
-void addDerive(CLI::App& program, int& status);
+/** derive: the second bases from the pseudoprimes that were found. The exit status is 2 if a table to compare differs.
+ */
+void addDerive(CLI::App& program);
 /** sample: test data from the pseudoprimes. */
 void addSample(CLI::App& program);
 

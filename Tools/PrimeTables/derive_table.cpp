@@ -2,11 +2,10 @@
  * @file   derive_table.cpp
  * @brief  Derives the second bases of the 64-bit primality test from enumerated base-2 strong pseudoprimes.
  */
-#include <fmt/core.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <atomic>
-#include <fstream>
 #include <stdexcept>
 #include <thread>
 
@@ -109,8 +108,8 @@ bool compareTables(const std::vector<u32>& table, const BucketBlock& block, cons
     return smaller + larger == 0;
 }
 
-/** The exit status: 2 if the table differs from the one to compare with. */
-int run(const Derivation& arguments) {
+/** Whether the table is the one to compare with, if there is one. */
+bool run(const Derivation& arguments) {
     const std::vector<u64> numbers = readFolders(arguments.folders);
     printCounts(numbers);
     if (!arguments.merged.empty()) writeNumbers(arguments.merged, numbers);
@@ -119,17 +118,13 @@ int run(const Derivation& arguments) {
     const BucketBlock block = blockOf(arguments.buckets);
     const std::vector<u32> table = derive(numbers, block, earlier, arguments.threads);
     const bool same = arguments.compare.empty() || compareTables(table, block, arguments.compare);
-    if (!arguments.output.empty()) {
-        std::ofstream out(arguments.output);
-        for (const u32 base : table) out << base << '\n';
-        if (!out.flush()) throw std::runtime_error("cannot write " + arguments.output.string());
-    }
-    return same ? 0 : 2;
+    if (!arguments.output.empty()) writeText(arguments.output, fmt::format("{}\n", fmt::join(table, "\n")));
+    return same;
 }
 
 }  // namespace
 
-void addDerive(CLI::App& program, int& status) {
+void addDerive(CLI::App& program) {
     const auto arguments = std::make_shared<Derivation>();
     CLI::App& command = *program.add_subcommand(
         "derive",
@@ -143,7 +138,9 @@ void addDerive(CLI::App& program, int& status) {
     command.add_option("--merged", arguments->merged, "write all pseudoprimes, sorted, into this file");
     addBuckets(command, arguments->buckets);
     command.add_option("--threads", arguments->threads, "threads")->capture_default_str();
-    command.callback([arguments, &status] { status = run(*arguments); });
+    command.callback([arguments] {
+        if (!run(*arguments)) throw CLI::RuntimeError(2);
+    });
 }
 
 }  // namespace prime_tables

@@ -48,11 +48,10 @@ void addHeader(CLI::App& program) {
 
 int main(int argc, char** argv) {
     using namespace prime_tables;
-    int status = 0;
     CLI::App program{"Finds the tables of the primality tests up to 64 bits, and writes them as a header."};
     program.require_subcommand(1);
     addEnumerate(program);
-    addDerive(program, status);
+    addDerive(program);
     addSample(program);
     addHeader(program);
     try {
@@ -61,5 +60,5 @@ int main(int argc, char** argv) {
         std::cerr << "prime-tables: " << error.what() << '\n';
         return 1;
     }
-    return status;
+    return 0;
 }

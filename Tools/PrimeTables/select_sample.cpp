@@ -5,7 +5,6 @@
  */
 #include <algorithm>
 #include <array>
-#include <fstream>
 
 #include "commands.h"
 #include "number_file.h"
