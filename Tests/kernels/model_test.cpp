@@ -5,14 +5,15 @@
 
 #include <gtest/gtest.h>
 
+#include "Shared/intx/level.h"
 #include "Shared/kernel/avx512.h"
 #include "kernels/repetitions.h"
 
 namespace kesh::kernel {
 
-/** The model is slow. Where the processor has the instructions, kernels_test makes all repetitions. */
+/** The model is slow. Where the processor has the instructions, kernels_test makes all repetitions with them. */
 int repetitions(int usual) {
-    return usual / 3 + 1;
+    return usual / (kesh::detail::detect_level() == Level::ifma ? 12 : 3) + 1;
 }
 
 namespace {
