@@ -19,13 +19,13 @@ namespace {
 
 template <class T>
 class Contracts : public Edges<T> {};
-TYPED_TEST_SUITE(Contracts, AllWords, WidthNames);
+KESH_TYPED_SUITE(Contracts, AllWords, WidthNames);
 
 template <class T>
 class WideContracts : public Edges<T> {};
-TYPED_TEST_SUITE(WideContracts, WideWords, WidthNames);
+KESH_TYPED_SUITE(WideContracts, WideWords, WidthNames);
 
-TYPED_TEST(Contracts, CarriesAreBits) {
+KESH_TYPED_TEST(Contracts, CarriesAreBits) {
     using T = TypeParam;
     T r(0);
     unsigned char co = 0;
@@ -34,7 +34,7 @@ TYPED_TEST(Contracts, CarriesAreBits) {
     EXPECT_BROKEN("math_mul_ui", math_mul_ui(2, 0, T(1), 1, co, r));
 }
 
-TYPED_TEST(Contracts, ShiftCounts) {
+KESH_TYPED_TEST(Contracts, ShiftCounts) {
     using T = TypeParam;
     constexpr mint N = width_v<T>;
     T r(0), lo(0), hi(0);
@@ -45,7 +45,7 @@ TYPED_TEST(Contracts, ShiftCounts) {
     EXPECT_BROKEN("math_right_shift", math_right_shift(T(1), T(1), -1, lo, hi));
 }
 
-TYPED_TEST(WideContracts, ResultsOfProductsAreOtherObjects) {
+KESH_TYPED_TEST(WideContracts, ResultsOfProductsAreOtherObjects) {
     using T = TypeParam;
     T a(3), b(5), hi(0);
     EXPECT_BROKEN("math_mul", math_mul(a, b, a, hi));
@@ -55,7 +55,7 @@ TYPED_TEST(WideContracts, ResultsOfProductsAreOtherObjects) {
     EXPECT_BROKEN("math_mul", math_mul(a, b, b));
 }
 
-TYPED_TEST(WideContracts, LengthsOfArrays) {
+KESH_TYPED_TEST(WideContracts, LengthsOfArrays) {
     using T = TypeParam;
     constexpr mint limbs = static_cast<mint>(T::limbs);
     const umint in[T::limbs + 1] = {1};
@@ -65,25 +65,25 @@ TYPED_TEST(WideContracts, LengthsOfArrays) {
     EXPECT_BROKEN("intx_from_array", a = T(in, limbs + 1));
 }
 
-TYPED_TEST(Contracts, BasesOfText) {
+KESH_TYPED_TEST(Contracts, BasesOfText) {
     EXPECT_BROKEN("to_string", (void)to_string(TypeParam(1), 8));
 }
 
-TYPED_TEST(Contracts, Inverses) {
+KESH_TYPED_TEST(Contracts, Inverses) {
     using T = TypeParam;
     EXPECT_BROKEN("math_mod_inv_2", (void)math_mod_inv_2(T(2)));
     EXPECT_BROKEN("math_invmod", (void)math_invmod(T(3), T(0)));
     EXPECT_BROKEN("math_invmod", (void)reference::math_invmod(T(3), T(0)));
 }
 
-TYPED_TEST(Contracts, MontgomeryModuliAreOddAndAboveOne) {
+KESH_TYPED_TEST(Contracts, MontgomeryModuliAreOddAndAboveOne) {
     using T = TypeParam;
     EXPECT_BROKEN("init", (void)mp_mont_data<T>(T(4)));
     EXPECT_BROKEN("init", (void)mp_mont_data<T>(T(1)));
     EXPECT_BROKEN("init", (void)mp_mont_data<T>(T(0)));
 }
 
-TYPED_TEST(Contracts, MontgomeryOperandsAreResidues) {
+KESH_TYPED_TEST(Contracts, MontgomeryOperandsAreResidues) {
     using T = TypeParam;
     const mp_mont_data<T> M(T(7));
     T r(0);
@@ -100,7 +100,7 @@ TYPED_TEST(Contracts, MontgomeryOperandsAreResidues) {
     EXPECT_BROKEN("math_mont_reduce", math_mont_reduce(T(1), T(1), T(6), M.mprime, r));
 }
 
-TYPED_TEST(Contracts, JacobiSymbolsHaveOddLowerNumbers) {
+KESH_TYPED_TEST(Contracts, JacobiSymbolsHaveOddLowerNumbers) {
     using T = TypeParam;
     EXPECT_BROKEN("Jacobi", (void)Jacobi(T(3), T(8)));
     EXPECT_BROKEN("Jacobi", (void)Jacobi(T(3), T(0)));
@@ -115,7 +115,7 @@ TEST(LimbContracts, JacobiSymbolsOfSmallNumbers) {
     EXPECT_BROKEN("jacobi_of_small", (void)jacobi_of_small(-5, 5, 7)) << "n modulo x is below x";
 }
 
-TYPED_TEST(WideContracts, PreparedDivisors) {
+KESH_TYPED_TEST(WideContracts, PreparedDivisors) {
     using T = TypeParam;
     using Divisor = fastdiv_data<T, unsigned long>;
     EXPECT_BROKEN("math_magic_shift", (void)Divisor(6));

@@ -35,21 +35,21 @@ struct division_record {
 
 template <class T>
 class Division : public ::testing::Test {};
-TYPED_TEST_SUITE(Division, AllWords, WidthNames);
+KESH_TYPED_SUITE(Division, AllWords, WidthNames);
 
-TYPED_TEST(Division, RandomOperands) {
+KESH_TYPED_TEST(Division, RandomOperands) {
     division_record<TypeParam> record;
     run_random<TypeParam>(usual_sets_of<TypeParam>(), std::ref(record));
     record.report();
 }
-TYPED_TEST(Division, HardCases) {
+KESH_TYPED_TEST(Division, HardCases) {
     division_record<TypeParam> record;
     run_hard_cases<TypeParam>(std::ref(record));
     record.report();
     // y next to 1/2 makes the series longest: 2^-1, 2^-2, 2^-4, ... takes all log2 N squarings to vanish.
     EXPECT_EQ(record.iterations, log2_width<TypeParam>);
 }
-TYPED_TEST(Division, Long_RandomOperands) {
+KESH_TYPED_TEST(Division, Long_RandomOperands) {
     division_record<TypeParam> record;
     run_random<TypeParam>(long_sets, std::ref(record));
     record.report();

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "support/operands.h"
+#include "support/typed_tests.h"
 #include "support/widths.h"
 
 namespace kesh::test {
@@ -20,11 +21,11 @@ class Edges : public ::testing::Test {
 
 template <class T>
 class WordEdges : public Edges<T> {};
-TYPED_TEST_SUITE(WordEdges, AllWords, WidthNames);
+KESH_TYPED_SUITE(WordEdges, AllWords, WidthNames);
 
 template <class T>
 class WideEdges : public Edges<T> {};
-TYPED_TEST_SUITE(WideEdges, WideWords, WidthNames);
+KESH_TYPED_SUITE(WideEdges, WideWords, WidthNames);
 
 template <engine_word T>
 ::testing::AssertionResult equal(const T& a, const T& b) {

@@ -12,7 +12,7 @@
 namespace kesh::test {
 namespace {
 
-TYPED_TEST(WordEdges, Products) {
+KESH_TYPED_TEST(WordEdges, Products) {
     using T = TypeParam;
     T lo, hi;
     math_mul(this->ones, this->ones, lo, hi);
@@ -33,7 +33,7 @@ TYPED_TEST(WordEdges, Products) {
     EXPECT_TRUE(equal(lo, this->ones) && equal(hi, minus(this->ones, T(1)))) << "(2^2N - 1)(2^N - 1) / 2^N";
 }
 
-TYPED_TEST(WordEdges, DivisionByPowersOfTwo) {
+KESH_TYPED_TEST(WordEdges, DivisionByPowersOfTwo) {
     using T = TypeParam;
     constexpr mint N = width_v<T>;
     OperandSource source(2);
@@ -53,7 +53,7 @@ TYPED_TEST(WordEdges, DivisionByPowersOfTwo) {
     }
 }
 
-TYPED_TEST(WordEdges, DivisionAtTheEndsOfTheRange) {
+KESH_TYPED_TEST(WordEdges, DivisionAtTheEndsOfTheRange) {
     using T = TypeParam;
     T q, r;
     // Every form of division gives these.
@@ -82,7 +82,7 @@ TYPED_TEST(WordEdges, DivisionAtTheEndsOfTheRange) {
     divides(this->ones, minus(d, T(1)), d, this->ones, minus(d, T(1)));
 }
 
-TYPED_TEST(WordEdges, SmallNumeratorsSkipTheSeries) {
+KESH_TYPED_TEST(WordEdges, SmallNumeratorsSkipTheSeries) {
     using T = TypeParam;
     T q, r;
     reference::DivisionSteps steps;
@@ -92,7 +92,7 @@ TYPED_TEST(WordEdges, SmallNumeratorsSkipTheSeries) {
     EXPECT_EQ(steps.iterations, 0);
 }
 
-TYPED_TEST(WordEdges, TheSeriesRunsAtLeastOnceAndAtMostLogNTimes) {
+KESH_TYPED_TEST(WordEdges, TheSeriesRunsAtLeastOnceAndAtMostLogNTimes) {
     using T = TypeParam;
     const int most = std::countr_zero(static_cast<umint>(width_v<T>));
     T q, r;
@@ -105,7 +105,7 @@ TYPED_TEST(WordEdges, TheSeriesRunsAtLeastOnceAndAtMostLogNTimes) {
     EXPECT_EQ(steps.iterations, most);
 }
 
-TYPED_TEST(WordEdges, ZeroDivisorsReturn) {
+KESH_TYPED_TEST(WordEdges, ZeroDivisorsReturn) {
     using T = TypeParam;
     T q, r;
     for (const T& lo : {this->zero, this->one, this->ones}) {
@@ -124,7 +124,7 @@ TYPED_TEST(WordEdges, ZeroDivisorsReturn) {
     SUCCEED() << "no trap and no endless loop";
 }
 
-TYPED_TEST(WideEdges, DivisionByMachineIntegers) {
+KESH_TYPED_TEST(WideEdges, DivisionByMachineIntegers) {
     using T = TypeParam;
     EXPECT_TRUE(T(100) / 7 == 14);
     EXPECT_TRUE(this->ones / -1 == 1) << "-1 stands for 2^N - 1";
@@ -139,7 +139,7 @@ TYPED_TEST(WideEdges, DivisionByMachineIntegers) {
     EXPECT_TRUE(-1 * T(1) == this->ones) << "the one on the left is not";
 }
 
-TYPED_TEST(WideEdges, PreparedDivisors) {
+KESH_TYPED_TEST(WideEdges, PreparedDivisors) {
     using T = TypeParam;
     for (const umint m : {umint{3}, umint{541}, umint{3989930175}, umint{1} << 63 | 1, ~umint{0}}) {
         const fastdiv_data<T, unsigned long> divisor(m);

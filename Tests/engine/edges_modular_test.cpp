@@ -9,7 +9,7 @@
 namespace kesh::test {
 namespace {
 
-TYPED_TEST(WordEdges, Inverses) {
+KESH_TYPED_TEST(WordEdges, Inverses) {
     using T = TypeParam;
     EXPECT_TRUE(equal(math_mod_inv_2(T(1)), this->ones));
     T product;
@@ -39,7 +39,7 @@ T largest_prime() {
     return minus(T(0), T(static_cast<umint>(distance)));
 }
 
-TYPED_TEST(WordEdges, MontgomeryConstants) {
+KESH_TYPED_TEST(WordEdges, MontgomeryConstants) {
     using T = TypeParam;
     const mp_mont_data<T> three(T(3));
     EXPECT_TRUE(equal(three.one(), T(1)) && equal(three.getr2(), T(1)) &&
@@ -56,7 +56,7 @@ TYPED_TEST(WordEdges, MontgomeryConstants) {
     EXPECT_TRUE(equal(copy, this->top_bit));
 }
 
-TYPED_TEST(WordEdges, MontgomerySumsThatCarryOut) {
+KESH_TYPED_TEST(WordEdges, MontgomerySumsThatCarryOut) {
     using T = TypeParam;
     // Modulo 2^N - 1 the Montgomery form of a is a itself; -1 times -1 is 1 and the intermediate sum exceeds 2^2N.
     const mp_mont_data<T> M(this->ones);
@@ -70,7 +70,7 @@ TYPED_TEST(WordEdges, MontgomerySumsThatCarryOut) {
     EXPECT_TRUE(equal(r, T(1)));
 }
 
-TYPED_TEST(WordEdges, MontgomeryFormsOfOneAndZero) {
+KESH_TYPED_TEST(WordEdges, MontgomeryFormsOfOneAndZero) {
     using T = TypeParam;
     const mp_mont_data<T> M(largest_prime<T>());
     EXPECT_TRUE(equal(M.toMontMod(T(1)), M.one()));
@@ -81,7 +81,7 @@ TYPED_TEST(WordEdges, MontgomeryFormsOfOneAndZero) {
     EXPECT_TRUE(equal(M.mul(T(0), M.one()), T(0)));
 }
 
-TYPED_TEST(WordEdges, PowersByFermat) {
+KESH_TYPED_TEST(WordEdges, PowersByFermat) {
     using T = TypeParam;
     const T p = largest_prime<T>();
     const mp_mont_data<T> M(p);

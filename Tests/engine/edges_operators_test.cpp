@@ -14,7 +14,7 @@
 namespace kesh::test {
 namespace {
 
-TYPED_TEST(WideEdges, MachineIntegersOnEitherSideOfAProduct) {
+KESH_TYPED_TEST(WideEdges, MachineIntegersOnEitherSideOfAProduct) {
     using T = TypeParam;
     const T x = this->top_bit + 12345;
     const umint large = ~umint{0} - 6;
@@ -29,7 +29,7 @@ TYPED_TEST(WideEdges, MachineIntegersOnEitherSideOfAProduct) {
     EXPECT_EQ(y *= large, x * T(large));
 }
 
-TYPED_TEST(WideEdges, MachineIntegersInAllOperators) {
+KESH_TYPED_TEST(WideEdges, MachineIntegersInAllOperators) {
     using T = TypeParam;
     const T x = this->top_bit + 12345;
     EXPECT_EQ(1 + x, x + T(1));
@@ -66,7 +66,7 @@ concept multiplies_from_left = requires(T a, I b) { b * a; };
 template <class T, class I>
 concept adds = requires(T a, I b) { a + b; };
 
-TYPED_TEST(WideEdges, WhatWouldLoseBitsDoesNotCompile) {
+KESH_TYPED_TEST(WideEdges, WhatWouldLoseBitsDoesNotCompile) {
     using T = TypeParam;
     __extension__ typedef __int128 long_integer;
     __extension__ typedef unsigned __int128 long_unsigned;
@@ -79,7 +79,7 @@ TYPED_TEST(WideEdges, WhatWouldLoseBitsDoesNotCompile) {
     static_assert(!std::is_constructible_v<T, std::nullptr_t, mint>, "no array is no pointer to limbs");
 }
 
-TYPED_TEST(WideEdges, APairOfLiteralsIsAPairOfHalves) {
+KESH_TYPED_TEST(WideEdges, APairOfLiteralsIsAPairOfHalves) {
     using T = TypeParam;
     EXPECT_EQ(T(0, 1), this->middle_bit);
     EXPECT_EQ(T(7, 0), 7);
@@ -87,7 +87,7 @@ TYPED_TEST(WideEdges, APairOfLiteralsIsAPairOfHalves) {
     EXPECT_EQ(T(limbs, static_cast<mint>(T::limbs)), 9);
 }
 
-TYPED_TEST(WideEdges, EmptyBracesAreZero) {
+KESH_TYPED_TEST(WideEdges, EmptyBracesAreZero) {
     using T = TypeParam;
     using S = intx_t<T::bits>;
     static_assert(std::is_trivially_default_constructible_v<T> && std::is_trivially_default_constructible_v<S>);
@@ -104,7 +104,7 @@ TYPED_TEST(WideEdges, EmptyBracesAreZero) {
     EXPECT_EQ(std::accumulate(many.begin(), many.end(), T{}), 0);
 }
 
-TYPED_TEST(WideEdges, SignedWordsAreOrderedAndAdded) {
+KESH_TYPED_TEST(WideEdges, SignedWordsAreOrderedAndAdded) {
     using S = intx_t<TypeParam::bits>;
     const S least(this->top_bit), most(~this->top_bit);
     EXPECT_TRUE(least < -1 && S(-1) < S(0) && S(0) < S(1) && S(1) < most && most > least && least <= least);

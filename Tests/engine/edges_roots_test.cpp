@@ -9,7 +9,7 @@
 namespace kesh::test {
 namespace {
 
-TYPED_TEST(WordEdges, SmallRoots) {
+KESH_TYPED_TEST(WordEdges, SmallRoots) {
     using T = TypeParam;
     const int expected[][3] = {{0, 0, 0}, {1, 1, 0}, {2, 1, 1}, {3, 1, 2},
                                {4, 2, 0}, {8, 2, 4}, {9, 3, 0}, {170, 13, 1}};
@@ -36,7 +36,7 @@ TEST(LimbRoot, NearTheTop) {
     }());
 }
 
-TYPED_TEST(WideEdges, RootsOfSquaresAndTheirNeighbours) {
+KESH_TYPED_TEST(WideEdges, RootsOfSquaresAndTheirNeighbours) {
     using T = TypeParam;
     // 3 2^n, not 2^n: the latter's neighbours begin with a limb of ones, see TheTopOfTheRangeKeepsItsEstimate.
     for (mint n = 1; n < T::bits / 2 - 2; ++n) {
@@ -51,7 +51,7 @@ TYPED_TEST(WideEdges, RootsOfSquaresAndTheirNeighbours) {
     }
 }
 
-TYPED_TEST(WideEdges, RootsDoNotDependOnTheWidth) {
+KESH_TYPED_TEST(WideEdges, RootsDoNotDependOnTheWidth) {
     using T = TypeParam;
     using half = typename T::half_type;
     const half value = minus(power_of_two<half>(width_v<half> - 2), half(5));

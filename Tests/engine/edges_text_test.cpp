@@ -14,7 +14,7 @@
 namespace kesh::test {
 namespace {
 
-TYPED_TEST(WideEdges, MalformedTextIsRefusedAndLeavesTheValue) {
+KESH_TYPED_TEST(WideEdges, MalformedTextIsRefusedAndLeavesTheValue) {
     using T = TypeParam;
     for (const char* text :
          {"", "0x", "0X", "x12", "12a", "0x12g", " 12", "12 ", "-1", "+1", "1_000", "1.0", "0x-1", "00x1"}) {
@@ -25,7 +25,7 @@ TYPED_TEST(WideEdges, MalformedTextIsRefusedAndLeavesTheValue) {
     }
 }
 
-TYPED_TEST(WideEdges, EveryByteThatIsNoDigitIsRefusedAtEveryPlace) {
+KESH_TYPED_TEST(WideEdges, EveryByteThatIsNoDigitIsRefusedAtEveryPlace) {
     TypeParam a(77);
     for (int byte = 0; byte < 256; ++byte) {
         if ('0' <= byte && byte <= '9') continue;
@@ -38,7 +38,7 @@ TYPED_TEST(WideEdges, EveryByteThatIsNoDigitIsRefusedAtEveryPlace) {
     EXPECT_EQ(a, 77);
 }
 
-TYPED_TEST(WideEdges, TextAtTheEndsOfTheRange) {
+KESH_TYPED_TEST(WideEdges, TextAtTheEndsOfTheRange) {
     using T = TypeParam;
     T a;
     EXPECT_TRUE(from_string("0", a) && a == 0 && to_string(a) == "0" && to_string(a, 16) == "0x0");
@@ -55,7 +55,7 @@ TYPED_TEST(WideEdges, TextAtTheEndsOfTheRange) {
     EXPECT_EQ(to_string(this->middle_bit, 16), "0x1" + half_as_many);
 }
 
-TYPED_TEST(WideEdges, DoublesRoundToNearestTiesToEven) {
+KESH_TYPED_TEST(WideEdges, DoublesRoundToNearestTiesToEven) {
     using T = TypeParam;
     const auto as_double = [](const T& a) { return static_cast<double>(a); };
     EXPECT_EQ(as_double(T(0)), 0.0);
@@ -79,7 +79,7 @@ TYPED_TEST(WideEdges, DoublesRoundToNearestTiesToEven) {
     EXPECT_EQ(std::isinf(as_double(this->ones)), T::bits == 1024);
 }
 
-TYPED_TEST(WideEdges, SignedValues) {
+KESH_TYPED_TEST(WideEdges, SignedValues) {
     using T = TypeParam;
     using S = intx_t<T::bits>;
     const S lowest(this->top_bit), minus_one(-1);

@@ -45,7 +45,7 @@ TEST(Level, IsThatOfTheProcessor) {
     EXPECT_EQ(detail::detect_level(), expected);
 }
 
-TYPED_TEST(WideEdges, MachineIntegersWiden) {
+KESH_TYPED_TEST(WideEdges, MachineIntegersWiden) {
     using T = TypeParam;
     EXPECT_TRUE(limbs_are(T(5), 5, 0));
     EXPECT_TRUE(limbs_are(T(5L), 5, 0));
@@ -57,7 +57,7 @@ TYPED_TEST(WideEdges, MachineIntegersWiden) {
     EXPECT_TRUE(limbs_are(T(static_cast<unsigned char>(200)), 200, 0));
 }
 
-TYPED_TEST(WideEdges, StorageIsLimbsAndHalves) {
+KESH_TYPED_TEST(WideEdges, StorageIsLimbsAndHalves) {
     using T = TypeParam;
     using half = typename T::half_type;
     const half lo(7), hi(9);
@@ -69,7 +69,7 @@ TYPED_TEST(WideEdges, StorageIsLimbsAndHalves) {
     EXPECT_TRUE(equal(T(uintx_t<128>(11)), T(11)));
 }
 
-TYPED_TEST(WideEdges, ArraysAreCopiedAndNothingIsCleared) {
+KESH_TYPED_TEST(WideEdges, ArraysAreCopiedAndNothingIsCleared) {
     using T = TypeParam;
     umint limbs[T::limbs];
     for (std::size_t i = 0; i < T::limbs; ++i) limbs[i] = i + 1;
@@ -80,7 +80,7 @@ TYPED_TEST(WideEdges, ArraysAreCopiedAndNothingIsCleared) {
     EXPECT_TRUE(limbs_are(partly, 1, ~umint{0}));
 }
 
-TYPED_TEST(WideEdges, Conversions) {
+KESH_TYPED_TEST(WideEdges, Conversions) {
     using T = TypeParam;
     const T a = plus(this->top_bit, T(3));
     EXPECT_EQ(static_cast<umint>(a), 3U);
@@ -91,7 +91,7 @@ TYPED_TEST(WideEdges, Conversions) {
     EXPECT_FALSE(!a);
 }
 
-TYPED_TEST(WideEdges, ComparisonWithMachineIntegersWidensThem) {
+KESH_TYPED_TEST(WideEdges, ComparisonWithMachineIntegersWidensThem) {
     using T = TypeParam;
     EXPECT_TRUE(this->ones == -1);
     EXPECT_TRUE(T(~umint{0}) != -1);
@@ -103,7 +103,7 @@ TYPED_TEST(WideEdges, ComparisonWithMachineIntegersWidensThem) {
     EXPECT_TRUE(this->top_bit > minus(this->top_bit, T(1)));
 }
 
-TYPED_TEST(WideEdges, IncrementAndDecrementWrap) {
+KESH_TYPED_TEST(WideEdges, IncrementAndDecrementWrap) {
     using T = TypeParam;
     T a = this->ones;
     EXPECT_TRUE(a++ == this->ones && a == 0 && --a == this->ones && ++a == 0 && a-- == 0 && a == this->ones);
@@ -130,7 +130,7 @@ TEST(LimbPrimitives, PortableFormsEqualTheBuiltins) {
     }
 }
 
-TYPED_TEST(WordEdges, CarriesAndBorrows) {
+KESH_TYPED_TEST(WordEdges, CarriesAndBorrows) {
     using T = TypeParam;
     T r;
     EXPECT_EQ(math_addcarry(0, this->ones, this->one, r), 1);
@@ -147,7 +147,7 @@ TYPED_TEST(WordEdges, CarriesAndBorrows) {
     EXPECT_TRUE(equal(r, this->zero));
 }
 
-TYPED_TEST(WordEdges, BitCounts) {
+KESH_TYPED_TEST(WordEdges, BitCounts) {
     using T = TypeParam;
     constexpr mint N = width_v<T>;
     EXPECT_EQ(math_count_leading_zeros(this->zero), N);
@@ -162,7 +162,7 @@ TYPED_TEST(WordEdges, BitCounts) {
     }
 }
 
-TYPED_TEST(WordEdges, EveryShiftCount) {
+KESH_TYPED_TEST(WordEdges, EveryShiftCount) {
     using T = TypeParam;
     constexpr mint N = width_v<T>;
     for (mint n = 0; n < N; ++n) {
@@ -182,7 +182,7 @@ TYPED_TEST(WordEdges, EveryShiftCount) {
     }
 }
 
-TYPED_TEST(WordEdges, LeftShiftOutOfRangeGivesZero) {
+KESH_TYPED_TEST(WordEdges, LeftShiftOutOfRangeGivesZero) {
     using T = TypeParam;
     constexpr mint N = width_v<T>;
     for (const mint n : {N, N + 1, 2 * N, std::numeric_limits<mint>::max()}) {
@@ -195,7 +195,7 @@ TYPED_TEST(WordEdges, LeftShiftOutOfRangeGivesZero) {
     }
 }
 
-TYPED_TEST(WordEdges, RightShiftOutOfRangeWritesNothing) {
+KESH_TYPED_TEST(WordEdges, RightShiftOutOfRangeWritesNothing) {
     using T = TypeParam;
     constexpr mint N = width_v<T>;
     for (const mint n : {N, N + 1, 2 * N, mint{-1}, std::numeric_limits<mint>::min()}) {
@@ -208,7 +208,7 @@ TYPED_TEST(WordEdges, RightShiftOutOfRangeWritesNothing) {
     }
 }
 
-TYPED_TEST(WideEdges, WholeLimbShifts) {
+KESH_TYPED_TEST(WideEdges, WholeLimbShifts) {
     using T = TypeParam;
     T a;
     for (std::size_t i = 0; i < T::limbs; ++i) a.limb[i] = i + 1;

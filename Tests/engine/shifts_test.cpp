@@ -13,9 +13,9 @@ KESH_DIFFERENTIAL_TESTS(Shifts, AllWords, check_shifts)
 
 template <class T>
 class ShiftsOnEveryLevel : public ::testing::Test {};
-TYPED_TEST_SUITE(ShiftsOnEveryLevel, WideWords, WidthNames);
+KESH_TYPED_SUITE(ShiftsOnEveryLevel, WideWords, WidthNames);
 
-TYPED_TEST(ShiftsOnEveryLevel, HaveTheBitsOfTheReferenceFormForEveryCount) {
+KESH_TYPED_TEST(ShiftsOnEveryLevel, HaveTheBitsOfTheReferenceFormForEveryCount) {
     using T = TypeParam;
     OperandSource source(17);
     for (const Level wanted : engine_levels) {

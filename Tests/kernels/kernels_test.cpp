@@ -17,6 +17,7 @@
 #include "Shared/kernel/signed_residue.h"
 #include "kernels/repetitions.h"
 #include "support/skewed.h"
+#include "support/typed_tests.h"
 
 namespace kesh::kernel {
 namespace {
@@ -108,17 +109,17 @@ class Kernels : public KernelsOf<C::n> {
 };
 
 template <int... n>
-using EveryLevel = testing::Types<Case<n, Level::portable>..., Case<n, Level::adx>..., Case<n, Level::ifma>...>;
+using EveryLevel = std::tuple<Case<n, Level::portable>..., Case<n, Level::adx>..., Case<n, Level::ifma>...>;
 using Cases = EveryLevel<2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16>;
 
 struct CaseName {
     template <class C>
-    static std::string GetName(int) {
-        return std::to_string(64 * C::n) + "_" + name(C::level);
+    static std::string name() {
+        return std::to_string(64 * C::n) + "_" + kesh::name(C::level);
     }
 };
 
-TYPED_TEST_SUITE(Kernels, Cases, CaseName);
+KESH_TYPED_SUITE(Kernels, Cases, CaseName);
 
 template <int n>
 void KernelsOf<n>::check_modulus() {
@@ -136,7 +137,7 @@ void KernelsOf<n>::check_modulus() {
     }
 }
 
-TYPED_TEST(Kernels, ModulusHoldsTheFormOfOneAndTheNegatedInverse) {
+KESH_TYPED_TEST(Kernels, ModulusHoldsTheFormOfOneAndTheNegatedInverse) {
     this->check_modulus();
 }
 
@@ -160,7 +161,7 @@ void KernelsOf<n>::check_products() {
     }
 }
 
-TYPED_TEST(Kernels, ProductAndSquareAreTheResiduesOfTheReferenceForm) {
+KESH_TYPED_TEST(Kernels, ProductAndSquareAreTheResiduesOfTheReferenceForm) {
     this->check_products();
 }
 
@@ -189,7 +190,7 @@ void KernelsOf<n>::check_results_in_place() {
     }
 }
 
-TYPED_TEST(Kernels, ResultMayBeAnOperand) {
+KESH_TYPED_TEST(Kernels, ResultMayBeAnOperand) {
     this->check_results_in_place();
 }
 
@@ -209,7 +210,7 @@ void KernelsOf<n>::check_power() {
     }
 }
 
-TYPED_TEST(Kernels, Pow2IsThePowerInMontgomeryForm) {
+KESH_TYPED_TEST(Kernels, Pow2IsThePowerInMontgomeryForm) {
     this->check_power();
 }
 
@@ -245,7 +246,7 @@ void KernelsOf<n>::check_ladder() {
     }
 }
 
-TYPED_TEST(Kernels, LucasLadderHoldsTwoNeighboursOfTheSequence) {
+KESH_TYPED_TEST(Kernels, LucasLadderHoldsTwoNeighboursOfTheSequence) {
     this->check_ladder();
 }
 
@@ -296,7 +297,7 @@ void KernelsOf<n>::check_strong_test() {
     }
 }
 
-TYPED_TEST(Kernels, StrongBase2AgreesWithTheTextbook) {
+KESH_TYPED_TEST(Kernels, StrongBase2AgreesWithTheTextbook) {
     this->check_strong_test();
 }
 
@@ -354,7 +355,7 @@ void KernelsOf<n>::check_lucas_condition() {
     EXPECT_GT(vanished, 0);
 }
 
-TYPED_TEST(Kernels, LucasConditionAgreesWithTheDefinition) {
+KESH_TYPED_TEST(Kernels, LucasConditionAgreesWithTheDefinition) {
     this->check_lucas_condition();
 }
 
@@ -366,7 +367,7 @@ void KernelsOf<n>::check_lucas_condition_without_inverse() {
     EXPECT_TRUE(lucas_u_vanishes<n>(modulus, -14));
 }
 
-TYPED_TEST(Kernels, LucasConditionHoldsWhereQHasNoInverse) {
+KESH_TYPED_TEST(Kernels, LucasConditionHoldsWhereQHasNoInverse) {
     this->check_lucas_condition_without_inverse();
 }
 
@@ -404,29 +405,29 @@ void expect_products_below_radix(std::uint64_t seed) {
 template <class N>
 class Products : public testing::Test {};
 template <int... n>
-using Widths = testing::Types<std::integral_constant<int, n>...>;
+using Widths = std::tuple<std::integral_constant<int, n>...>;
 using WideWidths = Widths<3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16>;
 using SignedWidths = Widths<2, 3, 4, 5, 6, 7, 8, 9, 10>;
 
 struct WidthName {
     template <class N>
-    static std::string GetName(int) {
+    static std::string name() {
         return std::to_string(64 * N::value);
     }
 };
-TYPED_TEST_SUITE(Products, WideWidths, WidthName);
+KESH_TYPED_SUITE(Products, WideWidths, WidthName);
 
-TYPED_TEST(Products, OfFactorsAboveTheModulusArePortablyBelowTheRadix) {
+KESH_TYPED_TEST(Products, OfFactorsAboveTheModulusArePortablyBelowTheRadix) {
     expect_products_below_radix<TypeParam::value, Portable>(1);
 }
 
-TYPED_TEST(Products, OfFactorsAboveTheModulusAreBelowTheRadixByAdx) {
+KESH_TYPED_TEST(Products, OfFactorsAboveTheModulusAreBelowTheRadixByAdx) {
     if (supported_level() < Level::adx) GTEST_SKIP() << "this processor has no adx";
     expect_products_below_radix<TypeParam::value, Adx>(2);
 }
 
 /** 2^(E + 1) R mod m by division, for every exponent that fits the first bits. */
-TYPED_TEST(Products, PowersBeginWithADivision) {
+KESH_TYPED_TEST(Products, PowersBeginWithADivision) {
     constexpr std::size_t n = TypeParam::value;
     Skewed random{7 + n};
     for (umint e = 0; e < 4096; ++e) {
@@ -442,10 +443,10 @@ TYPED_TEST(Products, PowersBeginWithADivision) {
 
 template <class N>
 class SignedResidues : public testing::Test {};
-TYPED_TEST_SUITE(SignedResidues, SignedWidths, WidthName);
+KESH_TYPED_SUITE(SignedResidues, SignedWidths, WidthName);
 
 /** Among the moduli are the largest ones that the form takes, with a highest limb of 2^64 - 3. */
-TYPED_TEST(SignedResidues, SquaresAgreeWithProductsOneAfterAnother) {
+KESH_TYPED_TEST(SignedResidues, SquaresAgreeWithProductsOneAfterAnother) {
     constexpr std::size_t n = TypeParam::value;
     if (n > 3 && supported_level() < Level::adx) GTEST_SKIP() << "this processor has no adx";
     constexpr umint largest = ~umint{0} - 2;
@@ -477,7 +478,7 @@ TYPED_TEST(SignedResidues, SquaresAgreeWithProductsOneAfterAnother) {
     }
 }
 
-TYPED_TEST(SignedResidues, AreNotForModuliCloseToTheRadix) {
+KESH_TYPED_TEST(SignedResidues, AreNotForModuliCloseToTheRadix) {
     constexpr std::size_t n = TypeParam::value;
     Limbs<n> m{};
     m[0] = 1;

@@ -9,6 +9,7 @@
 
 #include "Shared/kernel/kernel.h"
 #include "support/skewed.h"
+#include "support/typed_tests.h"
 
 namespace kesh::kernel {
 namespace {
@@ -29,10 +30,16 @@ class Trial : public testing::Test {};
 
 template <std::size_t n>
 using Size = std::integral_constant<std::size_t, n>;
-using Sizes = testing::Types<Size<1>, Size<2>, Size<3>, Size<4>, Size<8>, Size<16>>;
-TYPED_TEST_SUITE(Trial, Sizes);
+using Sizes = std::tuple<Size<1>, Size<2>, Size<3>, Size<4>, Size<8>, Size<16>>;
+struct SizeName {
+    template <class N>
+    static std::string name() {
+        return std::to_string(N::value);
+    }
+};
+KESH_TYPED_SUITE(Trial, Sizes, SizeName);
 
-TYPED_TEST(Trial, AgreesWithDividing) {
+KESH_TYPED_TEST(Trial, AgreesWithDividing) {
     constexpr std::size_t n = TypeParam::value;
     const std::vector<umint> primes = odd_primes_to(541);
     ASSERT_EQ(primes.size(), 99U);
@@ -50,7 +57,7 @@ TYPED_TEST(Trial, AgreesWithDividing) {
     EXPECT_LT(found, rounds);
 }
 
-TYPED_TEST(Trial, FindsEachPrimeOfTheTableAlone) {
+KESH_TYPED_TEST(Trial, FindsEachPrimeOfTheTableAlone) {
     constexpr std::size_t n = TypeParam::value;
     const std::vector<umint> primes = odd_primes_to(541);
     Skewed random(n);
@@ -70,7 +77,7 @@ TYPED_TEST(Trial, FindsEachPrimeOfTheTableAlone) {
     EXPECT_TRUE(has_small_factor(from_mpz<n>(mpz_class(0))));
 }
 
-TYPED_TEST(Trial, RemainderByALimb) {
+KESH_TYPED_TEST(Trial, RemainderByALimb) {
     constexpr std::size_t n = TypeParam::value;
     Skewed random(n);
     for (int i = 0; i < 20000; ++i) {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "primality/numbers.h"
+#include "support/typed_tests.h"
 #include "support/widths.h"
 
 namespace {
@@ -16,9 +17,9 @@ using kesh::Jacobi;
 
 template <class T>
 class JacobiSymbol : public testing::Test {};
-TYPED_TEST_SUITE(JacobiSymbol, kesh::test::AllWords);
+KESH_TYPED_SUITE(JacobiSymbol, kesh::test::AllWords, kesh::test::WidthNames);
 
-TYPED_TEST(JacobiSymbol, AgreesWithGmpForAllSmallArguments) {
+KESH_TYPED_TEST(JacobiSymbol, AgreesWithGmpForAllSmallArguments) {
     using T = TypeParam;
     for (unsigned long n = 1; n < 200; n += 2) {
         for (unsigned long a = 1; a < 2 * n; ++a) {
@@ -27,7 +28,7 @@ TYPED_TEST(JacobiSymbol, AgreesWithGmpForAllSmallArguments) {
     }
 }
 
-TYPED_TEST(JacobiSymbol, AgreesWithGmpForRandomArgumentsOfAllSizes) {
+KESH_TYPED_TEST(JacobiSymbol, AgreesWithGmpForRandomArgumentsOfAllSizes) {
     using T = TypeParam;
     number_source source(21);
     const unsigned width = static_cast<unsigned>(kesh::width_v<T>);
@@ -39,7 +40,7 @@ TYPED_TEST(JacobiSymbol, AgreesWithGmpForRandomArgumentsOfAllSizes) {
     }
 }
 
-TYPED_TEST(JacobiSymbol, AgreesWithGmpForSignedArguments) {
+KESH_TYPED_TEST(JacobiSymbol, AgreesWithGmpForSignedArguments) {
     using T = TypeParam;
     number_source source(22);
     const unsigned width = static_cast<unsigned>(kesh::width_v<T>);
@@ -60,12 +61,12 @@ TYPED_TEST(JacobiSymbol, AgreesWithGmpForSignedArguments) {
     }
 }
 
-TYPED_TEST(JacobiSymbol, ZeroIsLookedAtBeforeTheModulus) {
+KESH_TYPED_TEST(JacobiSymbol, ZeroIsLookedAtBeforeTheModulus) {
     using T = TypeParam;
     for (unsigned long n = 1; n < 20; n += 2) EXPECT_EQ(Jacobi<T>(T(0UL), T(n)), 0) << n;
 }
 
-TYPED_TEST(JacobiSymbol, ModulusOneGivesOne) {
+KESH_TYPED_TEST(JacobiSymbol, ModulusOneGivesOne) {
     using T = TypeParam;
     const mpz_class largest = power_of_2(static_cast<unsigned>(kesh::width_v<T>)) - 1;
     EXPECT_EQ(Jacobi<T>(T(1UL), T(1UL)), 1);
@@ -73,7 +74,7 @@ TYPED_TEST(JacobiSymbol, ModulusOneGivesOne) {
     EXPECT_EQ(Jacobi<T>(as_word<T>(largest), T(1UL)), 1);
 }
 
-TYPED_TEST(JacobiSymbol, CommonFactorGivesZero) {
+KESH_TYPED_TEST(JacobiSymbol, CommonFactorGivesZero) {
     using T = TypeParam;
     number_source source(23);
     const unsigned half = static_cast<unsigned>(kesh::width_v<T>) / 2;
@@ -84,7 +85,7 @@ TYPED_TEST(JacobiSymbol, CommonFactorGivesZero) {
     }
 }
 
-TYPED_TEST(JacobiSymbol, DependsOnTheResidueOnly) {
+KESH_TYPED_TEST(JacobiSymbol, DependsOnTheResidueOnly) {
     using T = TypeParam;
     number_source source(24);
     const unsigned width = static_cast<unsigned>(kesh::width_v<T>);
@@ -95,7 +96,7 @@ TYPED_TEST(JacobiSymbol, DependsOnTheResidueOnly) {
     }
 }
 
-TYPED_TEST(JacobiSymbol, MinusOne) {
+KESH_TYPED_TEST(JacobiSymbol, MinusOne) {
     using T = TypeParam;
     for (unsigned long n = 1; n < 100; n += 2) EXPECT_EQ((Jacobi<long, T>(-1, T(n))), n % 4 == 3 ? -1 : 1) << n;
 }

@@ -9,6 +9,7 @@
 #include <primesieve.hpp>
 
 #include "primality/numbers.h"
+#include "support/typed_tests.h"
 #include "support/widths.h"
 
 namespace {
@@ -135,9 +136,9 @@ TEST(Fastdiv2x1, ServesAsAModulusContext) {
 
 template <class T>
 class WideByLimb : public testing::Test {};
-TYPED_TEST_SUITE(WideByLimb, kesh::test::WideWords);
+KESH_TYPED_SUITE(WideByLimb, kesh::test::WideWords, kesh::test::WidthNames);
 
-TYPED_TEST(WideByLimb, QuotientRemainderAndProduct) {
+KESH_TYPED_TEST(WideByLimb, QuotientRemainderAndProduct) {
     using T = TypeParam;
     kesh::init_small_primes();
     number_source source(43);
@@ -155,7 +156,7 @@ TYPED_TEST(WideByLimb, QuotientRemainderAndProduct) {
     }
 }
 
-TYPED_TEST(WideByLimb, TrialDivisionEndsAt541) {
+KESH_TYPED_TEST(WideByLimb, TrialDivisionEndsAt541) {
     using T = TypeParam;
     kesh::init_small_primes();
     number_source source(44);
@@ -170,7 +171,7 @@ TYPED_TEST(WideByLimb, TrialDivisionEndsAt541) {
     EXPECT_EQ(kesh::primeq_trial_division<T>(as_word<T>(large * 3), 1, 1), 1) << "nothing to try";
 }
 
-TYPED_TEST(WideByLimb, ATablePrimeIsNotRejected) {
+KESH_TYPED_TEST(WideByLimb, ATablePrimeIsNotRejected) {
     using T = TypeParam;
     kesh::init_small_primes();
     for (std::size_t i = 1; i < 100; ++i) {

@@ -9,6 +9,7 @@
 #include "Prime/prime_testing.h"
 #include "Shared/jacobi.h"
 #include "primality/numbers.h"
+#include "support/typed_tests.h"
 #include "support/widths.h"
 
 namespace {
@@ -43,9 +44,9 @@ TEST(SquareFilters, RejectExactlyTheNonResidues) {
 
 template <class T>
 class Square : public testing::Test {};
-TYPED_TEST_SUITE(Square, kesh::test::WideWords);
+KESH_TYPED_SUITE(Square, kesh::test::WideWords, kesh::test::WidthNames);
 
-TYPED_TEST(Square, DivisorIsPreparedAsStated) {
+KESH_TYPED_TEST(Square, DivisorIsPreparedAsStated) {
     using T = TypeParam;
     const kesh::fastdiv_data<T, unsigned long> mod(kesh::detail::square_filter_modulus);
     EXPECT_EQ(mod.m, 0xEDD180BFul);
@@ -53,7 +54,7 @@ TYPED_TEST(Square, DivisorIsPreparedAsStated) {
     EXPECT_EQ(as_mpz(mod.magic), (power_of_2(static_cast<unsigned>(T::bits) + 31) + 3989930174u) / 3989930175u);
 }
 
-TYPED_TEST(Square, SquaresAndTheirNeighbours) {
+KESH_TYPED_TEST(Square, SquaresAndTheirNeighbours) {
     using T = TypeParam;
     number_source source(31);
     const unsigned half = static_cast<unsigned>(T::bits) / 2;
@@ -69,7 +70,7 @@ TYPED_TEST(Square, SquaresAndTheirNeighbours) {
     }
 }
 
-TYPED_TEST(Square, RandomNumbersAgreeWithGmp) {
+KESH_TYPED_TEST(Square, RandomNumbersAgreeWithGmp) {
     using T = TypeParam;
     number_source source(32);
     const unsigned width = static_cast<unsigned>(T::bits);
@@ -80,7 +81,7 @@ TYPED_TEST(Square, RandomNumbersAgreeWithGmp) {
     }
 }
 
-TYPED_TEST(Square, ZeroAndOne) {
+KESH_TYPED_TEST(Square, ZeroAndOne) {
     TypeParam s(7);
     EXPECT_TRUE(kesh::isSquare(TypeParam(0), s));
     EXPECT_EQ(s, TypeParam(0));
@@ -88,7 +89,7 @@ TYPED_TEST(Square, ZeroAndOne) {
     EXPECT_EQ(s, TypeParam(1));
 }
 
-TYPED_TEST(Square, LargestPowerOf4) {
+KESH_TYPED_TEST(Square, LargestPowerOf4) {
     using T = TypeParam;
     const unsigned width = static_cast<unsigned>(T::bits);
     T s;
@@ -96,7 +97,7 @@ TYPED_TEST(Square, LargestPowerOf4) {
     EXPECT_EQ(as_mpz(s), power_of_2(width / 2 - 1));
 }
 
-TYPED_TEST(Square, ARejectedNumberLeavesTheRootAlone) {
+KESH_TYPED_TEST(Square, ARejectedNumberLeavesTheRootAlone) {
     TypeParam s(7);
     EXPECT_FALSE(kesh::isSquare(TypeParam(2), s)) << "2 is no square modulo 128";
     EXPECT_EQ(s, TypeParam(7));
@@ -104,7 +105,7 @@ TYPED_TEST(Square, ARejectedNumberLeavesTheRootAlone) {
     EXPECT_EQ(s, TypeParam(7));
 }
 
-TYPED_TEST(Square, ANonSquareThatPassesAllFiltersFallsToTheRoot) {
+KESH_TYPED_TEST(Square, ANonSquareThatPassesAllFiltersFallsToTheRoot) {
     using T = TypeParam;
     const mpz_class root = 16 * mpz_class(kesh::detail::square_filter_modulus);
     T s(7);
@@ -112,7 +113,7 @@ TYPED_TEST(Square, ANonSquareThatPassesAllFiltersFallsToTheRoot) {
     EXPECT_EQ(as_mpz(s), root) << "the root of the square below";
 }
 
-TYPED_TEST(Square, SquaresJustBelowPowersOf4) {
+KESH_TYPED_TEST(Square, SquaresJustBelowPowersOf4) {
     // (2^k - 1)^2 begins with k - 1 ones. From k = 66 up math_isqrt returns an estimate there that is not the root.
     using T = TypeParam;
     for (unsigned k = 1; k <= static_cast<unsigned>(T::bits) / 2; ++k) {
@@ -128,7 +129,7 @@ TYPED_TEST(Square, SquaresJustBelowPowersOf4) {
     }
 }
 
-TYPED_TEST(Square, TheParameterSearchEndsForSquaresJustBelowPowersOf4) {
+KESH_TYPED_TEST(Square, TheParameterSearchEndsForSquaresJustBelowPowersOf4) {
     // A square has no D with the symbol -1. If the test missed a square, the search would never end.
     using T = TypeParam;
     for (unsigned k = 2; k <= static_cast<unsigned>(T::bits) / 2; ++k) {

@@ -7,6 +7,7 @@
 
 #include "Prime/prime_testing.h"
 #include "primality/numbers.h"
+#include "support/typed_tests.h"
 #include "support/widths.h"
 
 namespace {
@@ -93,9 +94,9 @@ bool lucas_by_definition(const mpz_class& n, long D) {
 
 template <class T>
 class Lucas : public testing::Test {};
-TYPED_TEST_SUITE(Lucas, kesh::test::WideWords);
+KESH_TYPED_SUITE(Lucas, kesh::test::WideWords, kesh::test::WidthNames);
 
-TYPED_TEST(Lucas, ParametersAreSelfridges) {
+KESH_TYPED_TEST(Lucas, ParametersAreSelfridges) {
     using T = TypeParam;
     number_source source(11);
     const unsigned bits = static_cast<unsigned>(T::bits);
@@ -114,7 +115,7 @@ TYPED_TEST(Lucas, ParametersAreSelfridges) {
     }
 }
 
-TYPED_TEST(Lucas, ANumberThatIsItselfTheCandidateDoesNotEndTheSearch) {
+KESH_TYPED_TEST(Lucas, ANumberThatIsItselfTheCandidateDoesNotEndTheSearch) {
     // (5/5) = 0 says nothing about 5, so the search goes on to (-7/5) = -1.
     mint D = 0, P = 0, Q = 0;
     EXPECT_EQ(kesh::lucas_DPQ<TypeParam>(TypeParam(5), D, P, Q), 1);
@@ -123,7 +124,7 @@ TYPED_TEST(Lucas, ANumberThatIsItselfTheCandidateDoesNotEndTheSearch) {
     EXPECT_EQ(kesh::lucas_DPQ<TypeParam>(TypeParam(35), D, P, Q), 0) << "(5/35) = 0 and 35 is not 5";
 }
 
-TYPED_TEST(Lucas, SquaresEndAtTheSixthCandidate) {
+KESH_TYPED_TEST(Lucas, SquaresEndAtTheSixthCandidate) {
     using T = TypeParam;
     const unsigned bits = static_cast<unsigned>(T::bits);
     number_source source(12);
@@ -142,7 +143,7 @@ TYPED_TEST(Lucas, SquaresEndAtTheSixthCandidate) {
     }
 }
 
-TYPED_TEST(Lucas, SquaresOfWieferichPrimesPassBase2AndFallToTheSquareTest) {
+KESH_TYPED_TEST(Lucas, SquaresOfWieferichPrimesPassBase2AndFallToTheSquareTest) {
     using T = TypeParam;
     kesh::init_small_primes();
     for (kesh::umint p : {kesh::umint{1093}, kesh::umint{3511}}) {
@@ -154,7 +155,7 @@ TYPED_TEST(Lucas, SquaresOfWieferichPrimesPassBase2AndFallToTheSquareTest) {
     }
 }
 
-TYPED_TEST(Lucas, LadderFollowsTheDefinition) {
+KESH_TYPED_TEST(Lucas, LadderFollowsTheDefinition) {
     using T = TypeParam;
     const unsigned bits = static_cast<unsigned>(T::bits);
     number_source source(13);
@@ -178,7 +179,7 @@ TYPED_TEST(Lucas, LadderFollowsTheDefinition) {
     EXPECT_GT(probable, 600);
 }
 
-TYPED_TEST(Lucas, AParameterWithoutInverseLetsTheConditionHold) {
+KESH_TYPED_TEST(Lucas, AParameterWithoutInverseLetsTheConditionHold) {
     // The first D with (D/7) = -1 is 5, with Q = -1; 11 gets D = -7, Q = 2. For 5719 = 7 * 19 * 43 a Q of 7 has no
     // inverse: a is then -2, V alternates between 2 and -2, and a V(m) = 2 V(m + 1).
     const kesh::umint number = 5719;

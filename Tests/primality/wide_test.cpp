@@ -6,6 +6,7 @@
 
 #include "Prime/prime_testing.h"
 #include "primality/numbers.h"
+#include "support/typed_tests.h"
 #include "support/widths.h"
 
 namespace {
@@ -15,7 +16,7 @@ using kesh::Level;
 
 template <class T>
 class Wide : public testing::Test {};
-TYPED_TEST_SUITE(Wide, kesh::test::WideWords);
+KESH_TYPED_SUITE(Wide, kesh::test::WideWords, kesh::test::WidthNames);
 
 /** The verdict by the public entry point, with the limb count of the value rounded up to a width. */
 bool kesh_says_prime(const mpz_class& n) {
@@ -57,15 +58,15 @@ void compare_with_gmp(unsigned factor) {
     }
 }
 
-TYPED_TEST(Wide, AgreesWithGmp) {
+KESH_TYPED_TEST(Wide, AgreesWithGmp) {
     compare_with_gmp<TypeParam>(1);
 }
 
-TYPED_TEST(Wide, Long_AgreesWithGmp) {
+KESH_TYPED_TEST(Wide, Long_AgreesWithGmp) {
     compare_with_gmp<TypeParam>(100);
 }
 
-TYPED_TEST(Wide, FormsAgreeAtEveryKernelLevel) {
+KESH_TYPED_TEST(Wide, FormsAgreeAtEveryKernelLevel) {
     using T = TypeParam;
     kesh::init_small_primes();
     number_source source(static_cast<unsigned long>(T::bits) + 1);
@@ -167,7 +168,7 @@ TEST(WideNumbers, SameVerdictAtEveryWidthThatHoldsTheValue) {
     }
 }
 
-TYPED_TEST(Wide, GenericFormHoldsForValuesOfOneLimb) {
+KESH_TYPED_TEST(Wide, GenericFormHoldsForValuesOfOneLimb) {
     // PrimeQ would hand these to the 64-bit test; the Baillie-PSW test itself is right for them as well.
     using T = TypeParam;
     for (kesh::umint n = 5; n < 3000; n += 2) EXPECT_EQ(kesh::PrimeQ_BPSW<T>(T(n), 0) != 0, kesh::PrimeQ(n)) << n;

@@ -4,7 +4,8 @@
  */
 #pragma once
 
-#include <gtest/gtest.h>
+#include <string>
+#include <tuple>
 
 #include "Shared/intx/intx_operator.h"
 
@@ -12,12 +13,12 @@ namespace kesh::test {
 
 struct WidthNames {
     template <class T>
-    static std::string GetName(int) {
+    static std::string name() {
         return std::to_string(width_v<T>);
     }
 };
 
-using WideWords = ::testing::Types<uintx_t<128>, uintx_t<256>, uintx_t<512>, uintx_t<1024>>;
-using AllWords = ::testing::Types<unsigned long, uintx_t<128>, uintx_t<256>, uintx_t<512>, uintx_t<1024>>;
+using WideWords = std::tuple<uintx_t<128>, uintx_t<256>, uintx_t<512>, uintx_t<1024>>;
+using AllWords = std::tuple<unsigned long, uintx_t<128>, uintx_t<256>, uintx_t<512>, uintx_t<1024>>;
 
 }  // namespace kesh::test

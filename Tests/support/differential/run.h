@@ -6,6 +6,7 @@
 
 #include "Shared/intx/level.h"
 #include "support/agreement.h"
+#include "support/typed_tests.h"
 #include "support/widths.h"
 
 namespace kesh::test {
@@ -75,13 +76,13 @@ void run_hard_cases(Check check) {
 #define KESH_DIFFERENTIAL_TESTS(name, types, check)                                                      \
     template <class T>                                                                                   \
     class name : public ::testing::Test {};                                                              \
-    TYPED_TEST_SUITE(name, types, ::kesh::test::WidthNames);                                             \
-    TYPED_TEST(name, RandomOperands) {                                                                   \
+    KESH_TYPED_SUITE(name, types, ::kesh::test::WidthNames);                                             \
+    KESH_TYPED_TEST(name, RandomOperands) {                                                              \
         ::kesh::test::run_random<TypeParam>(::kesh::test::usual_sets_of<TypeParam>(), check<TypeParam>); \
     }                                                                                                    \
-    TYPED_TEST(name, HardCases) {                                                                        \
+    KESH_TYPED_TEST(name, HardCases) {                                                                   \
         ::kesh::test::run_hard_cases<TypeParam>(check<TypeParam>);                                       \
     }                                                                                                    \
-    TYPED_TEST(name, Long_RandomOperands) {                                                              \
+    KESH_TYPED_TEST(name, Long_RandomOperands) {                                                         \
         ::kesh::test::run_random<TypeParam>(::kesh::test::long_sets, check<TypeParam>);                  \
     }
