@@ -3,6 +3,7 @@
  * @brief  Derives the second bases of the 64-bit primality test from enumerated base-2 strong pseudoprimes.
  */
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <atomic>
