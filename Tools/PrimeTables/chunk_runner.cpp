@@ -4,7 +4,7 @@
  */
 #include "chunk_runner.h"
 
-#include <fmt/core.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
