@@ -4,7 +4,7 @@
  */
 #include "calls/expression.h"
 
-#include <fmt/core.h>
+#include <fmt/format.h>
 
 #include <cctype>
 
