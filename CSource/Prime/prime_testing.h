@@ -56,9 +56,6 @@ int sprp(const mp_mont_data<T>& M, const std::type_identity_t<T>& n, std::type_i
 /** Primality of n <= 1,048,577 by one lookup in a bitmap; 1 is not prime. Larger odd n are outside of the bitmap. */
 bool isPrime(std::uint32_t n);
 
-/** That bitmap: bit k, counted from bit 0 of the first word, is 1 when 2 k + 3 is prime. */
-std::span<const std::uint32_t> odd_prime_bitmap();
-
 /** Primality of any 32-bit n: the bitmap, or trial division and one strong test to a hashed base. */
 bool PrimeQ(std::uint32_t n);
 

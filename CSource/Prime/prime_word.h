@@ -12,6 +12,9 @@
 
 namespace kesh {
 
+/** The odd primes up to 1,048,577: bit k, counted from bit 0 of the first word, is 1 when 2 k + 3 is prime. */
+std::span<const std::uint32_t> odd_prime_bitmap();
+
 /** From this number on the hashed base does not reject every pseudoprime of its bucket, and a third base is needed. */
 inline constexpr umint third_base_from = umint{1} << 49;
 

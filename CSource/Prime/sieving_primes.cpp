@@ -9,7 +9,7 @@
 #include <cassert>
 #include <mutex>
 
-#include "Prime/prime_testing.h"
+#include "Prime/prime_word.h"
 
 namespace kesh {
 namespace {

@@ -9,7 +9,7 @@
 #include <mutex>
 #include <new>
 
-#include "Prime/prime_testing.h"
+#include "Prime/prime_word.h"
 
 namespace kesh {
 

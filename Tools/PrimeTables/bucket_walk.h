@@ -12,7 +12,7 @@
 
 #include <optional>
 
-#include "table_rule.h"
+#include "buckets.h"
 
 namespace prime_tables {
 

@@ -4,8 +4,8 @@
  */
 #include "low_bucket.h"
 
+#include "buckets.h"
 #include "intrinsics.h"
-#include "table_rule.h"
 
 namespace prime_tables {
 namespace {

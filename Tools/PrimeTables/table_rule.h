@@ -10,17 +10,9 @@
 #include <array>
 #include <vector>
 
-#include "strong_test.h"
+#include "buckets.h"
 
 namespace prime_tables {
-
-constexpr u32 bucket_count = 16384;
-constexpr u32 hash_multiplier = 0xAD625B89;
-
-/** Bucket of n: the top 14 bits of the low 32 bits times a fixed multiplier. */
-constexpr u32 bucketOf(u64 n) {
-    return (static_cast<u32>(n) * hash_multiplier) >> 18;
-}
 
 /** The third base of the test, named by the top three bits of the second. */
 constexpr std::array<u32, 8> third_bases = {15, 135, 13, 60, 15, 117, 65, 29};

@@ -1,5 +1,5 @@
 /**
- * @file   kernel.cpp
+ * @file   dispatch.cpp
  * @brief  Chooses the level, and defines the functions that use the kernels of any level.
  */
 

@@ -1,5 +1,5 @@
 /**
- * @file   lanes.cpp
+ * @file   vector_lanes.cpp
  * @brief  The probable-prime tests of eight wide numbers in vector lanes.
  */
 
