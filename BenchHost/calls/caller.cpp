@@ -29,10 +29,6 @@ constexpr int presses_for_stoppable = 3;
 /** If a call cannot be stopped, the second press ends the host. */
 constexpr int presses_for_unstoppable = 2;
 
-bool stop_asked() {
-    return interrupts_seen() > 0;
-}
-
 /** The note of the progress line after a stop request: some algorithms have long steps that cannot be stopped. */
 std::string stop_note(bool stoppable = true) {
     if (!stop_asked()) return "";

@@ -27,11 +27,15 @@ class InterruptScope {
     InterruptScope& operator=(const InterruptScope&) = delete;
 };
 
-/** Makes an automatic press this many seconds after each scope begins, until it is set again. / */
+/** Makes an automatic press this many seconds after each scope begins, until it is set again. */
 void press_after(std::optional<double> seconds);
 
 /** Presses since the current scope began, or since the last clear. */
 int interrupts_seen();
+/** Whether there is one. */
+inline bool stop_asked() {
+    return interrupts_seen() > 0;
+}
 /** The exit code of a stopped call: that of Ctrl-C, or, after an automatic press, that of a failed call. */
 int exit_code_when_stopped();
 void clear_interrupts();

@@ -58,7 +58,8 @@ std::string compared(FaultResult result, const FaultResult& usual, const std::st
     return "as without the fault";
 }
 
-constexpr std::string_view introduction = R"(# Outcomes of faults: what happens when a callback of the host fails
+constexpr std::string_view introduction_to_faults =
+    R"(# Outcomes of faults: what happens when a callback of the host fails
 
 <!-- Made by: kesh-host faults > docs/fault-outcomes.md -->
 
@@ -132,7 +133,7 @@ std::string fault_page(const Library& library, const std::vector<std::string>& e
         }
     }
 
-    std::string page(introduction);
+    std::string page(introduction_to_faults);
     page += "\n## Calls without a fault\n\n| callbacks made | outcome | calls |\n|---|---|---|\n";
     for (const auto& [cells, members] : without_fault) page += table_row(cells, members);
 

@@ -35,10 +35,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-bool stop_asked() {
-    return interrupts_seen() > 0;
-}
-
 Json verdict_json(const std::string& typed, const cpp_int& value, bool prime) {
     return {{"number", typed}, {"value", value.str()}, {"bits", bit_length(value)}, {"prime", prime}};
 }
