@@ -127,7 +127,11 @@ constexpr umint divide_two_limbs(umint high, umint low, umint d, umint v, umint&
             : "+&a"(estimate), "=&d"(digit)
             : [v] "r"(v), [low] "r"(low), [high] "r"(high)
             : "cc");
-        rest = (low - d) - digit * d;
+        umint start = low - d;
+#if defined(__clang__)
+        keep_scalar(start);  // clang++ would add d to the product instead, a step more from remainder to remainder
+#endif
+        rest = start - digit * d;
         const umint corrected = rest + d;
         ++digit;
         __asm__(
