@@ -27,7 +27,7 @@ void sortUnique(std::vector<u64>& numbers) {
 
 TEST(OrderOfTwo, IsTheLeastExponentForEveryPrimeOfAWindow) {
     for (const u64 lo : {u64{3}, u64{1} << 16, u64{1000000}}) {
-        const auto orders = ordersOfTwo(lo, lo + 3000);
+        const auto orders = orders_of_two(lo, lo + 3000);
         ASSERT_FALSE(orders.empty());
         for (const PrimeOrder& p : orders) {
             u32 order = 1;
@@ -38,7 +38,7 @@ TEST(OrderOfTwo, IsTheLeastExponentForEveryPrimeOfAWindow) {
 }
 
 TEST(OrderOfTwo, KnowsPrimesWithSmallOrderUpToTheTop) {
-    const auto orderOf = [](u64 p) { return ordersOfTwo(p, p + 1).at(0).order; };
+    const auto orderOf = [](u64 p) { return orders_of_two(p, p + 1).at(0).order; };
     EXPECT_EQ(orderOf(2147483647), 31U);  // 2^31 - 1
     EXPECT_EQ(orderOf(4278255361), 80U);  // divides 2^40 + 1
     EXPECT_EQ(orderOf(2796203), 46U);     // divides 2^23 + 1
@@ -56,15 +56,15 @@ TEST(FermatFilter, BatchAgreesWithThePortableForm) {
             // Half of the candidates are of kinds that often pass: m itself, and 2^k + 1, whose exponent has one bit.
             n[i] = i % 4 == 0 ? m[i] : i % 4 == 1 ? (u64{1} << (2 + random() % 62)) + 1 : random() | 1;
         }
-        const u64 batch = fermatMask(n.data(), m.data());
-        const u64 portable = fermatMaskPortable(n.data(), m.data());
+        const u64 batch = fermat_mask(n.data(), m.data());
+        const u64 portable = fermat_mask_portable(n.data(), m.data());
         // The exponent in the batch is n - 1 times a power of 2: more numbers may pass, never fewer.
         EXPECT_EQ(portable & ~batch, 0U);
         passed += static_cast<u64>(std::popcount(portable));
         for (u64 more = batch & ~portable; more != 0; more &= more - 1) {
             const auto i = static_cast<std::size_t>(std::countr_zero(more));
             const Modulus mod(m[i]);
-            u64 x = mod.powerOfTwo(n[i] - 1);
+            u64 x = mod.power_of_two(n[i] - 1);
             for (int k = 0; k < 64; ++k) x = mod.multiply(x, x);
             EXPECT_EQ(x, mod.one()) << n[i] << " mod " << m[i];
         }
@@ -86,19 +86,19 @@ TEST(FermatFilter, KeepsStrongPseudoprimesOnly) {
 
 TEST(PairSearch, VectorsAgreeWithThePortableForm) {
     PrimeColumn column;
-    const auto all = ordersOfTwo(least_paired_prime, 1 << 17);
+    const auto all = orders_of_two(least_paired_prime, 1 << 17);
     for (const PrimeOrder& q : all) {
         if (q.valuation() != 1) continue;
         column.prime.push_back(q.prime);
         column.order.push_back(q.order);
     }
-    for (const PrimeOrder& p : ordersOfTwo(1 << 17, (1 << 17) + 100)) {
+    for (const PrimeOrder& p : orders_of_two(1 << 17, (1 << 17) + 100)) {
         std::vector<std::pair<u64, u64>> vectors;
         std::vector<std::pair<u64, u64>> portable;
         const double largest = 0x1p56;
-        searchPairs(p, column, 3, column.prime.size(), largest, [&](u64 q, u64 m) { vectors.emplace_back(q, m); });
-        searchPairsPortable(p, column, 3, column.prime.size(), largest,
-                            [&](u64 q, u64 m) { portable.emplace_back(q, m); });
+        search_pairs(p, column, 3, column.prime.size(), largest, [&](u64 q, u64 m) { vectors.emplace_back(q, m); });
+        search_pairs_portable(p, column, 3, column.prime.size(), largest,
+                              [&](u64 q, u64 m) { portable.emplace_back(q, m); });
         std::sort(vectors.begin(), vectors.end());
         std::sort(portable.begin(), portable.end());
         EXPECT_EQ(vectors, portable) << p.prime;
@@ -107,7 +107,7 @@ TEST(PairSearch, VectorsAgreeWithThePortableForm) {
 }
 
 TEST(PairSearch, LeavesOutAPrimeThatDividesTheOrder) {
-    const PrimeOrder p = ordersOfTwo(32771, 32772).at(0);
+    const PrimeOrder p = orders_of_two(32771, 32772).at(0);
     PrimeColumn column;
     for (const u32 r : {4099U, 4111U}) {
         column.prime.push_back(r);
@@ -116,9 +116,9 @@ TEST(PairSearch, LeavesOutAPrimeThatDividesTheOrder) {
     PrimeOrder multiple = p;
     multiple.order = 2 * 4099;
     std::vector<u64> primes;
-    searchPairs(multiple, column, 0, 2, 0x1p44, [&](u64 q, u64) { primes.push_back(q); });
+    search_pairs(multiple, column, 0, 2, 0x1p44, [&](u64 q, u64) { primes.push_back(q); });
     std::vector<u64> portable;
-    searchPairsPortable(multiple, column, 0, 2, 0x1p44, [&](u64 q, u64) { portable.push_back(q); });
+    search_pairs_portable(multiple, column, 0, 2, 0x1p44, [&](u64 q, u64) { portable.push_back(q); });
     EXPECT_EQ(primes, portable);
     EXPECT_THAT(primes, testing::Not(testing::Contains(4099)));
 }
@@ -126,7 +126,7 @@ TEST(PairSearch, LeavesOutAPrimeThatDividesTheOrder) {
 TEST(ProgressionSearch, FindsWhatEveryCofactorInTurnFinds) {
     ProgressionSearch search(~u64{0});
     u64 total = 0;
-    for (const PrimeOrder& p : ordersOfTwo(100000000, 100004000)) {
+    for (const PrimeOrder& p : orders_of_two(100000000, 100004000)) {
         if (p.order < p.prime / 50) continue;
         std::vector<u64> found;
         FermatFilter filter(found, u64{1} << 32);
@@ -147,7 +147,7 @@ TEST(ProgressionSearch, FindsWhatEveryCofactorInTurnFinds) {
 }
 
 TEST(ProgressionSearch, RatioLimitsTheCofactor) {
-    const PrimeOrder p = ordersOfTwo(100000007, 100000008).at(0);
+    const PrimeOrder p = orders_of_two(100000007, 100000008).at(0);
     std::vector<u64> all;
     std::vector<u64> limited;
     FermatFilter all_filter(all, 1);
@@ -168,7 +168,7 @@ TEST(ProgressionSearch, ABlockOfBucketsGetsItsShareOfTheWhole) {
     std::vector<u64> found;
     FermatFilter whole_filter(expected, u64{1} << 32);
     FermatFilter part_filter(found, u64{1} << 32);
-    for (const PrimeOrder& p : ordersOfTwo(300000000, 300020000)) {
+    for (const PrimeOrder& p : orders_of_two(300000000, 300020000)) {
         if (p.order < p.prime / 50) continue;
         whole.search(p, whole_filter);
         part.search(p, part_filter);
@@ -187,10 +187,10 @@ std::vector<u64> enumerateAll(u64 largest, u64 bound) {
     std::vector<u64> found;
     FermatFilter filter(found, 1);
     const SmoothSearch smooth(largest, bound);
-    for (const PrimeOrder& p : ordersOfTwo(3, bound)) smooth.search(p, filter);
+    for (const PrimeOrder& p : orders_of_two(3, bound)) smooth.search(p, filter);
     ProgressionSearch progression(largest);
     for (u64 lo = bound; lo <= largest / 3; lo += u64{1} << 20) {
-        for (const PrimeOrder& p : ordersOfTwo(lo, lo + (u64{1} << 20))) progression.search(p, filter);
+        for (const PrimeOrder& p : orders_of_two(lo, lo + (u64{1} << 20))) progression.search(p, filter);
     }
     filter.flush();
     sortUnique(found);
@@ -235,7 +235,7 @@ TEST(SmoothSearch, FindsWhatTheProgressionOfTheLargestPrimeFinds) {
     u64 total = 0;
     for (const auto& [lo, hi] :
          {std::pair{u64{1} << 20, (u64{1} << 20) + 120}, {u64{1} << 22, (u64{1} << 22) + 1500}}) {
-        for (const PrimeOrder& p : ordersOfTwo(lo, hi)) {
+        for (const PrimeOrder& p : orders_of_two(lo, hi)) {
             if (p.order < p.prime / 10) continue;
             std::vector<u64> found;
             FermatFilter found_filter(found, u64{1} << 32);

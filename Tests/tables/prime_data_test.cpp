@@ -42,7 +42,7 @@ TEST(OddPrimeBit, AgreesWithAPlainSieve) {
 TEST(PrimeData32, IsTheGivenList) {
     const std::vector<u32> table(std::begin(kesh::prime_data32), std::end(kesh::prime_data32));
     ASSERT_EQ(table.size(), 256U);
-    EXPECT_EQ(table, readTable(data_folder / "bases_32.txt"));
+    EXPECT_EQ(table, read_table(data_folder / "bases_32.txt"));
     EXPECT_EQ(std::vector<u32>(table.begin(), table.begin() + 4), (std::vector<u32>{1216, 1836, 8885, 4564}));
     EXPECT_EQ(std::vector<u32>(table.end() - 4, table.end()), (std::vector<u32>{562, 11745, 163, 11951}));
     EXPECT_EQ(*std::min_element(table.begin(), table.end()), 115U);
@@ -61,7 +61,7 @@ TEST(PrimeData64, HasTheKnownEndsRangeAndDistribution) {
     EXPECT_EQ(*std::min_element(table.begin(), table.end()), 3U);
     EXPECT_EQ(*std::max_element(table.begin(), table.end()), 64850U);
     std::array<int, 8> count{};
-    for (const u32 base : table) ++count[thirdIndex(base)];
+    for (const u32 base : table) ++count[third_index(base)];
     EXPECT_THAT(count, testing::ElementsAre(12678, 2880, 419, 247, 131, 11, 15, 3));
 }
 
@@ -85,8 +85,8 @@ TEST(PrimeData64, HasTheKnownSum) {
 }
 
 TEST(PrimeData64, DiffersFromTheDerivedTableInTheListedBucketsOnly) {
-    const std::vector<u32> derived = readTable(data_folder / "bases_64_derived.txt");
-    const std::vector<TableException> exceptions = readExceptions(data_folder / "bases_64_exceptions.txt");
+    const std::vector<u32> derived = read_table(data_folder / "bases_64_derived.txt");
+    const std::vector<TableException> exceptions = read_exceptions(data_folder / "bases_64_exceptions.txt");
     ASSERT_EQ(derived.size(), 16384U);
     std::set<u32> listed;
     for (const TableException& exception : exceptions) listed.insert(exception.bucket);
@@ -100,7 +100,7 @@ TEST(PrimeData64, DiffersFromTheDerivedTableInTheListedBucketsOnly) {
 TEST(Header, IsWhatTheGeneratorWrites) {
     std::ifstream in(KESH_SOURCE_DIR "/CSource/Prime/prime_data.h");
     const std::string committed{std::istreambuf_iterator<char>(in), {}};
-    EXPECT_TRUE(committed == primeDataHeader(data_folder)) << "run the target prime-data";
+    EXPECT_TRUE(committed == prime_data_header(data_folder)) << "run the target prime-data";
 }
 
 }  // namespace

@@ -18,19 +18,19 @@ namespace {
 
 TEST(Rule, LeastClearingBaseIsTheFirstThatNoPseudoprimePasses) {
     // A strong pseudoprime to the bases 2, 3, 5 and 7 (J. L. Selfridge and S. S. Wagstaff), not to 11.
-    EXPECT_EQ(leastClearingBase({3215031751}, third_base_from, {2, 100}, nullptr), 11U);
-    EXPECT_EQ(leastClearingBase({3215031751}, third_base_from, {2, 11}, nullptr), 0U);
+    EXPECT_EQ(least_clearing_base({3215031751}, third_base_from, {2, 100}, nullptr), 11U);
+    EXPECT_EQ(least_clearing_base({3215031751}, third_base_from, {2, 11}, nullptr), 0U);
     // With 1373653, which passes 2 and 3 and not 5, the result is the same; 25326001 passes 2, 3 and 5 and fails 7.
-    EXPECT_EQ(leastClearingBase({1373653, 3215031751, 25326001}, third_base_from, {2, 100}, nullptr), 11U);
-    EXPECT_EQ(leastClearingBase({}, third_base_from, {2, 100}, nullptr), 2U);
+    EXPECT_EQ(least_clearing_base({1373653, 3215031751, 25326001}, third_base_from, {2, 100}, nullptr), 11U);
+    EXPECT_EQ(least_clearing_base({}, third_base_from, {2, 100}, nullptr), 2U);
 }
 
 TEST(Rule, TheThirdBaseHelpsFromItsLimitOn) {
     const u64 n = 3825123056546413051;  // strong pseudoprime to the primes up to 23 (J. Jiang and Y. Deng)
-    ASSERT_TRUE(isStrongProbablePrime(n, 23));
+    ASSERT_TRUE(is_strong_probable_prime(n, 23));
     EXPECT_FALSE(clears(23, n, n + 1));
-    EXPECT_EQ(clears(23, n, n), !isStrongProbablePrime(n, 15));
-    EXPECT_EQ(clears(8192 + 23, n, n), !isStrongProbablePrime(n, 8192 + 23) || !isStrongProbablePrime(n, 135));
+    EXPECT_EQ(clears(23, n, n), !is_strong_probable_prime(n, 15));
+    EXPECT_EQ(clears(8192 + 23, n, n), !is_strong_probable_prime(n, 8192 + 23) || !is_strong_probable_prime(n, 135));
 }
 
 TEST(Rule, ABaseThatSharesAFactorWithThePseudoprimeClearsIt) {
@@ -40,10 +40,10 @@ TEST(Rule, ABaseThatSharesAFactorWithThePseudoprimeClearsIt) {
 
 TEST(LowBucket, FindsACompositeThatPasses) {
     // Composites below 2^32 that exclude a base although they fail the test to base 2.
-    EXPECT_EQ(LowBucket(44).firstPassing(217), 2503478143U);
-    EXPECT_EQ(LowBucket(57).firstPassing(1590), 625619569U);
-    EXPECT_EQ(LowBucket(44).firstPassing(913), 0U);
-    EXPECT_EQ(LowBucket(57).firstPassing(6360), 0U);
+    EXPECT_EQ(LowBucket(44).first_passing(217), 2503478143U);
+    EXPECT_EQ(LowBucket(57).first_passing(1590), 625619569U);
+    EXPECT_EQ(LowBucket(44).first_passing(913), 0U);
+    EXPECT_EQ(LowBucket(57).first_passing(6360), 0U);
 }
 
 TEST(LowBucket, AgreesWithThePlainTest) {
@@ -51,22 +51,22 @@ TEST(LowBucket, AgreesWithThePlainTest) {
     const u32 base = 327;
     u32 passing = 0;
     for (u64 n = 65537; n < u64{1} << 32; n += 2) {
-        if (bucketOf(n) != bucket || !isStrongProbablePrime(n, base)) continue;
+        if (bucket_of(n) != bucket || !is_strong_probable_prime(n, base)) continue;
         const Modulus mod(n);
         const bool prime =
-            isStrongProbablePrime(mod, 2) && isStrongProbablePrime(mod, 7) && isStrongProbablePrime(mod, 61);
+            is_strong_probable_prime(mod, 2) && is_strong_probable_prime(mod, 7) && is_strong_probable_prime(mod, 61);
         if (!prime) passing = static_cast<u32>(n);
     }
     EXPECT_EQ(passing, 450016901U);
-    EXPECT_EQ(LowBucket(bucket).firstPassing(base), passing);
+    EXPECT_EQ(LowBucket(bucket).first_passing(base), passing);
 }
 
 TEST(Exceptions, MustFitTheDerivedTable) {
-    EXPECT_EQ(applyExceptions({5, 6}, {{1, 6, 9}}), (std::vector<u32>{5, 9}));
-    EXPECT_THROW(applyExceptions({5, 6}, {{1, 7, 9}}), std::runtime_error);
-    EXPECT_THROW(applyExceptions({5, 6}, {{1, 6, 6}}), std::runtime_error);
-    EXPECT_THROW(applyExceptions({5, 6}, {{1, 6, 9}, {1, 6, 9}}), std::runtime_error);
-    EXPECT_THROW(applyExceptions({5, 6}, {{2, 6, 9}}), std::out_of_range);
+    EXPECT_EQ(apply_exceptions({5, 6}, {{1, 6, 9}}), (std::vector<u32>{5, 9}));
+    EXPECT_THROW(apply_exceptions({5, 6}, {{1, 7, 9}}), std::runtime_error);
+    EXPECT_THROW(apply_exceptions({5, 6}, {{1, 6, 6}}), std::runtime_error);
+    EXPECT_THROW(apply_exceptions({5, 6}, {{1, 6, 9}, {1, 6, 9}}), std::runtime_error);
+    EXPECT_THROW(apply_exceptions({5, 6}, {{2, 6, 9}}), std::out_of_range);
 }
 
 /** Slot i stands for first + 1 + 2 i, first even without a prime factor up to 61. */
@@ -111,7 +111,7 @@ u64 passes32(u64 first) {
     for (u64 i = 0; i < CompositeWindow::length / 2; ++i) {
         const u64 n = first + 1 + 2 * i;
         if (n <= 1048577 || !window.isHard(i)) continue;
-        passes += isStrongProbablePrime(n, kesh::prime_data32[static_cast<u32>(n * 0xAD625B89U) >> 24]);
+        passes += is_strong_probable_prime(n, kesh::prime_data32[static_cast<u32>(n * 0xAD625B89U) >> 24]);
     }
     return passes;
 }

@@ -6,7 +6,7 @@
 
 namespace prime_tables {
 
-std::optional<u64> firstInRange(u64 a, u64 modulus, u64 low, u64 high) {
+std::optional<u64> first_in_range(u64 a, u64 modulus, u64 low, u64 high) {
     if (low == 0) return 0;
     a %= modulus;
     if (a == 0) return std::nullopt;
@@ -19,7 +19,7 @@ std::optional<u64> firstInRange(u64 a, u64 modulus, u64 low, u64 high) {
     const u64 t = (low + a - 1) / a;
     if (t * a <= high) return t;
     // No multiple of a lies in [low, high]: wait for the first turn whose offset modulo a falls there.
-    const auto turns = firstInRange(a - modulus % a, a, low % a, high % a);
+    const auto turns = first_in_range(a - modulus % a, a, low % a, high % a);
     if (!turns) return std::nullopt;
     return (low + modulus * *turns + a - 1) / a;
 }
@@ -28,7 +28,7 @@ namespace {
 
 constexpr u64 hash_range = u64{1} << 32;
 
-u64 hashOf(u64 n) {
+u64 hash_of(u64 n) {
     return static_cast<u32>(n) * hash_multiplier;
 }
 
@@ -36,8 +36,8 @@ u64 hashOf(u64 n) {
 
 BucketWalk::BucketWalk(const BucketBlock& block, u64 first, u64 difference)
     : length_(u64{block.count} << 18),
-      step_(hashOf(difference)),
-      position_((hashOf(first) + hash_range - (u64{block.first} << 18)) % hash_range) {}
+      step_(hash_of(difference)),
+      position_((hash_of(first) + hash_range - (u64{block.first} << 18)) % hash_range) {}
 
 void BucketWalk::advance(u64 steps) {
     member_ += steps;
@@ -49,7 +49,7 @@ std::optional<u64> BucketWalk::next() {
         started_ = true;
         if (position_ >= length_) {
             const auto t =
-                firstInRange(step_, hash_range, hash_range - position_, hash_range - position_ + length_ - 1);
+                first_in_range(step_, hash_range, hash_range - position_, hash_range - position_ + length_ - 1);
             if (!t) return std::nullopt;
             advance(*t);
         }
@@ -59,8 +59,8 @@ std::optional<u64> BucketWalk::next() {
         // Only steps with a large power of two, or an interval of one whole turn, lack such moves: then every member is
         // tried.
         const Move none{0, 0};
-        const auto up = firstInRange(step_, hash_range, 1, length_ - 1);
-        const auto down = firstInRange(step_, hash_range, hash_range - length_ + 1, hash_range - 1);
+        const auto up = first_in_range(step_, hash_range, 1, length_ - 1);
+        const auto down = first_in_range(step_, hash_range, hash_range - length_ + 1, hash_range - 1);
         up_ = up && down ? Move{*up, *up * step_ % hash_range} : none;
         down_ = up && down ? Move{*down, hash_range - *down * step_ % hash_range} : none;
     }

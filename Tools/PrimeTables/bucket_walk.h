@@ -21,7 +21,7 @@ struct BucketBlock {
     u32 first = 0;
     u32 count = bucket_count;
     [[nodiscard]] bool contains(u64 n) const {
-        return bucketOf(n) - first < count;
+        return bucket_of(n) - first < count;
     }
 };
 
@@ -29,7 +29,7 @@ struct BucketBlock {
  * Least t >= 0 with low <= (a * t) mod modulus <= high; nothing when there is none. 0 <= low <= high < modulus <=
  * 2^32.
  */
-std::optional<u64> firstInRange(u64 a, u64 modulus, u64 low, u64 high);
+std::optional<u64> first_in_range(u64 a, u64 modulus, u64 low, u64 high);
 
 class BucketWalk {
   public:

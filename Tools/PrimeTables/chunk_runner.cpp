@@ -15,7 +15,7 @@
 
 namespace prime_tables {
 
-std::string Chunk::fileName() const {
+std::string Chunk::file_name() const {
     return fmt::format("{}-{:010}-{:010}.u64", search, lo, hi);
 }
 
@@ -25,13 +25,13 @@ void PauseGate::wait() const {
     while (std::filesystem::exists(file_, ignored)) std::this_thread::sleep_for(std::chrono::milliseconds(500));
 }
 
-void runChunks(const std::vector<Chunk>& chunks, const RunnerOptions& options,
-               const std::function<std::vector<u64>(const Chunk&, const PauseGate&)>& work) {
+void run_chunks(const std::vector<Chunk>& chunks, const RunnerOptions& options,
+                const std::function<std::vector<u64>(const Chunk&, const PauseGate&)>& work) {
     std::filesystem::create_directories(options.output);
     std::vector<Chunk> open;
     double open_cost = 0;
     for (const Chunk& chunk : chunks) {
-        if (std::filesystem::exists(options.output / chunk.fileName())) continue;
+        if (std::filesystem::exists(options.output / chunk.file_name())) continue;
         open.push_back(chunk);
         open_cost += chunk.cost;
     }
@@ -55,9 +55,9 @@ void runChunks(const std::vector<Chunk>& chunks, const RunnerOptions& options,
             std::vector<u64> numbers = work(*chunk, gate);
             std::sort(numbers.begin(), numbers.end());
             numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
-            const std::filesystem::path path = options.output / chunk->fileName();
+            const std::filesystem::path path = options.output / chunk->file_name();
             const std::filesystem::path unfinished = path.string() + ".part";
-            writeNumbers(unfinished, numbers);
+            write_numbers(unfinished, numbers);
             std::filesystem::rename(unfinished, path);
 
             const std::lock_guard lock(mutex);
@@ -65,7 +65,7 @@ void runChunks(const std::vector<Chunk>& chunks, const RunnerOptions& options,
             done_cost += chunk->cost;
             found += numbers.size();
             const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-            fmt::print("{}: {} found; {} of {} chunks, {} found, {:.0f} s, about {:.0f} s left\n", chunk->fileName(),
+            fmt::print("{}: {} found; {} of {} chunks, {} found, {:.0f} s, about {:.0f} s left\n", chunk->file_name(),
                        numbers.size(), done, open.size(), found, seconds,
                        seconds * (open_cost - done_cost) / done_cost);
             std::fflush(stdout);

@@ -20,7 +20,7 @@ struct Chunk {
     u64 lo;
     u64 hi;
     double cost;
-    [[nodiscard]] std::string fileName() const;
+    [[nodiscard]] std::string file_name() const;
 };
 
 struct RunnerOptions {
@@ -43,7 +43,7 @@ class PauseGate {
  * Runs `work` for every chunk without a result yet, in order. A result is a file of little-endian 64-bit numbers,
  * sorted, and gets its name only when it is complete, so an interrupted run continues where it stopped.
  */
-void runChunks(const std::vector<Chunk>& chunks, const RunnerOptions& options,
-               const std::function<std::vector<u64>(const Chunk&, const PauseGate&)>& work);
+void run_chunks(const std::vector<Chunk>& chunks, const RunnerOptions& options,
+                const std::function<std::vector<u64>(const Chunk&, const PauseGate&)>& work);
 
 }  // namespace prime_tables

@@ -6,7 +6,7 @@
 
 namespace prime_tables {
 
-CofactorClasses cofactorClasses(const PrimeOrder& p) {
+CofactorClasses cofactor_classes(const PrimeOrder& p) {
     const int v = p.valuation();
     // A modulus with enough factors 2 for the condition on n; the odd part comes from the order.
     const u64 two_part = v < 2 ? 8 : v == 2 ? 4 : u64{2} << v;

@@ -34,7 +34,7 @@ inline bool excludedByJacobi(u64 n, int v) {
  * True when the cofactor m of n has a prime factor up to 13 that cannot divide a pseudoprime: its order has another
  * valuation, or does not divide n - 1. Most cofactors end here.
  */
-inline bool excludedBySmallPrimes(u64 n, u64 m, int v) {
+inline bool excluded_by_small_primes(u64 n, u64 m, int v) {
     return (m % 3 == 0 && v != 1) || (m % 5 == 0 && v != 2) || (m % 7 == 0 && (v != 0 || n % 3 != 1)) ||
            (m % 11 == 0 && (v != 1 || n % 5 != 1)) || (m % 13 == 0 && (v != 2 || n % 3 != 1));
 }
@@ -48,6 +48,6 @@ struct CofactorClasses {
     u64 start[2];
     int count;
 };
-CofactorClasses cofactorClasses(const PrimeOrder& p);
+CofactorClasses cofactor_classes(const PrimeOrder& p);
 
 }  // namespace prime_tables

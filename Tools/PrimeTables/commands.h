@@ -15,19 +15,19 @@
 namespace prime_tables {
 
 /** enumerate: the searches for base-2 strong pseudoprimes. */
-void addEnumerate(CLI::App& program);
+void add_enumerate(CLI::App& program);
 /** derive: the second bases from the pseudoprimes that were found. The exit status is 2 if a table to compare differs.
  */
-void addDerive(CLI::App& program);
+void add_derive(CLI::App& program);
 /** sample: test data from the pseudoprimes. */
-void addSample(CLI::App& program);
+void add_sample(CLI::App& program);
 
 /** The option --buckets of a command: the first bucket of a block and their number. */
-void addBuckets(CLI::App& command, std::vector<u32>& buckets);
+void add_buckets(CLI::App& command, std::vector<u32>& buckets);
 /** The block that the option --buckets names; all buckets if it was not given. */
-BucketBlock blockOf(const std::vector<u32>& buckets);
+BucketBlock block_of(const std::vector<u32>& buckets);
 
 /** Replaces the file. Throws std::runtime_error when it cannot be written. */
-void writeText(const std::filesystem::path& path, const std::string& text);
+void write_text(const std::filesystem::path& path, const std::string& text);
 
 }  // namespace prime_tables

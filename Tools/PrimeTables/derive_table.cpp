@@ -31,11 +31,11 @@ struct Derivation {
     unsigned threads = 1;
 };
 
-std::vector<u64> readFolders(const std::vector<std::filesystem::path>& folders) {
+std::vector<u64> read_folders(const std::vector<std::filesystem::path>& folders) {
     std::vector<u64> numbers;
     for (const auto& folder : folders) {
         for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-            if (entry.path().extension() == ".u64") readNumbers(entry.path(), numbers);
+            if (entry.path().extension() == ".u64") read_numbers(entry.path(), numbers);
         }
     }
     std::sort(numbers.begin(), numbers.end());
@@ -44,7 +44,7 @@ std::vector<u64> readFolders(const std::vector<std::filesystem::path>& folders) 
     return numbers;
 }
 
-void printCounts(const std::vector<u64>& numbers) {
+void print_counts(const std::vector<u64>& numbers) {
     const auto below = [&](u64 bound) {
         return std::lower_bound(numbers.begin(), numbers.end(), bound) - numbers.begin();
     };
@@ -59,7 +59,7 @@ void printCounts(const std::vector<u64>& numbers) {
  * More pseudoprimes can only raise the least base with margin: if the base derived from some of them clears all, it is
  * still the least.
  */
-bool stillClears(u32 base, const std::vector<u64>& pseudoprimes) {
+bool still_clears(u32 base, const std::vector<u64>& pseudoprimes) {
     return std::all_of(pseudoprimes.begin(), pseudoprimes.end(),
                        [base](u64 n) { return clears(base, n, third_base_from_with_margin); });
 }
@@ -72,16 +72,16 @@ std::vector<u32> derive(const std::vector<u64>& numbers, const BucketBlock& bloc
                         unsigned thread_count) {
     std::vector<std::vector<u64>> buckets(bucket_count);
     for (const u64 n : numbers) {
-        if (block.contains(n)) buckets[bucketOf(n)].push_back(n);
+        if (block.contains(n)) buckets[bucket_of(n)].push_back(n);
     }
     std::vector<u32> table(bucket_count);
     std::atomic<u32> next = block.first;
     const auto worker = [&] {
         for (u32 bucket; (bucket = next++) < block.first + block.count;) {
             const u32 known = earlier[bucket];
-            table[bucket] = known != 0 && known < bases_with_margin && stillClears(known, buckets[bucket])
+            table[bucket] = known != 0 && known < bases_with_margin && still_clears(known, buckets[bucket])
                                 ? known
-                                : leastBase(bucket, buckets[bucket]);
+                                : least_base(bucket, buckets[bucket]);
             if (bucket % 1024 == 0) fmt::print(stderr, "bucket {} of {}\n", bucket, bucket_count);
         }
     };
@@ -91,8 +91,8 @@ std::vector<u32> derive(const std::vector<u64>& numbers, const BucketBlock& bloc
     return table;
 }
 
-bool compareTables(const std::vector<u32>& table, const BucketBlock& block, const std::filesystem::path& path) {
-    const std::vector<u32> others = readTable(path);
+bool compare_tables(const std::vector<u32>& table, const BucketBlock& block, const std::filesystem::path& path) {
+    const std::vector<u32> others = read_table(path);
     if (others.size() != bucket_count) throw std::runtime_error("not 16384 values in " + path.string());
     std::size_t equal = 0;
     std::size_t smaller = 0;
@@ -111,21 +111,21 @@ bool compareTables(const std::vector<u32>& table, const BucketBlock& block, cons
 
 /** Whether the table is the one to compare with, if there is one. */
 bool run(const Derivation& arguments) {
-    const std::vector<u64> numbers = readFolders(arguments.folders);
-    printCounts(numbers);
-    if (!arguments.merged.empty()) writeNumbers(arguments.merged, numbers);
+    const std::vector<u64> numbers = read_folders(arguments.folders);
+    print_counts(numbers);
+    if (!arguments.merged.empty()) write_numbers(arguments.merged, numbers);
     const std::vector<u32> earlier =
-        arguments.earlier.empty() ? std::vector<u32>(bucket_count) : readTable(arguments.earlier);
-    const BucketBlock block = blockOf(arguments.buckets);
+        arguments.earlier.empty() ? std::vector<u32>(bucket_count) : read_table(arguments.earlier);
+    const BucketBlock block = block_of(arguments.buckets);
     const std::vector<u32> table = derive(numbers, block, earlier, arguments.threads);
-    const bool same = arguments.compare.empty() || compareTables(table, block, arguments.compare);
-    if (!arguments.output.empty()) writeText(arguments.output, fmt::format("{}\n", fmt::join(table, "\n")));
+    const bool same = arguments.compare.empty() || compare_tables(table, block, arguments.compare);
+    if (!arguments.output.empty()) write_text(arguments.output, fmt::format("{}\n", fmt::join(table, "\n")));
     return same;
 }
 
 }  // namespace
 
-void addDerive(CLI::App& program) {
+void add_derive(CLI::App& program) {
     const auto arguments = std::make_shared<Derivation>();
     CLI::App& command = *program.add_subcommand(
         "derive",
@@ -137,7 +137,7 @@ void addDerive(CLI::App& program) {
     command.add_option("--earlier", arguments->earlier,
                        "table that was derived from a part of these pseudoprimes; it saves time");
     command.add_option("--merged", arguments->merged, "write all pseudoprimes, sorted, into this file");
-    addBuckets(command, arguments->buckets);
+    add_buckets(command, arguments->buckets);
     command.add_option("--threads", arguments->threads, "threads")->capture_default_str();
     command.callback([arguments] {
         if (!run(*arguments)) throw CLI::RuntimeError(2);

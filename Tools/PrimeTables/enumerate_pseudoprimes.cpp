@@ -31,7 +31,7 @@ struct Enumeration {
  * Ranges of primes from `to` down to `from`, each about an equal share of the work: the progression of p has some
  * largest / p^2 members, and finding the order of 2 costs as much as a hundred.
  */
-std::vector<Chunk> progressionChunks(const Enumeration& arguments) {
+std::vector<Chunk> progression_chunks(const Enumeration& arguments) {
     constexpr double share = 1e10;
     std::vector<Chunk> chunks;
     u64 hi = arguments.to;
@@ -48,7 +48,7 @@ std::vector<Chunk> progressionChunks(const Enumeration& arguments) {
     return chunks;
 }
 
-std::vector<u64> progressionWork(const Chunk& chunk, const PauseGate& gate, const Enumeration& arguments) {
+std::vector<u64> progression_work(const Chunk& chunk, const PauseGate& gate, const Enumeration& arguments) {
     std::vector<u64> found;
     FermatFilter filter(found, arguments.least);
     ProgressionSearch search(arguments.largest, arguments.ratio, arguments.block);
@@ -56,7 +56,7 @@ std::vector<u64> progressionWork(const Chunk& chunk, const PauseGate& gate, cons
     constexpr u64 poll_after = u64{1} << 25;  // a tenth of a second
     u64 polled = 0;
     for (u64 lo = chunk.lo; lo < chunk.hi; lo += window) {
-        for (const PrimeOrder& p : ordersOfTwo(lo, std::min(lo + window, chunk.hi))) {
+        for (const PrimeOrder& p : orders_of_two(lo, std::min(lo + window, chunk.hi))) {
             search.search(p, filter);
             if (search.visited() - polled > poll_after) {
                 polled = search.visited();
@@ -69,7 +69,7 @@ std::vector<u64> progressionWork(const Chunk& chunk, const PauseGate& gate, cons
 }
 
 /** Ranges of equal length, ascending: the numbers with the smallest primes decide most buckets. */
-std::vector<Chunk> smoothChunks(const Enumeration& arguments) {
+std::vector<Chunk> smooth_chunks(const Enumeration& arguments) {
     constexpr u64 width = u64{1} << 16;
     std::vector<Chunk> chunks;
     for (u64 lo = arguments.from; lo < arguments.to; lo += width) {
@@ -79,13 +79,13 @@ std::vector<Chunk> smoothChunks(const Enumeration& arguments) {
     return chunks;
 }
 
-std::vector<u64> smoothWork(const Chunk& chunk, const PauseGate& gate, const Enumeration& arguments,
-                            const SmoothSearch& search) {
+std::vector<u64> smooth_work(const Chunk& chunk, const PauseGate& gate, const Enumeration& arguments,
+                             const SmoothSearch& search) {
     std::vector<u64> found;
     FermatFilter filter(found, arguments.least);
     constexpr int poll_after = 64;  // primes: a tenth of a second
     int searched = 0;
-    for (const PrimeOrder& p : ordersOfTwo(chunk.lo, chunk.hi)) {
+    for (const PrimeOrder& p : orders_of_two(chunk.lo, chunk.hi)) {
         search.search(p, filter);
         if (++searched % poll_after == 0) gate.wait();
     }
@@ -95,21 +95,21 @@ std::vector<u64> smoothWork(const Chunk& chunk, const PauseGate& gate, const Enu
 }
 
 void run(Enumeration& arguments) {
-    arguments.block = blockOf(arguments.buckets);
+    arguments.block = block_of(arguments.buckets);
     if (arguments.search == "smooth") {
         const SmoothSearch search(arguments.largest, arguments.to);
-        runChunks(smoothChunks(arguments), arguments.runner, [&](const Chunk& chunk, const PauseGate& gate) {
-            return smoothWork(chunk, gate, arguments, search);
+        run_chunks(smooth_chunks(arguments), arguments.runner, [&](const Chunk& chunk, const PauseGate& gate) {
+            return smooth_work(chunk, gate, arguments, search);
         });
     } else {
-        runChunks(progressionChunks(arguments), arguments.runner,
-                  [&](const Chunk& chunk, const PauseGate& gate) { return progressionWork(chunk, gate, arguments); });
+        run_chunks(progression_chunks(arguments), arguments.runner,
+                   [&](const Chunk& chunk, const PauseGate& gate) { return progression_work(chunk, gate, arguments); });
     }
 }
 
 }  // namespace
 
-void addEnumerate(CLI::App& program) {
+void add_enumerate(CLI::App& program) {
     const auto arguments = std::make_shared<Enumeration>();
     CLI::App& command = *program.add_subcommand(
         "enumerate", "Enumerates base-2 strong pseudoprimes by their prime factors, in resumable chunks.");
@@ -126,7 +126,7 @@ void addEnumerate(CLI::App& program) {
     command.add_option("--largest", arguments->largest, "largest pseudoprime that is searched")->capture_default_str();
     command.add_option("--ratio", arguments->ratio, "progression: only n with n / p <= ratio * p; 0 means all n")
         ->capture_default_str();
-    addBuckets(command, arguments->buckets);
+    add_buckets(command, arguments->buckets);
     command.add_option("--output", arguments->runner.output, "folder of the results")->required();
     command.add_option("--pause-file", arguments->runner.pause_file, "wait while this file exists");
     command.add_option("--threads", arguments->runner.threads, "threads")->capture_default_str();

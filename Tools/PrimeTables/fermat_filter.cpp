@@ -8,11 +8,11 @@
 
 namespace prime_tables {
 
-u64 fermatMaskPortable(const u64* n, const u64* m) {
+u64 fermat_mask_portable(const u64* n, const u64* m) {
     u64 mask = 0;
     for (std::size_t i = 0; i < FermatFilter::batch; ++i) {
         const Modulus mod(m[i]);
-        if (mod.powerOfTwo(n[i] - 1) == mod.one()) mask |= u64{1} << i;
+        if (mod.power_of_two(n[i] - 1) == mod.one()) mask |= u64{1} << i;
     }
     return mask;
 }
@@ -28,7 +28,7 @@ namespace {
  * first shifted up to 64 bits: a multiple of n - 1, so the condition stays necessary, and the strong test that follows
  * is exact.
  */
-__attribute__((target("avx512f,avx512dq,avx512cd,avx512ifma"))) u64 fermatMaskIfma(const u64* n, const u64* m) {
+__attribute__((target("avx512f,avx512dq,avx512cd,avx512ifma"))) u64 fermat_mask_ifma(const u64* n, const u64* m) {
     constexpr std::size_t vectors = FermatFilter::batch / 8;
     constexpr int squarings = 59;
     const __m512i zero = _mm512_setzero_si512();
@@ -78,15 +78,15 @@ __attribute__((target("avx512f,avx512dq,avx512cd,avx512ifma"))) u64 fermatMaskIf
 
 }  // namespace
 
-u64 fermatMask(const u64* n, const u64* m) {
+u64 fermat_mask(const u64* n, const u64* m) {
     static const bool ifma = __builtin_cpu_supports("avx512ifma") && __builtin_cpu_supports("avx512dq") &&
                              __builtin_cpu_supports("avx512cd");
-    return ifma ? fermatMaskIfma(n, m) : fermatMaskPortable(n, m);
+    return ifma ? fermat_mask_ifma(n, m) : fermat_mask_portable(n, m);
 }
 
-void FermatFilter::testWhole(u64 n) {
+void FermatFilter::test_whole(u64 n) {
     ++tested_;
-    if (n >= least_ && isStrongProbablePrime(n, 2)) found_.push_back(n);
+    if (n >= least_ && is_strong_probable_prime(n, 2)) found_.push_back(n);
 }
 
 void FermatFilter::flush() {
@@ -98,9 +98,9 @@ void FermatFilter::flush() {
         m_[i] = 3;
     }
     tested_ += waiting;
-    for (u64 mask = fermatMask(n_.data(), m_.data()); mask != 0; mask &= mask - 1) {
+    for (u64 mask = fermat_mask(n_.data(), m_.data()); mask != 0; mask &= mask - 1) {
         const auto i = static_cast<std::size_t>(std::countr_zero(mask));
-        if (i < waiting && n_[i] >= least_ && isStrongProbablePrime(n_[i], 2)) found_.push_back(n_[i]);
+        if (i < waiting && n_[i] >= least_ && is_strong_probable_prime(n_[i], 2)) found_.push_back(n_[i]);
     }
 }
 

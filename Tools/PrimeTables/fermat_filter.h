@@ -23,7 +23,7 @@ class FermatFilter {
     /** Candidate n, an odd composite; m an odd cofactor of n. */
     void push(u64 n, u64 m) {
         if (m >= largest_batched || m == 1) {
-            testWhole(n);
+            test_whole(n);
             return;
         }
         n_[fill_] = n;
@@ -41,7 +41,7 @@ class FermatFilter {
 
   private:
     static constexpr u64 largest_batched = u64{1} << 48;
-    void testWhole(u64 n);
+    void test_whole(u64 n);
 
     std::vector<u64>& found_;
     u64 least_;
@@ -52,8 +52,8 @@ class FermatFilter {
 };
 
 /** Bit i is set when 2^(n[i]-1) = 1 modulo m[i]. Odd 1 < m[i] < 2^48, 2^2 < n[i]. */
-u64 fermatMask(const u64* n, const u64* m);
+u64 fermat_mask(const u64* n, const u64* m);
 /** The same, one candidate at a time: the form for every processor, and the reference for the batch. */
-u64 fermatMaskPortable(const u64* n, const u64* m);
+u64 fermat_mask_portable(const u64* n, const u64* m);
 
 }  // namespace prime_tables

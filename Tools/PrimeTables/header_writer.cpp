@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t bit_words = 16384;
 
-std::ifstream openFile(const std::filesystem::path& path) {
+std::ifstream open_file(const std::filesystem::path& path) {
     std::ifstream in(path);
     if (!in) throw std::runtime_error("cannot open " + path.string());
     return in;
@@ -40,16 +40,16 @@ std::string definition(std::string_view type, std::string_view name, const std::
 
 }  // namespace
 
-std::vector<u32> readTable(const std::filesystem::path& path) {
-    std::ifstream in = openFile(path);
+std::vector<u32> read_table(const std::filesystem::path& path) {
+    std::ifstream in = open_file(path);
     std::vector<u32> values;
     for (u32 value; in >> value;) values.push_back(value);
     if (!in.eof()) throw std::runtime_error("not a number in " + path.string());
     return values;
 }
 
-std::vector<TableException> readExceptions(const std::filesystem::path& path) {
-    std::ifstream in = openFile(path);
+std::vector<TableException> read_exceptions(const std::filesystem::path& path) {
+    std::ifstream in = open_file(path);
     std::vector<TableException> exceptions;
     for (std::string line; std::getline(in, line);) {
         if (line.empty() || line[0] == '#') continue;
@@ -63,7 +63,7 @@ std::vector<TableException> readExceptions(const std::filesystem::path& path) {
     return exceptions;
 }
 
-std::vector<u32> applyExceptions(std::vector<u32> derived, const std::vector<TableException>& exceptions) {
+std::vector<u32> apply_exceptions(std::vector<u32> derived, const std::vector<TableException>& exceptions) {
     for (const TableException& exception : exceptions) {
         u32& value = derived.at(exception.bucket);
         if (value != exception.derived || value == exception.published) {
@@ -75,7 +75,7 @@ std::vector<u32> applyExceptions(std::vector<u32> derived, const std::vector<Tab
     return derived;
 }
 
-std::vector<u32> oddPrimeBits() {
+std::vector<u32> odd_prime_bits() {
     std::vector<u32> words(bit_words);
     primesieve::iterator primes(2);
     for (u64 p = primes.next_prime(); (p = primes.next_prime()) <= 2 * (32 * bit_words - 1) + 3;) {
@@ -85,10 +85,10 @@ std::vector<u32> oddPrimeBits() {
     return words;
 }
 
-std::string primeDataHeader(const std::filesystem::path& folder) {
-    const std::vector<u32> bases_32 = readTable(folder / "bases_32.txt");
-    const std::vector<u32> bases_64 =
-        applyExceptions(readTable(folder / "bases_64_derived.txt"), readExceptions(folder / "bases_64_exceptions.txt"));
+std::string prime_data_header(const std::filesystem::path& folder) {
+    const std::vector<u32> bases_32 = read_table(folder / "bases_32.txt");
+    const std::vector<u32> bases_64 = apply_exceptions(read_table(folder / "bases_64_derived.txt"),
+                                                       read_exceptions(folder / "bases_64_exceptions.txt"));
     std::string text = R"(/**
  * @file   prime_data.h
  * @brief  Tables of the primality tests up to 64 bits.
@@ -104,7 +104,7 @@ namespace kesh {
 
 /** Bit k (bit k % 32 of word k / 32) is 1 when 2 k + 3 is prime: all odd primes up to 1,048,577. */
 )";
-    text += definition("uint32_t", "odd_prime_bit", oddPrimeBits());
+    text += definition("uint32_t", "odd_prime_bit", odd_prime_bits());
     text += R"(
 /** Base of the one strong test for n < 2^32, by the top 8 bits of n * 0xAD625B89 modulo 2^32. */
 )";

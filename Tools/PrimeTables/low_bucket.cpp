@@ -21,9 +21,9 @@ struct Columns {
 };
 
 /** Bit i is set when the i-th of 32 moduli passes the strong test to the base. */
-u32 strongMaskPortable(const Columns& c, u32 base) {
+u32 strong_mask_portable(const Columns& c, u32 base) {
     u32 mask = 0;
-    for (std::size_t i = 0; i < lanes; ++i) mask |= u32{isStrongProbablePrime(c.modulus[i], base)} << i;
+    for (std::size_t i = 0; i < lanes; ++i) mask |= u32{is_strong_probable_prime(c.modulus[i], base)} << i;
     return mask;
 }
 
@@ -43,7 +43,7 @@ KESH_TABLES_AVX512 inline __m512i widen(const u32* from) {
     return _mm512_maskz_cvtepu32_epi64(0xFF, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)));
 }
 
-KESH_TABLES_AVX512 u32 strongMaskAvx512(const Columns& c, u32 base) {
+KESH_TABLES_AVX512 u32 strong_mask_avx512(const Columns& c, u32 base) {
     constexpr std::size_t vectors = lanes / 8;
     const __m512i one = _mm512_set1_epi64(1);
     __m512i modulus[vectors];
@@ -86,10 +86,10 @@ KESH_TABLES_AVX512 u32 strongMaskAvx512(const Columns& c, u32 base) {
     return mask;
 }
 
-u32 strongMask(const Columns& c, u32 base) {
+u32 strong_mask(const Columns& c, u32 base) {
     static const bool avx512 =
         __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512cd");
-    return avx512 ? strongMaskAvx512(c, base) : strongMaskPortable(c, base);
+    return avx512 ? strong_mask_avx512(c, base) : strong_mask_portable(c, base);
 }
 
 }  // namespace
@@ -102,9 +102,9 @@ LowBucket::LowBucket(u32 bucket) {
         const u32 n = ((bucket << 18) + low) * unhash;
         if (n % 2 == 1 && n > 65536) append(n);
     }
-    fillUp();
-    dropPrimes();
-    fillUp();
+    fill_up();
+    drop_primes();
+    fill_up();
 }
 
 void LowBucket::append(u32 n) {
@@ -117,7 +117,7 @@ void LowBucket::append(u32 n) {
     square_.push_back(static_cast<u32>(one * one % n));
 }
 
-void LowBucket::fillUp() {
+void LowBucket::fill_up() {
     while (modulus_.size() % lanes != 0) append(filler);
 }
 
@@ -125,11 +125,11 @@ void LowBucket::fillUp() {
  * Strong tests to the bases 2, 7 and 61 decide below 4,759,123,141 (G. Jaeschke, On strong pseudoprimes to several
  * bases, 1993). Numbers that pass base 2 are set aside and tested to the other two.
  */
-void LowBucket::dropPrimes() {
+void LowBucket::drop_primes() {
     LowBucket suspects;
     std::size_t kept = 0;
     for (std::size_t i = 0; i < modulus_.size(); i += lanes) {
-        const u32 mask = strongMask({&modulus_[i], &inverse_[i], &one_[i], &square_[i]}, 2);
+        const u32 mask = strong_mask({&modulus_[i], &inverse_[i], &one_[i], &square_[i]}, 2);
         for (std::size_t k = 0; k < lanes; ++k) {
             if ((mask >> k & 1) == 0) {
                 modulus_[kept] = modulus_[i + k];
@@ -143,19 +143,19 @@ void LowBucket::dropPrimes() {
         }
     }
     for (auto* column : {&modulus_, &inverse_, &one_, &square_}) column->resize(kept);
-    suspects.fillUp();
+    suspects.fill_up();
     for (std::size_t i = 0; i < suspects.modulus_.size(); i += lanes) {
         const Columns c{&suspects.modulus_[i], &suspects.inverse_[i], &suspects.one_[i], &suspects.square_[i]};
-        const u32 primes = strongMask(c, 7) & strongMask(c, 61);
+        const u32 primes = strong_mask(c, 7) & strong_mask(c, 61);
         for (std::size_t k = 0; k < lanes; ++k) {
             if ((primes >> k & 1) == 0) append(c.modulus[k]);
         }
     }
 }
 
-u32 LowBucket::firstPassing(u32 base) const {
+u32 LowBucket::first_passing(u32 base) const {
     for (std::size_t i = 0; i < modulus_.size(); i += lanes) {
-        u32 mask = strongMask({&modulus_[i], &inverse_[i], &one_[i], &square_[i]}, base);
+        u32 mask = strong_mask({&modulus_[i], &inverse_[i], &one_[i], &square_[i]}, base);
         for (; mask != 0; mask &= mask - 1) {
             const u32 n = modulus_[i + static_cast<std::size_t>(std::countr_zero(mask))];
             if (n != filler) return n;

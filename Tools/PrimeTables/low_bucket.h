@@ -16,13 +16,13 @@ class LowBucket {
     explicit LowBucket(u32 bucket);
 
     /** The first composite that is a strong probable prime to the base, in no order; 0 when none is. */
-    [[nodiscard]] u32 firstPassing(u32 base) const;
+    [[nodiscard]] u32 first_passing(u32 base) const;
 
   private:
     LowBucket() = default;
     void append(u32 n);
-    void fillUp();
-    void dropPrimes();
+    void fill_up();
+    void drop_primes();
 
     // Montgomery form with R = 2^32, column by column for the vectors; filled up to whole vectors.
     std::vector<u32> modulus_;

@@ -12,7 +12,7 @@ namespace prime_tables {
 
 static_assert(std::endian::native == std::endian::little, "the files are written as memory holds the numbers");
 
-void readNumbers(const std::filesystem::path& path, std::vector<u64>& numbers) {
+void read_numbers(const std::filesystem::path& path, std::vector<u64>& numbers) {
     std::ifstream in(path, std::ios::binary);
     const std::size_t count = std::filesystem::file_size(path) / sizeof(u64);
     const std::size_t old = numbers.size();
@@ -21,7 +21,7 @@ void readNumbers(const std::filesystem::path& path, std::vector<u64>& numbers) {
     if (!in) throw std::runtime_error("cannot read " + path.string());
 }
 
-void writeNumbers(const std::filesystem::path& path, const std::vector<u64>& numbers) {
+void write_numbers(const std::filesystem::path& path, const std::vector<u64>& numbers) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(reinterpret_cast<const char*>(numbers.data()),
               static_cast<std::streamsize>(numbers.size() * sizeof(u64)));

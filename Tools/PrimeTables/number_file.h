@@ -12,8 +12,8 @@
 namespace prime_tables {
 
 /** Appends the numbers of a file. Throws std::runtime_error when it cannot be read. */
-void readNumbers(const std::filesystem::path& path, std::vector<u64>& numbers);
+void read_numbers(const std::filesystem::path& path, std::vector<u64>& numbers);
 /** Replaces the file. Throws std::runtime_error when it cannot be written. */
-void writeNumbers(const std::filesystem::path& path, const std::vector<u64>& numbers);
+void write_numbers(const std::filesystem::path& path, const std::vector<u64>& numbers);
 
 }  // namespace prime_tables

@@ -17,11 +17,11 @@ struct Factors {
     u32 count = 0;
 };
 
-u32 orderFromFactors(u32 p, const Factors& factors) {
+u32 order_from_factors(u32 p, const Factors& factors) {
     const Modulus mod(p);
     u32 order = p - 1;
     const auto strip = [&](u32 r) {
-        while (order % r == 0 && mod.powerOfTwo(order / r) == mod.one()) order /= r;
+        while (order % r == 0 && mod.power_of_two(order / r) == mod.one()) order /= r;
     };
     strip(2);
     u32 rest = (p - 1) >> std::countr_zero(p - 1);
@@ -34,7 +34,7 @@ u32 orderFromFactors(u32 p, const Factors& factors) {
     return order;
 }
 
-const std::vector<u32>& sievingPrimes() {
+const std::vector<u32>& sieving_primes() {
     static const std::vector<u32> primes = [] {
         std::vector<u32> list;
         primesieve::generate_primes(3, 65536, &list);
@@ -44,7 +44,7 @@ const std::vector<u32>& sievingPrimes() {
 }
 
 /** Appends the orders for one window whose flags fit the second-level cache. */
-void appendWindow(u64 lo, u64 hi, std::vector<PrimeOrder>& result) {
+void append_window(u64 lo, u64 hi, std::vector<PrimeOrder>& result) {
     std::vector<u32> primes;
     primesieve::generate_primes(std::max<u64>(lo, 3), hi - 1, &primes);
     const u64 base = lo & ~u64{1};  // slot i is the even predecessor base + 2 i
@@ -52,7 +52,7 @@ void appendWindow(u64 lo, u64 hi, std::vector<PrimeOrder>& result) {
     std::vector<std::uint16_t> slot((hi - base) / 2 + 1, none);
     for (std::size_t i = 0; i < primes.size(); ++i) slot[(primes[i] - 1 - base) / 2] = static_cast<std::uint16_t>(i);
     std::vector<Factors> factors(primes.size());
-    for (const u32 r : sievingPrimes()) {
+    for (const u32 r : sieving_primes()) {
         const u64 step = 2 * u64{r};
         if (step >= hi) break;
         for (u64 i = (base + step - 1) / step * step - base; i < hi - base; i += step) {
@@ -61,15 +61,15 @@ void appendWindow(u64 lo, u64 hi, std::vector<PrimeOrder>& result) {
         }
     }
     for (std::size_t i = 0; i < primes.size(); ++i)
-        result.push_back({primes[i], orderFromFactors(primes[i], factors[i])});
+        result.push_back({primes[i], order_from_factors(primes[i], factors[i])});
 }
 
 }  // namespace
 
-std::vector<PrimeOrder> ordersOfTwo(u64 lo, u64 hi) {
+std::vector<PrimeOrder> orders_of_two(u64 lo, u64 hi) {
     constexpr u64 window = u64{1} << 18;  // fewer than 2^16 primes, so that a slot has 16 bits
     std::vector<PrimeOrder> result;
-    for (u64 a = lo; a < hi; a += window) appendWindow(a, std::min(a + window, hi), result);
+    for (u64 a = lo; a < hi; a += window) append_window(a, std::min(a + window, hi), result);
     return result;
 }
 

@@ -24,6 +24,6 @@ struct PrimeOrder {
  * Orders of all odd primes lo <= p < hi <= 2^32, ascending. The predecessors p - 1 are factored by a sieve of the
  * whole range, about 0.4 microseconds a prime near 2^32.
  */
-std::vector<PrimeOrder> ordersOfTwo(u64 lo, u64 hi);
+std::vector<PrimeOrder> orders_of_two(u64 lo, u64 hi);
 
 }  // namespace prime_tables

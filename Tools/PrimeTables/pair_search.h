@@ -31,11 +31,11 @@ constexpr u32 least_paired_prime = 4096;
  * Calls hit(q, m) for every prime q of column[from, to) and every m <= 2^64 / (p q), up to rounding of that bound,
  * with q m = 1 modulo ord_p and p m = 1 modulo ord_q; m odd. Preconditions: q >= least_paired_prime, q < p < 2^24.
  */
-void searchPairs(const PrimeOrder& p, const PrimeColumn& column, std::size_t from, std::size_t to, double largest,
-                 const std::function<void(u64 q, u64 m)>& hit);
+void search_pairs(const PrimeOrder& p, const PrimeColumn& column, std::size_t from, std::size_t to, double largest,
+                  const std::function<void(u64 q, u64 m)>& hit);
 
 /** The same, one pair at a time: the form for every processor, and the reference for the vectors. */
-void searchPairsPortable(const PrimeOrder& p, const PrimeColumn& column, std::size_t from, std::size_t to,
-                         double largest, const std::function<void(u64 q, u64 m)>& hit);
+void search_pairs_portable(const PrimeOrder& p, const PrimeColumn& column, std::size_t from, std::size_t to,
+                           double largest, const std::function<void(u64 q, u64 m)>& hit);
 
 }  // namespace prime_tables

@@ -21,32 +21,32 @@ ProgressionSearch::ProgressionSearch(u64 largest, u64 ratio, const BucketBlock& 
     : largest_(largest),
       ratio_(ratio),
       block_(block),
-      sieving_(ordersOfTwo(3, largest_sieving_prime)),
+      sieving_(orders_of_two(3, largest_sieving_prime)),
       struck_(segment_members / 64) {}
 
 void ProgressionSearch::search(const PrimeOrder& p, FermatFilter& filter) {
     u64 largest_cofactor = largest_ / p.prime;
     if (ratio_ != 0) largest_cofactor = std::min(largest_cofactor, ratio_ * p.prime);
-    const CofactorClasses classes = cofactorClasses(p);
+    const CofactorClasses classes = cofactor_classes(p);
     for (int i = 0; i < classes.count; ++i) {
         const u64 first = classes.start[i];
         if (first > largest_cofactor) continue;
         const Progression cofactors{first, classes.modulus, (largest_cofactor - first) / classes.modulus + 1};
         visited_ += cofactors.members;
         if (block_.count == bucket_count) {
-            searchAll(p, cofactors, filter);
+            search_all(p, cofactors, filter);
         } else {
-            searchBlock(p, cofactors, filter);
+            search_block(p, cofactors, filter);
         }
     }
 }
 
-void ProgressionSearch::searchBlock(const PrimeOrder& p, const Progression& cofactors, FermatFilter& filter) const {
+void ProgressionSearch::search_block(const PrimeOrder& p, const Progression& cofactors, FermatFilter& filter) const {
     BucketWalk walk(block_, p.prime * cofactors.first, p.prime * cofactors.step);
     for (auto t = walk.next(); t && *t < cofactors.members; t = walk.next()) {
         const u64 m = cofactors.first + *t * cofactors.step;
         const u64 n = p.prime * m;
-        if (m > 1 && !excludedBySmallPrimes(n, m, p.valuation())) filter.push(n, m);
+        if (m > 1 && !excluded_by_small_primes(n, m, p.valuation())) filter.push(n, m);
     }
 }
 
@@ -54,7 +54,7 @@ void ProgressionSearch::searchBlock(const PrimeOrder& p, const Progression& cofa
  * Members m = first + t * step. A small prime q divides m for t = t0 modulo q. Then n must be 1 modulo ord_q, which no
  * t does when the valuations differ, every t when ord_q divides step, and else one t in w = ord_q / gcd(ord_q, step).
  */
-void ProgressionSearch::searchAll(const PrimeOrder& p, const Progression& cofactors, FermatFilter& filter) {
+void ProgressionSearch::search_all(const PrimeOrder& p, const Progression& cofactors, FermatFilter& filter) {
     const auto [first, step, members] = cofactors;
     const auto push = [&](u64 t) {
         const u64 m = cofactors.first + t * cofactors.step;
@@ -69,7 +69,7 @@ void ProgressionSearch::searchAll(const PrimeOrder& p, const Progression& cofact
         if (q > bound) break;
         const u64 step_mod_q = step % q;
         if (step_mod_q == 0) continue;  // then q divides the order, and m = 1 modulo q
-        const u64 t0 = (q - first % q) * inverseModulo(step_mod_q, q) % q;
+        const u64 t0 = (q - first % q) * inverse_modulo(step_mod_q, q) % q;
         if (small.valuation() != p.valuation()) {
             strikes_.push_back({q, q, t0});
             continue;
@@ -82,7 +82,7 @@ void ProgressionSearch::searchAll(const PrimeOrder& p, const Progression& cofact
         const u64 p_mod = p.prime % order;
         const u64 at_t0 = p_mod * ((first + t0 * step) % order) % order;
         const u64 slope = p_mod * (q * (step % order) % order) % order;
-        const u64 u0 = (order + 1 - at_t0) % order / common * inverseModulo(slope / common, w) % w;
+        const u64 u0 = (order + 1 - at_t0) % order / common * inverse_modulo(slope / common, w) % w;
         if (q < 64) {
             for (u64 u = 0; u < w; ++u) {
                 if (u != u0) strikes_.push_back({q, static_cast<u32>(q * w), t0 + q * u});

@@ -38,8 +38,8 @@ class ProgressionSearch {
         u64 step;
         u64 members;
     };
-    void searchAll(const PrimeOrder& p, const Progression& cofactors, FermatFilter& filter);
-    void searchBlock(const PrimeOrder& p, const Progression& cofactors, FermatFilter& filter) const;
+    void search_all(const PrimeOrder& p, const Progression& cofactors, FermatFilter& filter);
+    void search_block(const PrimeOrder& p, const Progression& cofactors, FermatFilter& filter) const;
 
     u64 largest_;
     u64 ratio_;

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::array<u32, 17> trial_divisors = {3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37, 41, 43, 47, 53, 59, 61};
 
-bool hasTrialDivisor(u64 n) {
+bool has_trial_divisor(u64 n) {
     return std::any_of(trial_divisors.begin(), trial_divisors.end(), [n](u32 p) { return n % p == 0; });
 }
 
@@ -27,14 +27,14 @@ struct Scored {
 Scored score(u64 n) {
     const Modulus mod(n);
     int passed = 0;
-    for (const u32 base : trial_divisors) passed += isStrongProbablePrime(mod, base);
+    for (const u32 base : trial_divisors) passed += is_strong_probable_prime(mod, base);
     return {n, passed};
 }
 
 /** Most numbers fail both of the first bases and would come last anyway. */
-bool isEasy(u64 n) {
+bool is_easy(u64 n) {
     const Modulus mod(n);
-    return n >= third_base_from && !isStrongProbablePrime(mod, 3) && !isStrongProbablePrime(mod, 5);
+    return n >= third_base_from && !is_strong_probable_prime(mod, 3) && !is_strong_probable_prime(mod, 5);
 }
 
 /**
@@ -44,7 +44,7 @@ bool isEasy(u64 n) {
 std::vector<u64> pick(const std::vector<u64>& bucket, std::size_t count) {
     std::vector<Scored> scored;
     for (const u64 n : bucket) {
-        if (!isEasy(n)) scored.push_back(score(n));
+        if (!is_easy(n)) scored.push_back(score(n));
     }
     const auto harder = [](const Scored& a, const Scored& b) { return a.passed > b.passed; };
     std::stable_sort(scored.begin(), scored.end(), harder);
@@ -80,22 +80,22 @@ struct Selection {
 
 void run(const Selection& arguments) {
     std::vector<u64> numbers;
-    readNumbers(arguments.merged, numbers);
+    read_numbers(arguments.merged, numbers);
     std::vector<std::vector<u64>> buckets(bucket_count);
     for (const u64 n : numbers) {
-        if (!hasTrialDivisor(n)) buckets[bucketOf(n)].push_back(n);
+        if (!has_trial_divisor(n)) buckets[bucket_of(n)].push_back(n);
     }
     std::vector<u64> sample;
     for (const auto& bucket : buckets) {
         const std::vector<u64> picked = pick(bucket, arguments.count);
         sample.insert(sample.end(), picked.begin(), picked.end());
     }
-    writeText(arguments.output, encode(sample));
+    write_text(arguments.output, encode(sample));
 }
 
 }  // namespace
 
-void addSample(CLI::App& program) {
+void add_sample(CLI::App& program) {
     const auto arguments = std::make_shared<Selection>();
     CLI::App& command = *program.add_subcommand(
         "sample", "Picks, in every bucket, the pseudoprimes without a prime factor up to 61 that pass most bases.");

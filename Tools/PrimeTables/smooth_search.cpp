@@ -13,14 +13,14 @@ namespace prime_tables {
 namespace {
 
 /** A squared prime divides a pseudoprime to base 2 only when 2^(p-1) = 1 modulo p^2; below 2^32 these two do. */
-bool mayBeSquared(u32 p) {
+bool may_be_squared(u32 p) {
     return p == 1093 || p == 3511;
 }
 
 }  // namespace
 
 SmoothSearch::SmoothSearch(u64 largest, u64 bound) : largest_(largest), classes_(32) {
-    for (const PrimeOrder& p : ordersOfTwo(3, bound)) {
+    for (const PrimeOrder& p : orders_of_two(3, bound)) {
         ValuationClass& c = classes_[static_cast<std::size_t>(p.valuation())];
         c.primes.push_back(p);
         c.column.prime.push_back(p.prime);
@@ -28,22 +28,22 @@ SmoothSearch::SmoothSearch(u64 largest, u64 bound) : largest_(largest), classes_
     }
 }
 
-void SmoothSearch::pushCofactor(int valuation, u64 d, u64 m, FermatFilter& filter) const {
+void SmoothSearch::push_cofactor(int valuation, u64 d, u64 m, FermatFilter& filter) const {
     if ((m & 1) == 0) return;
     const u64 n = d * m;
-    if (excludedByJacobi(n, valuation) || excludedBySmallPrimes(n, m, valuation)) return;
+    if (excludedByJacobi(n, valuation) || excluded_by_small_primes(n, m, valuation)) return;
     filter.push(n, m);
 }
 
-void SmoothSearch::tryChild(const ValuationClass& primes, int valuation, u64 d, u64 order, std::size_t index,
-                            std::size_t open, FermatFilter& filter) const {
+void SmoothSearch::try_child(const ValuationClass& primes, int valuation, u64 d, u64 order, std::size_t index,
+                             std::size_t open, FermatFilter& filter) const {
     const PrimeOrder& q = primes.primes[index];
     // q cannot divide n - 1 as n. The primes of d are at least q and hence do not divide its order.
     if (order % q.prime == 0) return;
     const u64 child = d * q.prime;
     // Below 2^64: the caller descends only while order <= largest / d, and q <= d.
     const u64 child_order = order / std::gcd(order, u64{q.order}) * q.order;
-    descend(primes, valuation, child, child_order, inverseModulo(child, child_order), open, filter);
+    descend(primes, valuation, child, child_order, inverse_modulo(child, child_order), open, filter);
 }
 
 void SmoothSearch::descend(const ValuationClass& primes, int valuation, u64 d, u64 order, u64 residue, std::size_t open,
@@ -52,14 +52,14 @@ void SmoothSearch::descend(const ValuationClass& primes, int valuation, u64 d, u
     // Trying a cofactor costs about a tenth of setting up a child.
     if (bound / order <= 10 * open) {
         for (u64 m = residue; m <= bound; m += order) {
-            pushCofactor(valuation, d, m, filter);
+            push_cofactor(valuation, d, m, filter);
             if (bound - m < order) break;
         }
         return;
     }
-    if (residue == 1) pushCofactor(valuation, d, 1, filter);
+    if (residue == 1) push_cofactor(valuation, d, 1, filter);
     for (std::size_t i = 0; i < open && primes.primes[i].prime <= bound; ++i) {
-        tryChild(primes, valuation, d, order, i, i + (mayBeSquared(primes.primes[i].prime) ? 1 : 0), filter);
+        try_child(primes, valuation, d, order, i, i + (may_be_squared(primes.primes[i].prime) ? 1 : 0), filter);
     }
 }
 
@@ -79,12 +79,12 @@ void SmoothSearch::search(const PrimeOrder& p, FermatFilter& filter) const {
     const u64 first_paired = std::max<u64>(least_paired_prime, static_cast<u64>(balance));
     const std::size_t paired = std::min(open, below(first_paired));
     for (std::size_t i = 0; i < paired && c.primes[i].prime <= largest_ / p.prime; ++i) {
-        tryChild(c, valuation, p.prime, p.order, i, i + (mayBeSquared(c.primes[i].prime) ? 1 : 0), filter);
+        try_child(c, valuation, p.prime, p.order, i, i + (may_be_squared(c.primes[i].prime) ? 1 : 0), filter);
     }
-    if (mayBeSquared(p.prime)) tryChild(c, valuation, p.prime, p.order, open, open, filter);
-    searchPairs(p, c.column, paired, open, static_cast<double>(largest_), [&](u64 q, u64 m) {
+    if (may_be_squared(p.prime)) try_child(c, valuation, p.prime, p.order, open, open, filter);
+    search_pairs(p, c.column, paired, open, static_cast<double>(largest_), [&](u64 q, u64 m) {
         const u64 d = p.prime * q;
-        if (m <= largest_ / d) pushCofactor(valuation, d, m, filter);
+        if (m <= largest_ / d) push_cofactor(valuation, d, m, filter);
     });
 }
 

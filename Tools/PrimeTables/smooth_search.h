@@ -33,9 +33,9 @@ class SmoothSearch {
     /** d has a prime factor; residue = d^(-1) modulo order; the primes of index below `open` may still be chosen. */
     void descend(const ValuationClass& primes, int valuation, u64 d, u64 order, u64 residue, std::size_t open,
                  FermatFilter& filter) const;
-    void tryChild(const ValuationClass& primes, int valuation, u64 d, u64 order, std::size_t index, std::size_t open,
-                  FermatFilter& filter) const;
-    void pushCofactor(int valuation, u64 d, u64 m, FermatFilter& filter) const;
+    void try_child(const ValuationClass& primes, int valuation, u64 d, u64 order, std::size_t index, std::size_t open,
+                   FermatFilter& filter) const;
+    void push_cofactor(int valuation, u64 d, u64 m, FermatFilter& filter) const;
 
     u64 largest_;
     std::vector<ValuationClass> classes_;  // by the 2-adic valuation of the order

@@ -47,7 +47,7 @@ class Modulus {
         return static_cast<u64>((static_cast<u128>(a % n_) << 64) % n_);
     }
     /** Montgomery form of 2^exponent. */
-    [[nodiscard]] u64 powerOfTwo(u64 exponent) const {
+    [[nodiscard]] u64 power_of_two(u64 exponent) const {
         u64 x = one_;
         for (int bit = 64 - std::countl_zero(exponent); bit-- > 0;) {
             x = multiply(x, x);
@@ -74,7 +74,7 @@ class Modulus {
  * True when n = mod.modulus() passes the strong test whose power base^e, e the odd part of n - 1, is x in Montgomery
  * form.
  */
-inline bool passesFromOddPower(const Modulus& mod, u64 x) {
+inline bool passes_from_odd_power(const Modulus& mod, u64 x) {
     const u64 minus_one = mod.modulus() - mod.one();
     if (x == mod.one() || x == minus_one) return true;
     for (int i = std::countr_zero(mod.modulus() - 1) - 1; i > 0; --i) {
@@ -85,19 +85,19 @@ inline bool passesFromOddPower(const Modulus& mod, u64 x) {
 }
 
 /** Strong probable-prime test of mod.modulus() to a base that it does not divide. */
-inline bool isStrongProbablePrime(const Modulus& mod, u64 base) {
+inline bool is_strong_probable_prime(const Modulus& mod, u64 base) {
     const u64 n = mod.modulus();
     const u64 odd_part = (n - 1) >> std::countr_zero(n - 1);
-    const u64 x = base == 2 ? mod.powerOfTwo(odd_part) : mod.power(mod.enter(base), odd_part);
-    return passesFromOddPower(mod, x);
+    const u64 x = base == 2 ? mod.power_of_two(odd_part) : mod.power(mod.enter(base), odd_part);
+    return passes_from_odd_power(mod, x);
 }
 
-inline bool isStrongProbablePrime(u64 n, u64 base) {
-    return isStrongProbablePrime(Modulus(n), base);
+inline bool is_strong_probable_prime(u64 n, u64 base) {
+    return is_strong_probable_prime(Modulus(n), base);
 }
 
 /** a^(-1) modulo m, below m, for coprime a and m with m < 2^63; 0 when m is 1. */
-inline u64 inverseModulo(u64 a, u64 m) {
+inline u64 inverse_modulo(u64 a, u64 m) {
     u64 r0 = m;
     u64 r1 = a % m;
     i64 t0 = 0;
