@@ -18,6 +18,7 @@
 #include "kernels/repetitions.h"
 #include "support/skewed.h"
 #include "support/typed_tests.h"
+#include "support/widths.h"
 
 namespace kesh::kernel {
 namespace {
@@ -408,14 +409,7 @@ template <int... n>
 using Widths = std::tuple<std::integral_constant<int, n>...>;
 using WideWidths = Widths<3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16>;
 using SignedWidths = Widths<2, 3, 4, 5, 6, 7, 8, 9, 10>;
-
-struct WidthName {
-    template <class N>
-    static std::string name() {
-        return std::to_string(64 * N::value);
-    }
-};
-KESH_TYPED_SUITE(Products, WideWidths, WidthName);
+KESH_TYPED_SUITE(Products, WideWidths, test::LimbCountNames);
 
 KESH_TYPED_TEST(Products, OfFactorsAboveTheModulusArePortablyBelowTheRadix) {
     expect_products_below_radix<TypeParam::value, Portable>(1);
@@ -443,7 +437,7 @@ KESH_TYPED_TEST(Products, PowersBeginWithADivision) {
 
 template <class N>
 class SignedResidues : public testing::Test {};
-KESH_TYPED_SUITE(SignedResidues, SignedWidths, WidthName);
+KESH_TYPED_SUITE(SignedResidues, SignedWidths, test::LimbCountNames);
 
 /** Among the moduli are the largest ones that the form takes, with a highest limb of 2^64 - 3. */
 KESH_TYPED_TEST(SignedResidues, SquaresAgreeWithProductsOneAfterAnother) {

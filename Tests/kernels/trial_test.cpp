@@ -10,6 +10,7 @@
 #include "Shared/kernel/kernel.h"
 #include "support/skewed.h"
 #include "support/typed_tests.h"
+#include "support/widths.h"
 
 namespace kesh::kernel {
 namespace {
@@ -31,13 +32,7 @@ class Trial : public testing::Test {};
 template <std::size_t n>
 using Size = std::integral_constant<std::size_t, n>;
 using Sizes = std::tuple<Size<1>, Size<2>, Size<3>, Size<4>, Size<8>, Size<16>>;
-struct SizeName {
-    template <class N>
-    static std::string name() {
-        return std::to_string(N::value);
-    }
-};
-KESH_TYPED_SUITE(Trial, Sizes, SizeName);
+KESH_TYPED_SUITE(Trial, Sizes, test::LimbCountNames);
 
 KESH_TYPED_TEST(Trial, AgreesWithDividing) {
     constexpr std::size_t n = TypeParam::value;

@@ -1,6 +1,6 @@
 /**
  * @file   widths.h
- * @brief  The type lists of the typed tests.
+ * @brief  The type lists of the typed tests, and the names of their types: the width in bits.
  */
 #pragma once
 
@@ -15,6 +15,14 @@ struct WidthNames {
     template <class T>
     static std::string name() {
         return std::to_string(width_v<T>);
+    }
+};
+
+/** For types with the number of limbs as their value. */
+struct LimbCountNames {
+    template <class N>
+    static std::string name() {
+        return std::to_string(64 * N::value);
     }
 };
 
