@@ -86,9 +86,9 @@ std::size_t divide_in_registers(PlacedWord* words, std::size_t count) {
         words, count, [](const PlacedWord* word, std::size_t) { return word_has_small_factor(word->n) ? 0U : 1U; });
 }
 std::size_t divide_in_vectors(PlacedWord* words, std::size_t count) {
-    return keep_passing<kernel::lanes>(words, count, [](const PlacedWord* group, std::size_t used) {
+    return keep_passing<kernel::vector_words>(words, count, [](const PlacedWord* group, std::size_t used) {
         const unsigned odd = one_by_one(group, used, [](umint n) { return n % 2 == 1; });
-        const auto row = row_of<std::array<umint, kernel::lanes>>(group, used, itself);
+        const auto row = row_of<std::array<umint, kernel::vector_words>>(group, used, itself);
         return odd & ~kernel::divisors_in_lanes(row, word_divisors());
     });
 }
@@ -142,7 +142,7 @@ void test_words_in_vectors(PlacedWord* words, std::size_t count, std::uint8_t* v
 }
 
 void test_words(PlacedWord* words, std::size_t count, std::uint8_t* verdicts, bool divided) {
-    const bool vectors = kernel::has_lanes();
+    const bool vectors = kernel::has_word_vectors();
     if (!divided) count = (vectors ? divide_in_vectors : divide_in_registers)(words, count);
     (vectors ? test_words_in_vectors : test_words_in_registers)(words, count, verdicts);
 }

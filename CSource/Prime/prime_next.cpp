@@ -90,7 +90,7 @@ mint bit_length(const umint* n, mint len) {
 double test_cycles(double n) {
     if (n == 1) return 250;
     const double alone = 125 * n * n * n + 400 * n * n;
-    return kernel::has_lanes() ? alone / 4 : alone;
+    return level() == Level::ifma ? alone / 4 : kernel::has_lanes(level()) ? alone / 2 : alone;
 }
 
 /**
@@ -226,7 +226,7 @@ class Window {
  */
 mint group_size(const Limbs& n, mint primes) {
     const mint size = significant_limbs(n.data(), n.len());
-    const mint lanes = size == 1 ? static_cast<mint>(kernel::word_lanes) : WideBatch::side_by_side(size);
+    const mint lanes = size == 1 ? static_cast<mint>(kernel::word_lanes) : WideBatch::side_by_side(size, primes == 1);
     return std::min(block_size(n.len()), lanes * std::min(primes, largest_block));
 }
 

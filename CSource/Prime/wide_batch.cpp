@@ -10,23 +10,9 @@
 
 #include "Prime/prime_testing.h"
 #include "Shared/kernel/narrow_lanes.h"
-#include "Shared/kernel/pair_lanes.h"
 
 namespace kesh {
 namespace {
-
-/**
- * Up to this many numbers are tested one after another, because the lanes would take longer: they take as long for two
- * numbers as for eight. Measured with KESH_ArePrime on a processor with vector lanes, as a number of single tests: to
- * base 2, 1.6 to 1.9 up to 5 digits, 2.6 with 8, 2.9 with 10, 4.0 with 13, 4.5 with 15 and 5.4 with 20; Lucas's test,
- * 1.5 to 2.2 up to 5 digits, 5.2 with 8, 4.9 with 10, 5.7 with 13, 6.6 with 15 and 6.8 with 20.
- */
-constexpr std::size_t alone_to_base_2(int digits) noexcept {
-    return static_cast<std::size_t>(digits < 7 ? 1 : (digits + 1) / 4);
-}
-constexpr std::size_t alone_in_lucas(int digits) noexcept {
-    return static_cast<std::size_t>(digits < 7 ? 1 : 4 + (digits - 6) / 6);
-}
 
 /** Calls body(n) with the value at the narrowest width that holds it. */
 template <class Body>
@@ -69,43 +55,40 @@ bool fits_lucas_lane(mint q) {
 
 }  // namespace
 
-mint WideBatch::side_by_side(mint size) {
-    if (kernel::has_lanes()) return static_cast<mint>(kernel::lanes);
-    if (size == 2) return static_cast<mint>(kernel::narrow_lanes);
-    return kernel::has_pairs(static_cast<int>(size)) ? static_cast<mint>(kernel::pair_lanes) : 1;
+mint WideBatch::side_by_side(mint size, bool first_only) {
+    const Level level = kesh::level();
+    if (!kernel::has_lanes(level)) return size == 2 ? static_cast<mint>(kernel::narrow_lanes) : 1;
+    if (first_only) return static_cast<mint>(kernel::vector_lanes(level));
+    return static_cast<mint>(kernel::lanes_to_base_2(level, kernel::lane_size(level, 64 * static_cast<int>(size))));
 }
 
 void WideBatch::add(const umint* limbs, mint size, std::uint8_t* verdict, bool divided) {
     const kernel::LaneNumber number{limbs, static_cast<int>(size)};
     assert(2 <= size && size <= 16 && limbs[size - 1] != 0 && *verdict == 0);
     if (!divided && (limbs[0] % 2 == 0 || kernel::has_small_factor({limbs, static_cast<std::size_t>(size)}))) return;
-    if (vectors_ ? !kernel::fits_a_lane(limbs[0]) : side_by_side(size) == 1) {
+    if (vectors_ ? !kernel::fits_a_lane(limbs[0]) : size != 2) {
         *verdict = prime_alone(number) ? 1 : 0;
         return;
     }
     const int bits = 64 * (number.size - 1) + static_cast<int>(math_num_bits(limbs[size - 1]));
-    wait_for_base_2({number, verdict, 0}, vectors_ ? kernel::lane_digits(bits) : number.size);
+    wait_for_base_2({number, verdict, 0}, vectors_ ? kernel::lane_size(level_, bits) : number.size);
 }
 
-void WideBatch::wait_for_base_2(const Waiting& candidate, int digits) {
-    Queue& queue = base_2_[static_cast<std::size_t>(digits)];
+void WideBatch::wait_for_base_2(const Waiting& candidate, int size) {
+    Queue& queue = base_2_[static_cast<std::size_t>(size)];
     queue.waiting[queue.count++] = candidate;
-    if (queue.count == full(candidate)) test_base_2(queue, digits);
+    if (queue.count == most_to_base_2(size)) test_base_2(queue, size);
 }
 
-void WideBatch::wait_for_lucas(const Waiting& candidate, int digits) {
-    Queue& queue = lucas_[static_cast<std::size_t>(digits)];
+void WideBatch::wait_for_lucas(const Waiting& candidate, int size) {
+    Queue& queue = lucas_[static_cast<std::size_t>(size)];
     queue.waiting[queue.count++] = candidate;
-    if (queue.count == full(candidate)) test_lucas(queue, digits);
+    if (queue.count == most_in_lucas(size)) test_lucas(queue, size);
 }
 
-std::size_t WideBatch::full(const Waiting& candidate) {
-    return static_cast<std::size_t>(side_by_side(candidate.number.size));
-}
-
-void WideBatch::test_base_2(Queue& queue, int digits) {
+void WideBatch::test_base_2(Queue& queue, int size) {
     const std::size_t count = queue.count;
-    if (count <= (vectors_ ? alone_to_base_2(digits) : 1)) {
+    if (count <= alone_to_base_2(size)) {
         queue.count = 0;
         for (std::size_t c = 0; c < count; ++c) {
             std::uint8_t& verdict = *queue.waiting[c].verdict;
@@ -114,7 +97,7 @@ void WideBatch::test_base_2(Queue& queue, int digits) {
         }
         return;
     }
-    const unsigned passed = passing_base_2(queue, digits);
+    const unsigned passed = passing_base_2(queue, size);
     queue.count = 0;
     for (std::size_t c = 0; c < count; ++c) {
         if ((passed >> c & 1) == 0) continue;
@@ -122,7 +105,7 @@ void WideBatch::test_base_2(Queue& queue, int digits) {
         candidate.q = lucas_q(candidate.number);
         if (candidate.q == 0) continue;
         if (!first_only_ && fits_lucas_lane(candidate.q)) {
-            wait_for_lucas(candidate, digits);
+            wait_for_lucas(candidate, size);
         } else {
             *candidate.verdict = passes_lucas_alone(candidate.number, candidate.q) ? 1 : 0;
             if (first_only_ && *candidate.verdict != 0) return;
@@ -130,15 +113,15 @@ void WideBatch::test_base_2(Queue& queue, int digits) {
     }
 }
 
-void WideBatch::test_lucas(Queue& queue, int digits) {
+void WideBatch::test_lucas(Queue& queue, int size) {
     const std::size_t count = queue.count;
-    if (count <= (vectors_ ? alone_in_lucas(digits) : 1)) {
+    if (count <= alone_in_lucas(size)) {
         for (std::size_t c = 0; c < count; ++c)
             *queue.waiting[c].verdict = passes_lucas_alone(queue.waiting[c].number, queue.waiting[c].q) ? 1 : 0;
         queue.count = 0;
         return;
     }
-    const unsigned passed = passing_lucas(queue, digits);
+    const unsigned passed = passing_lucas(queue, size);
     for (std::size_t c = 0; c < count; ++c) *queue.waiting[c].verdict = static_cast<std::uint8_t>(passed >> c & 1);
     queue.count = 0;
 }
@@ -155,62 +138,84 @@ Group group_of(const Queue& queue, F f) {
 
 }  // namespace
 
-unsigned WideBatch::passing_base_2(const Queue& queue, int digits) const {
+unsigned WideBatch::passing_base_2(const Queue& queue, int size) const {
     if (vectors_) {
         const auto numbers = group_of<kernel::LaneGroup>(queue, [](const Waiting& w) { return w.number; });
-        return kernel::strong_base2_in_lanes(numbers, digits);
+        return kernel::strong_base2_in_lanes(level_, numbers, size, queue.count);
     }
-    const auto limbs_of = [](const Waiting& w) { return w.number.limbs; };
-    if (digits > 2) return kernel::strong_base2_of_pair(group_of<kernel::NumberPair>(queue, limbs_of), digits);
-    return kernel::strong_base2_narrow(group_of<kernel::NarrowGroup>(queue, limbs_of));
+    return kernel::strong_base2_narrow(
+        group_of<kernel::NarrowGroup>(queue, [](const Waiting& w) { return w.number.limbs; }));
 }
 
-unsigned WideBatch::passing_lucas(const Queue& queue, int digits) const {
+unsigned WideBatch::passing_lucas(const Queue& queue, int size) const {
     const auto q_of = [](const Waiting& w) { return w.q; };
     if (vectors_) {
         const auto numbers = group_of<kernel::LaneGroup>(queue, [](const Waiting& w) { return w.number; });
-        return kernel::lucas_u_vanishes_in_lanes(numbers, group_of<std::array<mint, kernel::lanes>>(queue, q_of),
-                                                 digits);
+        const auto q = group_of<kernel::LaneParameters>(queue, q_of);
+        return kernel::lucas_u_vanishes_in_lanes(level_, numbers, q, size, queue.count);
     }
-    const auto limbs_of = [](const Waiting& w) { return w.number.limbs; };
-    if (digits > 2)
-        return kernel::lucas_u_vanishes_of_pair(group_of<kernel::NumberPair>(queue, limbs_of),
-                                                group_of<std::array<mint, kernel::pair_lanes>>(queue, q_of), digits);
-    return kernel::lucas_u_vanishes_narrow(group_of<kernel::NarrowGroup>(queue, limbs_of),
-                                           group_of<std::array<mint, kernel::narrow_lanes>>(queue, q_of));
+    return kernel::lucas_u_vanishes_narrow(
+        group_of<kernel::NarrowGroup>(queue, [](const Waiting& w) { return w.number.limbs; }),
+        group_of<std::array<mint, kernel::narrow_lanes>>(queue, q_of));
 }
 
-void WideBatch::fill(Queues& queues, int digits, std::size_t alone) const {
-    if (!vectors_) return;  // a longer product for a shorter number would take longer than the number alone
-    const auto size = static_cast<std::size_t>(digits);
-    // What the numbers would take alone, if the time grows with the square of the number of digits.
-    std::size_t time = 0, lanes = kernel::lanes;
-    for (std::size_t smaller = size + 1; smaller-- > 0;) {
-        const std::size_t count = std::min(lanes, queues[smaller].count);
+// Measured as a number of single tests that take as long as the lanes: with AVX2, where four lanes are the least, to
+// base 2 1.9 and 2.0 at 3 and 4 limbs, and 2.3 to 2.7 at other sizes; Lucas's test 1.6 to 1.9 up to 4 limbs, and 2.4
+// to 2.9 above. With AVX-512 IFMA, in KESH_ArePrime, to base 2 1.6 to 1.9 up to 5 digits, 2.6 with 8, 2.9 with 10, 4.0
+// with 13, 4.5 with 15 and 5.4 with 20; Lucas's test 1.5 to 2.2 up to 5 digits, 5.2 with 8, 4.9 with 10, 5.7 with
+// 13, 6.6 with 15 and 6.8 with 20.
+
+std::size_t WideBatch::most_to_base_2(int size) const {
+    return vectors_ ? kernel::lanes_to_base_2(level_, size) : kernel::narrow_lanes;
+}
+
+std::size_t WideBatch::most_in_lucas(int size) const {
+    return vectors_ ? kernel::lanes_in_lucas(level_, size) : kernel::narrow_lanes;
+}
+
+std::size_t WideBatch::alone_to_base_2(int size) const {
+    if (!vectors_) return 1;
+    if (level_ == Level::adx) return size == 3 || size == 4 ? 1 : 2;
+    return static_cast<std::size_t>(size < 7 ? 1 : (size + 1) / 4);
+}
+
+std::size_t WideBatch::alone_in_lucas(int size) const {
+    if (!vectors_) return 1;
+    if (level_ == Level::adx) return size <= 4 ? 1 : 2;
+    return static_cast<std::size_t>(size < 7 ? 1 : 4 + (size - 6) / 6);
+}
+
+void WideBatch::fill(Queues& queues, int size, std::size_t most, std::size_t alone) const {
+    if (!vectors_) return;
+    // What the numbers would take alone, if the time grows with the square of their size.
+    const auto largest = static_cast<std::size_t>(size);
+    std::size_t time = 0, free = most;
+    for (std::size_t smaller = largest + 1; smaller-- > 0;) {
+        const std::size_t count = std::min(free, queues[smaller].count);
         time += count * smaller * smaller;
-        lanes -= count;
+        free -= count;
     }
-    if (time <= alone * size * size) return;
-    Queue& queue = queues[size];
-    for (std::size_t smaller = size; smaller-- > 0;) {
+    if (time <= alone * largest * largest) return;
+    Queue& queue = queues[largest];
+    for (std::size_t smaller = largest; smaller-- > 0;) {
         Queue& from = queues[smaller];
         assert(!first_only_ || from.count == 0);  // their order would be lost
-        while (from.count > 0 && queue.count < kernel::lanes) queue.waiting[queue.count++] = from.waiting[--from.count];
+        while (from.count > 0 && queue.count < most) queue.waiting[queue.count++] = from.waiting[--from.count];
     }
 }
 
 void WideBatch::finish() {
-    for (int digits = kernel::most_lane_digits; digits >= kernel::least_lane_digits; --digits) {
-        Queue& queue = base_2_[static_cast<std::size_t>(digits)];
+    for (int size = kernel::most_lane_size; size >= kernel::least_lane_size; --size) {
+        Queue& queue = base_2_[static_cast<std::size_t>(size)];
         if (queue.count == 0) continue;
-        fill(base_2_, digits, alone_to_base_2(digits));
-        test_base_2(queue, digits);
+        fill(base_2_, size, most_to_base_2(size), alone_to_base_2(size));
+        test_base_2(queue, size);
     }
-    for (int digits = kernel::most_lane_digits; digits >= kernel::least_lane_digits; --digits) {
-        Queue& queue = lucas_[static_cast<std::size_t>(digits)];
+    for (int size = kernel::most_lane_size; size >= kernel::least_lane_size; --size) {
+        Queue& queue = lucas_[static_cast<std::size_t>(size)];
         if (queue.count == 0) continue;
-        fill(lucas_, digits, alone_in_lucas(digits));
-        test_lucas(queue, digits);
+        fill(lucas_, size, most_in_lucas(size), alone_in_lucas(size));
+        test_lucas(queue, size);
     }
 }
 

@@ -38,9 +38,9 @@ TEST(Level, IsThatOfTheProcessor) {
     const std::set<std::string> flags = processor_flags();
     if (flags.empty()) GTEST_SKIP() << "the system does not list the processor's flags";
     const auto has = [&](auto... names) { return (flags.contains(names) && ...); };
-    const Level expected = !has("bmi2", "adx")                         ? Level::portable
-                           : !has("avx512f", "avx512dq", "avx512ifma") ? Level::adx
-                                                                       : Level::ifma;
+    const Level expected = !has("bmi2", "adx", "avx2")                             ? Level::portable
+                           : !has("avx512f", "avx512dq", "avx512vl", "avx512ifma") ? Level::adx
+                                                                                   : Level::ifma;
     EXPECT_EQ(supported_level(), expected) << name(supported_level());
     EXPECT_EQ(detail::detect_level(), expected);
 }

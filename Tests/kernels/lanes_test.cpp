@@ -1,7 +1,7 @@
 /**
  * @file   lanes_test.cpp
- * @brief  The tests of eight numbers side by side against the tests of each alone, at every number of digits, on
- *         skewed numbers of different lengths.
+ * @brief  The tests of numbers side by side against the tests of each alone, at every size and level, on skewed numbers
+ *         of different lengths.
  */
 
 #include "Shared/kernel/lanes.h"
@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "Shared/kernel/narrow_lanes.h"
-#include "Shared/kernel/pair_lanes.h"
 #include "Shared/kernel/strong_word.h"
 #include "Shared/kernel/word_vectors.h"
 #include "kernels/repetitions.h"
@@ -44,19 +43,35 @@ bool alone(const Number& n, Test test) {
     return test(Modulus<16>(n.data()));
 }
 
-class Lanes : public testing::TestWithParam<int> {
+/** A level and a size of numbers in its lanes. */
+struct LaneSize {
+    Level level;
+    int size;
+};
+
+class Lanes : public testing::TestWithParam<LaneSize> {
   protected:
     void SetUp() override {
-        if (!force(Level::ifma)) GTEST_SKIP() << "this processor has no " << name(Level::ifma);
-        ASSERT_TRUE(has_lanes());
+        if (!force(GetParam().level)) GTEST_SKIP() << "this processor has no " << name(GetParam().level);
+        ASSERT_TRUE(has_lanes(GetParam().level));
     }
     void TearDown() override {
         force(supported_level());
     }
 
+    static int size() {
+        return GetParam().size;
+    }
     /** The largest number of bits that the lanes hold. */
     static unsigned most_bits() {
-        return std::min(1024U, 52 * static_cast<unsigned>(GetParam()) - 4);
+        const auto digits = static_cast<unsigned>(size());
+        return std::min(1024U, GetParam().level == Level::ifma ? 52 * digits - 4 : 64 * digits);
+    }
+    static std::size_t most_to_base_2() {
+        return lanes_to_base_2(GetParam().level, size());
+    }
+    static std::size_t most_in_lucas() {
+        return lanes_in_lucas(GetParam().level, size());
     }
 
     /** An odd number above 2^64 that fits: mostly of the largest size, skewed. */
@@ -81,27 +96,28 @@ class Lanes : public testing::TestWithParam<int> {
         return group;
     }
 
-    /** Returns the verdicts of the lanes, after comparing them. */
-    static unsigned check_strong_test(const std::array<Number, lanes>& numbers) {
-        const unsigned passed = strong_base2_in_lanes(group_of(numbers), GetParam());
-        for (std::size_t c = 0; c < lanes; ++c)
+    /** Returns the verdicts of the lanes, after comparing them: those of all lanes, or of the first `count`. */
+    static unsigned check_strong_test(const std::array<Number, lanes>& numbers, std::size_t count = most_to_base_2()) {
+        const unsigned passed = strong_base2_in_lanes(GetParam().level, group_of(numbers), size(), count);
+        for (std::size_t c = 0; c < count; ++c)
             EXPECT_EQ(passed >> c & 1, alone(numbers[c], [](const auto& m) { return strong_base2(m); }) ? 1U : 0U)
                 << to_mpz(numbers[c]) << " in lane " << c;
         return passed;
     }
 
-    static unsigned check_lucas(const std::array<Number, lanes>& numbers, const std::array<mint, lanes>& q) {
-        const unsigned passed = lucas_u_vanishes_in_lanes(group_of(numbers), q, GetParam());
-        for (std::size_t c = 0; c < lanes; ++c)
+    static unsigned check_lucas(const std::array<Number, lanes>& numbers, const LaneParameters& q,
+                                std::size_t count = most_in_lucas()) {
+        const unsigned passed = lucas_u_vanishes_in_lanes(GetParam().level, group_of(numbers), q, size(), count);
+        for (std::size_t c = 0; c < count; ++c)
             EXPECT_EQ(passed >> c & 1,
                       alone(numbers[c], [&](const auto& m) { return lucas_u_vanishes(m, q[c]); }) ? 1U : 0U)
                 << to_mpz(numbers[c]) << " with Q = " << q[c] << " in lane " << c;
         return passed;
     }
 
-    const int group_repetitions = std::max(repetitions(1500 / GetParam() / GetParam()), 3) + 1;
+    const int group_repetitions = std::max(repetitions(1500 / size() / size()), 3) + 1;
 
-    Skewed random{20261122 + static_cast<std::uint64_t>(GetParam())};
+    Skewed random{20261122 + static_cast<std::uint64_t>(size())};
 };
 
 TEST_P(Lanes, StrongBase2AgreesWithTheTestAlone) {
@@ -109,7 +125,7 @@ TEST_P(Lanes, StrongBase2AgreesWithTheTestAlone) {
     for (int i = 0; i < group_repetitions; ++i) {
         std::array<Number, lanes> numbers;
         for (Number& n : numbers) n = number();
-        passed |= check_strong_test(numbers);
+        passed |= check_strong_test(numbers, 1 + static_cast<std::size_t>(i) % most_to_base_2());
     }
     EXPECT_NE(passed, 0);
 }
@@ -118,7 +134,7 @@ TEST_P(Lanes, LucasConditionAgreesWithTheTestAlone) {
     unsigned passed = 0;
     for (int i = 0; i < group_repetitions; ++i) {
         std::array<Number, lanes> numbers;
-        std::array<mint, lanes> q;
+        LaneParameters q;
         for (std::size_t c = 0; c < lanes; ++c) {
             numbers[c] = number();
             do {
@@ -126,7 +142,7 @@ TEST_P(Lanes, LucasConditionAgreesWithTheTestAlone) {
                 if (random.below(4) == 0) q[c] *= static_cast<mint>(random.below(1 << 20));
             } while (q[c] == 0 || gcd(to_mpz(numbers[c]), mpz_class(q[c])) != 1);
         }
-        passed |= check_lucas(numbers, q);
+        passed |= check_lucas(numbers, q, most_in_lucas() - static_cast<std::size_t>(i) % most_in_lucas());
     }
     EXPECT_NE(passed, 0);
 }
@@ -141,25 +157,31 @@ TEST_P(Lanes, PowersOfTwoNearby) {
     for (unsigned p : {67U, 71U, 89U, 97U, 101U, 107U, 127U, 251U, 257U, 509U, 521U, 607U, 1021U})
         if (p <= bits) all.push_back(from_mpz<16>((mpz_class(1) << p) - 1));
     // Fewer of the long ones: the model of the instructions takes a second for a group of them.
-    for (unsigned s = 1; s < 52; s += GetParam() < 6 ? 1 : 10)
+    for (unsigned s = 1; s < 52; s += size() < 6 ? 1 : 10)
         for (unsigned factor : {3U, 5U})
             for (unsigned top : {65U, bits - 4})
                 if (top > 64 && top > s)
                     all.push_back(from_mpz<16>((mpz_class(factor) << s) + (mpz_class(1) << top) + 1));
     while (all.size() % lanes != 0) all.push_back(all.front());
-    for (std::size_t i = 0; i < all.size(); i += lanes) {
+    for (std::size_t i = 0; i < all.size(); i += most_in_lucas()) {
         std::array<Number, lanes> numbers;
-        std::copy_n(all.begin() + static_cast<std::ptrdiff_t>(i), lanes, numbers.begin());
+        for (std::size_t c = 0; c < lanes; ++c) numbers[c] = all[(i + c) % all.size()];
         check_strong_test(numbers);
-        check_lucas(numbers, {1, -1, 2, -2, -1, -1, 4, -1});
+        check_lucas(numbers, {1, -1, 2, -2, -1, -1, 4, -1, 1, -1, 2, -2, -1, -1, 4, -1});
     }
 }
 
-std::vector<int> every_number_of_digits() {
-    std::vector<int> all;
-    for (int bits = 65; bits <= 1024; ++bits)
-        if (all.empty() || all.back() != lane_digits(bits)) all.push_back(lane_digits(bits));
+std::vector<LaneSize> every_size() {
+    std::vector<LaneSize> all;
+    for (const Level level : {Level::adx, Level::ifma})
+        for (int bits = 65; bits <= 1024; ++bits)
+            if (all.empty() || all.back().size != lane_size(level, bits))
+                all.push_back({level, lane_size(level, bits)});
     return all;
+}
+
+std::string name_of(const testing::TestParamInfo<LaneSize>& info) {
+    return std::string(name(info.param.level)) + "_" + std::to_string(info.param.size);
 }
 
 /** Four numbers of two limbs in general registers, on every processor. */
@@ -187,51 +209,6 @@ TEST(NarrowLanes, AgreeWithTheTestsAlone) {
                 << to_mpz(numbers[c]) << " with Q = " << q[c] << " in lane " << c;
         }
     }
-}
-
-/** Two numbers of n limbs in turns; some are shorter than their limbs, so that one exponent begins later. */
-template <int n>
-void check_pairs() {
-    Skewed random{static_cast<std::uint64_t>(n)};
-    unsigned passed = 0;
-    for (int i = 0; i < 1500 / n; ++i) {
-        std::array<Limbs<n>, pair_lanes> numbers;
-        std::array<mint, pair_lanes> q;
-        for (std::size_t c = 0; c < pair_lanes; ++c) {
-            do {
-                mpz_class m = to_mpz(random.modulus<n>());
-                if (random.below(4) == 0) m >>= static_cast<unsigned>(random.below(64 * n));
-                if (random.below(3) == 0) mpz_nextprime(m.get_mpz_t(), m.get_mpz_t());
-                mpz_setbit(m.get_mpz_t(), 0);
-                if (mpz_sizeinbase(m.get_mpz_t(), 2) > 64 * n) m = 1;
-                numbers[c] = from_mpz<n>(m);
-                q[c] = static_cast<mint>(random.below(40)) - 20;
-            } while (to_mpz(numbers[c]) <= 3 || q[c] == 0);
-        }
-        const NumberPair pair = {numbers[0].data(), numbers[1].data()};
-        const unsigned strong = strong_base2_of_pair(pair, n), lucas = lucas_u_vanishes_of_pair(pair, q, n);
-        passed |= strong & lucas;
-        for (std::size_t c = 0; c < pair_lanes; ++c) {
-            const Modulus<n> modulus(numbers[c].data());
-            ASSERT_EQ(strong >> c & 1, strong_base2(modulus) ? 1U : 0U) << to_mpz(numbers[c]) << " in lane " << c;
-            ASSERT_EQ(lucas >> c & 1, lucas_u_vanishes(modulus, q[c]) ? 1U : 0U)
-                << to_mpz(numbers[c]) << " with Q = " << q[c] << " in lane " << c;
-        }
-    }
-    EXPECT_EQ(passed, 3U) << "a number that passes in either place";
-}
-
-TEST(PairLanes, AgreeWithTheTestsAlone) {
-    if (!force(Level::adx)) GTEST_SKIP() << "this processor has no " << name(Level::adx);
-    EXPECT_FALSE(has_pairs(2));
-    EXPECT_FALSE(has_pairs(9));
-    check_pairs<3>();
-    check_pairs<4>();
-    check_pairs<5>();
-    check_pairs<6>();
-    check_pairs<7>();
-    check_pairs<8>();
-    force(supported_level());
 }
 
 /** 64-bit numbers. */
@@ -296,17 +273,17 @@ TEST_F(WordVectorLanes, DivisorsAreFound) {
     std::vector<ExactDivisor> primes;
     for (const umint p : {3U, 5U, 139U}) primes.emplace_back(p);
     for (int i = 0; i < 2000; ++i) {
-        std::array<umint, lanes> numbers;
+        std::array<umint, vector_words> numbers;
         for (umint& n : numbers) n = number();
         const unsigned divided = divisors_in_lanes(numbers, primes);
-        for (std::size_t c = 0; c < lanes; ++c) {
+        for (std::size_t c = 0; c < vector_words; ++c) {
             const umint n = numbers[c];
             ASSERT_EQ(divided >> c & 1, n % 3 == 0 || n % 5 == 0 || n % 139 == 0 ? 1U : 0U) << n;
         }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Digits, Lanes, testing::ValuesIn(every_number_of_digits()), testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Sizes, Lanes, testing::ValuesIn(every_size()), name_of);
 
 }  // namespace
 }  // namespace kesh::kernel

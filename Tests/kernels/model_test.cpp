@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "Shared/intx/level.h"
+#include "Shared/kernel/avx2.h"
 #include "Shared/kernel/avx512.h"
 #include "kernels/repetitions.h"
 
@@ -62,6 +63,19 @@ TEST(Model, NarrowRegistersAreCheckedToo) {
     EXPECT_EQ(_mm512_zextsi256_si512(ones).lane[4], 0U);
     EXPECT_EQ(_mm256_alignr_epi64(narrow_one, ones, 3).lane[0], ~umint{0});
     EXPECT_EQ(_mm256_alignr_epi64(narrow_one, ones, 3).lane[1], 1U);
+}
+
+TEST(Model, FourLanesAreCheckedToo) {
+    namespace four = avx2_form;
+    const auto one_bit = four::all_lanes(1), wide = four::all_lanes(umint{1} << 32), ones = four::all_lanes(~umint{0});
+    EXPECT_DEATH(four::product(wide, one_bit), "a factor has more than 32 bits");
+    EXPECT_DEATH(four::product_with(one_bit, &wide), "a factor has more than 32 bits");
+    EXPECT_EQ(four::product(four::low_32_bits(ones), one_bit).lane[3], 0xFFFF'FFFF);
+    EXPECT_DEATH(four::sum(ones, one_bit), "a sum overflows");
+    EXPECT_DEATH(four::difference(one_bit, ones), "a difference borrows");
+    EXPECT_DEATH(four::power_of_2(ones), "a power of 2 does not fit");
+    alignas(32) const umint memory[5] = {};
+    EXPECT_DEATH(four::load(memory + 1), "load wants aligned memory");
 }
 
 }  // namespace

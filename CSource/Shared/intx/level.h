@@ -14,7 +14,7 @@ namespace kesh {
 /** Instruction sets with their own forms. A level contains the ones before it. */
 enum class Level {
     portable,  ///< any x86-64 processor
-    adx,       ///< BMI2 and ADX: mulx, adcx, adox
+    adx,       ///< BMI2, ADX and AVX2: mulx, adcx, adox; four 32-bit multiplications per instruction
     ifma,      ///< AVX-512 IFMA: eight 52-bit multiply-adds per instruction
 };
 
@@ -22,9 +22,9 @@ namespace detail {
 
 /**
  * The instruction sets of this processor that the operating system supports too. mulx, adcx and adox use general
- * registers and the flags only. For the vectors the operating system has to save the 512-bit registers (bits 1, 2, 5, 6
- * and 7 of XCR0). The assembly is volatile, so that it stays in the initialisation of a constant: under a hypervisor
- * one such instruction takes thousands of cycles.
+ * registers and the flags only; a processor that has them has AVX2. For vectors the operating system has to save their
+ * registers (bits 1 and 2 of XCR0; for 512 bits 5, 6 and 7, too). The assembly is volatile, so that it stays in the
+ * initialisation of a constant: under a hypervisor one such instruction takes thousands of cycles.
  */
 inline Level detect_level() noexcept {
 #if defined(__x86_64__)
@@ -39,14 +39,15 @@ inline Level detect_level() noexcept {
     cpuid(1, b, c);
     const bool has_xgetbv = (c & 1U << 27) != 0;
     cpuid(7, b, c);
-    constexpr unsigned bmi2_adx = 1U << 8 | 1U << 19;
+    constexpr unsigned avx2_bmi2_adx = 1U << 5 | 1U << 8 | 1U << 19;
     constexpr unsigned avx512_f_dq_ifma_vl = 1U << 16 | 1U << 17 | 1U << 21 | 1U << 31;
-    if ((b & bmi2_adx) != bmi2_adx) return Level::portable;
-    if ((b & avx512_f_dq_ifma_vl) != avx512_f_dq_ifma_vl || !has_xgetbv) return Level::adx;
+    if ((b & avx2_bmi2_adx) != avx2_bmi2_adx || !has_xgetbv) return Level::portable;
     unsigned saved = 0, high = 0;
     __asm__ volatile("xgetbv" : "=a"(saved), "=d"(high) : "c"(0));
-    constexpr unsigned vector_state = 0xE6;
-    return (saved & vector_state) == vector_state ? Level::ifma : Level::adx;
+    constexpr unsigned avx_state = 0x06, avx512_state = 0xE6;
+    if ((saved & avx_state) != avx_state) return Level::portable;
+    const bool ifma = (b & avx512_f_dq_ifma_vl) == avx512_f_dq_ifma_vl && (saved & avx512_state) == avx512_state;
+    return ifma ? Level::ifma : Level::adx;
 #else
     return Level::portable;
 #endif

@@ -19,6 +19,8 @@ namespace kesh::kernel {
 
 namespace {
 
+using namespace ifma_form;
+
 using Pair = Numbers<2>;
 
 /** a f for a factor of at most 17 bits, below 2^88: no reduction. */
@@ -35,15 +37,15 @@ KESH_IFMA_INLINE Pair digits_of(__m512i n) noexcept {
 /** `vectors` times eight numbers, with the constants of their tests. */
 template <int vectors>
 class Words {
-    static_assert(vectors * lanes <= word_vector_lanes);
+    static_assert(vectors * vector_words <= word_vector_lanes);
 
   public:
     KESH_IFMA explicit Words(const umint* numbers) noexcept {
         for (int v = 0; v < vectors; ++v) {
-            alignas(64) umint n[lanes], zeros[lanes];
+            alignas(64) umint n[vector_words], zeros[vector_words];
             DigitTable<2> unit;
-            for (std::size_t c = 0; c < lanes; ++c) {
-                n[c] = numbers[static_cast<std::size_t>(v) * lanes + c];
+            for (std::size_t c = 0; c < vector_words; ++c) {
+                n[c] = numbers[static_cast<std::size_t>(v) * vector_words + c];
                 assert((n[c] & 1) == 1 && n[c] >> 32 != 0);
                 zeros[c] = static_cast<umint>(math_count_trailing_zeros(n[c] - 1));
                 most_zeros_ = std::max(most_zeros_, static_cast<int>(zeros[c]));
@@ -82,9 +84,9 @@ class Words {
         __m512i base[2][vectors];
         Pair x[2][vectors];
         for (int v = 0; v < vectors; ++v) {
-            alignas(64) umint memory[2][lanes];
-            std::copy_n(first + static_cast<std::size_t>(v) * lanes, lanes, memory[0]);
-            std::copy_n(second + static_cast<std::size_t>(v) * lanes, lanes, memory[1]);
+            alignas(64) umint memory[2][vector_words];
+            std::copy_n(first + static_cast<std::size_t>(v) * vector_words, vector_words, memory[0]);
+            std::copy_n(second + static_cast<std::size_t>(v) * vector_words, vector_words, memory[1]);
             for (int b = 0; b < 2; ++b) {
                 base[b][v] = _mm512_load_si512(memory[b]);
                 x[b][v] = unit_[v];
@@ -164,9 +166,9 @@ WordVector filled(const WordVector& numbers, std::size_t count) noexcept {
 
 }  // namespace
 
-KESH_IFMA unsigned divisors_in_lanes(const std::array<umint, lanes>& numbers,
+KESH_IFMA unsigned divisors_in_lanes(const std::array<umint, vector_words>& numbers,
                                      std::span<const ExactDivisor> primes) noexcept {
-    alignas(64) umint memory[lanes];
+    alignas(64) umint memory[vector_words];
     std::copy(numbers.begin(), numbers.end(), memory);
     const __m512i n = _mm512_load_si512(memory);
     unsigned none = 0xFF;
@@ -177,7 +179,7 @@ KESH_IFMA unsigned divisors_in_lanes(const std::array<umint, lanes>& numbers,
 
 unsigned strong_base2_in_lanes(const WordVector& numbers, std::size_t count) noexcept {
     const WordVector all = filled(numbers, count);
-    if (count <= lanes) return Words<1>(all.data()).strong_base2();
+    if (count <= vector_words) return Words<1>(all.data()).strong_base2();
     return Words<2>(all.data()).strong_base2();
 }
 
@@ -185,7 +187,7 @@ unsigned strong_tests_in_lanes(const WordVector& numbers, const WordVector& firs
                                std::size_t count) noexcept {
     const WordVector all = filled(numbers, count), first = filled(first_bases, count),
                      second = filled(second_bases, count);
-    if (count <= lanes) return Words<1>(all.data()).strong_to(first.data(), second.data());
+    if (count <= vector_words) return Words<1>(all.data()).strong_to(first.data(), second.data());
     return Words<2>(all.data()).strong_to(first.data(), second.data());
 }
 

@@ -2,7 +2,7 @@
  * @file   word_vectors.h
  * @brief  Trial division and strong tests of 64-bit numbers in vector lanes, for tests of many numbers.
  *
- * The precondition of all functions here is has_lanes().
+ * The precondition of the tests is has_word_vectors().
  */
 #pragma once
 
@@ -13,12 +13,20 @@
 
 namespace kesh::kernel {
 
+/** Whether the current level has vectors for 64-bit numbers: AVX-512 IFMA. */
+[[nodiscard]] inline bool has_word_vectors() noexcept {
+    return level() == Level::ifma;
+}
+
+/** The number of 64-bit numbers in a vector. */
+inline constexpr std::size_t vector_words = 8;
+
 /** Bit c is set when one of the primes divides number c. */
-[[nodiscard]] unsigned divisors_in_lanes(const std::array<umint, lanes>& numbers,
+[[nodiscard]] unsigned divisors_in_lanes(const std::array<umint, vector_words>& numbers,
                                          std::span<const ExactDivisor> primes) noexcept;
 
 /** The number of 64-bit numbers that are tested side by side: two vectors, because one alone waits half of the time. */
-inline constexpr std::size_t word_vector_lanes = 2 * lanes;
+inline constexpr std::size_t word_vector_lanes = 2 * vector_words;
 using WordVector = std::array<umint, word_vector_lanes>;
 
 /**

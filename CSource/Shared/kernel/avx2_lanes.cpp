@@ -1,0 +1,43 @@
+/**
+ * @file   avx2_lanes.cpp
+ * @brief  The probable-prime tests of wide numbers in vectors of four lanes, with AVX2.
+ */
+
+#define KESH_AVX2_FORM
+#include "Shared/kernel/lane_tests.h"
+
+#include "Shared/kernel/lane_forms.h"
+
+namespace kesh::kernel {
+
+#define KESH_FOR_EACH_LIMBS(each)                                                                                \
+    each(2) each(3) each(4) each(5) each(6) each(7) each(8) each(9) each(10) each(11) each(12) each(13) each(14) \
+        each(15) each(16)
+
+unsigned strong_base2_in_avx2_lanes(const LaneGroup& numbers, int limbs, std::size_t count) noexcept {
+    switch (limbs) {
+#define KESH_CASE(n)                                                                                                \
+    case n:                                                                                                         \
+        return avx2_form::strong_base2_in_vectors<avx2_form::digits_of(n), lanes_to_base_2(Level::adx, n)>(numbers, \
+                                                                                                           count);
+        KESH_FOR_EACH_LIMBS(KESH_CASE)
+#undef KESH_CASE
+    }
+    assert(false);
+    return 0;
+}
+
+unsigned lucas_u_vanishes_in_avx2_lanes(const LaneGroup& numbers, const LaneParameters& q, int limbs,
+                                        std::size_t count) noexcept {
+    switch (limbs) {
+#define KESH_CASE(n) \
+    case n:          \
+        return avx2_form::lucas_in_vectors<avx2_form::digits_of(n), lanes_in_lucas(Level::adx, n)>(numbers, q, count);
+        KESH_FOR_EACH_LIMBS(KESH_CASE)
+#undef KESH_CASE
+    }
+    assert(false);
+    return 0;
+}
+
+}  // namespace kesh::kernel
