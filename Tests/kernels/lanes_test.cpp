@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
+#include <string>
 #include <vector>
 
 #include "Shared/kernel/narrow_lanes.h"
@@ -48,6 +50,10 @@ struct LaneSize {
     Level level;
     int size;
 };
+
+void PrintTo(const LaneSize& lane, std::ostream* out) {
+    *out << name(lane.level) << ", size " << lane.size;
+}
 
 class Lanes : public testing::TestWithParam<LaneSize> {
   protected:
