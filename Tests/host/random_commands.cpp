@@ -18,6 +18,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <sstream>
@@ -276,7 +277,7 @@ int main(int argc, char** argv) {
     const std::uint64_t cases = number_after(words, "--cases", minutes > 0 ? ~std::uint64_t{0} : 400);
     // With the address sanitizer too, a list that does not fit the memory is an exception.
     setenv("ASAN_OPTIONS", "allocator_may_return_null=1", 0);
-    // Cases write their files into a folder of their own.
+    // Cases write their files into a folder of their own; it stays if one of them is wrong.
     char folder[] = "/tmp/kesh_random_XXXXXX";
     if (mkdtemp(folder) == nullptr || chdir(folder) != 0) return 2;
 
@@ -296,5 +297,7 @@ int main(int argc, char** argv) {
         std::fflush(stdout);
     }
     fmt::print("{} command lines and scripts from seed {}, {} wrong\n", tried, seed, wrong);
-    return wrong == 0 ? 0 : 1;
+    if (wrong != 0) return 1;
+    std::filesystem::remove_all(folder);
+    return 0;
 }
