@@ -52,7 +52,8 @@ constexpr int rows_of_part(int left) noexcept {
     return (left + parts - 1) / parts;
 }
 
-/** Up to this many digits, loops over columns are unrolled. Longer code would not fit into the processor's caches. */
+/** Up to this many digits, loops over columns are unrolled. Unrolled, squares of 26 and 37 digits take 15 % more time.
+ */
 constexpr int unrolled_to = 18;
 
 /**
