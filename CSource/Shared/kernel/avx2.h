@@ -12,12 +12,7 @@
 
 #include "Shared/intx/intx_gcc.h"
 
-// g++'s tuning for processors in general passes sums through memory: squares of 320 to 512 bits take a third longer.
-#if defined(__clang__)
 #define KESH_AVX2 __attribute__((target("avx2")))
-#else
-#define KESH_AVX2 __attribute__((target("avx2,tune=haswell")))
-#endif
 #if defined(__OPTIMIZE__)
 #define KESH_AVX2_INLINE __attribute__((always_inline)) KESH_AVX2 inline
 #else  // see KESH_IFMA_INLINE

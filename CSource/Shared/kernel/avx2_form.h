@@ -136,8 +136,9 @@ KESH_AVX2_INLINE void reduce_rows(Vector* t, const Vector* mu) noexcept {
         q[r] = digit_of<d>(column);
         const Vector carry = shifted_right<bits_of<d>>(column);
         column = sum(t[i + r + 1], carry);
+        const int in_part = r + 1 < rows ? r + 1 : 0;
 #pragma GCC unroll 4
-        for (int s = 0; s <= r && r + 1 < rows; ++s) column = sum(column, product_with(q[s], mu + (r - s)));
+        for (int s = 0; s < in_part; ++s) column = sum(column, product_with(q[s], mu + (r - s)));
     }
     t[i + rows] = column;
     add_rows<rows, d, rows - 1>(t + i + 1, q, mu);
