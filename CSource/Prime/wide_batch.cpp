@@ -159,12 +159,6 @@ unsigned WideBatch::passing_lucas(const Queue& queue, int size) const {
         group_of<std::array<mint, kernel::narrow_lanes>>(queue, q_of));
 }
 
-// Measured as a number of single tests that take as long as the lanes: with AVX2, where four lanes are the least, to
-// base 2 1.9 and 2.0 at 3 and 4 limbs, and 2.3 to 2.7 at other sizes; Lucas's test 1.6 to 1.9 up to 4 limbs, and 2.4
-// to 2.9 above. With AVX-512 IFMA, in KESH_ArePrime, to base 2 1.6 to 1.9 up to 5 digits, 2.6 with 8, 2.9 with 10, 4.0
-// with 13, 4.5 with 15 and 5.4 with 20; Lucas's test 1.5 to 2.2 up to 5 digits, 5.2 with 8, 4.9 with 10, 5.7 with
-// 13, 6.6 with 15 and 6.8 with 20.
-
 std::size_t WideBatch::most_to_base_2(int size) const {
     return vectors_ ? kernel::lanes_to_base_2(level_, size) : kernel::narrow_lanes;
 }
@@ -172,6 +166,12 @@ std::size_t WideBatch::most_to_base_2(int size) const {
 std::size_t WideBatch::most_in_lucas(int size) const {
     return vectors_ ? kernel::lanes_in_lucas(level_, size) : kernel::narrow_lanes;
 }
+
+// Measured as a number of single tests that take as long as the lanes: with AVX2, where four lanes are the least, to
+// base 2 1.9 and 2.0 at 3 and 4 limbs, and 2.3 to 2.7 at other sizes; Lucas's test 1.6 to 1.9 up to 4 limbs, and 2.4
+// to 2.9 above. With AVX-512 IFMA, in KESH_ArePrime, to base 2 1.6 to 1.9 up to 5 digits, 2.6 with 8, 2.9 with 10, 4.0
+// with 13, 4.5 with 15 and 5.4 with 20; Lucas's test 1.5 to 2.2 up to 5 digits, 5.2 with 8, 4.9 with 10, 5.7 with
+// 13, 6.6 with 15 and 6.8 with 20.
 
 std::size_t WideBatch::alone_to_base_2(int size) const {
     if (!vectors_) return 1;
