@@ -47,7 +47,7 @@ TEST(HostPrimality, WhatIsNoCandidate) {
     for (const Arguments& words :
          {Arguments{"KESH_PrimeQ"}, Arguments{"KESH_PrimeQ", "2^1024"}, Arguments{"KESH_PrimeQ", "-7"},
           Arguments{"KESH_PrimeQ", "7", "x"}, Arguments{"KESH_PrimeQ", "7", "--next", "--previous"},
-          Arguments{"KESH_PrimeQ", "--file", "/nonexistent"}, Arguments{"KESH_PrimeQ", "7", "--file", "/dev/null"},
+          Arguments{"KESH_PrimeQ", "--file", "/nonexistent/x"}, Arguments{"KESH_PrimeQ", "7", "--file", "/dev/null"},
           Arguments{"KESH_PrimeQ", "-", "--next"}}) {
         const Finished run = run_host(words);
         EXPECT_EQ(run.code, 2) << words.back();

@@ -154,7 +154,7 @@ class Generator {
             case 4:
                 return {"--events", pick<std::string>({"events.csv", "/dev/full", "/nonexistent/x", ".", "/dev/null"})};
             case 5:
-                return {"--file", pick<std::string>({"/dev/null", "/nonexistent", ".", "-", "events.csv"})};
+                return {"--file", pick<std::string>({"/dev/null", "/nonexistent/x", ".", "-", "events.csv"})};
             case 6:
                 return real_ ? Arguments{} : Arguments{"--fail", fault()};
             case 7:
