@@ -4,8 +4,8 @@
  *         with a direct call that does the same work; and the neighbours, compared with direct calls with and without a
  *         stop hint.
  *
- * Run with  --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only
- * and compare the medians of each pair.
+ * Run with  --benchmark_repetitions=9 --benchmark_enable_random_interleaving=true
+ * and compare the least times of each pair.
  */
 #include <benchmark/benchmark.h>
 

@@ -6,13 +6,9 @@
 #define KESH_AVX2_FORM
 #include "Shared/kernel/lane_tests.h"
 
-#include "Shared/kernel/lane_forms.h"
+#include "Shared/kernel/avx2_lanes.h"
 
 namespace kesh::kernel {
-
-#define KESH_FOR_EACH_LIMBS(each)                                                                                \
-    each(2) each(3) each(4) each(5) each(6) each(7) each(8) each(9) each(10) each(11) each(12) each(13) each(14) \
-        each(15) each(16)
 
 unsigned strong_base2_in_avx2_lanes(const LaneGroup& numbers, int limbs, std::size_t count) noexcept {
     switch (limbs) {
@@ -20,7 +16,7 @@ unsigned strong_base2_in_avx2_lanes(const LaneGroup& numbers, int limbs, std::si
     case n:                                                                                                         \
         return avx2_form::strong_base2_in_vectors<avx2_form::digits_of(n), lanes_to_base_2(Level::adx, n)>(numbers, \
                                                                                                            count);
-        KESH_FOR_EACH_LIMBS(KESH_CASE)
+        KESH_FOR_EACH_WIDTH(KESH_CASE)
 #undef KESH_CASE
     }
     assert(false);
@@ -33,7 +29,7 @@ unsigned lucas_u_vanishes_in_avx2_lanes(const LaneGroup& numbers, const LanePara
 #define KESH_CASE(n) \
     case n:          \
         return avx2_form::lucas_in_vectors<avx2_form::digits_of(n), lanes_in_lucas(Level::adx, n)>(numbers, q, count);
-        KESH_FOR_EACH_LIMBS(KESH_CASE)
+        KESH_FOR_EACH_WIDTH(KESH_CASE)
 #undef KESH_CASE
     }
     assert(false);

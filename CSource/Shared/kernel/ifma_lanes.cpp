@@ -5,7 +5,7 @@
 
 #include "Shared/kernel/lane_tests.h"
 
-#include "Shared/kernel/lane_forms.h"
+#include "Shared/kernel/ifma_lanes.h"
 
 namespace kesh::kernel {
 

@@ -3,7 +3,10 @@
  * @brief  Chooses the form of the vector lanes by the level.
  */
 
-#include "Shared/kernel/lane_forms.h"
+#include "Shared/kernel/lanes.h"
+
+#include "Shared/kernel/avx2_lanes.h"
+#include "Shared/kernel/ifma_lanes.h"
 
 namespace kesh::kernel {
 

@@ -62,7 +62,10 @@ inline constexpr int least_lane_size = 2, most_lane_size = lane_digits(1024);
     return (size <= (level == Level::ifma ? 3 : 2) ? 2 : 1) * vector_lanes(level);
 }
 
-/** Whether a number m can be tested in a lane: m - 1 must not be a multiple of 2^52. */
+/**
+ * Whether a number m is tested in a lane. If m - 1 is a multiple of 2^s, all lanes compute up to s squarings more at
+ * the end, so that s is limited to 51.
+ */
 [[nodiscard]] constexpr bool fits_a_lane(umint low_limb) noexcept {
     return ((low_limb - 1) & ((umint{1} << 52) - 1)) != 0;
 }
