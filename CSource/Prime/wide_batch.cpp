@@ -167,21 +167,22 @@ std::size_t WideBatch::most_in_lucas(int size) const {
     return vectors_ ? kernel::lanes_in_lucas(level_, size) : kernel::narrow_lanes;
 }
 
-// Measured as a number of single tests that take as long as the lanes: with AVX2, where four lanes are the least, to
-// base 2 1.9 and 2.0 at 3 and 4 limbs, and 2.3 to 2.7 at other sizes; Lucas's test 1.6 to 1.9 up to 4 limbs, and 2.4
-// to 2.9 above. With AVX-512 IFMA, in KESH_ArePrime, to base 2 1.6 to 1.9 up to 5 digits, 2.6 with 8, 2.9 with 10, 4.0
-// with 13, 4.5 with 15 and 5.4 with 20; Lucas's test 1.5 to 2.2 up to 5 digits, 5.2 with 8, 4.9 with 10, 5.7 with
-// 13, 6.6 with 15 and 6.8 with 20.
+// Measured as a number of single tests that take as long as the lanes. With AVX2, where four lanes are the least: to
+// base 2 1.9 and 2.0 at 3 and 4 limbs, 2.3 to 2.7 at the other sizes up to 10, and 3.0 to 3.7 above; Lucas's test 1.6
+// to 1.9 up to 4 limbs, 2.4 to 2.9 up to 8, 3.1 to 3.9 up to 13, and 3.9 to 4.2 above, where the lanes are no faster.
+// With AVX-512 IFMA, in KESH_ArePrime, to base 2 1.6 to 1.9 up to 5 digits, 2.6 with 8, 2.9 with 10, 4.0 with 13, 4.5
+// with 15 and 5.4 with 20; Lucas's test 1.5 to 2.2 up to 5 digits, 5.2 with 8, 4.9 with 10, 5.7 with 13, 6.6 with 15
+// and 6.8 with 20.
 
 std::size_t WideBatch::alone_to_base_2(int size) const {
     if (!vectors_) return 1;
-    if (level_ == Level::adx) return size == 3 || size == 4 ? 1 : 2;
+    if (level_ == Level::adx) return size == 3 || size == 4 ? 1 : size <= 10 ? 2 : 3;
     return static_cast<std::size_t>(size < 7 ? 1 : (size + 1) / 4);
 }
 
 std::size_t WideBatch::alone_in_lucas(int size) const {
     if (!vectors_) return 1;
-    if (level_ == Level::adx) return size <= 4 ? 1 : 2;
+    if (level_ == Level::adx) return size <= 4 ? 1 : size <= 8 ? 2 : size <= 13 ? 3 : 4;
     return static_cast<std::size_t>(size < 7 ? 1 : 4 + (size - 6) / 6);
 }
 

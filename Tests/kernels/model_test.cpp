@@ -74,8 +74,15 @@ TEST(Model, FourLanesAreCheckedToo) {
     EXPECT_DEATH(four::sum(ones, one_bit), "a sum overflows");
     EXPECT_DEATH(four::difference(one_bit, ones), "a difference borrows");
     EXPECT_DEATH(four::power_of_2(ones), "a power of 2 does not fit");
-    alignas(32) const umint memory[5] = {};
+    alignas(32) umint memory[5] = {};
     EXPECT_DEATH(four::load(memory + 1), "load wants aligned memory");
+    EXPECT_DEATH(four::store(memory + 1, ones), "store wants aligned memory");
+    EXPECT_DEATH(four::lanes_up(ones), "the highest lane is lost");
+    four::store(memory, four::lanes_down(ones));
+    EXPECT_EQ(memory[2], ~umint{0});
+    EXPECT_EQ(memory[3], 0U);
+    EXPECT_EQ(four::lanes_up(four::lanes_down(ones)).lane[0], 0U);
+    EXPECT_EQ(four::lanes_up(four::lanes_down(ones)).lane[3], ~umint{0});
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 /**
  * @file   adx.cpp
- * @brief  The kernels for processors with BMI2 and ADX.
+ * @brief  The kernels for processors with BMI2, ADX and AVX2.
  */
 
 #include "Shared/kernel/adx.h"
@@ -17,9 +17,7 @@ namespace {
  */
 template <int n>
 void adx_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
-    if constexpr (has_signed_residue<n>) {
-        if (signed_pow2(x, e, modulus)) return;
-    }
+    if (signed_pow2(x, e, modulus)) return;
     Doublings<n> y(modulus, e);
     for (int i = y.bits_left() - 1; i >= 0;) {
         const int times = i % Doublings<n>::first_bits + 1;
@@ -30,6 +28,13 @@ void adx_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
     fully_reduce<n, Adx>(x, x, modulus);
 }
 
+/**
+ * Up to these lengths two carry chains are faster than AVX2. (README.md: AVX2 works on whole registers of four digits,
+ * and on rows that wait for each other.)
+ */
+constexpr int most_limbs_of_power = 10, most_limbs_of_ladder = 8;
+static_assert(has_signed_residue<most_limbs_of_power> && !has_signed_residue<most_limbs_of_power + 1>);
+
 }  // namespace
 
 template <int n>
@@ -38,9 +43,19 @@ const Routines<n>& adx_routines() noexcept {
         return portable_routines<n>();
     } else {
         static_assert(modulus_as_assembled<n>);
-        static constexpr Routines<n> table = {reduced_mul<n, Adx>, reduced_sqr<n, Adx>, adx_pow2<n>,
-                                              generic_lucas_ladder<n, Adx>};
-        return table;
+        if constexpr (n <= most_limbs_of_ladder) {
+            static constexpr Routines<n> table = {reduced_mul<n, Adx>, reduced_sqr<n, Adx>, adx_pow2<n>,
+                                                  generic_lucas_ladder<n, Adx>};
+            return table;
+        } else if constexpr (n <= most_limbs_of_power) {
+            static constexpr Routines<n> table = {reduced_mul<n, Adx>, reduced_sqr<n, Adx>, adx_pow2<n>,
+                                                  avx2_lucas_ladder<n>};
+            return table;
+        } else {
+            static constexpr Routines<n> table = {reduced_mul<n, Adx>, reduced_sqr<n, Adx>, avx2_pow2<n>,
+                                                  avx2_lucas_ladder<n>};
+            return table;
+        }
     }
 }
 

@@ -31,6 +31,21 @@ KESH_AVX2_INLINE Vector all_lanes(umint value) noexcept {
 KESH_AVX2_INLINE Vector load(const umint* memory) noexcept {
     return _mm256_load_si256(reinterpret_cast<const __m256i*>(memory));
 }
+KESH_AVX2_INLINE void store(umint* memory, Vector a) noexcept {
+    _mm256_store_si256(reinterpret_cast<__m256i*>(memory), a);
+}
+/** The lowest lane in all lanes. */
+KESH_AVX2_INLINE Vector lowest_lane(Vector a) noexcept {
+    return _mm256_broadcastq_epi64(_mm256_castsi256_si128(a));
+}
+/** Each lane in the next lower place, and 0 in the highest one. The lowest lane is dropped. */
+KESH_AVX2_INLINE Vector lanes_down(Vector a) noexcept {
+    return _mm256_blend_epi32(_mm256_permute4x64_epi64(a, 0b11'11'10'01), _mm256_setzero_si256(), 0b1100'0000);
+}
+/** Each lane in the next higher place, and 0 in the lowest one. The highest lane is 0. */
+KESH_AVX2_INLINE Vector lanes_up(Vector a) noexcept {
+    return _mm256_blend_epi32(_mm256_permute4x64_epi64(a, 0b10'01'00'00), _mm256_setzero_si256(), 0b0000'0011);
+}
 KESH_AVX2_INLINE Vector sum(Vector a, Vector b) noexcept {
     return _mm256_add_epi64(a, b);
 }
@@ -49,6 +64,10 @@ KESH_AVX2_INLINE Vector shifted_right(Vector a) noexcept {
 }
 KESH_AVX2_INLINE Vector shifted_right(Vector a, int count) noexcept {
     return _mm256_srl_epi64(a, _mm_cvtsi64_si128(count));
+}
+/** a 2^count modulo 2^64. */
+KESH_AVX2_INLINE Vector shifted_left(Vector a, int count) noexcept {
+    return _mm256_sll_epi64(a, _mm_cvtsi64_si128(count));
 }
 /** 2^s in each lane. */
 KESH_AVX2_INLINE Vector power_of_2(Vector s) noexcept {
@@ -99,8 +118,8 @@ KESH_AVX2_INLINE Vector product_with(Vector a, const Vector* b) noexcept {
 }
 
 /**
- * Compilers compute the sum up to here. Without it g++ computes the products of several rows before it adds any, and
- * keeps them in memory: the ladder at 256 bits takes a quarter longer.
+ * Compilers compute the sum up to here. Without it, for numbers side by side, g++ computes the products of several rows
+ * before it adds any, and keeps them in memory: the ladder at 256 bits takes a quarter longer.
  */
 KESH_AVX2_INLINE void sum_so_far(Vector& a) noexcept {
     __asm__("" : "+x"(a));

@@ -5,8 +5,8 @@
  */
 
 #include "Shared/kernel/avx512.h"
+#include "Shared/kernel/digit_form.h"
 #include "Shared/kernel/digits.h"
-#include "Shared/kernel/portable.h"
 #include "Shared/kernel/routines.h"
 
 namespace kesh::kernel {
@@ -49,12 +49,17 @@ struct Registers<Kind, 0> {
 template <int limbs, bool only_narrow>
 struct Shape {
     static constexpr int n = limbs;
+    static constexpr int bits = digit_bits;
     /** Digits of a number, and rows of a reduction: R' = 2^(52 digits) is at least 16 * 2^(64 n). */
     static constexpr int digits = (64 * n + 4 + digit_bits - 1) / digit_bits;
     static constexpr int wide = only_narrow ? 0 : (digits + 3) / 8;
     static constexpr int narrow = digits > 8 * wide ? (digits - 8 * wide + 3) / 4 : 0;
     /** R' / R = 2^doublings. */
     static constexpr int doublings = digit_bits * digits - 64 * n;
+
+    static constexpr int place(int i) noexcept {
+        return i;
+    }
 
     /** The register with digit i: wide registers first. */
     static constexpr int register_of(int i) noexcept {
@@ -73,33 +78,7 @@ struct Shape {
 };
 
 template <class S>
-using Digits = typename S::Digits;
-template <class S>
 using Vector = typename S::Vector;
-
-/** The digits of a value of n limbs. */
-template <class S>
-Digits<S> to_digits(const umint* value) noexcept {
-    Digits<S> r{};
-    for (int i = 0; i * digit_bits < 64 * S::n; ++i) {
-        const int limb = i * digit_bits / 64, offset = i * digit_bits % 64;
-        umint digit = value[limb] >> offset;
-        if (offset > 64 - digit_bits && limb + 1 < S::n) digit |= value[limb + 1] << (64 - offset);
-        r.digit[i] = digit & digit_mask;
-    }
-    return r;
-}
-
-/** The n + 1 limbs of a number of normalised digits. */
-template <class S>
-void from_digits(umint* r, const Digits<S>& value) noexcept {
-    for (int i = 0; i <= S::n; ++i) r[i] = 0;
-    for (int i = 0; i < S::digits; ++i) {
-        const int limb = i * digit_bits / 64, offset = i * digit_bits % 64;
-        r[limb] |= value.digit[i] << offset;
-        if (offset > 64 - digit_bits && limb < S::n) r[limb + 1] |= value.digit[i] >> (64 - offset);
-    }
-}
 
 template <class S>
 KESH_IFMA_INLINE Vector<S> load(const Digits<S>& a) noexcept {
@@ -305,24 +284,6 @@ KESH_IFMA_INLINE Vector<S> normalise(Vector<S> a) noexcept {
     return a;
 }
 
-/** What the rows of a reduction add, as digits: k = -1/m mod 2^52, m, and mu = (m k + 1) / 2^52. */
-template <class S>
-struct Rows {
-    umint k;
-    Digits<S> m, mu;
-
-    explicit Rows(const Modulus<S::n>& modulus) noexcept
-        : k(modulus.k & digit_mask), m(to_digits<S>(modulus.m)), mu(make_mu(modulus)) {}
-
-  private:
-    static Digits<S> make_mu(const Modulus<S::n>& modulus) noexcept {
-        umint product[S::n + 1];
-        product[S::n] = add_product_row(product, modulus.zero, modulus.m, modulus.k & digit_mask, S::n, 1);
-        shift_right<S::n + 1>(product, product, digit_bits);
-        return to_digits<S>(product);
-    }
-};
-
 /** The digits of a in register z and, in the registers above, those of twice the number that a has there. */
 template <class S, int z>
 KESH_IFMA_INLINE Vector<S> square_factor(const Vector<S>& a) noexcept {
@@ -415,33 +376,19 @@ KESH_IFMA_INLINE void add_rows(const Vector<S>& mu, Products&... products) noexc
     }
 }
 
-/** The internal form a R' mod m of a residue a R. r may be a. */
-template <class S>
-void to_internal(umint* r, const umint* a, const Modulus<S::n>& modulus) noexcept {
-    for (int i = 0; i < S::n; ++i) r[i] = a[i];
-    for (int i = 0; i < S::doublings; ++i) double_if<S::n>(r, 1, modulus.m);
-}
-
 /**
  * The residue a R of an internal form: its product with R mod m. The product of the numbers is below m R', since a is
  * below R' and R mod m below m, so that the reduced product is below 3 m.
  */
 template <class S>
 KESH_IFMA void from_internal(umint* r, const Vector<S>& a, const Rows<S>& rows, const Modulus<S::n>& modulus) noexcept {
-    constexpr int n = S::n;
     const Digits<S> one = to_digits<S>(modulus.r1);
     Product<S, false> product(a, lowest<S>(load<S>(one)), one.digit);
     const Vector<S> mu = load<S>(rows.mu);
     for (int i = 1; i < S::digits; ++i) product.template add_row_from<0>(i, mu);
     Digits<S> digits;
     store<S>(digits, normalise<S>(product.result(rows, load<S>(rows.m))));
-    umint t[n + 1], m[n + 1];
-    from_digits<S>(t, digits);
-    for (int i = 0; i < n; ++i) m[i] = modulus.m[i];
-    m[n] = 0;
-    reduce_once<n + 1>(t, t, 0, m);
-    reduce_once<n + 1>(t, t, 0, m);
-    for (int i = 0; i < n; ++i) r[i] = t[i];
+    residue_of_digits<S>(r, digits, modulus);
 }
 
 template <class S>
@@ -465,21 +412,13 @@ KESH_IFMA void ifma_pow2(umint* x, const umint* e, const Modulus<S::n>& modulus)
 template <class S>
 KESH_IFMA void ifma_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e,
                                  const Modulus<S::n>& modulus) noexcept {
-    constexpr int n = S::n;
     const Rows<S> rows(modulus);
-    const umint nothing[n] = {};
-    umint two[n], start[n], negative[n];
-    to_internal<S>(two, modulus.r1, modulus);
-    double_if<n>(two, 1, modulus.m);
-    subtract_mod<n>(negative, nothing, two, modulus.m);
-    const Vector<S> minus_two = load<S>(to_digits<S>(negative));
-    to_internal<S>(start, a, modulus);
-    subtract_mod<n>(negative, nothing, start, modulus.m);
-    const Vector<S> minus_a = load<S>(to_digits<S>(negative));
+    const LadderStart<S> start(a, modulus);
+    const Vector<S> minus_two = load<S>(start.minus_two), minus_a = load<S>(start.minus_a);
     const Vector<S> mu = load<S>(rows.mu), m = load<S>(rows.m);
-    Digits<S> low_digits = to_digits<S>(two), high_digits = to_digits<S>(start);
+    Digits<S> low_digits = start.two, high_digits = start.a;
     Vector<S> low = load<S>(low_digits), high = load<S>(high_digits);
-    for (int i = bit_length<n>(e) - 1; i >= 0; --i) {
+    for (int i = bit_length<S::n>(e) - 1; i >= 0; --i) {
         const bool bit = bit_at(e, i) != 0;
         const auto mask = static_cast<__mmask8>(bit ? 0xFF : 0);
         const Vector<S> x = select<S>(mask, high, low);

@@ -22,9 +22,9 @@ struct Routines {
 
 /** Expands to `each(n)` for every number of limbs that has kernels; 2 limbs have special forms. */
 #define KESH_FOR_EACH_WIDTH(each) each(2) KESH_FOR_EACH_WIDTH_ABOVE_2(each)
-#define KESH_FOR_EACH_WIDTH_ABOVE_2(each)                                                                         \
-    each(3) each(4) each(5) each(6) each(7) each(8) each(9) each(10) each(11) each(12) each(13) each(14) each(15) \
-        each(16)
+#define KESH_FOR_EACH_WIDTH_ABOVE_2(each) \
+    each(3) each(4) each(5) each(6) each(7) each(8) each(9) each(10) KESH_FOR_EACH_WIDTH_ABOVE_10(each)
+#define KESH_FOR_EACH_WIDTH_ABOVE_10(each) each(11) each(12) each(13) each(14) each(15) each(16)
 
 template <int n>
 const Routines<n>& portable_routines() noexcept;
@@ -32,6 +32,12 @@ template <int n>
 const Routines<n>& adx_routines() noexcept;
 template <int n>
 const Routines<n>& ifma_routines() noexcept;
+
+/** pow2 for 11 to 16 limbs and lucas_ladder for 9 to 16 limbs, with AVX2. */
+template <int n>
+void avx2_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept;
+template <int n>
+void avx2_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept;
 
 /**
  * The postponed doublings of pow2: value = 2^(E + ahead) R modulo m, where E is the exponent made of the bits so far.

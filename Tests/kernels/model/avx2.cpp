@@ -28,6 +28,11 @@ Vector lanes(Function f) noexcept {
     return r;
 }
 
+void check_alignment(const char* what, const umint* memory) noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(memory);
+    if (address % sizeof(Vector) != 0) stop(what, address, sizeof(Vector));
+}
+
 }  // namespace
 
 Vector all_lanes(umint value) noexcept {
@@ -35,11 +40,28 @@ Vector all_lanes(umint value) noexcept {
 }
 
 Vector load(const umint* memory) noexcept {
-    const auto address = reinterpret_cast<std::uintptr_t>(memory);
-    if (address % sizeof(Vector) != 0) stop("load wants aligned memory", address, sizeof(Vector));
+    check_alignment("load wants aligned memory", memory);
     Vector r;
     std::memcpy(&r, memory, sizeof r);
     return r;
+}
+
+void store(umint* memory, const Vector& a) noexcept {
+    check_alignment("store wants aligned memory", memory);
+    std::memcpy(memory, &a, sizeof a);
+}
+
+Vector lowest_lane(const Vector& a) noexcept {
+    return all_lanes(a.lane[0]);
+}
+
+Vector lanes_down(const Vector& a) noexcept {
+    return lanes([&](int i) { return i < 3 ? a.lane[i + 1] : 0; });
+}
+
+Vector lanes_up(const Vector& a) noexcept {
+    if (a.lane[3] != 0) stop("the highest lane is lost", a.lane[3], 0);
+    return lanes([&](int i) { return i > 0 ? a.lane[i - 1] : 0; });
 }
 
 Vector sum(const Vector& a, const Vector& b) noexcept {
@@ -67,6 +89,10 @@ Vector bit_xor(const Vector& a, const Vector& b) noexcept {
 
 Vector shifted_right(const Vector& a, int count) noexcept {
     return lanes([&](int i) { return a.lane[i] >> count; });
+}
+
+Vector shifted_left(const Vector& a, int count) noexcept {
+    return lanes([&](int i) { return a.lane[i] << count; });
 }
 
 Vector power_of_2(const Vector& s) noexcept {

@@ -22,6 +22,10 @@ using Mask = Vector;
 
 Vector all_lanes(umint value) noexcept;
 Vector load(const umint* memory) noexcept;
+void store(umint* memory, const Vector& a) noexcept;
+Vector lowest_lane(const Vector& a) noexcept;
+Vector lanes_down(const Vector& a) noexcept;
+Vector lanes_up(const Vector& a) noexcept;
 Vector sum(const Vector& a, const Vector& b) noexcept;
 Vector difference(const Vector& a, const Vector& b) noexcept;
 Vector bit_and(const Vector& a, const Vector& b) noexcept;
@@ -31,6 +35,7 @@ template <int count>
 Vector shifted_right(const Vector& a) noexcept {
     return shifted_right(a, count);
 }
+Vector shifted_left(const Vector& a, int count) noexcept;
 Vector power_of_2(const Vector& s) noexcept;
 Mask equal_lanes(const Vector& a, const Vector& b) noexcept;
 unsigned bits_of_mask(const Mask& mask) noexcept;

@@ -1,0 +1,242 @@
+/**
+ * @file   avx2.cpp
+ * @brief  The power and the ladder for long numbers with 32-bit products on four lanes (AVX2). README.md derives the
+ *         form.
+ */
+
+#include "Shared/kernel/avx2.h"
+
+#include "Shared/kernel/digit_form.h"
+#include "Shared/kernel/routines.h"
+
+namespace kesh::kernel {
+
+namespace avx2_form {
+
+namespace {
+
+/** How a number of n limbs is cut into digits, and the digits into registers of four lanes. */
+template <int limbs>
+struct Shape {
+    static constexpr int n = limbs;
+    /** R' is at least 256 * 2^(64 n). */
+    static constexpr int digits_of_bits(int bits) noexcept {
+        return (64 * n + 8 + bits - 1) / bits;
+    }
+    static constexpr int bits = digits_of_bits(30) <= 28 ? 30 : 29;
+    static constexpr int digits = digits_of_bits(bits);
+    static constexpr int doublings = bits * digits - 64 * n;
+    static constexpr int registers = (digits + 3) / 4;
+
+    /** The next digit is in the same lane of the next register. */
+    static constexpr int place(int i) noexcept {
+        return i % registers * 4 + i / registers;
+    }
+    struct alignas(32) Digits {
+        umint digit[4 * registers];
+    };
+
+    /** A number with columns of any size. */
+    struct Columns {
+        Vector of[registers];
+    };
+
+    /** What normalised digits stay below, and columns between two visits as the lowest one. */
+    static constexpr umint2 digit_limit = (umint2{1} << bits) + 256;
+    static constexpr umint2 column_limit = 2 * registers * digit_limit * digit_limit + (umint2{1} << 36);
+    static_assert(column_limit >> 64 == 0 && 2 * digit_limit >> 32 == 0);
+};
+
+template <class S>
+using Columns = typename S::Columns;
+
+template <class S>
+KESH_AVX2_INLINE const Vector* vectors(const Digits<S>& a) noexcept {
+    return reinterpret_cast<const Vector*>(a.digit);
+}
+
+/**
+ * t += b a + q mu, moved up by `row` registers, in the registers z, z + 1, ... of a and mu. In a square, the register
+ * with the digits of b's row is added once, those above it twice, and those below it are in rows of their own.
+ */
+template <class S, bool square, int row, int z = 0>
+KESH_AVX2_INLINE void add_products(Columns<S>& t, Vector b, const Vector* a, Vector q, const Vector* mu) noexcept {
+    if constexpr (z < S::registers) {
+        constexpr int middle = row % S::registers;
+        Vector& column = t.of[(row + z) % S::registers];
+        if constexpr (!square || z >= middle) column = sum(column, product_with(b, a + z));
+        if constexpr (square && z == middle) b = sum(b, b);
+        column = sum(column, product_with(q, mu + z));
+        sum_so_far(column);
+        add_products<S, square, row, z + 1>(t, b, a, q, mu);
+    }
+}
+
+/** Divides by 2^bits, when the digit of the lowest column, which is in register `row`, does not count any more. */
+template <class S, int row>
+KESH_AVX2_INLINE Vector next_digit(Columns<S>& t) noexcept {
+    Vector &lowest = t.of[row], &next = t.of[(row + 1) % S::registers];
+    next = sum(next, shifted_right<S::bits>(lowest));
+    const Vector digit = bit_and(lowest, all_lanes(mask_of_digit<S>));
+    lowest = lanes_down(digit);
+    return lowest_lane(digit);
+}
+
+/**
+ * The rows `row` to end - 1 of a lane: with the digit q of the lowest column, adds q M with M = -1 + 2^bits mu, and
+ * divides by 2^bits. The product with the next digit of the other factor is added here, too, since it does not wait for
+ * q.
+ */
+template <class S, bool square, int row, int end>
+KESH_AVX2_INLINE void add_rows(Columns<S>& t, const Vector* a, const umint* digit, const Vector* mu) noexcept {
+    if constexpr (row < end) {
+        const Vector b = all_lanes(row + 1 < S::registers ? digit[4 * (row + 1)] : digit[1]);
+        const Vector q = next_digit<S, row>(t);
+        add_products<S, square, row + 1>(t, b, a, q, mu);
+        add_rows<S, square, row + 1, end>(t, a, digit, mu);
+    }
+}
+
+/** a b / R' modulo m, or a^2 / R' for b = a. */
+template <class S, bool square>
+KESH_AVX2_INLINE Columns<S> multiply(const Digits<S>& a, const Digits<S>& b, const Rows<S>& rows) noexcept {
+    constexpr int registers = S::registers;
+    const Vector *factor = vectors<S>(a), *mu = vectors<S>(rows.mu), *m = vectors<S>(rows.m);
+    const umint* digit = b.digit;
+    Columns<S> t;
+    Vector first = all_lanes(*digit);
+#pragma GCC unroll 16
+    for (int z = 0; z < registers; ++z) {
+        t.of[z] = product_with(first, factor + z);
+        if (square && z == 0) first = sum(first, first);
+    }
+
+    constexpr int lanes = (S::digits - 1) / registers, last = (S::digits - 1) % registers;
+#pragma GCC unroll 1
+    for (int lane = 0; lane < lanes; ++lane) add_rows<S, square, 0, registers>(t, factor, digit++, mu);
+    add_rows<S, square, 0, last>(t, factor, digit, mu);
+
+    // The last row adds q m, because M has one digit more than m.
+    const Vector lowest = low_32_bits(lowest_lane(t.of[last]));
+    const Vector q = bit_and(product(lowest, all_lanes(rows.k)), all_lanes(mask_of_digit<S>));
+#pragma GCC unroll 16
+    for (int z = 0; z < registers; ++z) {
+        Vector& column = t.of[(last + z) % registers];
+        column = sum(column, product_with(q, m + z));
+    }
+    next_digit<S, last>(t);
+    Columns<S> r;
+#pragma GCC unroll 16
+    for (int z = 0; z < registers; ++z) r.of[z] = t.of[(last + 1 + z) % registers];
+    return r;
+}
+
+/** The digits of `low`, and in the next column each of the carries. */
+template <class S>
+KESH_AVX2_INLINE Columns<S> carried(const Columns<S>& low, const Columns<S>& carry) noexcept {
+    const Vector mask = all_lanes(mask_of_digit<S>);
+    Columns<S> r;
+    r.of[0] = sum(bit_and(low.of[0], mask), lanes_up(carry.of[S::registers - 1]));
+#pragma GCC unroll 16
+    for (int z = 1; z < S::registers; ++z) r.of[z] = sum(bit_and(low.of[z], mask), carry.of[z - 1]);
+    return r;
+}
+
+/** One step of carrying: columns of 64 bits leave digits of 36 bits, and these leave normalised ones. */
+template <class S>
+KESH_AVX2_INLINE Columns<S> carry_step(const Columns<S>& t) noexcept {
+    Columns<S> carry;
+#pragma GCC unroll 16
+    for (int z = 0; z < S::registers; ++z) carry.of[z] = shifted_right<S::bits>(t.of[z]);
+    return carried<S>(t, carry);
+}
+
+/** The same for 2^shift t. Precondition: shift is 0 or 1. */
+template <class S>
+KESH_AVX2_INLINE Columns<S> carry_step(const Columns<S>& t, int shift) noexcept {
+    Columns<S> low, carry;
+#pragma GCC unroll 16
+    for (int z = 0; z < S::registers; ++z) {
+        low.of[z] = shifted_left(t.of[z], shift);
+        carry.of[z] = shifted_right(t.of[z], S::bits - shift);
+    }
+    return carried<S>(low, carry);
+}
+
+template <class S>
+KESH_AVX2_INLINE void store_columns(Digits<S>& r, const Columns<S>& t) noexcept {
+#pragma GCC unroll 16
+    for (int z = 0; z < S::registers; ++z) store(r.digit + 4 * z, t.of[z]);
+}
+
+/** r = a b / R' + c modulo m, or a^2 / R' + c for b = a. r may be a or b. */
+template <class S, bool square>
+KESH_AVX2 __attribute__((noinline)) void multiply_add(Digits<S>& r, const Digits<S>& a, const Digits<S>& b,
+                                                      const Digits<S>& c, const Rows<S>& rows) noexcept {
+    Columns<S> t = multiply<S, square>(a, b, rows);
+#pragma GCC unroll 16
+    for (int z = 0; z < S::registers; ++z) t.of[z] = sum(t.of[z], vectors<S>(c)[z]);
+    store_columns<S>(r, carry_step<S>(carry_step<S>(t)));
+}
+
+/** The residue a R of an internal form. The product of a < R' and R mod m is below m R', and reduced below 3 m. */
+template <class S>
+void from_internal(umint* r, const Digits<S>& a, const Rows<S>& rows, const Modulus<S::n>& modulus) noexcept {
+    Digits<S> product;
+    multiply_add<S, false>(product, a, to_digits<S>(modulus.r1), Digits<S>{}, rows);
+    residue_of_digits<S>(r, product, modulus);
+}
+
+template <class S>
+KESH_AVX2 void power(umint* x, const umint* e, const Modulus<S::n>& modulus) noexcept {
+    const Rows<S> rows(modulus);
+    umint one[S::n];
+    to_internal<S>(one, modulus.r1, modulus);
+    Digits<S> y = to_digits<S>(one);
+    for (int i = bit_length<S::n>(e) - 1; i >= 0; --i) {
+        const Columns<S> t = multiply<S, true>(y, y, rows);
+        store_columns<S>(y, carry_step<S>(carry_step<S>(t, static_cast<int>(bit_at(e, i)))));
+    }
+    from_internal<S>(x, y, rows, modulus);
+}
+
+template <class S>
+void ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<S::n>& modulus) noexcept {
+    const Rows<S> rows(modulus);
+    const LadderStart<S> start(a, modulus);
+    Digits<S> pair[2] = {start.two, start.a};
+    for (int i = bit_length<S::n>(e) - 1; i >= 0; --i) {
+        const umint bit = bit_at(e, i);
+        multiply_add<S, false>(pair[1 - bit], pair[0], pair[1], start.minus_a, rows);
+        multiply_add<S, true>(pair[bit], pair[bit], pair[bit], start.minus_two, rows);
+    }
+    from_internal<S>(l, pair[0], rows, modulus);
+    from_internal<S>(h, pair[1], rows, modulus);
+}
+
+}  // namespace
+
+}  // namespace avx2_form
+
+template <int n>
+void avx2_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
+    avx2_form::power<avx2_form::Shape<n>>(x, e, modulus);
+}
+
+template <int n>
+void avx2_lucas_ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<n>& modulus) noexcept {
+    avx2_form::ladder<avx2_form::Shape<n>>(l, h, a, e, modulus);
+}
+
+#define KESH_AVX2_POWER(n) template void avx2_pow2<n>(umint*, const umint*, const Modulus<n>&) noexcept;
+KESH_FOR_EACH_WIDTH_ABOVE_10(KESH_AVX2_POWER)
+#undef KESH_AVX2_POWER
+
+#define KESH_AVX2_LADDER(n) \
+    template void avx2_lucas_ladder<n>(umint*, umint*, const umint*, const umint*, const Modulus<n>&) noexcept;
+KESH_AVX2_LADDER(9)
+KESH_AVX2_LADDER(10)
+KESH_FOR_EACH_WIDTH_ABOVE_10(KESH_AVX2_LADDER)
+#undef KESH_AVX2_LADDER
+
+}  // namespace kesh::kernel
