@@ -104,7 +104,7 @@ void WideBatch::test_base_2(Queue& queue, int size) {
         Waiting& candidate = queue.waiting[c];
         candidate.q = lucas_q(candidate.number);
         if (candidate.q == 0) continue;
-        if (!first_only_ && fits_lucas_lane(candidate.q)) {
+        if (!first_only_ && most_in_lucas(size) > 1 && fits_lucas_lane(candidate.q)) {
             wait_for_lucas(candidate, size);
         } else {
             *candidate.verdict = passes_lucas_alone(candidate.number, candidate.q) ? 1 : 0;
@@ -168,11 +168,10 @@ std::size_t WideBatch::most_in_lucas(int size) const {
 }
 
 // Measured as a number of single tests that take as long as the lanes. With AVX2, where four lanes are the least: to
-// base 2 1.9 and 2.0 at 3 and 4 limbs, 2.3 to 2.7 at the other sizes up to 10, and 3.0 to 3.7 above; Lucas's test 1.6
-// to 1.9 up to 4 limbs, 2.4 to 2.9 up to 8, 3.1 to 3.9 up to 13, and 3.9 to 4.2 above, where the lanes are no faster.
-// With AVX-512 IFMA, in KESH_ArePrime, to base 2 1.6 to 1.9 up to 5 digits, 2.6 with 8, 2.9 with 10, 4.0 with 13, 4.5
-// with 15 and 5.4 with 20; Lucas's test 1.5 to 2.2 up to 5 digits, 5.2 with 8, 4.9 with 10, 5.7 with 13, 6.6 with 15
-// and 6.8 with 20.
+// base 2 1.9 and 2.0 at 3 and 4 limbs, 2.2 to 2.7 at the other sizes up to 10, and 3.0 to 3.7 above; Lucas's test 1.6
+// to 1.9 up to 4 limbs, and 3.0 to 3.4 above. With AVX-512 IFMA, in KESH_ArePrime, to base 2 1.6 to 1.9 up to 5 digits,
+// 2.6 with 8, 2.9 with 10, 4.0 with 13, 4.5 with 15 and 5.4 with 20; Lucas's test 1.5 to 2.2 up to 5 digits, 5.2 with
+// 8, 4.9 with 10, 5.7 with 13, 6.6 with 15 and 6.8 with 20.
 
 std::size_t WideBatch::alone_to_base_2(int size) const {
     if (!vectors_) return 1;
@@ -182,7 +181,7 @@ std::size_t WideBatch::alone_to_base_2(int size) const {
 
 std::size_t WideBatch::alone_in_lucas(int size) const {
     if (!vectors_) return 1;
-    if (level_ == Level::adx) return size <= 4 ? 1 : size <= 8 ? 2 : size <= 13 ? 3 : 4;
+    if (level_ == Level::adx) return size <= 4 ? 1 : 3;
     return static_cast<std::size_t>(size < 7 ? 1 : 4 + (size - 6) / 6);
 }
 

@@ -32,7 +32,7 @@ void adx_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept {
  * Up to these lengths two carry chains are faster than AVX2. (README.md: AVX2 works on whole registers of four digits,
  * and on rows that wait for each other.)
  */
-constexpr int most_limbs_of_power = 10, most_limbs_of_ladder = 8;
+constexpr int most_limbs_of_power = 10, most_limbs_of_ladder = 4;
 static_assert(has_signed_residue<most_limbs_of_power> && !has_signed_residue<most_limbs_of_power + 1>);
 
 }  // namespace

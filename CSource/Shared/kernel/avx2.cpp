@@ -82,53 +82,72 @@ KESH_AVX2_INLINE Vector next_digit(Columns<S>& t) noexcept {
     return lowest_lane(digit);
 }
 
-/**
- * The rows `row` to end - 1 of a lane: with the digit q of the lowest column, adds q M with M = -1 + 2^bits mu, and
- * divides by 2^bits. The product with the next digit of the other factor is added here, too, since it does not wait for
- * q.
- */
-template <class S, bool square, int row, int end>
-KESH_AVX2_INLINE void add_rows(Columns<S>& t, const Vector* a, const umint* digit, const Vector* mu) noexcept {
+/** a b / R' modulo m, or a^2 / R' for b = a, while its rows are added. */
+template <class S, bool square>
+class Product {
+  public:
+    KESH_AVX2_INLINE Product(const Digits<S>& a, const Digits<S>& b) noexcept : a_(vectors<S>(a)), digit_(b.digit) {
+        Vector first = all_lanes(*digit_);
+#pragma GCC unroll 16
+        for (int z = 0; z < S::registers; ++z) {
+            t_.of[z] = product_with(first, a_ + z);
+            if (square && z == 0) first = sum(first, first);
+        }
+    }
+
+    /**
+     * Row number `row` of a lane: with the digit q of the lowest column, adds q M with M = -1 + 2^bits mu, and divides
+     * by 2^bits. The product with the next digit of the other factor is added here, too, since it does not wait for q.
+     */
+    template <int row>
+    KESH_AVX2_INLINE void add_row(const Vector* mu) noexcept {
+        const Vector b = all_lanes(row + 1 < S::registers ? digit_[4 * (row + 1)] : digit_[1]);
+        const Vector q = next_digit<S, row>(t_);
+        add_products<S, square, row + 1>(t_, b, a_, q, mu);
+        if constexpr (row + 1 == S::registers) ++digit_;
+    }
+
+    /** The columns after the last row. This one adds q m, because M has one digit more than m. */
+    KESH_AVX2_INLINE Columns<S> result(const Rows<S>& rows) noexcept {
+        constexpr int last = (S::digits - 1) % S::registers;
+        const Vector lowest = low_32_bits(lowest_lane(t_.of[last]));
+        const Vector q = bit_and(product(lowest, all_lanes(rows.k)), all_lanes(mask_of_digit<S>));
+        const Vector* m = vectors<S>(rows.m);
+#pragma GCC unroll 16
+        for (int z = 0; z < S::registers; ++z) {
+            Vector& column = t_.of[(last + z) % S::registers];
+            column = sum(column, product_with(q, m + z));
+        }
+        next_digit<S, last>(t_);
+        Columns<S> r;
+#pragma GCC unroll 16
+        for (int z = 0; z < S::registers; ++z) r.of[z] = t_.of[(last + 1 + z) % S::registers];
+        return r;
+    }
+
+  private:
+    Columns<S> t_;
+    const Vector* a_;
+    const umint* digit_;
+};
+
+/** The rows `row` to end - 1 of a lane, of some products in turns. */
+template <class S, int row, int end, class... Products>
+KESH_AVX2_INLINE void add_rows(const Vector* mu, Products&... products) noexcept {
     if constexpr (row < end) {
-        const Vector b = all_lanes(row + 1 < S::registers ? digit[4 * (row + 1)] : digit[1]);
-        const Vector q = next_digit<S, row>(t);
-        add_products<S, square, row + 1>(t, b, a, q, mu);
-        add_rows<S, square, row + 1, end>(t, a, digit, mu);
+        (products.template add_row<row>(mu), ...);
+        add_rows<S, row + 1, end>(mu, products...);
     }
 }
 
-/** a b / R' modulo m, or a^2 / R' for b = a. */
-template <class S, bool square>
-KESH_AVX2_INLINE Columns<S> multiply(const Digits<S>& a, const Digits<S>& b, const Rows<S>& rows) noexcept {
-    constexpr int registers = S::registers;
-    const Vector *factor = vectors<S>(a), *mu = vectors<S>(rows.mu), *m = vectors<S>(rows.m);
-    const umint* digit = b.digit;
-    Columns<S> t;
-    Vector first = all_lanes(*digit);
-#pragma GCC unroll 16
-    for (int z = 0; z < registers; ++z) {
-        t.of[z] = product_with(first, factor + z);
-        if (square && z == 0) first = sum(first, first);
-    }
-
-    constexpr int lanes = (S::digits - 1) / registers, last = (S::digits - 1) % registers;
+/** All rows of some products except the last. */
+template <class S, class... Products>
+KESH_AVX2_INLINE void add_all_rows(const Rows<S>& rows, Products&... products) noexcept {
+    const Vector* mu = vectors<S>(rows.mu);
+    constexpr int lanes = (S::digits - 1) / S::registers;
 #pragma GCC unroll 1
-    for (int lane = 0; lane < lanes; ++lane) add_rows<S, square, 0, registers>(t, factor, digit++, mu);
-    add_rows<S, square, 0, last>(t, factor, digit, mu);
-
-    // The last row adds q m, because M has one digit more than m.
-    const Vector lowest = low_32_bits(lowest_lane(t.of[last]));
-    const Vector q = bit_and(product(lowest, all_lanes(rows.k)), all_lanes(mask_of_digit<S>));
-#pragma GCC unroll 16
-    for (int z = 0; z < registers; ++z) {
-        Vector& column = t.of[(last + z) % registers];
-        column = sum(column, product_with(q, m + z));
-    }
-    next_digit<S, last>(t);
-    Columns<S> r;
-#pragma GCC unroll 16
-    for (int z = 0; z < registers; ++z) r.of[z] = t.of[(last + 1 + z) % registers];
-    return r;
+    for (int lane = 0; lane < lanes; ++lane) add_rows<S, 0, S::registers>(mu, products...);
+    add_rows<S, 0, (S::digits - 1) % S::registers>(mu, products...);
 }
 
 /** The digits of `low`, and in the next column each of the carries. */
@@ -142,49 +161,58 @@ KESH_AVX2_INLINE Columns<S> carried(const Columns<S>& low, const Columns<S>& car
     return r;
 }
 
-/** One step of carrying: columns of 64 bits leave digits of 36 bits, and these leave normalised ones. */
+/** 2^shift t, in digits below digit_limit: two steps of carrying. Precondition: shift is 0 or 1. */
 template <class S>
-KESH_AVX2_INLINE Columns<S> carry_step(const Columns<S>& t) noexcept {
-    Columns<S> carry;
-#pragma GCC unroll 16
-    for (int z = 0; z < S::registers; ++z) carry.of[z] = shifted_right<S::bits>(t.of[z]);
-    return carried<S>(t, carry);
-}
-
-/** The same for 2^shift t. Precondition: shift is 0 or 1. */
-template <class S>
-KESH_AVX2_INLINE Columns<S> carry_step(const Columns<S>& t, int shift) noexcept {
+KESH_AVX2_INLINE Columns<S> doubled_if(const Columns<S>& t, int shift) noexcept {
     Columns<S> low, carry;
 #pragma GCC unroll 16
     for (int z = 0; z < S::registers; ++z) {
         low.of[z] = shifted_left(t.of[z], shift);
         carry.of[z] = shifted_right(t.of[z], S::bits - shift);
     }
-    return carried<S>(low, carry);
+    const Columns<S> digits = carried<S>(low, carry);
+#pragma GCC unroll 16
+    for (int z = 0; z < S::registers; ++z) carry.of[z] = shifted_right<S::bits>(digits.of[z]);
+    return carried<S>(digits, carry);
+}
+
+/**
+ * t + c in digits below digit_limit. Each lane carries from register to register. What leaves the highest register goes
+ * to the next lane of the lowest one, and what leaves that one ends in the second one. This takes fewer instructions
+ * than two steps of carrying, and more time for one number alone.
+ */
+template <class S>
+KESH_AVX2_INLINE Columns<S> sum_of_digits(Columns<S> t, const Digits<S>& c) noexcept {
+    const Vector mask = all_lanes(mask_of_digit<S>);
+    Vector carry = all_lanes(0);
+#pragma GCC unroll 16
+    for (int z = 0; z < S::registers; ++z) {
+        t.of[z] = sum(t.of[z], vectors<S>(c)[z]);
+        if (z > 0) t.of[z] = sum(t.of[z], carry);
+        carry = shifted_right<S::bits>(t.of[z]);
+        t.of[z] = bit_and(t.of[z], mask);
+    }
+    t.of[0] = sum(t.of[0], lanes_up(carry));
+    t.of[1] = sum(t.of[1], shifted_right<S::bits>(t.of[0]));
+    t.of[0] = bit_and(t.of[0], mask);
+    return t;
 }
 
 template <class S>
-KESH_AVX2_INLINE void store_columns(Digits<S>& r, const Columns<S>& t) noexcept {
+KESH_AVX2_INLINE void store_digits(Digits<S>& r, const Columns<S>& t) noexcept {
 #pragma GCC unroll 16
     for (int z = 0; z < S::registers; ++z) store(r.digit + 4 * z, t.of[z]);
 }
 
-/** r = a b / R' + c modulo m, or a^2 / R' + c for b = a. r may be a or b. */
-template <class S, bool square>
-KESH_AVX2 __attribute__((noinline)) void multiply_add(Digits<S>& r, const Digits<S>& a, const Digits<S>& b,
-                                                      const Digits<S>& c, const Rows<S>& rows) noexcept {
-    Columns<S> t = multiply<S, square>(a, b, rows);
-#pragma GCC unroll 16
-    for (int z = 0; z < S::registers; ++z) t.of[z] = sum(t.of[z], vectors<S>(c)[z]);
-    store_columns<S>(r, carry_step<S>(carry_step<S>(t)));
-}
-
 /** The residue a R of an internal form. The product of a < R' and R mod m is below m R', and reduced below 3 m. */
 template <class S>
-void from_internal(umint* r, const Digits<S>& a, const Rows<S>& rows, const Modulus<S::n>& modulus) noexcept {
-    Digits<S> product;
-    multiply_add<S, false>(product, a, to_digits<S>(modulus.r1), Digits<S>{}, rows);
-    residue_of_digits<S>(r, product, modulus);
+KESH_AVX2 void from_internal(umint* r, const Digits<S>& a, const Rows<S>& rows, const Modulus<S::n>& modulus) noexcept {
+    const Digits<S> one = to_digits<S>(modulus.r1);
+    Product<S, false> product(a, one);
+    add_all_rows<S>(rows, product);
+    Digits<S> digits;
+    store_digits<S>(digits, product.result(rows));
+    residue_of_digits<S>(r, digits, modulus);
 }
 
 template <class S>
@@ -194,10 +222,22 @@ KESH_AVX2 void power(umint* x, const umint* e, const Modulus<S::n>& modulus) noe
     to_internal<S>(one, modulus.r1, modulus);
     Digits<S> y = to_digits<S>(one);
     for (int i = bit_length<S::n>(e) - 1; i >= 0; --i) {
-        const Columns<S> t = multiply<S, true>(y, y, rows);
-        store_columns<S>(y, carry_step<S>(carry_step<S>(t, static_cast<int>(bit_at(e, i)))));
+        Product<S, true> square(y, y);
+        add_all_rows<S>(rows, square);
+        store_digits<S>(y, doubled_if<S>(square.result(rows), static_cast<int>(bit_at(e, i))));
     }
     from_internal<S>(x, y, rows, modulus);
+}
+
+/** other = other x / R' + c and x = x^2 / R' + d, in turns. Separate, because g++ keeps more in registers then. */
+template <class S>
+KESH_AVX2 __attribute__((noinline)) void ladder_step(Digits<S>& other, Digits<S>& x, const Digits<S>& c,
+                                                     const Digits<S>& d, const Rows<S>& rows) noexcept {
+    Product<S, true> square(x, x);
+    Product<S, false> product(other, x);
+    add_all_rows<S>(rows, square, product);
+    store_digits<S>(other, sum_of_digits<S>(product.result(rows), c));
+    store_digits<S>(x, sum_of_digits<S>(square.result(rows), d));
 }
 
 template <class S>
@@ -207,8 +247,7 @@ void ladder(umint* l, umint* h, const umint* a, const umint* e, const Modulus<S:
     Digits<S> pair[2] = {start.two, start.a};
     for (int i = bit_length<S::n>(e) - 1; i >= 0; --i) {
         const umint bit = bit_at(e, i);
-        multiply_add<S, false>(pair[1 - bit], pair[0], pair[1], start.minus_a, rows);
-        multiply_add<S, true>(pair[bit], pair[bit], pair[bit], start.minus_two, rows);
+        ladder_step<S>(pair[1 - bit], pair[bit], start.minus_a, start.minus_two, rows);
     }
     from_internal<S>(l, pair[0], rows, modulus);
     from_internal<S>(h, pair[1], rows, modulus);
@@ -234,9 +273,7 @@ KESH_FOR_EACH_WIDTH_ABOVE_10(KESH_AVX2_POWER)
 
 #define KESH_AVX2_LADDER(n) \
     template void avx2_lucas_ladder<n>(umint*, umint*, const umint*, const umint*, const Modulus<n>&) noexcept;
-KESH_AVX2_LADDER(9)
-KESH_AVX2_LADDER(10)
-KESH_FOR_EACH_WIDTH_ABOVE_10(KESH_AVX2_LADDER)
+KESH_FOR_EACH_WIDTH_ABOVE_4(KESH_AVX2_LADDER)
 #undef KESH_AVX2_LADDER
 
 }  // namespace kesh::kernel

@@ -57,8 +57,14 @@ inline constexpr int least_lane_size = 2, most_lane_size = lane_digits(1024);
 [[nodiscard]] constexpr std::size_t lanes_to_base_2(Level level, int size) noexcept {
     return (size <= (level == Level::ifma ? 7 : 4) ? 2 : 1) * vector_lanes(level);
 }
-/** The same for the Lucas test, whose product and square already use each other's waiting time. */
+/** With AVX2, the Lucas test of more limbs takes no less time in lanes than for one number after another. */
+inline constexpr int most_limbs_of_avx2_lucas = 8;
+/**
+ * The same for the Lucas test, whose product and square already use each other's waiting time; 1 if it is not done in
+ * lanes.
+ */
 [[nodiscard]] constexpr std::size_t lanes_in_lucas(Level level, int size) noexcept {
+    if (level != Level::ifma && size > most_limbs_of_avx2_lucas) return 1;
     return (size <= (level == Level::ifma ? 3 : 2) ? 2 : 1) * vector_lanes(level);
 }
 
@@ -81,7 +87,7 @@ inline constexpr int least_lane_size = 2, most_lane_size = lane_digits(1024);
 
 /**
  * Bit c is set when number c meets the condition of lucas_u_vanishes with q[c]. Preconditions: as above, with
- * lanes_in_lucas; 0 < |q[c]| < 2^31 and q[c] is prime to number c.
+ * lanes_in_lucas, which is above 1; 0 < |q[c]| < 2^31 and q[c] is prime to number c.
  */
 [[nodiscard]] unsigned lucas_u_vanishes_in_lanes(Level level, const LaneGroup& numbers, const LaneParameters& q,
                                                  int size, std::size_t count) noexcept;

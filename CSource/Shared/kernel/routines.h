@@ -22,8 +22,9 @@ struct Routines {
 
 /** Expands to `each(n)` for every number of limbs that has kernels; 2 limbs have special forms. */
 #define KESH_FOR_EACH_WIDTH(each) each(2) KESH_FOR_EACH_WIDTH_ABOVE_2(each)
-#define KESH_FOR_EACH_WIDTH_ABOVE_2(each) \
-    each(3) each(4) each(5) each(6) each(7) each(8) each(9) each(10) KESH_FOR_EACH_WIDTH_ABOVE_10(each)
+#define KESH_FOR_EACH_WIDTH_ABOVE_2(each) each(3) each(4) KESH_FOR_EACH_WIDTH_ABOVE_4(each)
+#define KESH_FOR_EACH_WIDTH_ABOVE_4(each) \
+    each(5) each(6) each(7) each(8) each(9) each(10) KESH_FOR_EACH_WIDTH_ABOVE_10(each)
 #define KESH_FOR_EACH_WIDTH_ABOVE_10(each) each(11) each(12) each(13) each(14) each(15) each(16)
 
 template <int n>
@@ -33,7 +34,7 @@ const Routines<n>& adx_routines() noexcept;
 template <int n>
 const Routines<n>& ifma_routines() noexcept;
 
-/** pow2 for 11 to 16 limbs and lucas_ladder for 9 to 16 limbs, with AVX2. */
+/** pow2 for 11 to 16 limbs and lucas_ladder for 5 to 16 limbs, with AVX2. */
 template <int n>
 void avx2_pow2(umint* x, const umint* e, const Modulus<n>& modulus) noexcept;
 template <int n>
