@@ -20,12 +20,12 @@ template <int limbs>
 struct Shape {
     static constexpr int n = limbs;
     /** R' is at least 256 * 2^(64 n). */
-    static constexpr int digits_of_bits(int bits) noexcept {
-        return (64 * n + 8 + bits - 1) / bits;
+    static constexpr int digits_of(int size) noexcept {
+        return (64 * n + 8 + size - 1) / size;
     }
     /** Columns with more than 28 digits of 30 bits would not fit into 64 bits. */
-    static constexpr int bits = digits_of_bits(30) <= 28 ? 30 : 29;
-    static constexpr int digits = digits_of_bits(bits);
+    static constexpr int bits = digits_of(30) <= 28 ? 30 : 29;
+    static constexpr int digits = digits_of(bits);
     static constexpr int doublings = bits * digits - 64 * n;
     static constexpr int registers = (digits + 3) / 4;
 
@@ -44,7 +44,7 @@ struct Shape {
 
     /** What normalised digits stay below, and columns between two visits as the lowest one. */
     static constexpr umint2 digit_limit = (umint2{1} << bits) + 256;
-    static constexpr umint2 column_limit = 2 * registers * digit_limit * digit_limit + (umint2{1} << 36);
+    static constexpr umint2 column_limit = umint2{registers} * 2 * digit_limit * digit_limit + (umint2{1} << 36);
     static_assert(column_limit >> 64 == 0 && 2 * digit_limit >> 32 == 0);
 };
 
@@ -102,13 +102,17 @@ class Product {
      */
     template <int row>
     KESH_AVX2_INLINE void add_row(const Vector* mu) noexcept {
-        const Vector b = all_lanes(row + 1 < S::registers ? digit_[4 * (row + 1)] : digit_[1]);
+        constexpr std::size_t next = row + 1 < S::registers ? 4 * (row + 1) : 1;
+        const Vector b = all_lanes(digit_[next]);
         const Vector q = next_digit<S, row>(t_);
         add_products<S, square, row + 1>(t_, b, a_, q, mu);
         if constexpr (row + 1 == S::registers) ++digit_;
     }
 
-    /** The columns after the last row. This one adds q m, because M has one digit more than m. */
+    /**
+     * The columns after the last row, in the highest register digits. That row adds q m, because M has one digit more
+     * than m.
+     */
     KESH_AVX2_INLINE Columns<S> result(const Rows<S>& rows) noexcept {
         constexpr int last = (S::digits - 1) % S::registers;
         const Vector lowest = low_32_bits(lowest_lane(t_.of[last]));
@@ -178,9 +182,9 @@ KESH_AVX2_INLINE Columns<S> doubled_if(const Columns<S>& t, int shift) noexcept 
 }
 
 /**
- * t + c in digits below digit_limit. Each lane carries from register to register. What leaves the highest register goes
- * to the next lane of the lowest one, and what leaves that one ends in the second one. This takes fewer instructions
- * than two steps of carrying, and more time for one number alone.
+ * t + c in digits below digit_limit, for the columns t of a result. Each lane carries from register to register. The
+ * highest register of a result has digits, so that a few bits leave it, and they stay in the next lane of the lowest
+ * one. This takes fewer instructions than two steps of carrying, and more time for one number alone.
  */
 template <class S>
 KESH_AVX2_INLINE Columns<S> sum_of_digits(Columns<S> t, const Digits<S>& c) noexcept {
@@ -194,8 +198,6 @@ KESH_AVX2_INLINE Columns<S> sum_of_digits(Columns<S> t, const Digits<S>& c) noex
         t.of[z] = bit_and(t.of[z], mask);
     }
     t.of[0] = sum(t.of[0], lanes_up(carry));
-    t.of[1] = sum(t.of[1], shifted_right<S::bits>(t.of[0]));
-    t.of[0] = bit_and(t.of[0], mask);
     return t;
 }
 

@@ -113,12 +113,12 @@ KESH_AVX2_INLINE void add_squares(Vector* t, const Vector* a) noexcept {
     }
 #pragma GCC unroll 4
     for (int r = 0; r < rows; ++r) {
-        t[2 * (i + r)] = sum(t[2 * (i + r)], product(factor[r], factor[r]));
+        t[i + r + i + r] = sum(t[i + r + i + r], product(factor[r], factor[r]));
 #pragma GCC unroll 4
-        for (int s = r + 1; s < rows; ++s) t[2 * i + r + s] = sum(t[2 * i + r + s], product(twice[r], factor[s]));
+        for (int s = r + 1; s < rows; ++s) t[i + r + i + s] = sum(t[i + r + i + s], product(twice[r], factor[s]));
     }
     if constexpr (above > 0) {
-        add_rows<rows, above, 0>(t + 2 * i + rows, twice, a + i + rows);
+        add_rows<rows, above, 0>(t + i + i + rows, twice, a + i + rows);
         add_squares<d, i + rows>(t, a);
     }
 }

@@ -104,9 +104,10 @@ KESH_LANES unsigned strong_base2(const LaneGroup& group) noexcept {
         unit[v] = numbers.moduli[v].residue(numbers.moduli[v].shift(x[v], load(back.limb[v][0])));
     }
     for (int i = exponents.nibbles - 1; i >= 0; --i) {
-        for (int j = 0; j < 4; ++j)
+        for (int j = 0; j < 4; ++j) {
 #pragma GCC unroll 2
             for (int v = 0; v < vectors; ++v) x[v] = numbers.moduli[v].sqr(x[v]);
+        }
 #pragma GCC unroll 2
         for (int v = 0; v < vectors; ++v) {
             const Vector nibbles = shifted_right(load(exponents.shifted.limb[v][i / 16]), 4 * (i % 16));
