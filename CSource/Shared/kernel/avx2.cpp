@@ -6,7 +6,7 @@
 
 #include "Shared/kernel/avx2.h"
 
-#include "Shared/kernel/digit_form.h"
+#include "Shared/kernel/digit_shape.h"
 #include "Shared/kernel/routines.h"
 
 namespace kesh::kernel {
@@ -15,17 +15,17 @@ namespace avx2_form {
 
 namespace {
 
-/** How a number of n limbs is cut into digits, and the digits into registers of four lanes: digit_form.h. */
+/** How a number of n limbs is cut into digits, and the digits into registers of four lanes: digit_shape.h. */
 template <int limbs>
 struct Shape {
     static constexpr int n = limbs;
     /** R' is at least 256 * 2^(64 n). */
-    static constexpr int digits_of(int size) noexcept {
+    static constexpr int digits_needed(int size) noexcept {
         return (64 * n + 8 + size - 1) / size;
     }
     /** Columns with more than 28 digits of 30 bits would not fit into 64 bits. */
-    static constexpr int bits = digits_of(30) <= 28 ? 30 : 29;
-    static constexpr int digits = digits_of(bits);
+    static constexpr int bits = digits_needed(30) <= 28 ? 30 : 29;
+    static constexpr int digits = digits_needed(bits);
     static constexpr int doublings = bits * digits - 64 * n;
     static constexpr int registers = (digits + 3) / 4;
 

@@ -5,7 +5,7 @@
  */
 
 #include "Shared/kernel/avx512.h"
-#include "Shared/kernel/digit_form.h"
+#include "Shared/kernel/digit_shape.h"
 #include "Shared/kernel/digits.h"
 #include "Shared/kernel/routines.h"
 

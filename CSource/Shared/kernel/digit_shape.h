@@ -1,5 +1,5 @@
 /**
- * @file   digit_form.h
+ * @file   digit_shape.h
  * @brief  One number as digits of fewer bits than a limb, for the kernels that keep it in vector registers.
  *
  * A shape S says how a number of S::n limbs is cut: S::bits is the size of a digit, S::digits their number and that of
