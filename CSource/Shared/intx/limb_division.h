@@ -155,6 +155,7 @@ constexpr umint divide_two_limbs(umint high, umint low, umint d, umint v, umint&
     if (rest >= d) [[unlikely]] {
         ++digit;
         rest -= d;
+        keep_scalar(rest);  // g++ 16 would select the remainder without a branch, which takes two cycles in each step
     }
     q = digit;
     return rest;
